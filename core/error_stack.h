@@ -1,0 +1,47 @@
+// The error stack as the library's own routines use it. C linkage, fixed names.
+#pragma once
+
+#include "core/zavo.h"
+
+extern "C" {
+
+// Enters and leaves a routine. `name` must outlive the routine (a literal).
+// A pop that leaves the library reports the routine's error and may stop the
+// process. Returns the popped entry's code.
+void zavo_error_push(const char* name);
+int zavo_error_pop(const char* name);
+
+// Message parameters, n = 1..9; other indices are ignored. Strings are copied;
+// their index may be negative.
+void zavo_error_set_int(int n, int value);
+void zavo_error_set_real(int n, double value);
+void zavo_error_set_complex(int n, double re, double im);
+void zavo_error_set_f_complex(int n, float re, float im);
+void zavo_error_set_string(int n, const char* text);
+
+// Posts at the top entry with the catalogue's text for the code.
+void zavo_error_post(int type, int code);
+
+// "ON" marks the top entry as running user code, "OFF" ends that.
+void zavo_error_user_level(const char* switch_text);
+
+// Reads (unit 1..3) or stores (-1..-3) a stream slot; else posts 5/12010.
+void zavo_error_stream(int unit, FILE** stream);
+
+void zavo_error_traceback(void);
+
+} // extern "C"
+
+namespace zavo::core {
+
+// Type of the error that stands at the top entry; 0 when none.
+int pending_type();
+// True when the top entry holds an error of type 4 or 5: a routine then hands
+// out no result.
+inline bool is_failure(int type) { return type == ZAVO_FATAL || type == ZAVO_TERMINAL; }
+
+// Clears what zavo_error_type and zavo_error_code answer, as a push would. For
+// callers of routines that do not push on their good path.
+void clear_queries();
+
+} // namespace zavo::core

@@ -1,0 +1,50 @@
+// The system services that the library uses. platform_posix.cpp and
+// platform_windows.cpp implement them; nothing else asks which system it is.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <ctime>
+
+namespace zavo::platform {
+
+// Milliseconds since the system started, modulo 2^32.
+unsigned tick_count();
+
+// Copies an environment variable; returns its length, or 0 when it is unset,
+// empty or does not fit `capacity` with its terminating zero.
+std::size_t environment(const char* name, char* buffer, std::size_t capacity);
+
+// Looks for a readable file `name` in the directories of `path` (separated by
+// ";") and copies its path name. False when there is none.
+bool search_path(const char* path, const char* name, char* buffer, std::size_t capacity);
+
+// File name part of the host program's path.
+void program_name(char* buffer, std::size_t capacity);
+
+// A modal text box. On a system without one the text goes to standard error,
+// headed by the title.
+enum class BoxIcon { error, information };
+void message_box(const char* title, const char* text, BoxIcon icon);
+
+// Makes sure that there is a console to write to, and writes to it. On POSIX
+// that is standard output, else the controlling terminal.
+void* console();
+void write_console(void* console, const char* text, std::size_t length);
+
+// Wall clock broken down as UTC, else as local time; false when neither works.
+bool clock_time(std::tm* now);
+
+// Faults. install_fault_handler puts `handler` in place of the present one,
+// which it stores in `saved` for restore_fault_handler. A handler may leave by
+// longjmp any number of times.
+inline constexpr int fault_signals[] = {4, 11}; // illegal instruction, segment violation
+inline constexpr std::size_t fault_signal_count = sizeof fault_signals / sizeof fault_signals[0];
+inline constexpr std::size_t saved_handler_bytes = 192;
+struct SavedHandler {
+    alignas(16) unsigned char bytes[saved_handler_bytes];
+};
+void install_fault_handler(int signal, void (*handler)(int), SavedHandler* saved);
+void restore_fault_handler(int signal, const SavedHandler* saved);
+
+} // namespace zavo::platform

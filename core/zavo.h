@@ -1,0 +1,135 @@
+/*
+ * zavo.h: the numerical library, callable from C and C++.
+ *
+ * Conventions. A routine that returns a vector returns a new array from
+ * malloc() that the caller releases with free(), or fills and returns the
+ * caller's own array when ZAVO_RETURN_USER is given. The variable arguments of
+ * a routine are option codes, each followed by its values, closed by 0.
+ * Trouble is posted on the error stack (type, code, message) and the routine
+ * returns null, NaN or the value that its comment names. The library serves one
+ * thread.
+ */
+#ifndef ZAVO_H
+#define ZAVO_H
+
+#include <stdio.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A single-precision complex value; an array of n of them is 2n floats. */
+typedef struct f_complex {
+    float re;
+    float im;
+} f_complex;
+
+/* ---- Errors ------------------------------------------------------------ */
+
+enum zavo_error_type {
+    ZAVO_NOTE = 1,
+    ZAVO_ALERT = 2,
+    ZAVO_WARNING = 3,
+    ZAVO_FATAL = 4,
+    ZAVO_TERMINAL = 5,
+    ZAVO_WARNING_IMMEDIATE = 6,
+    ZAVO_FATAL_IMMEDIATE = 7,
+    ZAVO_INTERNAL = 8
+};
+
+/* Called instead of the printer for every reported error whose type prints. */
+typedef void (*zavo_error_handler_fn)(int type, int code, const char* routine, const char* message);
+/* Called before the handler, for every reported error. */
+typedef void (*zavo_error_hook_fn)(int type, int code, const char* message);
+
+/* Option codes of zavo_error_options; values in brackets. Types are 1..5. */
+enum zavo_error_option {
+    ZAVO_SET_PRINT = 10188,          /* [int type, int setting] */
+    ZAVO_GET_PRINT = 10189,          /* [int type, int*] */
+    ZAVO_SET_STOP = 10190,           /* [int type, int setting] */
+    ZAVO_GET_STOP = 10191,           /* [int type, int*] */
+    ZAVO_GET_TRACEBACK = 10192,      /* [int type, int*] */
+    ZAVO_SET_TRACEBACK = 10193,      /* [int type, int setting] */
+    ZAVO_SET_ERROR_STREAM = 10194,   /* [FILE*] */
+    ZAVO_SET_ERROR_HANDLER = 10195,  /* [zavo_error_handler_fn, or null for the printer] */
+    ZAVO_SET_CATALOGUE_PATH = 10196, /* [const char*, copied] */
+    ZAVO_SET_CATALOGUE_NAME = 10197, /* [const char*, copied] */
+    ZAVO_GET_ERROR_STREAM = 10210,   /* [FILE**] */
+    ZAVO_TRACE_ALL_LEVELS = 10301,   /* [int] */
+    ZAVO_GET_OUTPUT_MODE = 50000,    /* [int*] */
+    ZAVO_SET_OUTPUT_MODE = 50001,    /* [int, one of zavo_output_mode] */
+    ZAVO_SET_TRAPPING = 50012        /* [int: 0 leaves faults to the host] */
+};
+
+enum zavo_output_mode {
+    ZAVO_OUTPUT_STREAM = 50002,      /* the error stream; the default */
+    ZAVO_OUTPUT_MESSAGE_BOX = 50003, /* a message box */
+    ZAVO_OUTPUT_CONSOLE = 50004      /* the console, lines ended by CR LF */
+};
+
+/* Sets and queries the error policy. Returns the position past the closing 0,
+ * counting every code and value from 1. Posts 5/132 for a type outside 1..5
+ * (the option is skipped) and 5/103 for an unknown code (the list ends). */
+int zavo_error_options(int code, ...);
+
+/* Posts an error with a message text of the caller's; "%(I1)" and the like in
+ * it stand for message parameters, "%/" for a line feed. See
+ * docs/errors for the meaning of the types -1 and 0. */
+void zavo_e1mes(int type, int code, const char* message);
+
+/* Reads (type -8..-1) or sets (type 0..8) the print and stop settings. */
+void zavo_e1pos(int type, int* print, int* stop);
+
+/* Type and code of the routine that returned last (level 1), or of what it
+ * carried down to its caller (level 0). Another level posts 8/122. */
+int zavo_error_type(int level);
+int zavo_error_code(int level);
+
+/* Installs the hook; null removes it. */
+void zavo_error_hook(zavo_error_hook_fn hook);
+
+/* ---- Options shared by several routines -------------------------------- */
+
+enum zavo_option {
+    ZAVO_BACKWARD = 10008,   /* [] */
+    ZAVO_PARAMS = 10009,     /* [const float* table] */
+    ZAVO_RETURN_USER = 10260 /* [float* array that receives the result] */
+};
+
+/* ---- Machine constants ------------------------------------------------- */
+
+/* Integer arithmetic, 0 <= n <= 12; else posts 5/132 and returns 0. */
+int zavo_i_machine(int n);
+/* Single precision, 1 <= n <= 8; else posts 5/132 and returns 0. */
+float zavo_f_machine(int n);
+/* The same table, and that of double precision, for the library's own use;
+ * 1 <= n <= 8, else post 5/12009 and return 0. */
+float zavo_amach(int n);
+double zavo_dmach(int n);
+
+/* ---- Extrema of an argument list (floats arrive as double) -------------- */
+
+/* 0 when n < 1. A NaN after the first is ignored by the minimum and taken by
+ * the maximum. */
+int zavo_i_vmin(int n, ...);
+int zavo_i_vmax(int n, ...);
+float zavo_f_vmin(int n, ...);
+float zavo_f_vmax(int n, ...);
+
+/* ---- Random deviates --------------------------------------------------- */
+/* @random */
+
+/* ---- Fourier transforms, convolution ------------------------------------ */
+/* @fft */
+
+/* ---- Physical constants, calendar --------------------------------------- */
+/* @constants */
+
+/* ---- Minimisation ------------------------------------------------------ */
+/* @minimize */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,45 @@
+/*
+ * morvel.h: DynLists that a Tcl interpreter knows by name.
+ */
+#ifndef MORVEL_H
+#define MORVEL_H
+
+#include <quillet.h>
+#include <tcl.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(_WIN32) && defined(MORVEL_BUILD)
+#define MORVEL_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define MORVEL_API __declspec(dllimport)
+#else
+#define MORVEL_API __attribute__((visibility("default")))
+#endif
+
+/* Stores the list called `name` in *list and returns TCL_OK; the registry keeps
+ * it. Otherwise leaves `no DynList named "..."` in the result. */
+MORVEL_API int tclFindDynList(Tcl_Interp* interp, const char* name, DynList** list);
+
+/* Registers a list under a new name, which becomes the result. The registry
+ * owns the list from the call on: after a failure it has been freed. */
+MORVEL_API int tclPutList(Tcl_Interp* interp, DynList* list);
+
+/* Sets the result to a Tcl list of the values, nested for lists of lists. The
+ * list still belongs to the caller. */
+MORVEL_API int tclDynListToTclList(Tcl_Interp* interp, DynList* list);
+
+/* A list that a running command reads stays alive between hold and release,
+ * even when a script frees its name meanwhile. Holds nest. */
+MORVEL_API void morvelHoldList(Tcl_Interp* interp, DynList* list);
+MORVEL_API void morvelReleaseList(Tcl_Interp* interp, DynList* list);
+
+MORVEL_API int Morvel_Init(Tcl_Interp* interp);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
