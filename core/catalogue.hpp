@@ -15,6 +15,5 @@ const char* code_text(int code);
 // Copies of what the error options set; null clears. False when memory is short.
 bool set_catalogue_path(const char* path);
 bool set_catalogue_name(const char* name);
-void clear_catalogue_settings();
 
 } // namespace zavo::core

@@ -5,7 +5,7 @@
 #include "core/error_stack.h"
 #include "core/memory.hpp"
 
-#include <csetjmp>
+#include <type_traits>
 
 extern "C" {
 
@@ -22,15 +22,10 @@ void zavo_arg_check_range(int value, const char* name, int low, int high, int* p
 
 namespace zavo::core {
 
-bool trapping();
-
-// The jump buffer of the next trap level; null when all are in use (the worker
-// then runs untrapped). leave_trap_level() undoes enter_trap_level().
-std::jmp_buf* enter_trap_level();
-void leave_trap_level();
-
-// A trapped fault has come back to the routine that armed the trap.
-void post_trapped_fault();
+// Calls work(context) under the fault trap, when trapping is on. A fault in it
+// is posted as 5/504 or 5/511 and then as 5/102, at the level of the routine
+// that called this, and control comes back as if work had returned.
+void run_trapped(void (*work)(void* context), void* context);
 
 class EntryFrame {
 public:
@@ -49,19 +44,9 @@ public:
     template <class Work>
     void run(Work&& work)
     {
-        std::jmp_buf* const level = trapping() ? enter_trap_level() : nullptr;
-        if (level == nullptr) {
-            work();
-            return;
-        }
-        if (setjmp(*level) == 0) {
-            zavo_entry_trap(1);
-            work();
-            leave_trap_level();
-        } else {
-            post_trapped_fault();
-        }
-        zavo_entry_trap(0);
+        // Through a pointer, so that what the worker changes lives in memory
+        // and not in registers that the jump would set back.
+        run_trapped([](void* context) { (*static_cast<std::remove_reference_t<Work>*>(context))(); }, &work);
     }
 
     // True when an error of type 4 or 5 stands at this routine's level.

@@ -33,14 +33,14 @@ enum ErrorCode : int {
     y_empty = 3112, // I1 ny
 
     // Fourier transforms
-    length_below_one = 6001,         // I1 n
-    null_sequence = 6002,            // S1 argument
-    rows_below_one = 6003,           // I1 value
-    columns_below_one = 6004,        // I1 value
-    backward_rows_below_one = 6005,  // I1 value
+    length_below_one = 6001,           // I1 n
+    null_sequence = 6002,              // S1 argument
+    rows_below_one = 6003,             // I1 value
+    columns_below_one = 6004,          // I1 value
+    backward_rows_below_one = 6005,    // I1 value
     backward_columns_below_one = 6006, // I1 value
-    result_column_dimension = 6007,  // I1 dimension, I2 n
-    input_column_dimension = 6008,   // I1 dimension, I2 n
+    result_column_dimension = 6007,    // I1 dimension, I2 n
+    input_column_dimension = 6008,     // I1 dimension, I2 n
 
     // unconstrained minimisation
     small_step = 8006,              // R1 step tolerance
@@ -71,48 +71,48 @@ enum ErrorCode : int {
     bad_gradient_tolerance = 8072,  // R1 value, R2 replacement
 
     // linearly constrained minimisation
-    lincon_variables_below_one = 8080, // I1 nvar
-    lincon_bad_counts = 8081,          // I1 ncon, I2 neq, I3 nvar
-    constraints_below_zero = 8082,     // I1 ncon
-    equalities_below_zero = 8083,      // I1 neq
+    lincon_variables_below_one = 8080,   // I1 nvar
+    lincon_bad_counts = 8081,            // I1 ncon, I2 neq, I3 nvar
+    constraints_below_zero = 8082,       // I1 ncon
+    equalities_below_zero = 8083,        // I1 neq
     equalities_above_constraints = 8084, // I1 neq, I2 ncon
-    bad_accuracy = 8085,               // R1 accuracy
-    bounds_cross = 8086,               // I1 variable, R1 lower, R2 upper
-    bad_evaluation_limit = 8087,       // I1 limit
-    accuracy_reached = 8088,           // -
-    no_downhill = 8089,                // -
-    no_further_reduction = 8090,       // -
-    equalities_inconsistent = 8091,    // -
-    bounds_inconsistent = 8092,        // -
-    constraints_inconsistent = 8093,   // -
-    evaluation_limit_reached = 8094,   // I1 limit
-    all_variables_fixed = 8095,        // -
+    bad_accuracy = 8085,                 // R1 accuracy
+    bounds_cross = 8086,                 // I1 variable, R1 lower, R2 upper
+    bad_evaluation_limit = 8087,         // I1 limit
+    accuracy_reached = 8088,             // -
+    no_downhill = 8089,                  // -
+    no_further_reduction = 8090,         // -
+    equalities_inconsistent = 8091,      // -
+    bounds_inconsistent = 8092,          // -
+    constraints_inconsistent = 8093,     // -
+    evaluation_limit_reached = 8094,     // I1 limit
+    all_variables_fixed = 8095,          // -
     all_variables_fixed_gradient = 8096, // -
 
     // random deviates
-    probability_outside = 9041,  // R1 p
-    random_bad_option = 11001,   // I1 code, I2 its place in the argument list
-    bad_shuffle_value = 11031,   // R1 value, I1 position
+    probability_outside = 9041, // R1 p
+    random_bad_option = 11001,  // I1 code, I2 its place in the argument list
+    bad_shuffle_value = 11031,  // R1 value, I1 position
 
     // calendar
-    year_zero = 12001,            // -
-    date_skipped = 12002,         // I1 day
-    early_year = 12003,           // I1 year
-    day_beyond_month = 12004,     // I1 month, I2 year, I3 length, I4 day
+    year_zero = 12001,             // -
+    date_skipped = 12002,          // I1 day
+    early_year = 12003,            // I1 year
+    day_beyond_month = 12004,      // I1 month, I2 year, I3 length, I4 day
     day_of_year_below_one = 12005, // I1 day of the year
-    day_of_1582_beyond = 12006,   // I1 day of the year
-    day_of_leap_beyond = 12007,   // I1 day of the year
-    day_of_common_beyond = 12008, // I1 day of the year
+    day_of_1582_beyond = 12006,    // I1 day of the year
+    day_of_leap_beyond = 12007,    // I1 day of the year
+    day_of_common_beyond = 12008,  // I1 day of the year
 
     // machine constants, streams
     bad_machine_index = 12009, // I1 n
     bad_stream_unit = 12010,   // I1 unit
 
     // physical constants
-    unknown_constant = 12111,   // S1 name
-    units_differ = 12112,       // S1 base unit, S2 requested unit
-    gravity_bridge = 12113,     // -
-    unknown_unit = 12114,       // S1 unit
+    unknown_constant = 12111, // S1 name
+    units_differ = 12112,     // S1 base unit, S2 requested unit
+    gravity_bridge = 12113,   // -
+    unknown_unit = 12114,     // S1 unit
 
     // error stack
     stack_overflow = 60000, // -

@@ -38,7 +38,10 @@ namespace zavo::core {
 int pending_type();
 // True when the top entry holds an error of type 4 or 5: a routine then hands
 // out no result.
-inline bool is_failure(int type) { return type == ZAVO_FATAL || type == ZAVO_TERMINAL; }
+inline bool is_failure(int type)
+{
+    return type == ZAVO_FATAL || type == ZAVO_TERMINAL;
+}
 
 // Clears what zavo_error_type and zavo_error_code answer, as a push would. For
 // callers of routines that do not push on their good path.

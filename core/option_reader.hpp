@@ -14,6 +14,12 @@ public:
     {
         va_copy(list_, list);
     }
+    // The same where the first code is a named argument of the call.
+    OptionReader(int first_code, std::va_list list, int first_argument_no)
+        : next_no_(first_argument_no), first_code_(first_code), first_is_named_(true)
+    {
+        va_copy(list_, list);
+    }
     ~OptionReader() { va_end(list_); }
     OptionReader(const OptionReader&) = delete;
     OptionReader& operator=(const OptionReader&) = delete;
@@ -25,7 +31,9 @@ public:
             return 0;
         }
         code_no_ = next_no_;
-        const int code = take<int>();
+        const int code = first_is_named_ ? first_code_ : va_arg(list_, int);
+        first_is_named_ = false;
+        ++next_no_;
         ended_ = code == 0;
         return code;
     }
@@ -54,6 +62,8 @@ private:
     std::va_list list_;
     int next_no_;
     int code_no_ = 0;
+    int first_code_ = 0;
+    bool first_is_named_ = false;
     bool ended_ = false;
 };
 

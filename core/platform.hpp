@@ -46,5 +46,7 @@ struct SavedHandler {
 };
 void install_fault_handler(int signal, void (*handler)(int), SavedHandler* saved);
 void restore_fault_handler(int signal, const SavedHandler* saved);
+// Leaves the next fault of this kind to the system.
+void default_fault_handler(int signal);
 
 } // namespace zavo::platform
