@@ -12,6 +12,12 @@
 
 namespace zavo::constants {
 
+// Of the letters a to z alone, in every locale.
+constexpr char capital(char c)
+{
+    return static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+}
+
 inline constexpr std::size_t max_name_length = 16;
 
 struct NameKey {
@@ -54,7 +60,8 @@ constexpr bool ascending(const std::array<NameKey, n>& keys)
 
 // Row of `name` in a table with these ascending keys; null when there is none.
 template <class Row, std::size_t n>
-const Row* find_row(const std::array<Row, n>& table, const std::array<NameKey, n>& keys, std::string_view name)
+const Row* find_row(const std::array<Row, n>& table, const std::array<NameKey, n>& keys,
+                    std::string_view name)
 {
     const std::optional<NameKey> key = name_key(name);
     if (!key) {
