@@ -118,6 +118,7 @@ float zavo_f_vmax(int n, ...);
 
 /* ---- Random deviates --------------------------------------------------- */
 /* @random */
+void zavo_random_seed_set(int seed);
 
 /* ---- Fourier transforms, convolution ------------------------------------ */
 /* @fft */

@@ -43,10 +43,22 @@ private:
     DynList* list_ = nullptr;
 };
 
-inline int count_of(const DynList* list) { return list->count; }
-inline const float* floats_of(const DynList* list) { return static_cast<const float*>(list->values); }
-inline const int* ints_of(const DynList* list) { return static_cast<const int*>(list->values); }
-inline DynList* child_of(const DynList* list, int i) { return static_cast<DynList**>(list->values)[i]; }
+inline int count_of(const DynList* list)
+{
+    return list->count;
+}
+inline const float* floats_of(const DynList* list)
+{
+    return static_cast<const float*>(list->values);
+}
+inline const int* ints_of(const DynList* list)
+{
+    return static_cast<const int*>(list->values);
+}
+inline DynList* child_of(const DynList* list, int i)
+{
+    return static_cast<DynList**>(list->values)[i];
+}
 
 // Wraps a malloc() array as a float list, which owns it; frees it on failure
 // and returns null.
@@ -75,8 +87,5 @@ DynList* map_lists(const DynList* list, Leaf&& leaf)
 Command constant_command, i_machine_command, f_machine_command, date_to_days_command, days_to_date_command,
     random_command, fft_real_command, fft_2d_complex_command, convolution_command, min_uncon_multivar_command,
     min_con_gen_lin_command;
-
-// Stands in for a command whose routines are not part of this build yet.
-int not_yet_available(Tcl_Interp* interp, const char* command);
 
 } // namespace zavo::ext
