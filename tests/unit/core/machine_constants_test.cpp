@@ -1,6 +1,6 @@
 #include "core/error_codes.hpp"
 #include "core/error_stack.h"
-#include "tests/support/posted_errors.hpp"
+#include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-using support::PostedErrors;
+using zavo::test::CapturedErrors;
 using Float = std::numeric_limits<float>;
 using Double = std::numeric_limits<double>;
 
@@ -95,7 +95,7 @@ TEST(machine_constants, public_routines_post_the_range)
          "1 8",
          {0, 9, INT_MIN, INT_MAX}},
     };
-    PostedErrors errors;
+    CapturedErrors errors;
     for (const Row& row : rows) {
         for (const int n : row.bad) {
             errors.clear();
@@ -113,12 +113,12 @@ TEST(machine_constants, public_routines_post_the_range)
 
 TEST(machine_constants, internal_routines_post_the_index)
 {
-    PostedErrors errors;
+    CapturedErrors errors;
     for (const int n : {0, 9, -3, INT_MIN, INT_MAX}) {
         errors.clear();
         EXPECT_EQ(bits(zavo_amach(n)), 0U);
         EXPECT_EQ(bits(zavo_dmach(n)), 0U);
-        ASSERT_EQ(errors.codes(), (std::vector<int>{12009, 12009})) << n;
+        ASSERT_EQ(errors.codes(), "5/12009 5/12009") << n;
         EXPECT_EQ(errors.all()[0].routine, "zavo_amach");
         EXPECT_EQ(errors.all()[1].routine, "zavo_dmach");
         EXPECT_EQ(errors.expand("%(I1)"), std::to_string(n));
@@ -127,7 +127,7 @@ TEST(machine_constants, internal_routines_post_the_index)
 
 TEST(machine_constants, good_calls_leave_the_error_queries_alone)
 {
-    PostedErrors errors;
+    CapturedErrors errors;
     (void)zavo_amach(0);
     EXPECT_EQ(zavo_error_code(1), 12009);
     (void)zavo_amach(1);

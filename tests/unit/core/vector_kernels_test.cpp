@@ -361,7 +361,8 @@ TEST(vector_kernels, rotation_turns_the_second_component_to_zero)
             EXPECT_NEAR(std::fabs(r.a) / norm, 1.0, epsilon);
             EXPECT_EQ(std::signbit(r.a), std::signbit(std::fabs(q) >= std::fabs(p) ? q : p));
             EXPECT_NEAR(static_cast<double>(r.c) * r.c + static_cast<double>(r.s) * r.s, 1.0, 3 * epsilon);
-            EXPECT_NEAR((static_cast<double>(r.c) * q - static_cast<double>(r.s) * p) / norm, 0.0, 2 * epsilon);
+            EXPECT_NEAR((static_cast<double>(r.c) * q - static_cast<double>(r.s) * p) / norm, 0.0,
+                        2 * epsilon);
             // c and s come back from b alone
             const double b = r.b;
             const double c = std::fabs(b) > 1 ? 1 / b : std::sqrt(1 - b * b);
