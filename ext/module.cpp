@@ -4,6 +4,8 @@
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
+#include <cstdint>
+
 #if defined(_WIN32)
 #define ZAVO_EXPORT __declspec(dllexport)
 #else
