@@ -11,7 +11,9 @@ extern "C" {
 void zavo_error_handler(int type, int code, const char* routine, const char* message);
 
 // 1, with the last error's text as the result, when the routine popped last
-// ended with an error of type 4 or 5; else 0, result untouched.
+// ended with an error and the last one that the handler saw is of type 4 or 5;
+// else 0, result untouched. The handler sees no notes and alerts: a command whose
+// routine posts them calls zavo::ext::forget_last_error() first.
 int zavo_error_result(Tcl_Interp* interp);
 
 } // extern "C"
@@ -25,6 +27,10 @@ int usage(Tcl_Interp* interp, const char* command, const char* arguments); // "u
 int fail(Tcl_Interp* interp, const char* command, const char* text);       // command text, e.g. ": bad n"
 int bad_datatype(Tcl_Interp* interp, const char* command); // command ": data must be lists or floats"
 int library_failure(Tcl_Interp* interp);                   // of the library's last error
+
+// Clears the type that zavo_error_result() looks at, so that an error of an
+// earlier command cannot fail one whose routine ends with a note.
+void forget_last_error();
 
 // Keeps a list alive while a command reads it.
 class HeldList {
