@@ -35,6 +35,20 @@ int zavo_error_result(Tcl_Interp* interp)
 
 namespace zavo::ext {
 
+void forget_last_error()
+{
+    last_error_type = 0;
+}
+
+bool failure_reported(Tcl_Interp* interp)
+{
+    const bool failed = core::is_failure(last_error_type);
+    if (failed) {
+        Tcl_SetResult(interp, last_error_text, TCL_STATIC);
+    }
+    return failed;
+}
+
 int usage(Tcl_Interp* interp, const char* command, const char* arguments)
 {
     Tcl_ResetResult(interp);

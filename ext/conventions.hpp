@@ -26,6 +26,13 @@ int fail(Tcl_Interp* interp, const char* command, const char* text);       // co
 int bad_datatype(Tcl_Interp* interp, const char* command); // command ": data must be lists or floats"
 int library_failure(Tcl_Interp* interp);                   // of the library's last error
 
+// For a routine that posts a note behind an error, which hides the error from
+// zavo_error_result: call forget_last_error() before the routine and ask
+// failure_reported() after it. True, with the text as the result, when an error
+// of type 4 or 5 was reported in between.
+void forget_last_error();
+bool failure_reported(Tcl_Interp* interp);
+
 // Keeps a list alive while a command reads it.
 class HeldList {
 public:
