@@ -8,10 +8,13 @@ if(NOT config)
   set(config "${ZAVO_TCL_CONFIG_FOUND}")
 endif()
 execute_process(
-  COMMAND sh -c ". '${config}'; printf '%s;%s' \"$TCL_INCLUDE_SPEC\" \"$TCL_STUB_LIB_SPEC\""
+  COMMAND sh -c ". '${config}'; printf '%s;%s;%s;%s' \"$TCL_INCLUDE_SPEC\" \"$TCL_STUB_LIB_SPEC\" \
+    \"$TCL_LIB_SPEC\" \"$TCL_EXEC_PREFIX\""
   OUTPUT_VARIABLE spec COMMAND_ERROR_IS_FATAL ANY)
 list(GET spec 0 tcl_include)
 list(GET spec 1 tcl_stub)
+list(GET spec 2 tcl_library)
+list(GET spec 3 tcl_prefix)
 separate_arguments(tcl_include)
 separate_arguments(tcl_stub)
 add_library(zavo_tcl INTERFACE)
@@ -19,3 +22,18 @@ add_library(zavo_tcl INTERFACE)
 target_compile_definitions(zavo_tcl INTERFACE USE_TCL_STUBS)
 target_compile_options(zavo_tcl INTERFACE ${tcl_include})
 target_link_libraries(zavo_tcl INTERFACE ${tcl_stub})
+
+# For programs that embed an interpreter: tests. The Windows Tcl may lack an
+# import library, so the linker reads the DLL itself.
+if(WIN32)
+  add_library(zavo_embedded_tcl SHARED IMPORTED)
+  file(GLOB tcl_dll ${tcl_prefix}/bin/tcl8*.dll)
+  set_target_properties(zavo_embedded_tcl PROPERTIES
+    IMPORTED_LOCATION "${tcl_dll}" IMPORTED_IMPLIB "${tcl_dll}")
+  target_compile_options(zavo_embedded_tcl INTERFACE ${tcl_include})
+else()
+  add_library(zavo_embedded_tcl INTERFACE)
+  separate_arguments(tcl_library)
+  target_compile_options(zavo_embedded_tcl INTERFACE ${tcl_include})
+  target_link_libraries(zavo_embedded_tcl INTERFACE ${tcl_library})
+endif()
