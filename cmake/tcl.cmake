@@ -23,17 +23,15 @@ target_compile_definitions(zavo_tcl INTERFACE USE_TCL_STUBS)
 target_compile_options(zavo_tcl INTERFACE ${tcl_include})
 target_link_libraries(zavo_tcl INTERFACE ${tcl_stub})
 
-# For programs that embed an interpreter: tests. The Windows Tcl may lack an
-# import library, so the linker reads the DLL itself.
+# For programs that embed an interpreter: tests. A Windows Tcl may lack the
+# import library, so the linker reads the DLL itself; ZAVO_TCL_DLLS is what such
+# a program needs beside it.
 if(WIN32)
-  add_library(zavo_embedded_tcl SHARED IMPORTED)
-  file(GLOB tcl_dll ${tcl_prefix}/bin/tcl8*.dll)
-  set_target_properties(zavo_embedded_tcl PROPERTIES
-    IMPORTED_LOCATION "${tcl_dll}" IMPORTED_IMPLIB "${tcl_dll}")
-  target_compile_options(zavo_embedded_tcl INTERFACE ${tcl_include})
+  file(GLOB tcl_library "${tcl_prefix}/bin/tcl8*.dll")
+  file(GLOB ZAVO_TCL_DLLS "${tcl_prefix}/bin/*.dll")
 else()
-  add_library(zavo_embedded_tcl INTERFACE)
   separate_arguments(tcl_library)
-  target_compile_options(zavo_embedded_tcl INTERFACE ${tcl_include})
-  target_link_libraries(zavo_embedded_tcl INTERFACE ${tcl_library})
 endif()
+add_library(zavo_embedded_tcl INTERFACE)
+target_compile_options(zavo_embedded_tcl INTERFACE ${tcl_include})
+target_link_libraries(zavo_embedded_tcl INTERFACE ${tcl_library})

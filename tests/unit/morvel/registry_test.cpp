@@ -194,9 +194,11 @@ TEST_F(Registry, command_reads_on_whatever_its_script_does)
     }
 }
 
+// Children are safe interpreters: those start without the script library, which
+// a test program may not find.
 TEST_F(Registry, interpreter_deleted_by_the_script_of_a_reading_command)
 {
-    interp.eval("interp create child");
+    interp.eval("interp create -safe child");
     Tcl_Interp* const child = Tcl_GetSlave(interp, "child");
     ASSERT_EQ(Morvel_Init(child), TCL_OK);
     Tcl_CreateObjCommand(child, "reading", reading_command, nullptr, nullptr);
@@ -209,7 +211,7 @@ TEST_F(Registry, interpreter_deleted_by_the_script_of_a_reading_command)
 TEST_F(Registry, lists_put_by_a_dying_interpreter_go_with_it)
 {
     // A delete procedure runs after the registry may have gone.
-    interp.eval("interp create child");
+    interp.eval("interp create -safe child");
     Tcl_Interp* const child = Tcl_GetSlave(interp, "child");
     ASSERT_EQ(Morvel_Init(child), TCL_OK);
     ASSERT_EQ(tclPutList(child, floats({1.0F})), TCL_OK);
