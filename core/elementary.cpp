@@ -372,10 +372,10 @@ double atan2(double y, double x)
         const double z = u * u;
         angle = atan_of_eighths[static_cast<std::size_t>(eighths)] + (u - u * z * polynomial(c, z));
     }
+    const bool left = std::signbit(x);
     if (steep) {
-        angle = half_pi_high - (angle - half_pi_low);
-    }
-    if (std::signbit(x)) {
+        angle = half_pi_high + ((left ? angle : -angle) + half_pi_low);
+    } else if (left) {
         angle = pi_high - (angle - pi_low);
     }
     return std::copysign(angle, y);
