@@ -3,22 +3,9 @@
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
-#include <charconv>
-#include <iterator>
+#include <cstdio>
 
 namespace zavo::ext {
-namespace {
-
-// Appends the number and a blank.
-char* put_int(char* at, char* end, int value)
-{
-    at = std::to_chars(at, end, value).ptr;
-    *at++ = ' ';
-    return at;
-}
-
-} // namespace
-
 // Further words are ignored.
 int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[])
 {
@@ -34,7 +21,7 @@ int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* a
     }
     forget_last_error(); // a note may stand behind the error that fails the date
     const int days = zavo_date_to_days(day, month, year);
-    if (zavo_error_result(interp)) {
+    if (zavo_error_result(interp) || failure_reported(interp)) {
         return TCL_ERROR;
     }
     Tcl_SetObjResult(interp, Tcl_NewIntObj(days));
@@ -58,10 +45,9 @@ int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* a
     if (zavo_error_result(interp)) {
         return TCL_ERROR;
     }
-    char text[40]; // three ints of at most 11 characters, a blank behind each
-    char* const end = std::end(text);
-    const char* const last = put_int(put_int(put_int(text, end, day), end, month), end, year);
-    Tcl_SetObjResult(interp, Tcl_NewStringObj(text, static_cast<int>(last - 1 - text)));
+    char text[40]; // three ints of at most 11 characters
+    const int length = std::snprintf(text, sizeof text, "%d %d %d", day, month, year);
+    Tcl_SetObjResult(interp, Tcl_NewStringObj(text, length));
     return TCL_OK;
 }
 

@@ -48,7 +48,7 @@ constexpr CommandRow command_table[] = {
 void register_commands(Tcl_Interp* interp)
 {
     for (const CommandRow* row = command_table; row->name != nullptr; ++row) {
-        void* const client_data = reinterpret_cast<void*>(static_cast<intptr_t>(row->client_data));
+        void* const client_data = reinterpret_cast<void*>(static_cast<std::intptr_t>(row->client_data));
         Tcl_CreateCommand(interp, row->name, row->procedure, client_data, nullptr);
     }
 }

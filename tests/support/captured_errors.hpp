@@ -55,7 +55,10 @@ public:
     {
         std::string text;
         for (const ReportedError& error : errors()) {
-            text += (text.empty() ? "" : " ") + std::to_string(error.type) + "/" + std::to_string(error.code);
+            text += text.empty() ? "" : " ";
+            text += std::to_string(error.type);
+            text += '/';
+            text += std::to_string(error.code);
         }
         return text;
     }
