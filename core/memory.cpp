@@ -4,20 +4,14 @@
 
 namespace {
 
-// Allocations until the one that fails; negative when none is to fail.
+// Allocations that succeed before one fails; negative when none is to fail.
 long until_failure = -1;
 long allocations = 0;
 
 bool must_fail()
 {
     ++allocations;
-    if (until_failure < 0) {
-        return false;
-    }
-    if (until_failure > 0) {
-        --until_failure;
-    }
-    return until_failure == 0;
+    return until_failure >= 0 && until_failure-- == 0;
 }
 
 // A work block's header; the block itself starts `work_alignment` bytes behind
@@ -46,7 +40,7 @@ bool product_overflows(std::size_t count, std::size_t size)
 
 extern "C" void zavo_fail_allocation(long nth)
 {
-    until_failure = nth > 0 ? nth : -1;
+    until_failure = nth > 0 ? nth - 1 : -1;
     allocations = 0;
 }
 

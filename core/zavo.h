@@ -132,7 +132,7 @@ float zavo_f_vmax(int n, ...);
  * is read. Returns the array, a new one belonging to the caller. Posts 5/603 for
  * n < 1, 5/11001 for another option, 5/200 when memory is short, and returns
  * null. The normal routine also posts 5/9041 for every uniform deviate of
- * exactly 1 that it draws (about one in 30 million); that deviate is a NaN in an
+ * exactly 1 that it draws (one in 34 million); that deviate is a NaN in an
  * array of the caller, and a new array is not handed out. */
 float* zavo_f_random_uniform(int n, ...);
 float* zavo_f_random_normal(int n, ...);
@@ -162,7 +162,30 @@ void zavo_rnses(const float* table);
 /* @fft */
 
 /* ---- Physical constants, calendar --------------------------------------- */
-/* @constants */
+
+/* A constant by its name; upper and lower case, blanks and underscores do not
+ * matter. unit: null or "SI" for the SI base unit, else a unit expression such
+ * as "foot/s^2" or "N*m^2/kg^2" into which the value is converted. A force may
+ * be asked for as the mass that weighs it and the other way round; that posts
+ * the warning 3/12113. NaN after 5/12111 (unknown name), 5/12112 (the unit's
+ * dimensions differ from the constant's) or 5/12114 (unknown unit, more than
+ * ten factors, or more than 255 characters). */
+float zavo_f_constant(const char* name, const char* unit);
+
+/* Day number of a date, counted from 1 January 1900 (day 0). Dates from
+ * 15 October 1582 on are Gregorian, earlier ones Julian; 5 to 14 October 1582
+ * do not exist. Year -1 is the year before year 1. Before it, leap years are
+ * those divisible by 4, and the note 1/12003 is posted for years below -45.
+ * Posts 5/602 (month), 5/603 (day below 1), 5/12001 (year 0), 5/12002 (a
+ * skipped day), 5/12004 (day beyond the month's end) and returns 0. Dates from
+ * 3 March -5877591 to 12 July 5881510 have an int as day number; one outside
+ * posts 5/602 for the first of year, month and day that lies outside. */
+int zavo_date_to_days(int day, int month, int year);
+
+/* Date of any day number, the inverse of zavo_date_to_days. A pointer may be
+ * null when its part of the date is not wanted. */
+void zavo_days_to_date(int days, int* day, int* month, int* year);
+
 
 /* ---- Minimisation ------------------------------------------------------ */
 /* @minimize */

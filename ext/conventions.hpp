@@ -26,6 +26,13 @@ int fail(Tcl_Interp* interp, const char* command, const char* text);       // co
 int bad_datatype(Tcl_Interp* interp, const char* command); // command ": data must be lists or floats"
 int library_failure(Tcl_Interp* interp);                   // of the library's last error
 
+// For a routine that posts a note behind an error, which hides the error from
+// zavo_error_result: call forget_last_error() before the routine and ask
+// failure_reported() after it. True, with the text as the result, when an error
+// of type 4 or 5 was reported in between.
+void forget_last_error();
+bool failure_reported(Tcl_Interp* interp);
+
 // Keeps a list alive while a command reads it.
 class HeldList {
 public:
@@ -43,10 +50,22 @@ private:
     DynList* list_ = nullptr;
 };
 
-inline int count_of(const DynList* list) { return list->count; }
-inline const float* floats_of(const DynList* list) { return static_cast<const float*>(list->values); }
-inline const int* ints_of(const DynList* list) { return static_cast<const int*>(list->values); }
-inline DynList* child_of(const DynList* list, int i) { return static_cast<DynList**>(list->values)[i]; }
+inline int count_of(const DynList* list)
+{
+    return list->count;
+}
+inline const float* floats_of(const DynList* list)
+{
+    return static_cast<const float*>(list->values);
+}
+inline const int* ints_of(const DynList* list)
+{
+    return static_cast<const int*>(list->values);
+}
+inline DynList* child_of(const DynList* list, int i)
+{
+    return static_cast<DynList**>(list->values)[i];
+}
 
 // Wraps a malloc() array as a float list, which owns it; frees it on failure
 // and returns null.
@@ -75,8 +94,5 @@ DynList* map_lists(const DynList* list, Leaf&& leaf)
 Command constant_command, i_machine_command, f_machine_command, date_to_days_command, days_to_date_command,
     random_command, fft_real_command, fft_2d_complex_command, convolution_command, min_uncon_multivar_command,
     min_con_gen_lin_command;
-
-// Stands in for a command whose routines are not part of this build yet.
-int not_yet_available(Tcl_Interp* interp, const char* command);
 
 } // namespace zavo::ext

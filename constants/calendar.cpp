@@ -1,0 +1,268 @@
+// Day numbers: the days from 1 January 1900 to a date.
+//
+// Dates are Gregorian from 15 October 1582 on and Julian before; the ten days
+// between do not exist. Year 0 does not exist either: it is left out of the
+// Julian years whole, with its 366 days, so that -4 and -8 are leap years.
+//   15 10 1582 is -115860, 4 10 1582 is -115861, 31 12 -1 is -693598
+//
+// Both directions go through the start of the year, counted by cycles: 400, 100
+// and 4 years for Gregorian years, 4 years for Julian ones.
+
+#include "constants/calendar.h"
+
+#include "core/entry_frame.hpp"
+#include "core/error_codes.hpp"
+#include "core/error_stack.h"
+
+#include <array>
+#include <cstdint>
+
+namespace zavo::constants {
+namespace {
+
+constexpr int reform_year = 1582;
+constexpr int reform_month = 10;
+constexpr int first_skipped = 5; // 5 to 14 October 1582 do not exist
+constexpr int last_skipped = 14;
+constexpr int skipped_days = last_skipped - first_skipped + 1;
+
+// Day numbers of the calendars' first days, as if each had always been in use.
+constexpr std::int64_t gregorian_year_1 = -693595; // 1 January 1
+constexpr std::int64_t julian_year_1 = -693597;
+constexpr std::int64_t year_0_length = 366;
+constexpr std::int64_t first_day_of_1583 = -115782;
+
+// Indexed by month; entry 0 is not used.
+using MonthTable = std::array<int, 13>;
+// clang-format off
+//                                 Jan Feb  Mar  Apr  May  Jun  Jul  Aug  Sep  Oct  Nov  Dec
+constexpr MonthTable length_common{0, 31, 28, 31,  30,  31,  30,  31,  31,  30,  31,  30,  31};
+constexpr MonthTable first_common {0, 1, 32, 60,  91, 121, 152, 182, 213, 244, 274, 305, 335};
+constexpr MonthTable first_leap   {0, 1, 32, 61,  92, 122, 153, 183, 214, 245, 275, 306, 336};
+constexpr MonthTable first_1582   {0, 1, 32, 60,  91, 121, 152, 182, 213, 244, 274, 295, 325};
+// clang-format on
+
+constexpr int common_length = 365;
+constexpr int leap_length = 366;
+constexpr int reform_length = common_length - skipped_days;
+
+constexpr bool is_leap(int year)
+{
+    if (year % 4 != 0) {
+        return false;
+    }
+    return year <= reform_year || year % 100 != 0 || year % 400 == 0;
+}
+
+// First day of each month, counted from 1 January as day 1.
+constexpr const MonthTable& month_starts(int year, bool leap)
+{
+    return year == reform_year ? first_1582 : leap ? first_leap : first_common;
+}
+
+constexpr int month_length(int month, int year)
+{
+    return length_common[month] + (month == 2 && is_leap(year) ? 1 : 0);
+}
+
+// Rounded towards minus infinity; b > 0.
+constexpr std::int64_t floor_div(std::int64_t a, std::int64_t b)
+{
+    return a / b - (a % b < 0 ? 1 : 0);
+}
+
+// Day number of 1 January; year is not 0.
+constexpr std::int64_t year_start(std::int64_t year)
+{
+    const std::int64_t y = year - 1; // full years since year 1
+    if (year > reform_year) {
+        return gregorian_year_1 + 365 * y + y / 4 - y / 100 + y / 400;
+    }
+    return julian_year_1 + 365 * y + floor_div(y, 4) + (year < 0 ? year_0_length : 0);
+}
+static_assert(year_start(1900) == 0 && year_start(reform_year + 1) == first_day_of_1583);
+static_assert(year_start(1583) - year_start(1582) == reform_length && year_start(1) - year_start(-1) == 365);
+
+constexpr std::int64_t day_number(int day, int month, int year)
+{
+    const bool after_gap = year == reform_year && month == reform_month && day > last_skipped;
+    return year_start(year) + month_starts(year, is_leap(year))[month] - 1 + day - 1 -
+           (after_gap ? skipped_days : 0);
+}
+
+struct YearDay {
+    int year;
+    int day_of_year; // 1 is 1 January
+};
+
+// The last year of a cycle has the leap day, or lacks it in the 100-year cycle:
+// `count` units of equal length make the cycle, but the last may be a day
+// longer. Takes the full units out of `days`.
+constexpr int full_units(int& days, int length, int count)
+{
+    const int units = days / length < count ? days / length : count - 1;
+    days -= units * length;
+    return units;
+}
+
+constexpr YearDay gregorian_year_day(std::int64_t days)
+{
+    const std::int64_t since_year_1 = days - gregorian_year_1;
+    int rest = static_cast<int>(since_year_1 % 146097);
+    int year = 400 * static_cast<int>(since_year_1 / 146097);
+    year += 100 * full_units(rest, 36524, 4);
+    year += 4 * full_units(rest, 1461, 25);
+    year += full_units(rest, 365, 4);
+    return {year + 1, rest + 1};
+}
+
+constexpr YearDay julian_year_day(std::int64_t days)
+{
+    const bool before_year_1 = days < julian_year_1;
+    const std::int64_t since_year_1 = days - julian_year_1 - (before_year_1 ? year_0_length : 0);
+    const std::int64_t cycles = floor_div(since_year_1, 1461);
+    int rest = static_cast<int>(since_year_1 - 1461 * cycles);
+    int year = 4 * static_cast<int>(cycles);
+    year += full_units(rest, 365, 4);
+    return {year + 1, rest + 1};
+}
+
+// The dates whose day number is an int.
+struct Date {
+    int day, month, year;
+};
+constexpr Date first_date{3, 3, -5877591};
+constexpr Date last_date{12, 7, 5881510};
+static_assert(day_number(first_date.day, first_date.month, first_date.year) == INT32_MIN);
+static_assert(day_number(last_date.day, last_date.month, last_date.year) == INT32_MAX);
+
+// Posts what is wrong with the date, in this order; more than one error may be
+// posted. False after one of type 5, also when the note 12003 follows it.
+bool valid(int day, int month, int year)
+{
+    int argument_no = 0;
+    zavo_arg_check_range(month, "month", 1, 12, &argument_no);
+    const bool month_exists = month >= 1 && month <= 12;
+    zavo_arg_check_range(day, "day", 1, 0, &argument_no); // no upper bound here
+    if (year == 0) {
+        zavo_error_post(ZAVO_TERMINAL, core::code::year_zero);
+        return false;
+    }
+    if (year == reform_year && month == reform_month && day >= first_skipped && day <= last_skipped) {
+        zavo_error_set_int(1, day);
+        zavo_error_post(ZAVO_TERMINAL, core::code::date_skipped);
+        return false;
+    }
+    if (year < -45) {
+        zavo_error_set_int(1, year);
+        zavo_error_post(ZAVO_NOTE, core::code::early_year);
+    }
+    if (!month_exists) {
+        return false; // no length to compare the day with
+    }
+    const int length = month_length(month, year);
+    if (day > length) {
+        zavo_error_set_int(1, month);
+        zavo_error_set_int(2, year);
+        zavo_error_set_int(3, length);
+        zavo_error_set_int(4, day);
+        zavo_error_post(ZAVO_TERMINAL, core::code::day_beyond_month);
+    }
+    return day >= 1 && day <= length;
+}
+
+// For a valid date. In the first and last year the later parts decide.
+bool representable(int day, int month, int year)
+{
+    if (year > first_date.year && year < last_date.year) {
+        return true;
+    }
+    int argument_no = 0;
+    zavo_arg_check_range(year, "year", first_date.year, last_date.year, &argument_no);
+    if (year == first_date.year) {
+        zavo_arg_check_range(month, "month", first_date.month, 12, &argument_no);
+        if (month == first_date.month) {
+            zavo_arg_check_range(day, "day", first_date.day, month_length(month, year), &argument_no);
+        }
+    } else if (year == last_date.year) {
+        zavo_arg_check_range(month, "month", 1, last_date.month, &argument_no);
+        if (month == last_date.month) {
+            zavo_arg_check_range(day, "day", 1, last_date.day, &argument_no);
+        }
+    }
+    return !core::is_failure(core::pending_type());
+}
+
+int day_of_year_error(int day_of_year, bool leap, int year)
+{
+    if (day_of_year < 1) {
+        return core::code::day_of_year_below_one;
+    }
+    if (year == reform_year) {
+        return day_of_year > reform_length ? core::code::day_of_1582_beyond : 0;
+    }
+    if (leap) {
+        return day_of_year > leap_length ? core::code::day_of_leap_beyond : 0;
+    }
+    return day_of_year > common_length ? core::code::day_of_common_beyond : 0;
+}
+
+void split_day_of_year(int day_of_year, bool leap, int year, int* month, int* day)
+{
+    if (const int error = day_of_year_error(day_of_year, leap, year)) {
+        zavo_error_set_int(1, day_of_year);
+        zavo_error_post(ZAVO_TERMINAL, error);
+        return;
+    }
+    const MonthTable& starts = month_starts(year, leap);
+    int m = 12;
+    while (starts[m] > day_of_year) {
+        --m;
+    }
+    *month = m;
+    *day = day_of_year - starts[m] + 1;
+    if (year == reform_year && m == reform_month && *day >= first_skipped) {
+        *day += skipped_days;
+    }
+}
+
+} // namespace
+} // namespace zavo::constants
+
+namespace calendar = zavo::constants;
+
+void l_n3yin(const int* day_of_year, const int* leap, const int* year, int* month, int* day)
+{
+    zavo_error_push("l_n3yin");
+    calendar::split_day_of_year(*day_of_year, *leap == 1, *year, month, day);
+    zavo_error_pop("l_n3yin");
+}
+
+int zavo_date_to_days(int day, int month, int year)
+{
+    zavo::core::EntryFrame frame{"zavo_date_to_days"};
+    if (!calendar::valid(day, month, year) || !calendar::representable(day, month, year)) {
+        return 0;
+    }
+    return static_cast<int>(calendar::day_number(day, month, year));
+}
+
+void zavo_days_to_date(int days, int* day, int* month, int* year)
+{
+    zavo::core::EntryFrame frame{"zavo_days_to_date"};
+    const calendar::YearDay date = days >= calendar::first_day_of_1583 ? calendar::gregorian_year_day(days)
+                                                                       : calendar::julian_year_day(days);
+    const int leap = calendar::is_leap(date.year) ? 1 : -1;
+    int m = 0;
+    int d = 0;
+    l_n3yin(&date.day_of_year, &leap, &date.year, &m, &d);
+    if (day != nullptr) {
+        *day = d;
+    }
+    if (month != nullptr) {
+        *month = m;
+    }
+    if (year != nullptr) {
+        *year = date.year;
+    }
+}

@@ -1,0 +1,54 @@
+// zavo_date_to_days day month year, zavo_days_to_date days
+
+#include "core/zavo.h"
+#include "ext/conventions.hpp"
+
+#include <cstdio>
+
+namespace zavo::ext {
+// Further words are ignored.
+int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[])
+{
+    if (argc < 4) {
+        return usage(interp, argv[0], " day month year");
+    }
+    int day = 0;
+    int month = 0;
+    int year = 0;
+    if (Tcl_GetInt(interp, argv[1], &day) != TCL_OK || Tcl_GetInt(interp, argv[2], &month) != TCL_OK ||
+        Tcl_GetInt(interp, argv[3], &year) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    forget_last_error(); // a note may stand behind the error that fails the date
+    const int days = zavo_date_to_days(day, month, year);
+    if (zavo_error_result(interp) || failure_reported(interp)) {
+        return TCL_ERROR;
+    }
+    Tcl_SetObjResult(interp, Tcl_NewIntObj(days));
+    return TCL_OK;
+}
+
+// Further words are ignored.
+int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[])
+{
+    if (argc < 2) {
+        return usage(interp, argv[0], " days");
+    }
+    int days = 0;
+    if (Tcl_GetInt(interp, argv[1], &days) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    int day = 0;
+    int month = 0;
+    int year = 0;
+    zavo_days_to_date(days, &day, &month, &year);
+    if (zavo_error_result(interp)) {
+        return TCL_ERROR;
+    }
+    char text[40]; // three ints of at most 11 characters
+    const int length = std::snprintf(text, sizeof text, "%d %d %d", day, month, year);
+    Tcl_SetObjResult(interp, Tcl_NewStringObj(text, length));
+    return TCL_OK;
+}
+
+} // namespace zavo::ext

@@ -1,0 +1,115 @@
+// Conversion of a value from one unit expression into another, with standard
+// gravity as a bridge between a mass and the force that it weighs.
+//   5 kg into N: 5 * 9.80665, with warning 12113
+
+#include "constants/units.h"
+
+#include "constants/tables.hpp"
+#include "core/error_codes.hpp"
+#include "core/error_stack.h"
+
+#include <cstdint>
+
+namespace zavo::constants {
+namespace {
+
+constexpr double standard_gravity = 9.80665; // m/s^2
+
+// One side of a conversion.
+struct Unit {
+    bool si = false; // "SI": factor 1, no dimensions taken
+    int dims[dimension_count] = {};
+    float factor = 1.0F;
+};
+
+// Equality, or two letters that differ in case.
+bool same_letter(char c, char capital)
+{
+    return c == capital || (capital >= 'A' && capital <= 'Z' && c == capital + 32);
+}
+
+// Kept: every beginning of "SI" counts, so that the empty text and "s" ask for
+// base units; "s" is not read as seconds (UnitConversion.BeginningsOfSi).
+bool counts_as_si(const char* text)
+{
+    constexpr char si[] = "SI";
+    for (int i = 0; text[i] != '\0'; ++i) {
+        if (!same_letter(text[i], si[i])) { // the zero that ends si matches nothing
+            return false;
+        }
+    }
+    return true;
+}
+
+// False when the expression was refused.
+bool read(const char* text, Unit& unit)
+{
+    unit.si = counts_as_si(text);
+    if (unit.si) {
+        return true;
+    }
+    l_c3nit(text, unit.dims, &unit.factor);
+    return zavo_error_type(1) == 0;
+}
+
+bool same_dimensions(const Unit& a, const Unit& b)
+{
+    for (int k = 0; k < dimension_count; ++k) {
+        if (a.dims[k] != b.dims[k]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// True when a's dimensions times those of an acceleration are b's. Widened:
+// exponents go up to the ends of an int.
+bool differ_by_acceleration(const Unit& a, const Unit& b)
+{
+    constexpr std::int64_t acceleration[dimension_count] = {1, 0, -2, 0, 0};
+    for (int k = 0; k < dimension_count; ++k) {
+        if (a.dims[k] + acceleration[k] != b.dims[k]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void warn_of_gravity()
+{
+    zavo_error_post(ZAVO_WARNING, core::code::gravity_bridge);
+}
+
+void convert(float value, const char* from_unit, float* result, const char* to_unit)
+{
+    Unit to;
+    Unit from;
+    if (!read(to_unit, to) || !read(from_unit, from)) {
+        return;
+    }
+    const double v = value;
+    if (to.si || from.si || same_dimensions(from, to)) {
+        *result = static_cast<float>(v * from.factor / to.factor);
+    } else if (differ_by_acceleration(from, to)) { // a mass, wanted as a force
+        warn_of_gravity();
+        *result = static_cast<float>(v * standard_gravity * from.factor / to.factor);
+    } else if (differ_by_acceleration(to, from)) {
+        warn_of_gravity();
+        *result = static_cast<float>(v * from.factor / (to.factor * standard_gravity));
+    } else {
+        zavo_error_set_string(1, from_unit);
+        zavo_error_set_string(2, to_unit);
+        zavo_error_post(ZAVO_TERMINAL, core::code::units_differ);
+    }
+}
+
+} // namespace
+} // namespace zavo::constants
+
+void l_cunit(float value, const char* from_unit, float* result, const char* to_unit)
+{
+    zavo_error_push("l_cunit");
+    *result = zavo_amach(6);
+    zavo::constants::convert(value, from_unit, result, to_unit);
+    zavo_error_pop("l_cunit");
+}

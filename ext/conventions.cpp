@@ -1,0 +1,105 @@
+#include "ext/conventions.hpp"
+
+#include "core/error_stack.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+// Static, because the interpreter's result points at the text. Longer messages
+// are cut: nine parameters of any length can stand in one.
+char last_error_text[4096];
+int last_error_type;
+
+} // namespace
+
+void zavo_error_handler(int type, int, const char* routine, const char* message)
+{
+    std::snprintf(last_error_text, sizeof last_error_text, "%s: %s", routine, message);
+    last_error_type = type;
+}
+
+int zavo_error_result(Tcl_Interp* interp)
+{
+    using zavo::core::is_failure;
+    // Both types: an error that an earlier command left behind must not fail
+    // this one, whose routine may have ended with a note of its own.
+    const bool failed =
+        zavo_error_code(1) != 0 && is_failure(zavo_error_type(1)) && is_failure(last_error_type);
+    if (failed) {
+        Tcl_SetResult(interp, last_error_text, TCL_STATIC);
+    }
+    return failed ? 1 : 0;
+}
+
+namespace zavo::ext {
+
+void forget_last_error()
+{
+    last_error_type = 0;
+}
+
+bool failure_reported(Tcl_Interp* interp)
+{
+    const bool failed = core::is_failure(last_error_type);
+    if (failed) {
+        Tcl_SetResult(interp, last_error_text, TCL_STATIC);
+    }
+    return failed;
+}
+
+int usage(Tcl_Interp* interp, const char* command, const char* arguments)
+{
+    Tcl_ResetResult(interp);
+    Tcl_AppendResult(interp, "usage: ", command, arguments, nullptr);
+    return TCL_ERROR;
+}
+
+int fail(Tcl_Interp* interp, const char* command, const char* text)
+{
+    Tcl_ResetResult(interp);
+    Tcl_AppendResult(interp, command, text, nullptr);
+    return TCL_ERROR;
+}
+
+int bad_datatype(Tcl_Interp* interp, const char* command)
+{
+    return fail(interp, command, ": data must be lists or floats");
+}
+
+int library_failure(Tcl_Interp* interp)
+{
+    zavo_error_result(interp);
+    return TCL_ERROR;
+}
+
+int HeldList::find(Tcl_Interp* interp, const char* name)
+{
+    DynList* found = nullptr;
+    const int status = tclFindDynList(interp, name, &found);
+    if (status == TCL_OK) {
+        interp_ = interp;
+        list_ = found;
+        morvelHoldList(interp_, list_);
+    }
+    return status;
+}
+
+HeldList::~HeldList()
+{
+    if (list_ != nullptr) {
+        morvelReleaseList(interp_, list_);
+    }
+}
+
+DynList* float_list(int n, float* values)
+{
+    DynList* const list = dfuCreateDynListWithVals(DFU_FLOAT, n, values);
+    if (list == nullptr) {
+        std::free(values);
+    }
+    return list;
+}
+
+} // namespace zavo::ext

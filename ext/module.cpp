@@ -1,0 +1,74 @@
+// The module's entry point and its table of commands.
+
+#include "core/platform.hpp"
+#include "core/zavo.h"
+#include "ext/conventions.hpp"
+
+#include <cstdint>
+
+#if defined(_WIN32)
+#define ZAVO_EXPORT __declspec(dllexport)
+#else
+#define ZAVO_EXPORT __attribute__((visibility("default")))
+#endif
+
+extern "C" ZAVO_EXPORT int Zavo_Init(Tcl_Interp* interp);
+
+namespace zavo::ext {
+
+namespace {
+
+struct CommandRow {
+    const char* name;
+    Command* procedure;
+    int client_data;         // tells apart the commands that share a procedure
+    const char* description; // for the reader of this table
+};
+
+// clang-format off
+constexpr CommandRow command_table[] = {
+    {"zavo_constant",           constant_command,           0, "return common numeric constants"},
+    {"zavo_i_machine",          i_machine_command,          0, "return integer information describing computer's arithmetic"},
+    {"zavo_f_machine",          f_machine_command,          0, "return float information describing computer's floating point math"},
+    {"zavo_date_to_days",       date_to_days_command,       0, "return number of days from Jan 1, 1900 to given date"},
+    {"zavo_days_to_date",       days_to_date_command,       0, "return date correspond to given days after Jan 1, 1900"},
+    {"zavo_random_uniform",     random_command,             0, "generate random uniform deviates"},
+    {"zavo_random_normal",      random_command,             1, "generate random normal deviates"},
+    {"zavo_random_exp",         random_command,             2, "generate random exponential deviates"},
+    {"zavo_fft_real",           fft_real_command,           0, "Computes the real discrete Fourier transform"},
+    {"zavo_fft_2d_complex",     fft_2d_complex_command,     0, "Computes the complex 2D discrete Fourier transform"},
+    {"zavo_convolution",        convolution_command,        0, "Computes the convolution of two vectors"},
+    {"zavo_correlation",        convolution_command,        1, "Computes the correlation of two vectors"},
+    {"zavo_min_uncon_multivar", min_uncon_multivar_command, 0, "minimize function f(x) of n variables using quasi newton method"},
+    {"zavo_min_con_gen_lin",    min_con_gen_lin_command,    0, "minimize general objective function subject to linear contraints"},
+    {nullptr,                   nullptr,                    0, nullptr},
+};
+// clang-format on
+
+void register_commands(Tcl_Interp* interp)
+{
+    for (const CommandRow* row = command_table; row->name != nullptr; ++row) {
+        void* const client_data = reinterpret_cast<void*>(static_cast<std::intptr_t>(row->client_data));
+        Tcl_CreateCommand(interp, row->name, row->procedure, client_data, nullptr);
+    }
+}
+
+} // namespace
+
+} // namespace zavo::ext
+
+// The stop settings of types 4 and 5 go to 0: no library error ends the host.
+int Zavo_Init(Tcl_Interp* interp)
+{
+    if (Tcl_InitStubs(interp, "8.5", 0) == nullptr) {
+        return TCL_ERROR;
+    }
+    zavo::ext::register_commands(interp);
+    static unsigned seed;
+    seed = zavo::platform::tick_count();
+    zavo_random_seed_set(static_cast<int>(seed));
+    Tcl_PkgProvide(interp, "zavo", "1.0");
+    zavo_error_options(ZAVO_SET_ERROR_HANDLER, zavo_error_handler, ZAVO_SET_STOP, ZAVO_FATAL, 0,
+                       ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);
+    return TCL_OK;
+}

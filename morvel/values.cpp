@@ -1,0 +1,356 @@
+// Conversions between DynLists and Tcl values.
+//
+// Numbers go out as Tcl integers and doubles; a float widens exactly. They come
+// in through Tcl's own readers, rounded to the nearest float. What a list cannot
+// hold is refused: an integer beyond 32 bits, a finite number that would round
+// to infinity. Inf, -Inf and NaN pass in both directions, so that what `get`
+// gives `create` takes.
+#include "values.hpp"
+
+#include "registry.hpp"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace morvel {
+
+namespace {
+
+int too_large(Tcl_Interp* interp, const char* kind, const char* message)
+{
+    Tcl_SetObjResult(interp, Tcl_NewStringObj(message, -1));
+    Tcl_SetErrorCode(interp, "ARITH", kind, message, nullptr); // as Tcl itself does
+    return TCL_ERROR;
+}
+
+// Tcl_GetIntFromObj lets 32-bit patterns up to 4294967295 wrap; a list does not.
+int read_number(Tcl_Interp* interp, Tcl_Obj* value, int* number)
+{
+    Tcl_WideInt wide = 0;
+    if (Tcl_GetWideIntFromObj(interp, value, &wide) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    if (wide < INT_MIN || wide > INT_MAX) {
+        return too_large(interp, "IOVERFLOW", "integer value too large to represent");
+    }
+    *number = static_cast<int>(wide);
+    return TCL_OK;
+}
+
+// Tcl refuses a NaN where it reads a double, after having parsed it.
+bool read_nan(Tcl_Obj* value, double* number)
+{
+    if (value->typePtr == nullptr || std::strcmp(value->typePtr->name, "double") != 0) {
+        return false;
+    }
+    *number = value->internalRep.doubleValue;
+    return true;
+}
+
+int read_number(Tcl_Interp* interp, Tcl_Obj* value, float* number)
+{
+    double wide = 0.0;
+    if (Tcl_GetDoubleFromObj(nullptr, value, &wide) != TCL_OK && !read_nan(value, &wide)) {
+        return Tcl_GetDoubleFromObj(interp, value, &wide); // once more, for its message
+    }
+    *number = static_cast<float>(wide);
+    if (std::isinf(*number) && !std::isinf(wide)) {
+        return too_large(interp, "OVERFLOW", "floating-point value too large to represent");
+    }
+    return TCL_OK;
+}
+
+Tcl_Obj* write_number(int number)
+{
+    return Tcl_NewIntObj(number);
+}
+
+Tcl_Obj* write_number(float number)
+{
+    return Tcl_NewDoubleObj(static_cast<double>(number));
+}
+
+template <class Number>
+DynList* numbers_from_value(Tcl_Interp* interp, int datatype, Tcl_Obj* values)
+{
+    int count = 0;
+    Tcl_Obj** elements = nullptr;
+    if (Tcl_ListObjGetElements(interp, values, &count, &elements) != TCL_OK) {
+        return nullptr;
+    }
+    DynList* const list = dfuCreateDynList(datatype, count);
+    if (list == nullptr) {
+        memory_short(interp);
+        return nullptr;
+    }
+    auto* const numbers = static_cast<Number*>(list->values);
+    for (int i = 0; i < count; ++i) {
+        if (read_number(interp, elements[i], &numbers[i]) != TCL_OK) {
+            dfuFreeDynList(list);
+            return nullptr;
+        }
+    }
+    list->count = count;
+    return list;
+}
+
+// Tcl ends the process when a list cannot be built, so ask first: no list of
+// more elements than Tcl allows, and none for which a trial shows that memory is
+// short. Small lists are not worth the trial.
+int room_for_list(Tcl_Interp* interp, int count)
+{
+    constexpr int max_elements = INT_MAX / static_cast<int>(sizeof(Tcl_Obj*)) - 16; // its header included
+    constexpr int worth_a_trial = 4096;
+    if (count > max_elements) {
+        Tcl_SetObjResult(interp,
+                         Tcl_ObjPrintf("max length of a Tcl list (%d elements) exceeded", max_elements));
+        Tcl_SetErrorCode(interp, "TCL", "MEMORY", nullptr);
+        return TCL_ERROR;
+    }
+    if (count >= worth_a_trial) {
+        void* const trial = dfuAllocate(static_cast<std::size_t>(count), sizeof(Tcl_Obj) + sizeof(Tcl_Obj*));
+        if (trial == nullptr) {
+            return memory_short(interp);
+        }
+        std::free(trial);
+    }
+    return TCL_OK;
+}
+
+// Elements are handed over by the chunk: one call for many, each still in the
+// cache from its making.
+template <class Number>
+Tcl_Obj* number_list(const DynList* list)
+{
+    constexpr int chunk_size = 64;
+    Tcl_Obj* chunk[chunk_size];
+    const auto* const numbers = static_cast<const Number*>(list->values);
+    Tcl_Obj* const result = Tcl_NewListObj(list->count, nullptr); // empty, with room for all
+    for (int done = 0; done < list->count;) {
+        const int n = std::min(chunk_size, list->count - done);
+        for (int i = 0; i < n; ++i) {
+            chunk[i] = write_number(numbers[done + i]);
+        }
+        Tcl_ListObjReplace(nullptr, result, done, 0, n, chunk);
+        done += n;
+    }
+    return result;
+}
+
+void forget(Tcl_Obj* value)
+{
+    Tcl_IncrRefCount(value);
+    Tcl_DecrRefCount(value);
+}
+
+// `levels` bounds the recursion: how many lists of lists may still follow.
+Tcl_Obj* value_within(Tcl_Interp* interp, const DynList* list, int levels)
+{
+    if (room_for_list(interp, list->count) != TCL_OK) {
+        return nullptr;
+    }
+    if (list->datatype == DFU_INT) {
+        return number_list<int>(list);
+    }
+    if (list->datatype == DFU_FLOAT) {
+        return number_list<float>(list);
+    }
+    if (levels == 0) {
+        nests_too_deep(interp);
+        return nullptr;
+    }
+    Tcl_Obj* const result = Tcl_NewListObj(list->count, nullptr);
+    for (int i = 0; i < list->count; ++i) {
+        Tcl_Obj* const child = value_within(interp, static_cast<DynList**>(list->values)[i], levels - 1);
+        if (child == nullptr) {
+            forget(result);
+            return nullptr;
+        }
+        Tcl_ListObjAppendElement(nullptr, result, child);
+    }
+    return result;
+}
+
+// The integer written in bytes [text, end), as Tcl reads one.
+bool read_offset(const char* text, const char* end, Tcl_WideInt* offset)
+{
+    Tcl_Obj* const word = Tcl_NewStringObj(text, static_cast<int>(end - text));
+    Tcl_IncrRefCount(word);
+    const bool good = Tcl_GetWideIntFromObj(nullptr, word, offset) == TCL_OK;
+    Tcl_DecrRefCount(word);
+    return good;
+}
+
+// An index as `lindex` takes it: an integer or `end`, then perhaps a signed
+// offset. False when it is not one. Beyond +-2^61 all indices are alike.
+bool parse_index(Tcl_Obj* word, Tcl_WideInt last, Tcl_WideInt* index)
+{
+    constexpr Tcl_WideInt far = Tcl_WideInt{1} << 61;
+    if (Tcl_GetWideIntFromObj(nullptr, word, index) == TCL_OK) {
+        return true;
+    }
+    int length = 0;
+    const char* const text = Tcl_GetStringFromObj(word, &length);
+    const char* const end = text + length;
+    const char* sign = text;
+    if (length >= 3 && std::memcmp(text, "end", 3) == 0) {
+        *index = last;
+        sign += 3;
+        if (sign == end) {
+            return true;
+        }
+        if (*sign != '+' && *sign != '-') {
+            return false;
+        }
+    } else {
+        // The first sign that follows a digit: a leading one belongs to the number.
+        sign = std::find_if(text + std::min(length, 1), end, [](char c) { return c == '+' || c == '-'; });
+        if (sign == end || !read_offset(text, sign, index)) {
+            return false;
+        }
+    }
+    Tcl_WideInt offset = 0;
+    // No second sign and no blank: "end--1" is no index.
+    if (sign + 1 == end || sign[1] < '0' || sign[1] > '9' || !read_offset(sign + 1, end, &offset)) {
+        return false;
+    }
+    *index = std::clamp(*index, -far, far) + std::clamp(*sign == '-' ? -offset : offset, -far, far);
+    return true;
+}
+
+int place_of(Tcl_Interp* interp, const DynList* list, Tcl_Obj* word, int* place)
+{
+    Tcl_WideInt index = 0;
+    if (!parse_index(word, static_cast<Tcl_WideInt>(list->count) - 1, &index)) {
+        Tcl_SetObjResult(interp,
+                         Tcl_ObjPrintf("bad index \"%s\": must be integer?[+-]integer? or end?[+-]integer?",
+                                       Tcl_GetString(word)));
+        Tcl_SetErrorCode(interp, "TCL", "VALUE", "INDEX", nullptr);
+        return TCL_ERROR;
+    }
+    if (index < 0 || index >= list->count) {
+        Tcl_SetObjResult(interp, Tcl_ObjPrintf("index \"%s\" out of range", Tcl_GetString(word)));
+        Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "INDEX", Tcl_GetString(word), nullptr);
+        return TCL_ERROR;
+    }
+    *place = static_cast<int>(index);
+    return TCL_OK;
+}
+
+// A byte array holds characters up to 255; Tcl would cut others down to their
+// low byte. In UTF-8 the first byte of a larger character is 0xC4 or more. The
+// string needs no look when there is none and the value was made as bytes.
+bool is_bytes(Tcl_Obj* value)
+{
+    const bool made_as_bytes =
+        value->typePtr != nullptr && std::strcmp(value->typePtr->name, "bytearray") == 0;
+    if (made_as_bytes && value->bytes == nullptr) {
+        return true;
+    }
+    int length = 0;
+    const char* const text = Tcl_GetStringFromObj(value, &length);
+    return std::none_of(text, text + length, [](char c) { return static_cast<unsigned char>(c) >= 0xC4; });
+}
+
+} // namespace
+
+DynList* ints_from_value(Tcl_Interp* interp, Tcl_Obj* values)
+{
+    return numbers_from_value<int>(interp, DFU_INT, values);
+}
+
+DynList* floats_from_value(Tcl_Interp* interp, Tcl_Obj* values)
+{
+    return numbers_from_value<float>(interp, DFU_FLOAT, values);
+}
+
+Tcl_Obj* value_of(Tcl_Interp* interp, const DynList* list)
+{
+    return value_within(interp, list, MORVEL_MAX_NESTING);
+}
+
+Tcl_Obj* value_at(Tcl_Interp* interp, const DynList* list, int path_length, Tcl_Obj* const path[])
+{
+    for (int i = 0; i < path_length; ++i) {
+        int place = 0;
+        if (place_of(interp, list, path[i], &place) != TCL_OK) {
+            return nullptr;
+        }
+        if (list->datatype == DFU_LIST) {
+            list = static_cast<DynList* const*>(list->values)[place];
+            continue;
+        }
+        if (i + 1 < path_length) {
+            Tcl_SetObjResult(interp, Tcl_ObjPrintf("index \"%s\" leads into a number, which has no elements",
+                                                   Tcl_GetString(path[i + 1])));
+            Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "INDEX", Tcl_GetString(path[i + 1]), nullptr);
+            return nullptr;
+        }
+        return list->datatype == DFU_INT ? write_number(static_cast<const int*>(list->values)[place])
+                                         : write_number(static_cast<const float*>(list->values)[place]);
+    }
+    return value_of(interp, list);
+}
+
+DynList* numbers_from_bytes(Tcl_Interp* interp, int datatype, Tcl_Obj* bytes)
+{
+    static_assert(sizeof(int) == 4 && sizeof(float) == 4);
+    if (!is_bytes(bytes)) {
+        Tcl_SetObjResult(interp, Tcl_NewStringObj("expected bytes but got characters beyond \\xff", -1));
+        Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "BYTES", nullptr);
+        return nullptr;
+    }
+    int length = 0;
+    const unsigned char* const data = Tcl_GetByteArrayFromObj(bytes, &length);
+    if (length % 4 != 0) {
+        Tcl_SetObjResult(interp, Tcl_ObjPrintf("expected whole 4-byte numbers but got %d bytes", length));
+        Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "BYTES", nullptr);
+        return nullptr;
+    }
+    DynList* const list = dfuCreateDynList(datatype, length / 4);
+    if (list == nullptr) {
+        memory_short(interp);
+        return nullptr;
+    }
+    if (length > 0) {
+        std::memcpy(list->values, data, static_cast<std::size_t>(length));
+    }
+    list->count = length / 4;
+    return list;
+}
+
+Tcl_Obj* bytes_of(Tcl_Interp* interp, const DynList* list)
+{
+    constexpr int header = 64; // more than Tcl puts before the bytes
+    if (list->count > (INT_MAX - header) / 4) {
+        Tcl_SetObjResult(interp, Tcl_NewStringObj("max size of a Tcl value (2147483647 bytes) exceeded", -1));
+        Tcl_SetErrorCode(interp, "TCL", "MEMORY", nullptr);
+        return nullptr;
+    }
+    const int length = list->count * 4;
+    void* const trial = dfuAllocate(static_cast<std::size_t>(length) + header, 1);
+    if (trial == nullptr) {
+        memory_short(interp);
+        return nullptr;
+    }
+    std::free(trial);
+    return Tcl_NewByteArrayObj(static_cast<const unsigned char*>(list->values), length);
+}
+
+} // namespace morvel
+
+extern "C" int tclDynListToTclList(Tcl_Interp* interp, DynList* list)
+{
+    if (!morvel::start(interp)) {
+        return TCL_ERROR;
+    }
+    Tcl_Obj* const value = morvel::value_of(interp, list);
+    if (value == nullptr) {
+        return TCL_ERROR;
+    }
+    Tcl_SetObjResult(interp, value);
+    return TCL_OK;
+}

@@ -1,0 +1,16 @@
+# ./zavo build [linux|windows]: compile and install.
+# shellcheck source=scripts/common.sh
+source scripts/common.sh
+
+case "${1:-linux}" in
+linux)
+    build_linux -DZAVO_BUILD_TESTS=OFF
+    say "installed into dist/; try: TCLLIBPATH=dist/lib tclsh8.6"
+    ;;
+windows)
+    exec bash scripts/windows.sh build
+    ;;
+*)
+    die "build knows linux and windows, not '$1'"
+    ;;
+esac

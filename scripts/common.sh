@@ -1,0 +1,78 @@
+# Shared by the scripts of the driver; sourced from the project's root.
+# shellcheck shell=bash
+set -euo pipefail
+
+say() { printf '== %s\n' "$*"; }
+die() {
+    printf 'zavo: %s\n' "$*" >&2
+    exit 1
+}
+
+# as_root COMMAND ...: runs it with the rights that installing needs.
+as_root() {
+    if [[ $(id -u) -eq 0 ]]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        die "needs root or sudo for: $*"
+    fi
+}
+
+apt_quietly() {
+    local log
+    log=$(mktemp)
+    if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 "$@" >"$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
+package_installed() {
+    [[ $(dpkg-query -W -f='${Status}' "$1" 2>/dev/null) == "install ok installed" ]]
+}
+
+# need_packages NAME ...: installs the Debian packages that are missing.
+need_packages() {
+    local name missing=()
+    for name in "$@"; do
+        package_installed "$name" || missing+=("$name")
+    done
+    [[ ${#missing[@]} -eq 0 ]] && return 0
+    command -v apt-get >/dev/null || die "needs these Debian packages: ${missing[*]}"
+    say "installing ${missing[*]}"
+    apt_quietly update || say "apt-get update had trouble; going on with the lists at hand"
+    apt_quietly install -y --no-install-recommends "${missing[@]}" ||
+        die "cannot install ${missing[*]}"
+}
+
+build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev)
+test_packages=(libgtest-dev)
+
+# configure_and_build PRESET [CMAKE ARGUMENT ...]
+configure_and_build() {
+    local preset=$1
+    shift
+    say "building ($preset)"
+    cmake --preset "$preset" "$@" >"build-$preset.log" 2>&1 || {
+        cat "build-$preset.log" >&2
+        rm -f "build-$preset.log"
+        die "configuring $preset failed"
+    }
+    rm -f "build-$preset.log"
+    cmake --build --preset "$preset" -j "$(nproc)"
+}
+
+# install_tree PRESET: into the prefix that the preset names.
+install_tree() {
+    cmake --install "build/$1" >/dev/null
+}
+
+# build_linux [CMAKE ARGUMENT ...]: dist/ is up to date afterwards.
+build_linux() {
+    need_packages "${build_packages[@]}"
+    configure_and_build release "$@"
+    install_tree release
+}

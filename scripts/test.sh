@@ -1,0 +1,66 @@
+# ./zavo test [SUITE ...]: run test suites; without a name, all of them.
+# shellcheck source=scripts/common.sh
+source scripts/common.sh
+
+test_unit() {
+    need_packages "${build_packages[@]}" "${test_packages[@]}"
+    build_linux -DZAVO_BUILD_TESTS=ON
+    say "unit tests"
+    ctest --preset release -LE long -j "$(nproc)"
+}
+
+# run_script_tests DIST [ENV=VALUE ...]: tcltest suites against an installed tree.
+run_script_tests() {
+    local dist=$1
+    shift
+    need_packages gnuplot-nox
+    env TCLLIBPATH="$dist/lib" "$@" tclsh8.6 tests/script/all.tcl
+}
+
+test_script() {
+    build_linux
+    say "script tests"
+    run_script_tests "$PWD/dist"
+}
+
+# The same unit and script suites under the sanitizers. The interpreter itself
+# is not instrumented, so the run-time library is loaded ahead of it.
+test_sanitize() {
+    need_packages "${build_packages[@]}" "${test_packages[@]}"
+    configure_and_build sanitize
+    install_tree sanitize
+    say "unit tests under the sanitizers"
+    ctest --preset sanitize -LE long -j "$(nproc)"
+    say "script tests under the sanitizers"
+    run_script_tests "$PWD/build/sanitize/dist" \
+        LD_PRELOAD="$(gcc -print-file-name=libasan.so):$(gcc -print-file-name=libubsan.so)" \
+        LSAN_OPTIONS="suppressions=$PWD/tests/support/leaks_of_tcl.supp:print_suppressions=0" \
+        ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1
+}
+
+run_suite() {
+    case "$1" in
+    unit) test_unit ;;
+    script) test_script ;;
+    sanitize) test_sanitize ;;
+    windows) bash scripts/windows.sh test ;;
+    package) bash scripts/package.sh test ;;
+    docs) bash scripts/docs.sh test ;;
+    lint) bash scripts/lint.sh ;;
+    *) die "there is no test suite '$1'" ;;
+    esac
+}
+
+# A suite whose script is not part of the tree is not offered.
+suites=(unit script sanitize)
+for optional in windows package docs lint; do
+    [[ -f scripts/$optional.sh ]] && suites+=("$optional")
+done
+
+if [[ $# -gt 0 ]]; then
+    suites=("$@")
+fi
+for suite in "${suites[@]}"; do
+    run_suite "$suite"
+done
+say "all suites passed: ${suites[*]}"

@@ -1,0 +1,127 @@
+# compare.tcl ?-update? ?-library program? ?family ...?
+#
+# Prints the results of every family (or of those named) and compares them with
+# expected/, byte for byte. Needs auto_path to lead to the packages (TCLLIBPATH)
+# and -library, or the environment variable ZAVO_GOLDEN, to name the program
+# zavo_golden; without one the routines of the library are not compared and the
+# run says so. -update rewrites expected/ instead.
+
+set here [file dirname [file normalize [info script]]]
+set expected [file join $here expected]
+set update 0
+set program [expr {[info exists env(ZAVO_GOLDEN)] ? $env(ZAVO_GOLDEN) : ""}]
+set wanted {}
+while {[llength $argv]} {
+    set argv [lassign $argv word]
+    switch -- $word {
+        -update { set update 1 }
+        -library { set argv [lassign $argv program] }
+        default { lappend wanted $word }
+    }
+}
+
+proc slurp {path} {
+    set channel [open $path]
+    fconfigure $channel -translation binary
+    set bytes [read $channel]
+    close $channel
+    return $bytes
+}
+
+proc spill {path bytes} {
+    set channel [open $path w]
+    fconfigure $channel -translation binary
+    puts -nonewline $channel $bytes
+    close $channel
+}
+
+# The family's output, from an interpreter of its own.
+proc script_output {here family} {
+    set interp [interp create]
+    interp eval $interp [list set auto_path $::auto_path]
+    set scratch [file join [scratch_folder] zavo-golden-[pid].txt]
+    set channel [open $scratch w]
+    fconfigure $channel -translation lf -encoding utf-8
+    interp transfer {} $channel $interp
+    set failed [catch {
+        interp eval $interp {package require zavo; package require morvel}
+        interp eval $interp [list source [file join $here golden.tcl]]
+        interp eval $interp [list set golden::channel $channel]
+        interp eval $interp [list source [file join $here $family.tcl]]
+        interp eval $interp [list close $channel]
+    } message]
+    interp delete $interp
+    set bytes [slurp $scratch]
+    file delete $scratch
+    if {$failed} {
+        error "$family.tcl: $message"
+    }
+    return $bytes
+}
+
+proc library_output {program family} {
+    set scratch [file join [scratch_folder] zavo-golden-[pid].txt]
+    exec $program $family [file nativename $scratch]
+    set bytes [slurp $scratch]
+    file delete $scratch
+    return $bytes
+}
+
+proc scratch_folder {} {
+    foreach name {TMPDIR TEMP TMP} {
+        if {[info exists ::env($name)] && [file writable $::env($name)]} {
+            return [file normalize $::env($name)]
+        }
+    }
+    return [expr {[file writable /tmp] ? "/tmp" : [pwd]}]
+}
+
+# Number and text of the first line that differs.
+proc first_difference {expected found} {
+    set number 0
+    foreach left [split $expected \n] right [split $found \n] {
+        incr number
+        if {$left ne $right} {
+            return "line $number: expected \"$left\", found \"$right\""
+        }
+    }
+}
+
+set compared 0
+set differing 0
+proc judge {file bytes} {
+    global update compared differing expected
+    set path [file join $expected $file]
+    incr compared
+    if {$update} {
+        spill $path $bytes
+    } elseif {![file exists $path]} {
+        incr differing
+        puts "$file: not in expected/; write it with -update"
+    } elseif {[slurp $path] ne $bytes} {
+        incr differing
+        puts "$file: [first_difference [slurp $path] $bytes]"
+    }
+}
+
+proc is_wanted {family} {
+    return [expr {[llength $::wanted] == 0 || $family in $::wanted}]
+}
+
+foreach path [lsort [glob -nocomplain -directory $here *.tcl]] {
+    set family [file rootname [file tail $path]]
+    if {$family ni {golden compare} && [is_wanted $family]} {
+        judge $family.script.txt [script_output $here $family]
+    }
+}
+if {$program eq ""} {
+    puts "golden: no program named, routines of the library not compared"
+} else {
+    foreach family [lsort [split [string map {\r ""} [exec $program]] \n]] {
+        if {[is_wanted $family]} {
+            judge $family.library.txt [library_output $program $family]
+        }
+    }
+}
+puts "golden: $compared compared, $differing differing"
+exit [expr {$differing > 0 || $compared == 0}]

@@ -1,0 +1,29 @@
+# Sourced by every .test file: the packages and a few helpers.
+package require Tcl 8.5
+package require tcltest 2.2
+namespace import ::tcltest::test ::tcltest::cleanupTests ::tcltest::testConstraint
+package require morvel
+package require zavo
+
+testConstraint unix [expr {$::tcl_platform(platform) eq "unix"}]
+testConstraint windows [expr {$::tcl_platform(platform) eq "windows"}]
+testConstraint gnuplot [expr {[auto_execok gnuplot] ne ""}]
+
+namespace eval ::support {
+    variable root [file dirname [file dirname [file dirname [file normalize [info script]]]]]
+}
+
+# Values of a result list, which is freed.
+proc values_of {name} {
+    return [dynlist take $name]
+}
+
+# Runs the body and fails the test when it leaves more or fewer lists behind.
+proc without_new_lists {body} {
+    set before [dynlist names]
+    set status [catch {uplevel 1 $body} result options]
+    if {[dynlist names] ne $before} {
+        return -code error "lists left behind: [dynlist names] instead of $before"
+    }
+    return -options $options $result
+}

@@ -1,0 +1,201 @@
+#include "core/error_stack.h"
+
+#include "core/error_codes.hpp"
+#include "tests/support/captured_errors.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using zavo::test::CapturedErrors;
+
+TEST(error_stack, warning_posted_at_depth_2_is_reported_once_when_depth_1_returns_to_the_user)
+{
+    CapturedErrors errors;
+    zavo_error_push("outer");
+    zavo_error_push("inner");
+    zavo_e1mes(ZAVO_WARNING, 77, "careful");
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(zavo_error_pop("inner"), 77);
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(zavo_error_type(1), ZAVO_WARNING);
+    EXPECT_EQ(zavo_error_code(0), 77);
+    EXPECT_EQ(zavo_error_pop("outer"), 77);
+    ASSERT_EQ(errors.codes(), "3/77");
+    EXPECT_EQ(errors.last().routine, "outer");
+    EXPECT_EQ(errors.last().message, "careful");
+}
+
+TEST(error_stack, error_of_a_routine_called_at_user_level_is_reported_when_that_routine_returns)
+{
+    CapturedErrors errors;
+    zavo_error_push("outer");
+    zavo_error_user_level("ON");
+    zavo_error_push("inner");
+    zavo_e1mes(ZAVO_WARNING, 77, "careful");
+    zavo_error_pop("inner");
+    EXPECT_EQ(errors.codes(), "3/77");
+    EXPECT_EQ(errors.last().routine, "inner");
+    zavo_error_user_level("OFF");
+    zavo_error_pop("outer");
+}
+
+TEST(error_stack, immediate_warning_is_reported_at_posting_and_not_again)
+{
+    CapturedErrors errors;
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 5, "now");
+    EXPECT_EQ(errors.codes(), "6/5");
+    zavo_error_pop("routine");
+    EXPECT_EQ(errors.codes(), "6/5");
+}
+
+TEST(error_stack, a_lesser_error_does_not_displace_a_graver_one_below)
+{
+    CapturedErrors errors;
+    zavo_error_push("outer");
+    zavo_e1mes(ZAVO_FATAL, 40, "grave");
+    zavo_error_push("inner");
+    zavo_e1mes(ZAVO_WARNING, 30, "light");
+    zavo_error_pop("inner");
+    EXPECT_EQ(zavo_error_code(1), 30);
+    EXPECT_EQ(zavo_error_code(0), 30) << "recorded at posting, not carried down";
+    EXPECT_EQ(zavo_error_pop("outer"), 40);
+}
+
+TEST(error_stack, push_clears_the_queries)
+{
+    CapturedErrors errors;
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_TERMINAL, 9, "x");
+    zavo_error_pop("routine");
+    EXPECT_EQ(zavo_error_type(1), ZAVO_TERMINAL);
+    zavo_error_push("next");
+    EXPECT_EQ(zavo_error_type(1), 0);
+    EXPECT_EQ(zavo_error_code(1), 0);
+    EXPECT_EQ(zavo_error_type(0), 0);
+    EXPECT_EQ(zavo_error_code(0), 0);
+    zavo_error_pop("next");
+}
+
+TEST(error_stack, type_minus_1_reposts_or_amends_and_type_0_clears)
+{
+    CapturedErrors errors;
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 5, "first");
+    zavo_e1mes(-1, -1, "again");
+    EXPECT_EQ(errors.codes(), "6/5 6/5");
+    EXPECT_EQ(errors.last().message, "again");
+    zavo_e1mes(-1, 8, "unused");
+    EXPECT_EQ(errors.codes(), "6/5 6/5");
+    zavo_e1mes(0, 0, nullptr);
+    EXPECT_EQ(zavo_error_pop("routine"), 0);
+}
+
+TEST(error_stack, blank_or_null_message_leaves_the_error_unreported_at_return)
+{
+    CapturedErrors errors;
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING, 5, " ");
+    zavo_error_pop("routine");
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING, 5, nullptr);
+    zavo_error_pop("routine");
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(zavo_error_code(1), 5);
+}
+
+TEST(error_stack, hook_is_called_before_the_handler_and_whatever_the_print_setting)
+{
+    static std::string trail;
+    trail.clear();
+    zavo_error_hook([](int type, int code, const char* message) {
+        trail += std::to_string(type) + "/" + std::to_string(code) + "/" + message + ";";
+    });
+    CapturedErrors errors;
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_WARNING, 0, 0);
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING, 5, "quiet");
+    zavo_error_pop("routine");
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_WARNING, 1, 0);
+    zavo_error_hook(nullptr);
+    EXPECT_EQ(trail, "3/5/quiet;");
+    EXPECT_TRUE(errors.empty());
+}
+
+TEST(error_stack, fatal_error_stops_the_process_with_its_type_when_the_called_routine_returns)
+{
+    EXPECT_EXIT(
+        {
+            zavo_error_push("routine");
+            zavo_e1mes(ZAVO_FATAL, 5, "the end");
+            zavo_error_pop("routine");
+        },
+        testing::ExitedWithCode(4), "FATAL    Error 5 from routine.  the end");
+}
+
+TEST(error_stack, internal_error_stops_at_posting_with_status_8)
+{
+    EXPECT_EXIT(zavo_e1mes(ZAVO_INTERNAL, 5, "broken"), testing::ExitedWithCode(8), "INTERNAL Error from");
+}
+
+TEST(error_stack, bad_type_stops_with_status_zero)
+{
+    EXPECT_EXIT(zavo_e1mes(9, 5, "what"), testing::ExitedWithCode(0),
+                "Error type must be -1,...,8, but type =");
+    EXPECT_EXIT(zavo_e1mes(-2, 5, "what"), testing::ExitedWithCode(0), "Message = \"what\"");
+}
+
+TEST(error_stack, mismatched_pop_and_overflow_are_internal_errors)
+{
+    EXPECT_EXIT(
+        {
+            zavo_error_push("one");
+            zavo_error_pop("other");
+        },
+        testing::ExitedWithCode(8), "INTERNAL Error from one");
+    EXPECT_EXIT(
+        for (int i = 0; i < 200; ++i) { zavo_error_push("deep"); }, testing::ExitedWithCode(8),
+        "INTERNAL Error from deep");
+    EXPECT_EXIT(zavo_error_pop("nothing was pushed"), testing::ExitedWithCode(8), "INTERNAL Error");
+}
+
+TEST(error_stack, names_match_by_text)
+{
+    const std::string same = "routine";
+    zavo_error_push("routine");
+    EXPECT_EQ(zavo_error_pop(same.c_str()), 0);
+}
+
+TEST(error_stack, query_of_another_level_is_an_internal_error)
+{
+    EXPECT_EXIT(zavo_error_type(2), testing::ExitedWithCode(8), "");
+    EXPECT_EXIT(zavo_error_code(-1), testing::ExitedWithCode(8), "");
+}
+
+TEST(error_stack, user_level_reads_the_second_character)
+{
+    CapturedErrors errors;
+    for (const char* text : {"ON", "on", "xN", "On"}) {
+        errors.clear();
+        zavo_error_push("outer");
+        zavo_error_user_level(text);
+        zavo_error_push("inner");
+        zavo_e1mes(ZAVO_WARNING, 1, "w");
+        zavo_error_pop("inner");
+        EXPECT_EQ(errors.all().size(), 1U) << text;
+        zavo_error_user_level("OFF");
+        zavo_e1mes(0, 0, nullptr);
+        zavo_error_pop("outer");
+    }
+    errors.clear();
+    zavo_error_push("outer");
+    zavo_error_user_level("");
+    zavo_error_push("inner");
+    zavo_e1mes(ZAVO_WARNING, 1, "w");
+    zavo_error_pop("inner");
+    EXPECT_TRUE(errors.empty());
+    zavo_error_pop("outer");
+}
+
+} // namespace

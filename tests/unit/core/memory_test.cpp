@@ -1,0 +1,76 @@
+#include "core/memory.hpp"
+
+#include <cstdint>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+using namespace zavo::core;
+
+TEST(memory, the_nth_allocation_fails_and_only_that_one)
+{
+    zavo_fail_allocation(2);
+    void* const first = allocate(4, 4);
+    void* const second = allocate(4, 4);
+    void* const third = allocate(4, 4);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(second, nullptr);
+    EXPECT_NE(third, nullptr);
+    EXPECT_EQ(zavo_allocation_count(), 3);
+    zavo_fail_allocation(0);
+    release(first);
+    release(third);
+}
+
+TEST(memory, products_beyond_a_size_are_failed_allocations)
+{
+    EXPECT_EQ(allocate(SIZE_MAX / 2, 4), nullptr);
+    EXPECT_EQ(allocate_zeroed(SIZE_MAX / 4 + 2, 4), nullptr);
+    EXPECT_EQ(take_work(SIZE_MAX / 2, 2), nullptr);
+    EXPECT_EQ(take_work(SIZE_MAX / 2, 1), nullptr);
+    void* const none = allocate(0, 4);
+    EXPECT_NE(none, nullptr);
+    release(none);
+}
+
+TEST(memory, work_blocks_are_aligned_and_given_back_in_any_order)
+{
+    void* const mark = work_mark();
+    std::vector<void*> blocks;
+    for (std::size_t bytes : {1U, 63U, 64U, 4096U, 5U}) {
+        void* const block = take_work(bytes, 1);
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 64, 0U);
+        std::memset(block, 0x5a, bytes);
+        blocks.push_back(block);
+    }
+    give_back_work(blocks[2]);
+    give_back_work(blocks[4]);
+    give_back_work(nullptr);
+    give_back_work(blocks[0]);
+    EXPECT_NE(work_mark(), mark);
+    release_work_since(mark);
+    EXPECT_EQ(work_mark(), mark);
+}
+
+TEST(memory, a_result_array_frees_what_it_did_not_hand_over)
+{
+    float own[2] = {1, 2};
+    {
+        ResultArray<float> array;
+        ASSERT_TRUE(array.allocate(10));
+        ASSERT_TRUE(array.allocate(20)); // the first one is freed
+        array.borrow(own);
+        EXPECT_TRUE(array.borrowed());
+        EXPECT_EQ(array.hand_over(), own);
+        EXPECT_EQ(array.get(), nullptr);
+    }
+    ResultArray<float> array;
+    ASSERT_TRUE(array.allocate(3));
+    float* const handed = array.hand_over();
+    std::free(handed);
+}
+
+} // namespace
