@@ -159,7 +159,35 @@ void zavo_random_option(int option);
 void zavo_rnses(const float* table);
 
 /* ---- Fourier transforms, convolution ------------------------------------ */
-/* @fft */
+/*
+ * Packed spectrum of n reals (real transform, convolution): the term of
+ * frequency zero; real and imaginary part of the frequencies 1 .. (n - 1) / 2;
+ * for even n the real Nyquist term.
+ *
+ * Lengths made of 2, 3 and 5 are fast and exact to a few units of float. A prime
+ * factor above 5 costs time in proportion to itself, and in the real transform
+ * also accuracy: relative errors of about 1e-3 for a factor near 1000 and 0.2
+ * near 10000. Pad, or choose another length.
+ */
+
+/* The transform of the n >= 1 reals at p, unscaled: the packed spectrum, or with
+ * ZAVO_BACKWARD the reals of the packed spectrum p (backward of forward gives n
+ * times the input). Options:
+ *   ZAVO_BACKWARD     []
+ *   ZAVO_PARAMS       [const float*] table of zavo_f_fft_real_init for the same n;
+ *                     the call overwrites its scratch part
+ *   ZAVO_RETURN_USER  [float*] n floats that receive the result; may be p. The
+ *                     array must come from malloc(): an error (of the arguments,
+ *                     or for want of memory) releases it and gives null.
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null p,
+ * 5/6001 n < 1, 5/201 no memory, 5/102 fault. */
+float* zavo_f_fft_real(int n, const float* p, ...);
+
+/* A table of 2n + 15 floats for the length n: n floats of scratch, n of cosines
+ * and sines, 15 of factor record. One table serves one transform at a time. Null
+ * without an error for n = 1, which needs none; posts 5/6001 n < 1, 5/201 no
+ * memory. */
+float* zavo_f_fft_real_init(int n);
 
 /* ---- Physical constants, calendar --------------------------------------- */
 
