@@ -132,7 +132,7 @@ float zavo_f_vmax(int n, ...);
  * is read. Returns the array, a new one belonging to the caller. Posts 5/603 for
  * n < 1, 5/11001 for another option, 5/200 when memory is short, and returns
  * null. The normal routine also posts 5/9041 for every uniform deviate of
- * exactly 1 that it draws (about one in 30 million); that deviate is a NaN in an
+ * exactly 1 that it draws (one in 34 million); that deviate is a NaN in an
  * array of the caller, and a new array is not handed out. */
 float* zavo_f_random_uniform(int n, ...);
 float* zavo_f_random_normal(int n, ...);
