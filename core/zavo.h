@@ -117,8 +117,46 @@ float zavo_f_vmin(int n, ...);
 float zavo_f_vmax(int n, ...);
 
 /* ---- Random deviates --------------------------------------------------- */
-/* @random */
+/*
+ * One stream for the process: a multiplicative congruential generator modulo
+ * 2^31 - 1, seeded from the clock when nothing has seeded it. The same seed and
+ * option give the same bits on every processor and system, however a sequence is
+ * split into calls.
+ */
+
+/* n >= 1 deviates: uniform, at least 2^-31 and, kept so, at most exactly 1;
+ * standard normal, by the inverse distribution function; standard exponential,
+ * -ln of a uniform one. Each takes one uniform deviate of the stream.
+ * Option: ZAVO_RETURN_USER with a float array of at least n elements, which is
+ * filled and returned; a null array counts as none given. Only the first option
+ * is read. Returns the array, a new one belonging to the caller. Posts 5/603 for
+ * n < 1, 5/11001 for another option, 5/200 when memory is short, and returns
+ * null. The normal routine also posts 5/9041 for every uniform deviate of
+ * exactly 1 that it draws (about one in 30 million); that deviate is a NaN in an
+ * array of the caller, and a new array is not handed out. */
+float* zavo_f_random_uniform(int n, ...);
+float* zavo_f_random_normal(int n, ...);
+float* zavo_f_random_exponential(int n, ...);
+
+/* The x for which a standard normal deviate is below x with probability p,
+ * 0 < p < 1; else posts 5/9041 and returns NaN. */
+float zavo_f_normal_inverse_cdf(float p);
+
+/* 0 < seed < 2147483647 is where the stream goes on; 0 takes a seed from the
+ * time of day. Any other seed is ignored, without an error. */
 void zavo_random_seed_set(int seed);
+/* The last state of the generator: a seed that continues the sequence. */
+int zavo_random_seed_get(void);
+
+/* Selects the multiplier: 16807 (options 1, 2), 397204094 (3, 4) or 950706376
+ * (5, 6); even options draw through a shuffle table of 128 deviates. 1 is the
+ * default. Posts 5/602 for an option outside 1..6. The table stays filled. */
+void zavo_random_option(int option);
+
+/* Loads the shuffle table from 128 values between 0 and 1, both excluded; each
+ * other value is left out and posts 5/11031. A table[0] of 0 or less empties the
+ * table: the generator fills it at the next shuffled deviate. */
+void zavo_rnses(const float* table);
 
 /* ---- Fourier transforms, convolution ------------------------------------ */
 /*
