@@ -189,6 +189,73 @@ float* zavo_f_fft_real(int n, const float* p, ...);
  * memory. */
 float* zavo_f_fft_real_init(int n);
 
+/* The transform of the n >= 1 complex values at p, unscaled: the sums of
+ * p[j] exp(-2 pi i j k / n), with ZAVO_BACKWARD of p[j] exp(+2 pi i j k / n).
+ * Options:
+ *   ZAVO_BACKWARD     []
+ *   ZAVO_PARAMS       [const float*] table of zavo_c_fft_complex_init for the same
+ *                     n; the call overwrites its scratch part
+ *   ZAVO_RETURN_USER  [f_complex*] n values that receive the result; may be p.
+ *                     Stays the caller's whatever happens.
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null p,
+ * 5/6001 n < 1, 5/201 no memory, 5/102 fault. */
+f_complex* zavo_c_fft_complex(int n, const f_complex* p, ...);
+
+/* A table of 4n + 15 floats, otherwise as zavo_f_fft_real_init. */
+float* zavo_c_fft_complex_init(int n);
+
+enum zavo_fft_2d_option {
+    ZAVO_RESULT_COL_DIM = 10179, /* [int] */
+    ZAVO_INPUT_COL_DIM = 10180   /* [int] */
+};
+
+/* The two-dimensional transform of m rows by n columns of complex values, stored
+ * by rows, unscaled. Options:
+ *   ZAVO_BACKWARD        []
+ *   ZAVO_RESULT_COL_DIM  [int] distance from row to row in the result, in complex
+ *                        values; n unless given
+ *   ZAVO_INPUT_COL_DIM   [int] the same in p
+ *   ZAVO_RETURN_USER     [f_complex*] array that receives the result; it is
+ *                        returned after an error too, as it stands
+ * Backward the two dimensions trade roles: p is read with ZAVO_RESULT_COL_DIM
+ * and the result written with ZAVO_INPUT_COL_DIM. A result with one column is
+ * the input backward.
+ * Posts 5/103 unknown option, 5/6003 n < 1, 5/6004 m < 1, 5/104 null array with
+ * an option, 5/6002 null p, 5/201 no memory, 5/102 fault; of the result's and
+ * the input's dimension 5/6007 and 5/6008 when below n (backward) or negative
+ * (forward). */
+f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ...);
+
+enum zavo_convolution_option {
+    ZAVO_CIRCULAR = 10030,      /* [] */
+    ZAVO_CORRELATE = 11070,     /* [] */
+    ZAVO_Z_TRANS = 11071,       /* [float** receives a new array] */
+    ZAVO_Z_TRANS_USER = 11072,  /* [float* array that receives the spectrum] */
+    ZAVO_SERIES_FIRST = 11073,  /* [] */
+    ZAVO_SERIES_NEXT = 11074,   /* [] */
+    ZAVO_SERIES_LAST = 11075    /* [] */
+};
+
+/* The convolution z[k] = sum of x[j] y[k - j] of nx and ny reals, through the real
+ * transform of a padded length that goes to *nz. Padded with zeros, so that the
+ * first nx + ny - 1 values are the linear convolution; nz is then at least that.
+ * Options:
+ *   ZAVO_CIRCULAR      [] periodic with nz = max(nx, ny) instead
+ *   ZAVO_CORRELATE     [] z[k] = sum of x[j + k] y[j] instead. Reads nx values of
+ *                      y, too; nz is nx when circular, else at least 2 nx - 1. With
+ *                      x and y the same array: the autocorrelation
+ *   ZAVO_Z_TRANS       [float**] receives a new array of the nz values of the packed
+ *                      spectrum of z, unscaled; the caller's to free()
+ *   ZAVO_Z_TRANS_USER  [float*] array of nz floats for that spectrum
+ *   ZAVO_RETURN_USER   [float*] array of nz floats that receives the result
+ *   ZAVO_SERIES_FIRST, ZAVO_SERIES_NEXT, ZAVO_SERIES_LAST
+ *                      [] for a series of calls with the same nz: keep the work
+ *                      storage and the table of the first call until the last.
+ *                      Nothing else may be convolved meanwhile
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null x or
+ * y, 5/3111 nx < 1, 5/3112 ny < 1, 5/201 no memory, 5/102 fault. */
+float* zavo_f_convolution(int nx, const float* x, int ny, const float* y, int* nz, ...);
+
 /* ---- Physical constants, calendar --------------------------------------- */
 
 /* A constant by its name; upper and lower case, blanks and underscores do not
