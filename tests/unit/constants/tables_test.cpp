@@ -2,7 +2,7 @@
 
 #include "constants/tables.hpp"
 #include "constants/units.h"
-#include "tests/unit/constants/error_log.hpp"
+#include "tests/unit/constants/reporting_test.hpp"
 
 #include <bit>
 #include <cstdint>
@@ -146,7 +146,7 @@ const UnitCase units[] = {
 };
 // clang-format on
 
-TEST(ConstantTable, HoldsThirtyRows)
+TEST(constant_table, holds_thirty_rows)
 {
     EXPECT_EQ(std::size(constants), 30U);
     for (const ConstantCase& c : constants) {
@@ -158,7 +158,7 @@ TEST(ConstantTable, HoldsThirtyRows)
     }
 }
 
-TEST(ConstantTable, HoldsNothingElse)
+TEST(constant_table, holds_nothing_else)
 {
     for (const char* name : {"", "@", "A", "AMT", "BOLTZMANNN", "D", "PI2", "STANDARDPRESSURES",
                              "WATERTRIPLF", "ZZZ", "pi", "\xFF", "STEFANBOLTZMANNSTEFANBOLTZMANN"}) {
@@ -166,7 +166,7 @@ TEST(ConstantTable, HoldsNothingElse)
     }
 }
 
-TEST(UnitTable, HoldsEightyTwoRows)
+TEST(unit_table, holds_eighty_two_rows)
 {
     EXPECT_EQ(std::size(units), 82U);
     for (const UnitCase& u : units) {
@@ -180,7 +180,7 @@ TEST(UnitTable, HoldsEightyTwoRows)
     }
 }
 
-TEST(UnitTable, HoldsNothingElse)
+TEST(unit_table, holds_nothing_else)
 {
     for (const char* name : {"", "0", "2", "AA", "B", "METERS", "MICROM", "YEARS", "m", "FT", "\x80", "Z"}) {
         EXPECT_EQ(find_unit(name), nullptr) << name;
@@ -189,7 +189,8 @@ TEST(UnitTable, HoldsNothingElse)
 
 // Every row is reached through an expression, but for the two whose names the
 // parser splits.
-TEST_F(ErrorLog, UnitsAreReachedByName)
+using unit_names = reporting_test;
+TEST_F(unit_names, are_reached_by_expressions)
 {
     for (const UnitCase& u : units) {
         int dims[5];
@@ -205,7 +206,7 @@ TEST_F(ErrorLog, UnitsAreReachedByName)
     }
 }
 
-TEST(UnitTable, KeepsItsPeculiarRows)
+TEST(unit_table, keeps_its_peculiar_rows)
 {
     const auto dim = [](const char* name, int k) { return static_cast<int>(find_unit(name)->dims[k]); };
     enum { length, mass, time };
