@@ -132,7 +132,7 @@ float zavo_f_vmax(int n, ...);
  * is read. Returns the array, a new one belonging to the caller. Posts 5/603 for
  * n < 1, 5/11001 for another option, 5/200 when memory is short, and returns
  * null. The normal routine also posts 5/9041 for every uniform deviate of
- * exactly 1 that it draws (about one in 30 million); that deviate is a NaN in an
+ * exactly 1 that it draws (one in 34 million); that deviate is a NaN in an
  * array of the caller, and a new array is not handed out. */
 float* zavo_f_random_uniform(int n, ...);
 float* zavo_f_random_normal(int n, ...);
@@ -189,6 +189,73 @@ float* zavo_f_fft_real(int n, const float* p, ...);
  * memory. */
 float* zavo_f_fft_real_init(int n);
 
+/* The transform of the n >= 1 complex values at p, unscaled: the sums of
+ * p[j] exp(-2 pi i j k / n), with ZAVO_BACKWARD of p[j] exp(+2 pi i j k / n).
+ * Options:
+ *   ZAVO_BACKWARD     []
+ *   ZAVO_PARAMS       [const float*] table of zavo_c_fft_complex_init for the same
+ *                     n; the call overwrites its scratch part
+ *   ZAVO_RETURN_USER  [f_complex*] n values that receive the result; may be p.
+ *                     Stays the caller's whatever happens.
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null p,
+ * 5/6001 n < 1, 5/201 no memory, 5/102 fault. */
+f_complex* zavo_c_fft_complex(int n, const f_complex* p, ...);
+
+/* A table of 4n + 15 floats, otherwise as zavo_f_fft_real_init. */
+float* zavo_c_fft_complex_init(int n);
+
+enum zavo_fft_2d_option {
+    ZAVO_RESULT_COL_DIM = 10179, /* [int] */
+    ZAVO_INPUT_COL_DIM = 10180   /* [int] */
+};
+
+/* The two-dimensional transform of m rows by n columns of complex values, stored
+ * by rows, unscaled. Options:
+ *   ZAVO_BACKWARD        []
+ *   ZAVO_RESULT_COL_DIM  [int] distance from row to row in the result, in complex
+ *                        values; n unless given
+ *   ZAVO_INPUT_COL_DIM   [int] the same in p
+ *   ZAVO_RETURN_USER     [f_complex*] array that receives the result; it is
+ *                        returned after an error too, as it stands
+ * Backward the two dimensions trade roles: p is read with ZAVO_RESULT_COL_DIM
+ * and the result written with ZAVO_INPUT_COL_DIM. A result with one column is
+ * the input backward.
+ * Posts 5/103 unknown option, 5/6003 n < 1, 5/6004 m < 1, 5/104 null array with
+ * an option, 5/6002 null p, 5/201 no memory, 5/102 fault; of the result's and
+ * the input's dimension 5/6007 and 5/6008 when below n (backward) or negative
+ * (forward). */
+f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ...);
+
+enum zavo_convolution_option {
+    ZAVO_CIRCULAR = 10030,      /* [] */
+    ZAVO_CORRELATE = 11070,     /* [] */
+    ZAVO_Z_TRANS = 11071,       /* [float** receives a new array] */
+    ZAVO_Z_TRANS_USER = 11072,  /* [float* array that receives the spectrum] */
+    ZAVO_SERIES_FIRST = 11073,  /* [] */
+    ZAVO_SERIES_NEXT = 11074,   /* [] */
+    ZAVO_SERIES_LAST = 11075    /* [] */
+};
+
+/* The convolution z[k] = sum of x[j] y[k - j] of nx and ny reals, through the real
+ * transform of a padded length that goes to *nz. Padded with zeros, so that the
+ * first nx + ny - 1 values are the linear convolution; nz is then at least that.
+ * Options:
+ *   ZAVO_CIRCULAR      [] periodic with nz = max(nx, ny) instead
+ *   ZAVO_CORRELATE     [] z[k] = sum of x[j + k] y[j] instead. Reads nx values of
+ *                      y, too; nz is nx when circular, else at least 2 nx - 1. With
+ *                      x and y the same array: the autocorrelation
+ *   ZAVO_Z_TRANS       [float**] receives a new array of the nz values of the packed
+ *                      spectrum of z, unscaled; the caller's to free()
+ *   ZAVO_Z_TRANS_USER  [float*] array of nz floats for that spectrum
+ *   ZAVO_RETURN_USER   [float*] array of nz floats that receives the result
+ *   ZAVO_SERIES_FIRST, ZAVO_SERIES_NEXT, ZAVO_SERIES_LAST
+ *                      [] for a series of calls with the same nz: keep the work
+ *                      storage and the table of the first call until the last.
+ *                      Nothing else may be convolved meanwhile
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null x or
+ * y, 5/3111 nx < 1, 5/3112 ny < 1, 5/201 no memory, 5/102 fault. */
+float* zavo_f_convolution(int nx, const float* x, int ny, const float* y, int* nz, ...);
+
 /* ---- Physical constants, calendar --------------------------------------- */
 
 /* A constant by its name; upper and lower case, blanks and underscores do not
@@ -216,7 +283,89 @@ void zavo_days_to_date(int days, int* day, int* month, int* year);
 
 
 /* ---- Minimisation ------------------------------------------------------ */
-/* @minimize */
+
+/* User functions. Unconstrained: returns f(x). Constrained: stores f(x) in *f.
+ * Gradient of either minimiser: fills g[0..n-1]. x holds n values; it may be
+ * looked at but not changed. */
+typedef float (*zavo_objective_fn)(int n, float* x);
+typedef void (*zavo_constrained_objective_fn)(int n, float* x, float* f);
+typedef void (*zavo_gradient_fn)(int n, float* x, float* g);
+
+/* Options of the minimisers; values in brackets, defaults behind. Both take
+ * ZAVO_START_POINT, ZAVO_FUNCTION_EVAL_LIMIT and ZAVO_RETURN_USER [float*, n
+ * values]. eps is zavo_f_machine(4), 2^-23. */
+enum zavo_minimize_option {
+    ZAVO_START_POINT = 10100,             /* [const float*, copied], zeros */
+    ZAVO_FUNCTION_EVAL_LIMIT = 10103,     /* [int], 400 */
+    /* zavo_f_min_uncon_multivar */
+    ZAVO_GRADIENT_FUNCTION = 10105,       /* [zavo_gradient_fn], differences */
+    ZAVO_VARIABLE_SCALING = 10106,        /* [const float*, copied], ones; 1 / typical size of each x */
+    ZAVO_FUNCTION_SCALE = 10107,          /* [double], 1; typical size of f */
+    ZAVO_GRADIENT_TOLERANCE = 10108,      /* [double], sqrt(eps); scaled gradient */
+    ZAVO_STEP_TOLERANCE = 10109,          /* [double], eps^(2/3); scaled step */
+    ZAVO_RELATIVE_TOLERANCE = 10110,      /* [double], max(1e-10, eps^(2/3)); relative change of f */
+    ZAVO_STEP_LIMIT = 10111,              /* [double], computed from the start; longest scaled step */
+    ZAVO_GOOD_DIGITS = 10112,             /* [int], 7; reliable decimal digits of f */
+    ZAVO_ITERATION_LIMIT = 10113,         /* [int], 100 */
+    ZAVO_GRADIENT_EVAL_LIMIT = 10114,     /* [int], 400 */
+    ZAVO_HESSIAN_START = 10115,           /* [int], 0 identity; else a diagonal from the scales */
+    ZAVO_RESULT_VALUE = 10116,            /* [float*] receives f at the solution */
+    ZAVO_FUNCTION_SCALE_ADR = 11025,      /* [const float*] the same five, read through a pointer */
+    ZAVO_GRADIENT_TOLERANCE_ADR = 11026,
+    ZAVO_STEP_TOLERANCE_ADR = 11027,
+    ZAVO_RELATIVE_TOLERANCE_ADR = 11028,
+    ZAVO_STEP_LIMIT_ADR = 11029,
+    /* zavo_f_min_con_gen_lin */
+    ZAVO_ACCURACY = 10053,                /* [double], sqrt(eps); norm of the Kuhn-Tucker residual */
+    ZAVO_OBJECTIVE_VALUE = 10125,         /* [float*] receives f at the solution */
+    ZAVO_CON_GRADIENT_FUNCTION = 10250,   /* [zavo_gradient_fn], differences */
+    ZAVO_ACTIVE_LIST = 11140,             /* [int**] receives the active list; the caller frees it */
+    ZAVO_ACTIVE_LIST_USER = 11141,        /* [int*] the caller's ncon + 2*nvar places for it */
+    ZAVO_ACTIVE_COUNT = 11142,            /* [int*] receives the number of active constraints */
+    ZAVO_MULTIPLIERS = 11143,             /* [float**] receives the multipliers; the caller frees them */
+    ZAVO_MULTIPLIERS_USER = 11144         /* [float*] the caller's nvar places for them */
+};
+
+/* Minimises a smooth function of n variables by a quasi-Newton method (BFGS,
+ * factored) with a line search. Without a gradient function gradients come from
+ * differences, forward first and central near the solution.
+ * Returns the solution, n values; null after an error of type 5: 5/8020 (n < 1),
+ * 5/103 (unknown option; the rest of the list is still read), 5/201 (memory),
+ * 5/102 (a fault in fcn). Controls out of range are replaced with a warning of
+ * type 6: 8034 (n = 1), 8035, 8039, 8041, 8058..8063, 8068..8070, 8072.
+ * How the run ended: no error (gradient tolerance met), 1/8006 (step tolerance
+ * met), 3/8049 (no acceptable step), 3/8050 (f changes by no more than the
+ * relative tolerance), 4/8051 (false convergence), 3/8017, 3/8029, 3/8030
+ * (limits), 3/8032 (five steps of the greatest length). */
+float* zavo_f_min_uncon_multivar(zavo_objective_fn fcn, int n, ...);
+
+/* Minimises a smooth function of nvar variables subject to
+ *     a[i] . x  = b[i],  i = 0 .. neq-1,
+ *     a[i] . x <= b[i],  i = neq .. ncon-1,       xlb <= x <= xub,
+ * by an active-set method with a tolerance for nearly active constraints.
+ * a: ncon x nvar by rows, in another order while the call runs and as it was
+ * afterwards; b: ncon values; a and b may be null when ncon is 0. Equal bounds
+ * fix a variable. fcn may be called a little outside the constraints when
+ * gradients come from differences.
+ * The active list names constraints by number from 1: i+1 for row i, ncon+j for
+ * the lower and ncon+nvar+j for the upper bound of variable j = 1..nvar; only
+ * its first active-count entries have a meaning. The multipliers stand in the
+ * same order and belong to the Lagrangian
+ *     f(x) + sum of multiplier * (left-hand side - right-hand side),
+ * each constraint written as "<=" (a lower bound as -x[j] <= -xlb[j]), so that
+ * those of inequalities and bounds are not negative at a minimum: moving a
+ * right-hand side up by one lowers f by about the multiplier. Multipliers of
+ * equalities and of fixed variables have either sign; places behind the active
+ * count are 0.
+ * Returns the solution, nvar values; null after an error of type 5: 5/8080
+ * (nvar < 1), 5/8082 (ncon < 0), 5/8083, 5/8084 (neq), 5/8085 (accuracy < 0),
+ * 5/8086 (bounds cross), 5/8087 (limit < 1), 5/103, 5/201, 5/202, 5/102. List
+ * and multipliers asked for are then null.
+ * How the run ended: 1/8088 (accuracy met), 1/8089, 1/8090 (no descent left),
+ * 4/8091, 4/8092, 4/8093 (inconsistent constraints), 4/8094 (limit), 4/8095 and
+ * with a gradient function 4/8096 (the equalities fix every variable). */
+float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a, float* b,
+                              float* xlb, float* xub, ...);
 
 #ifdef __cplusplus
 }

@@ -81,4 +81,40 @@ void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
     sum_slots<Lanes>(slab, ip, x, y);
 }
 
+// The complex counterpart: cosines and sines of 2 pi b / ip, b = l j mod ip, are
+// looked up at wa[step * (b - 1)], so nothing is lost to a recurrence. A slab
+// counts the real and imaginary parts alike.
+template <Direction d, class Lanes>
+void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+{
+    using L = typename Lanes::Value;
+    constexpr Index stride = Lanes::stride;
+    const auto sine = [](float value) { return d == Direction::forward ? -value : value; };
+    for (Index l = 1; l < (ip + 1) / 2; ++l) {
+        float* const cosines = y + stride * slab * l;
+        float* const sines = y + stride * slab * (ip - l);
+        const float* const w = wa + step * (l - 1);
+        for (Index i = 0; i < slab; ++i) {
+            const L x0 = Lanes::load(x + stride * i);
+            const L x1 = Lanes::load(x + stride * (i + slab));
+            const L xc = Lanes::load(x + stride * (i + slab * (ip - 1)));
+            Lanes::store(cosines + stride * i, x0 + w[0] * x1);
+            Lanes::store(sines + stride * i, sine(w[1]) * xc);
+        }
+        Index b = l;
+        for (Index j = 2; j < (ip + 1) / 2; ++j) {
+            b = b + l >= ip ? b + l - ip : b + l;
+            const float wr = wa[step * (b - 1)];
+            const float wi = sine(wa[step * (b - 1) + 1]);
+            for (Index i = 0; i < slab; ++i) {
+                float* const c = cosines + stride * i;
+                float* const s = sines + stride * i;
+                Lanes::store(c, Lanes::load(c) + wr * Lanes::load(x + stride * (i + slab * j)));
+                Lanes::store(s, Lanes::load(s) + wi * Lanes::load(x + stride * (i + slab * (ip - j))));
+            }
+        }
+    }
+    sum_slots<Lanes>(slab, ip, x, y);
+}
+
 } // namespace zavo::fft

@@ -1,9 +1,8 @@
 #include "fft/transforms.hpp"
 
+#include "fft/complex_passes.hpp"
 #include "fft/factors.hpp"
 #include "fft/real_passes.hpp"
-
-#include <cstring>
 
 namespace zavo::fft {
 
@@ -41,6 +40,24 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
         run_real<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     } else {
         run_real<Direction::backward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
+    }
+}
+
+void transform_complex(Direction d, Index n, const float* p, float* q, float* params)
+{
+    if (n == 1) {
+        const float re = p[0], im = p[1];
+        q[0] = re;
+        q[1] = im;
+        return;
+    }
+    float* const scratch = params;
+    const float* const twiddles = params + 2 * n;
+    const Factors factors = read_complex_record(n, params + 4 * n);
+    if (d == Direction::forward) {
+        run_complex<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
+    } else {
+        run_complex<Direction::backward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     }
 }
 

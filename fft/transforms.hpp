@@ -16,5 +16,7 @@ void limit_path(Path most);
 
 // n >= 1; the other arguments as in real_fft.h.
 void transform_real(Direction d, Index n, const float* p, float* q, float* params);
+// The same for n complex values, 2n floats; params: a table of 4n + 15 floats.
+void transform_complex(Direction d, Index n, const float* p, float* q, float* params);
 
 } // namespace zavo::fft

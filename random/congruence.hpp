@@ -29,7 +29,8 @@ inline constexpr int max_lanes = 64;
 constexpr std::uint32_t multiply_mod(std::uint32_t a, std::uint32_t b)
 {
     const std::uint64_t product = std::uint64_t{a} * b;
-    const auto sum = static_cast<std::uint32_t>(product & modulus) + static_cast<std::uint32_t>(product >> 31);
+    const auto sum =
+        static_cast<std::uint32_t>(product & modulus) + static_cast<std::uint32_t>(product >> 31);
     return sum >= modulus ? sum - modulus : sum;
 }
 

@@ -31,7 +31,7 @@ bool read_option(core::OptionReader& options, core::ResultArray<float>& result)
 
 } // namespace
 
-float* deliver_deviates(const char* name, int n, std::va_list list, void (*worker)(int n, float* r))
+float* deliver_deviates(const char* name, int n, std::va_list list, Worker* worker)
 {
     core::OptionReader options{list, 2};
     core::ResultArray<float> result;
@@ -50,7 +50,7 @@ float* deliver_deviates(const char* name, int n, std::va_list list, void (*worke
             zavo_error_post(ZAVO_TERMINAL, core::code::out_of_memory);
             return;
         }
-        worker(n, result.get());
+        worker(n, result.get(), !result.borrowed());
         generated = true;
     });
     const bool handed_over = generated && (result.borrowed() || !frame.failed());

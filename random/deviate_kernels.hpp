@@ -119,7 +119,8 @@ typename L::Doubles minus_log(typename L::Doubles a)
     const typename L::Bits bits = L::bits(a);
     const typename L::Bits moved = bits + L::all_bits(one - root_half); // exponent field: k + 1023
     const typename L::Doubles k = L::from_bits((moved >> 52) | L::all_bits(two_52)) - L::all(0x1p52 + 1023.0);
-    const typename L::Doubles m = L::from_bits(bits - (moved & L::all_bits(exponent_field)) + L::all_bits(one));
+    const typename L::Doubles m =
+        L::from_bits(bits - (moved & L::all_bits(exponent_field)) + L::all_bits(one));
 
     const typename L::Doubles f = m - L::all(1.0);
     const typename L::Doubles s = f / (L::all(2.0) + f);
@@ -183,9 +184,9 @@ void minus_log_in_place(std::size_t n, float* r)
 // Uniform deviates that the form near the centre does not serve, packed.
 template <class L>
 struct Outer {
-    static constexpr int chunk = 256;       // deviates in a round
-    float p[chunk + L::width];              // packing overwrites a vector's width
-    std::uint32_t place[chunk + L::width];  // in the round
+    static constexpr int chunk = 256;      // deviates in a round
+    float p[chunk + L::width];             // packing overwrites a vector's width
+    std::uint32_t place[chunk + L::width]; // in the round
     int count = 0;
 
     void add(typename L::Floats values, std::uint32_t first, unsigned lanes)
@@ -260,9 +261,11 @@ unsigned middle_vector(typename L::Floats p, float* r)
     return (served ^ all_lanes) | L::less(z_float, L::all(central_limit)) | L::near_middle(root, reach);
 }
 
+// True when a deviate was outside (0, 1).
 template <class L>
-void replace_outer(Outer<L>& outer, float* r)
+bool replace_outer(Outer<L>& outer, float* r)
 {
+    bool outside = false;
     for (int i = outer.count; i < outer.count + L::width; ++i) {
         outer.p[i] = 0.05F; // fills the last vector
     }
@@ -271,16 +274,19 @@ void replace_outer(Outer<L>& outer, float* r)
         const int count = outer.count - i < L::width ? outer.count - i : L::width;
         const unsigned hard = middle_vector<L>(L::load(outer.p + i), deviate);
         for (int lane = 0; lane < count; ++lane) {
+            const float p = outer.p[i + lane];
             const bool by_definition = hard >> lane & 1;
-            r[outer.place[i + lane]] =
-                by_definition ? zavo_f_normal_inverse_cdf(outer.p[i + lane]) : deviate[lane];
+            r[outer.place[i + lane]] = by_definition ? l_inverse_normal(p) : deviate[lane];
+            outside = outside || !(p > 0.0F && p < 1.0F);
         }
     }
+    return outside;
 }
 
 template <class L>
-void normal_in_place(std::size_t n, float* r)
+bool normal_in_place(std::size_t n, float* r)
 {
+    bool outside = false;
     while (n != 0) {
         Outer<L> outer;
         const std::size_t round = n < Outer<L>::chunk ? n : Outer<L>::chunk;
@@ -300,16 +306,22 @@ void normal_in_place(std::size_t n, float* r)
                 r[i + lane] = rest[lane];
             }
         }
-        replace_outer<L>(outer, r);
+        outside = replace_outer<L>(outer, r) || outside;
         n -= round;
         r += round;
     }
+    return outside;
 }
 
 template <class L>
 constexpr Kernels kernels_of(const char* name)
 {
-    return {name, fill_cached<L>, fill_streamed<L>, fill_with_states<L>, minus_log_in_place<L>, normal_in_place<L>};
+    return {name,
+            fill_cached<L>,
+            fill_streamed<L>,
+            fill_with_states<L>,
+            minus_log_in_place<L>,
+            normal_in_place<L>};
 }
 
 } // namespace zavo::random

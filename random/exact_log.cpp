@@ -116,8 +116,8 @@ double exact_log(double x)
         sum = sum * z + series.coefficient[i];
     }
     const Pair mantissa_log = s * sum;
-    const Pair total = ln_2 * Pair{static_cast<double>(k), 0.0} +
-                       Pair{2.0 * mantissa_log.hi, 2.0 * mantissa_log.lo};
+    const Pair total =
+        ln_2 * Pair{static_cast<double>(k), 0.0} + Pair{2.0 * mantissa_log.hi, 2.0 * mantissa_log.lo};
     return total.hi;
 }
 

@@ -26,15 +26,18 @@ void l_rnexp(int n, float* r)
         zavo_error_pop("l_rnexp");
         return;
     }
-    zavo_f_random_uniform(n, ZAVO_RETURN_USER, r, 0);
-    kernels().minus_log(static_cast<std::size_t>(n), r);
+    in_blocks(n, r, [](int count, float* block) {
+        zavo_f_random_uniform(count, ZAVO_RETURN_USER, block, 0);
+        kernels().minus_log(static_cast<std::size_t>(count), block);
+    });
 }
 
 float* zavo_f_random_exponential(int n, ...)
 {
     std::va_list list;
     va_start(list, n);
-    float* const result = deliver_deviates("zavo_f_random_exponential", n, list, l_rnexp);
+    float* const result = deliver_deviates("zavo_f_random_exponential", n, list,
+                                           [](int count, float* r, bool) { l_rnexp(count, r); });
     va_end(list);
     return result;
 }

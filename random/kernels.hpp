@@ -26,10 +26,24 @@ struct Kernels {
     // Replaces each of n uniform deviates by -ln of it.
     void (*minus_log)(std::size_t n, float* r);
 
-    // Replaces each of n uniform deviates by the inverse normal distribution
-    // function of it; a deviate outside (0, 1) posts its error.
-    void (*normal)(std::size_t n, float* r);
+    // Replaces each of n uniform deviates by l_inverse_normal of it. True when
+    // one of them was outside (0, 1).
+    bool (*normal)(std::size_t n, float* r);
 };
+
+// A batch that is drawn and then transformed is done in blocks, which stay in
+// the cache between the two: work(count, r) for each.
+template <class Work>
+void in_blocks(int n, float* r, Work&& work)
+{
+    constexpr int block = 32768;
+    while (n > 0) {
+        const int count = n < block ? n : block;
+        work(count, r);
+        n -= count;
+        r += count;
+    }
+}
 
 extern const Kernels scalar_kernels;
 extern const Kernels sse2_kernels;

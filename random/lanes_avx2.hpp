@@ -101,7 +101,8 @@ struct Avx2Lanes {
         const __m256i low = _mm256_castps_si256(
             _mm256_shuffle_ps(_mm256_castpd_ps(x[0]), _mm256_castpd_ps(x[1]), _MM_SHUFFLE(2, 0, 2, 0)));
         const int shifted_reach = static_cast<int>(reach << 3);
-        const __m256i distance = _mm256_add_epi32(_mm256_slli_epi32(low, 3), _mm256_set1_epi32(shifted_reach));
+        const __m256i distance =
+            _mm256_add_epi32(_mm256_slli_epi32(low, 3), _mm256_set1_epi32(shifted_reach));
         const __m256i limit = _mm256_set1_epi32(static_cast<int>(0x80000000U + 2 * (reach << 3)));
         const __m256i near = _mm256_cmpgt_epi32(limit, distance);
         const __m256i ordered = _mm256_permute4x64_epi64(near, _MM_SHUFFLE(3, 1, 2, 0));

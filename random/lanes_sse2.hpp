@@ -55,10 +55,16 @@ struct Sse2Lanes {
         const __m128 sign_bit = _mm_set1_ps(-0.0F);
         return _mm_or_ps(_mm_andnot_ps(sign_bit, x), _mm_and_ps(sign_bit, sign));
     }
-    static unsigned less(Floats a, Floats b) { return static_cast<unsigned>(_mm_movemask_ps(_mm_cmplt_ps(a, b))); }
+    static unsigned less(Floats a, Floats b)
+    {
+        return static_cast<unsigned>(_mm_movemask_ps(_mm_cmplt_ps(a, b)));
+    }
 
     static Doubles widen(Floats x, int part) { return _mm_cvtps_pd(part == 0 ? x : _mm_movehl_ps(x, x)); }
-    static Floats narrow(const Doubles (&x)[parts]) { return _mm_movelh_ps(_mm_cvtpd_ps(x[0]), _mm_cvtpd_ps(x[1])); }
+    static Floats narrow(const Doubles (&x)[parts])
+    {
+        return _mm_movelh_ps(_mm_cvtpd_ps(x[0]), _mm_cvtpd_ps(x[1]));
+    }
     static Doubles all(double x) { return _mm_set1_pd(x); }
     static Doubles root(Doubles x) { return _mm_sqrt_pd(x); }
     static Bits bits(Doubles x) { return reinterpret_cast<Bits>(x); }

@@ -9,8 +9,10 @@
 #include "random/kernels.hpp"
 #include "random/random.h"
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 namespace zavo::random {
 
@@ -85,19 +87,41 @@ double inverse_error_function(float p)
     return z < central_limit ? central(z) : middle(z);
 }
 
+// What stands in a batch, until it is complete, for a uniform deviate that has no
+// normal one. Such a deviate is 1, or 0 out of a shuffle table loaded with gaps.
+constexpr float mark_of_zero = std::bit_cast<float>(0x7fc00000U);
+constexpr float mark_of_one = std::bit_cast<float>(0x7fc00001U);
+
+// In order, and only when all deviates are drawn: an error handler that looks at
+// the stream sees it behind the batch.
+void post_marks(int n, float* r)
+{
+    for (int i = 0; i < n; ++i) {
+        if (std::isnan(r[i])) {
+            const bool one = std::bit_cast<std::uint32_t>(r[i]) == std::bit_cast<std::uint32_t>(mark_of_one);
+            r[i] = zavo_f_normal_inverse_cdf(one ? 1.0F : 0.0F);
+        }
+    }
+}
+
 } // namespace
 
 } // namespace zavo::random
 
 using namespace zavo::random;
 
-float zavo_f_normal_inverse_cdf(float p)
+float l_inverse_normal(float p)
 {
     if (!(p > 0.0F && p < 1.0F)) {
-        return not_in_range(p);
+        return p >= 1.0F ? mark_of_one : mark_of_zero;
     }
     const double scale = p >= 0.5F ? double{root_two} : -double{root_two};
     return static_cast<float>(scale * static_cast<float>(inverse_error_function(p)));
+}
+
+float zavo_f_normal_inverse_cdf(float p)
+{
+    return p > 0.0F && p < 1.0F ? l_inverse_normal(p) : not_in_range(p);
 }
 
 void l_rnnor(int n, float* r)
@@ -110,15 +134,22 @@ void l_rnnor(int n, float* r)
         zavo_error_pop(name);
         return;
     }
-    zavo_rnun(n, r);
-    kernels().normal(static_cast<std::size_t>(n), r);
+    bool outside = false;
+    in_blocks(n, r, [&](int count, float* block) {
+        zavo_rnun(count, block);
+        outside = kernels().normal(static_cast<std::size_t>(count), block) || outside;
+    });
+    if (outside) {
+        post_marks(n, r);
+    }
 }
 
 float* zavo_f_random_normal(int n, ...)
 {
     std::va_list list;
     va_start(list, n);
-    float* const result = deliver_deviates("zavo_f_random_normal", n, list, l_rnnor);
+    float* const result = deliver_deviates("zavo_f_random_normal", n, list,
+                                           [](int count, float* r, bool) { l_rnnor(count, r); });
     va_end(list);
     return result;
 }

@@ -14,4 +14,8 @@ void l_rnexp(int n, float* r);
 // -ln u in double, rounded to float; infinity for u = 0.
 float l_minus_log(float u);
 
+// zavo_f_normal_inverse_cdf without its error: outside (0, 1) a NaN that tells
+// p >= 1 from the rest, see normal.cpp.
+float l_inverse_normal(float p);
+
 } // extern "C"

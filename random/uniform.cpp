@@ -23,19 +23,22 @@ constexpr int options = 6;
 constexpr int table_size = 128;
 
 // By option: 1 and 2, 3 and 4, 5 and 6; the even one of a pair is shuffled.
-constexpr Multiplier multipliers[options / 2] = {powers_of(16807), powers_of(397204094), powers_of(950706376)};
+constexpr Multiplier multipliers[options / 2] = {powers_of(16807), powers_of(397204094),
+                                                 powers_of(950706376)};
 
 // The largest state's product stays below 1, so the scale needs no reduction.
 static_assert(2147483646.0 * unit_scale < 1.0);
 
-// Bytes from which an array is written past the cache.
-constexpr std::size_t large_array = std::size_t{16} << 20;
+// Deviates from which an array is written past the cache. That pays when its
+// memory has been in use; fresh pages come out of the system's clearing in the
+// cache, and to go round it would throw them out twice.
+constexpr std::size_t large_array = std::size_t{4} << 20;
 
 struct Stream {
     int option = 1;
-    int seed = 0;          // the last state; where the next batch goes on
-    bool seeded = false;   // by a caller or by a generation from the clock
-    bool filled = false;   // the shuffle table holds values
+    int seed = 0;        // the last state; where the next batch goes on
+    bool seeded = false; // by a caller or by a generation from the clock
+    bool filled = false; // the shuffle table holds values
     float table[table_size] = {};
 };
 
@@ -96,15 +99,8 @@ std::uint32_t fill_shuffled(std::uint32_t x, std::size_t n, float* r)
     return x;
 }
 
-} // namespace
-
-} // namespace zavo::random
-
-using namespace zavo::random;
-namespace core = zavo::core;
-
 // The seed is stored last: a batch that faults half-way leaves it where it was.
-void zavo_rnun(int n, float* r)
+void fill(int n, float* r, bool untouched)
 {
     seed_at_latest_now();
     if (n < 1) {
@@ -116,7 +112,7 @@ void zavo_rnun(int n, float* r)
     std::uint32_t last = 0;
     if (shuffled) {
         last = fill_shuffled(x, count, r);
-    } else if (count >= large_array / sizeof(float)) {
+    } else if (count >= large_array && !untouched) {
         last = kernels().uniform_large(multiplier(), x, count, r);
     } else {
         last = kernels().uniform(multiplier(), x, count, r);
@@ -124,11 +120,23 @@ void zavo_rnun(int n, float* r)
     stream.seed = static_cast<int>(last);
 }
 
+} // namespace
+
+} // namespace zavo::random
+
+using namespace zavo::random;
+namespace core = zavo::core;
+
+void zavo_rnun(int n, float* r)
+{
+    fill(n, r, false);
+}
+
 float* zavo_f_random_uniform(int n, ...)
 {
     std::va_list list;
     va_start(list, n);
-    float* const result = deliver_deviates("zavo_f_random_uniform", n, list, zavo_rnun);
+    float* const result = deliver_deviates("zavo_f_random_uniform", n, list, fill);
     va_end(list);
     return result;
 }

@@ -91,4 +91,8 @@ std::size_t wcrtomb(char* bytes, wchar_t wide, std::mbstate_t*)
     return 1;
 }
 
+// Mathematical functions would tell a handler of the program of domain errors;
+// there is none.
+void __mingw_raise_matherr(int, const char*, double, double, double) {}
+
 } // extern "C"

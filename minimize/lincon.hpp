@@ -1,0 +1,326 @@
+// The linearly constrained minimiser: outer procedure, minimisation phase and
+// line search. Twins that differ in where gradients come from are one template.
+//
+// M. J. D. Powell: A tolerant algorithm for linearly constrained optimization
+// calculations, Mathematical Programming 45 (1989) 547-566.
+//
+// Glossary: x f g, point, value, gradient; d, search direction; xs gs, point
+// and gradient where a line search starts; slope, derivative along d; lo and hi,
+// the ends of its bracket.
+#pragma once
+
+#include "core/error_codes.hpp"
+#include "core/error_stack.h"
+#include "core/vector_kernels.h"
+#include "minimize/minimize.h"
+#include "minimize/tolerant_set.hpp"
+#include "minimize/user_call.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zavo::minimize {
+
+// Gradient sources.
+struct LinconDifferences {
+    static constexpr char name[] = "L2ONF";
+    static constexpr bool posts_counts = false; // the public routine has posted them
+    static constexpr core::code::ErrorCode all_fixed_code = core::code::all_variables_fixed;
+
+    zavo_constrained_objective_fn fcn;
+    void operator()(int n, float* x, float f, float* g) const { L21NF(fcn, &n, x, &f, g); }
+};
+
+struct LinconUserGradient {
+    static constexpr char name[] = "L2ONG";
+    static constexpr bool posts_counts = true;
+    static constexpr core::code::ErrorCode all_fixed_code = core::code::all_variables_fixed_gradient;
+
+    zavo_constrained_objective_fn fcn;
+    zavo_gradient_fn gradient;
+    void operator()(int n, float* x, float, float* g) const { call_gradient(gradient, n, x, g); }
+};
+
+template <class Gradient>
+class LinearlyConstrained {
+public:
+    LinearlyConstrained(Gradient gradient, const Constraints& constraints, int neq, float accuracy, int eval_limit,
+                        float* x, float* work, int* list, float* multipliers)
+        : gradient_(gradient), c_(constraints), set_(constraints, work, list, multipliers), n_(constraints.n),
+          neq_(neq), accuracy_(accuracy), eval_limit_(eval_limit), x_(x), g_(set_.take_vector()),
+          d_(set_.take_vector()), xs_(set_.take_vector()), gs_(set_.take_vector()), g_best_(set_.take_vector())
+    {
+    }
+
+    // Returns the status; x is the solution then.
+    int run()
+    {
+        set_.start(x_);
+        status_ = converged;
+        if (!find_start()) {
+            set_.clear_multipliers();
+            return status_;
+        }
+        for (;;) {
+            minimize_at_tolerance();
+            if (set_.tolerance() <= set_.data_accuracy() || set_.active() < 1) {
+                break;
+            }
+            if (eval_count_ == eval_limit_) {
+                status_ = limit_used;
+                break;
+            }
+            set_.reduce_tolerance(x_);
+            if (!make_feasible(constraints_clash)) {
+                break;
+            }
+        }
+        set_.finish(g_);
+        return status_;
+    }
+
+    float value() const { return f_; }
+    int active() const { return set_.active(); }
+
+private:
+    // Equalities, then bounds, then inequalities. False when they clash or
+    // leave nothing free; the status says which.
+    bool find_start()
+    {
+        for (int k = 1; k <= neq_; ++k) {
+            if (!set_.keep_equality(k, x_)) {
+                status_ = equalities_clash;
+                return false;
+            }
+        }
+        for (int j = 0; j < n_; ++j) {
+            if (c_.bounds_apart(j)) {
+                set_.list(c_.lower(j));
+                set_.list(c_.upper(j));
+            }
+        }
+        if (!make_feasible(bounds_clash)) {
+            return false;
+        }
+        for (int k = neq_ + 1; k <= c_.ncon; ++k) {
+            set_.list(k);
+        }
+        if (!make_feasible(constraints_clash)) {
+            return false;
+        }
+        set_.reset_magnitudes(x_);
+        if (set_.kept() == n_) {
+            status_ = all_fixed;
+            return false;
+        }
+        return true;
+    }
+
+    // A point that has moved has no value yet, which status 1 says.
+    bool make_feasible(Status otherwise)
+    {
+        bool moved = false;
+        const bool found = set_.find_feasible(x_, &moved);
+        status_ = !found ? otherwise : (moved ? converged : status_);
+        return found;
+    }
+
+    void evaluate()
+    {
+        f_ = call_objective(gradient_.fcn, n_, x_);
+        gradient_(n_, x_, f_, g_);
+    }
+
+    // ---- Minimisation phase -----------------------------------------------------
+
+    void minimize_at_tolerance()
+    {
+        if (eval_count_ == 0 || status_ == converged) {
+            evaluate();
+            ++eval_count_;
+        }
+        status_ = running;
+        float f_before = std::fabs(f_ + f_ + 1.0F); // above f, whatever f is
+        float last_drop = 0.0F;
+        float first_drop = 0.0F; // by the first step at this tolerance
+        for (int steps = 0;; ++steps) {
+            const Direction found = set_.direction(x_, g_, d_);
+            if (should_stop(found, f_before, last_drop)) {
+                return;
+            }
+            last_drop = f_before - f_;
+            f_before = f_;
+            if (eval_count_ == eval_limit_) {
+                status_ = limit_used;
+                return;
+            }
+            if (steps == 1) {
+                first_drop = last_drop;
+            }
+            const bool tolerant = set_.tolerance() > set_.data_accuracy() && set_.active() > 0;
+            if (tolerant && steps > 1 && std::max(last_drop, -0.5F * found.slope) <= 0.1F * first_drop) {
+                return;
+            }
+            if (!step_along(found)) {
+                return;
+            }
+        }
+    }
+
+    // The tests b to d; the status says which one is met.
+    bool should_stop(const Direction& found, float f_before, float last_drop)
+    {
+        const bool final_tolerance = set_.tolerance() <= set_.data_accuracy() || set_.active() < 1;
+        if (accuracy_ * accuracy_ >= found.residual_squared) {
+            status_ = converged;
+        } else if (!(found.slope < 0.0F)) { // a NaN leads nowhere either
+            status_ = no_descent;
+        } else if (f_ >= f_before && (!final_tolerance || last_drop <= 0.0F)) {
+            status_ = no_reduction;
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    // One line search and what it teaches; false when it got nowhere.
+    bool step_along(const Direction& found)
+    {
+        const float step = search_line(found);
+        if (step == 0.0F) {
+            float absolute = 0.0F;
+            for (int i = 0; i < n_; ++i) {
+                absolute += std::fabs(d_[i] * g_[i]);
+            }
+            status_ = found.slope + set_.data_accuracy() * absolute >= 0.0F ? no_descent : no_reduction;
+            return false;
+        }
+        set_.note_magnitudes(x_);
+        // The step itself, not the difference of the rounded points: it keeps to
+        // the active constraints. xs and g_best are free now.
+        for (int i = 0; i < n_; ++i) {
+            xs_[i] = step * d_[i];
+            g_best_[i] = g_[i] - gs_[i];
+        }
+        set_.update(gs_, xs_, g_best_);
+        if (step == found.cap && found.blocking >= 0) {
+            set_.activate(found.blocking, x_);
+        }
+        return true;
+    }
+
+    // ---- Line search --------------------------------------------------------------
+
+    // Returns the step of the best point, which x, f, g are left at; 0 when
+    // none is better than the start.
+    float search_line(const Direction& found)
+    {
+        l_vcopy(n_, x_, 1, xs_, 1);
+        l_vcopy(n_, g_, 1, gs_, 1);
+        l_vcopy(n_, g_, 1, g_best_, 1);
+        best_ = {0.0F, f_, found.slope};
+        Trial lo = best_;
+        Trial hi = {-1.0F, 0.0F, 0.0F};
+        float step = std::min(1.0F, found.cap);
+        const float step_floor = std::max(set_.data_accuracy() * least_ratio(), 1e-12F * step);
+        step = std::min(std::max(step_floor, step), found.cap);
+        for (int trials = 1;; ++trials) {
+            const Trial now = try_step(step);
+            if (eval_count_ + trials == eval_limit_) {
+                eval_count_ = eval_limit_;
+                break;
+            }
+            step = next_step(now, trials, found.cap, step_floor, &lo, &hi);
+            if (step == 0.0F) {
+                eval_count_ += trials;
+                break;
+            }
+        }
+        go_to(best_.step);
+        f_ = best_.f;
+        l_vcopy(n_, g_best_, 1, g_, 1);
+        return best_.step;
+    }
+
+    struct Trial {
+        float step;
+        float f;
+        float slope;
+    };
+
+    // The step to try behind `now`; 0 to end the search.
+    static float next_step(const Trial& now, int trials, float cap, float step_floor, Trial* lo, Trial* hi)
+    {
+        const float slope_before = lo->slope;
+        if (now.f <= lo->f + 0.1F * (now.step - lo->step) * lo->slope) {
+            *lo = now;
+            if (now.slope >= 0.7F * slope_before) {
+                return 0.0F;
+            }
+        } else {
+            *hi = now;
+        }
+        if (hi->step < 0.0F) { // no bracket yet
+            const float factor = now.slope > 0.9F * slope_before ? slope_before / (slope_before - now.slope) : 10.0F;
+            return now.step == cap ? 0.0F : std::min(now.step * factor, cap);
+        }
+        if (0.9F * hi->step <= lo->step) {
+            return 0.0F;
+        }
+        if (lo->step == 0.0F && trials > 1) {
+            const float shorter = 0.1F * now.step;
+            return shorter < step_floor ? 0.0F : shorter;
+        }
+        const float width = hi->step - lo->step;
+        const float part = -0.5F * lo->slope * width / (hi->f - lo->f - lo->slope * width);
+        return lo->step + (part > 0.1F ? std::min(part, 0.9F) : 0.1F) * width;
+    }
+
+    Trial try_step(float step)
+    {
+        go_to(step);
+        evaluate();
+        const Trial now = {step, f_, l_vdot(n_, d_, 1, g_, 1)};
+        if (now.f < best_.f || (now.f == best_.f && std::fabs(now.slope) < std::fabs(best_.slope))) {
+            best_ = now;
+            l_vcopy(n_, g_, 1, g_best_, 1);
+        }
+        return now;
+    }
+
+    void go_to(float step)
+    {
+        for (int i = 0; i < n_; ++i) {
+            x_[i] = step == 0.0F ? xs_[i] : c_.within(i, xs_[i] + step * d_[i]);
+        }
+    }
+
+    // The least |x[i] / d[i]|; -1 when d is 0.
+    float least_ratio() const
+    {
+        float least = -1.0F;
+        for (int i = 0; i < n_; ++i) {
+            if (d_[i] != 0.0F) {
+                const float ratio = std::fabs(xs_[i] / d_[i]);
+                least = least < 0.0F || ratio < least ? ratio : least;
+            }
+        }
+        return least;
+    }
+
+    Gradient gradient_;
+    const Constraints& c_;
+    TolerantSet set_;
+    int n_;
+    int neq_;
+    float accuracy_;
+    int eval_limit_;
+    float* x_;
+    float *g_, *d_, *xs_, *gs_, *g_best_;
+    float f_ = zavo_amach(6); // NaN until there is a value
+    Trial best_ = {0.0F, 0.0F, 0.0F};
+    int eval_count_ = 0;
+    int status_ = running;
+};
+
+} // namespace zavo::minimize

@@ -1,0 +1,430 @@
+#include "minimize/tolerant_set.hpp"
+
+#include "core/vector_kernels.h"
+#include "core/zavo.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+namespace zavo::minimize {
+namespace {
+
+constexpr float largest = std::numeric_limits<float>::max();
+
+// Residuals below this part of a constraint's size are rounding errors.
+constexpr float rounding = 4.0F * std::numeric_limits<float>::epsilon();
+
+// The spacing of floats at 100, found by halving: how accurately data of
+// everyday size are given.
+float accuracy_of_data()
+{
+    float accuracy = 1.0F;
+    for (;;) {
+        const volatile float half = 100.0F + 0.5F * accuracy;
+        const volatile float whole = 100.0F + accuracy;
+        if (half == 100.0F || !(half < whole)) {
+            return accuracy;
+        }
+        accuracy *= 0.5F;
+    }
+}
+
+} // namespace
+
+TolerantSet::TolerantSet(const Constraints& constraints, float* work, int* list, float* multipliers)
+    : c_(constraints),
+      set_(constraints, work, list, work + static_cast<std::size_t>(constraints.n) * constraints.n,
+           work + static_cast<std::size_t>(constraints.n) * (constraints.n + 1),
+           work + static_cast<std::size_t>(constraints.n) * (constraints.n + 2)),
+      u_(multipliers)
+{
+    const auto n = static_cast<std::size_t>(constraints.n);
+    v_ = work + n * n; // shared with set_, which uses it inside its calls only
+    peak_ = work + n * (n + 3);
+    rest_ = peak_ + n;
+    shift_ = rest_ + n;
+    residuals_ = shift_ + n;
+    next_vector_ = residuals_ + constraints.ncon;
+}
+
+float* TolerantSet::take_vector()
+{
+    float* const vector = next_vector_;
+    next_vector_ += c_.n;
+    return vector;
+}
+
+// ---- Start ----------------------------------------------------------------------
+
+void TolerantSet::start(float* x)
+{
+    accuracy_ = accuracy_of_data();
+    tolerance_ = std::max(0.01F, 10.0F * accuracy_);
+    set_.start();
+    for (int i = 0; i < c_.n; ++i) {
+        u_[i] = i < set_.count() ? 1.0F : 0.0F;
+        x[i] = c_.fixes(i) ? c_.bound(c_.upper(i)) : x[i];
+    }
+    reset_magnitudes(x);
+}
+
+bool TolerantSet::keep_equality(int k, float* x)
+{
+    if (set_.keep_equality(k, x)) {
+        return true;
+    }
+    // It follows from those kept, or contradicts them.
+    return std::fabs(c_.residual(k, x)) <= accuracy_ * c_.size(k, x);
+}
+
+void TolerantSet::note_magnitudes(const float* x)
+{
+    for (int j = 0; j < c_.n; ++j) {
+        peak_[j] = std::max(peak_[j], std::fabs(x[j]));
+    }
+}
+
+void TolerantSet::reset_magnitudes(const float* x)
+{
+    for (int j = 0; j < c_.n; ++j) {
+        peak_[j] = std::fabs(x[j]);
+    }
+}
+
+// ---- Residuals ------------------------------------------------------------------
+
+void TolerantSet::refresh_residuals(const float* x)
+{
+    for (int k = 1; k <= c_.ncon; ++k) {
+        residuals_[k - 1] = c_.residual(k, x);
+    }
+}
+
+float TolerantSet::residual(int k, const float* x) const
+{
+    return c_.is_bound(k) ? c_.residual(k, x) : residuals_[k - 1];
+}
+
+// An infinite bound is never near.
+bool TolerantSet::near(int k, const float* x) const
+{
+    const float left = residual(k, x);
+    return left <= largest && left <= tolerance_ * c_.size(k, peak_);
+}
+
+// Does d run towards constraint k by more than rounding errors of it?
+bool TolerantSet::crosses(int k, const float* d, float d_length, float* along) const
+{
+    *along = c_.along(k, d);
+    return *along > rounding * c_.absolute_along(k, d) && *along > 0.25F * rounding * d_length * c_.normal_length(k);
+}
+
+// ---- Feasibility ----------------------------------------------------------------
+
+void TolerantSet::set_bounds(float* x)
+{
+    for (int i = 0; i < set_.count(); ++i) {
+        if (const int k = set_.constraint(i); c_.is_bound(k)) {
+            x[c_.variable(k)] = c_.bound(k);
+        }
+    }
+    for (int j = 0; j < c_.n; ++j) {
+        x[j] = c_.within(j, x[j]);
+    }
+}
+
+// Are the active residuals at x rounding errors? Moving x for those would cost
+// an evaluation and gain nothing.
+bool TolerantSet::active_settled(const float* x)
+{
+    refresh_residuals(x);
+    for (int i = 0; i < set_.count(); ++i) {
+        const int k = set_.constraint(i);
+        if (std::fabs(residual(k, x)) > rounding * c_.size(k, x)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Takes the residuals of the active constraints to 0 as far as the others
+// allow; active ones that then are not near any more are let go.
+void TolerantSet::settle_active(float* x, bool* moved)
+{
+    if (active_settled(x)) {
+        return;
+    }
+    set_.shift_to_boundaries(x, shift_);
+    float part = 1.0F;
+    const float length = l_vnrm2(c_.n, shift_, 1);
+    for (int place = set_.count(); place < set_.listed(); ++place) {
+        const int k = set_.constraint(place);
+        float along = 0.0F;
+        if (crosses(k, shift_, length, &along)) {
+            part = std::min(part, std::max(residual(k, x), 0.0F) / along);
+        }
+    }
+    for (int j = 0; j < c_.n; ++j) {
+        const float to = c_.within(j, x[j] + part * shift_[j]);
+        *moved = *moved || to != x[j];
+        x[j] = to;
+    }
+    refresh_residuals(x);
+    for (int place = set_.count() - 1; place >= set_.kept(); --place) {
+        if (!near(set_.constraint(place), x)) {
+            set_.remove(place);
+        }
+    }
+}
+
+// Place of the listed inactive constraint with the greatest violation, relative
+// to its size, below `limit`; -1 when there is none.
+int TolerantSet::most_violated(const float* x, float limit, float* measure)
+{
+    refresh_residuals(x);
+    int found = -1;
+    *measure = 0.0F;
+    for (int place = set_.count(); place < set_.listed(); ++place) {
+        const int k = set_.constraint(place);
+        const float left = residual(k, x);
+        if (!(left < 0.0F)) {
+            continue;
+        }
+        const float relative = -left / c_.size(k, x);
+        if (relative > rounding && relative > *measure && relative < limit) {
+            *measure = relative;
+            found = place;
+        }
+    }
+    return found;
+}
+
+bool TolerantSet::all_satisfied(const float* x)
+{
+    refresh_residuals(x);
+    for (int place = 0; place < set_.listed(); ++place) {
+        const int k = set_.constraint(place);
+        if (residual(k, x) < -accuracy_ * c_.size(k, x)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool TolerantSet::find_feasible(float* x, bool* moved)
+{
+    settle_active(x, moved);
+    std::fill_n(u_, c_.n, 0.0F);
+    float limit = largest;
+    // The dual method ends by itself; the count guards against rounding errors
+    // that make it go round in circles.
+    for (long round = 10L * (c_.n + set_.listed()); round > 0; --round) {
+        float measure = 0.0F;
+        const int place = most_violated(x, limit, &measure);
+        if (place < 0) {
+            break;
+        }
+        const int k = set_.constraint(place);
+        if (set_.bring_in(place, -residual(k, x), u_, x)) {
+            limit = largest;
+        } else {
+            limit = measure;
+        }
+        *moved = true;
+    }
+    if (*moved) { // what rounding errors have left
+        set_.shift_to_boundaries(x, shift_);
+        for (int j = 0; j < c_.n; ++j) {
+            x[j] += shift_[j];
+        }
+        set_bounds(x);
+    }
+    return all_satisfied(x);
+}
+
+// ---- Search direction -------------------------------------------------------------
+
+// Multipliers of g; active constraints that hold x back in vain leave, the
+// worst one first.
+void TolerantSet::drop_wrong_signs(const float* g)
+{
+    for (;;) {
+        set_.multipliers(g, u_, rest_);
+        int worst = -1;
+        for (int i = set_.kept(); i < set_.count(); ++i) {
+            if (u_[i] < 0.0F && (worst < 0 || u_[i] < u_[worst])) {
+                worst = i;
+            }
+        }
+        if (worst < 0) {
+            return;
+        }
+        set_.remove(worst);
+    }
+}
+
+// Place of the inactive near constraint that d crosses most, among those below
+// `limit`; -1 when it crosses none.
+int TolerantSet::most_crossing(const float* x, const float* d, float limit, float* measure, float* along) const
+{
+    const float length = l_vnrm2(c_.n, d, 1);
+    int found = -1;
+    *measure = 0.0F;
+    for (int place = set_.count(); place < set_.listed(); ++place) {
+        const int k = set_.constraint(place);
+        float towards = 0.0F;
+        if (!crosses(k, d, length, &towards)) {
+            continue;
+        }
+        // The second test is for a size that says nothing, as that of x >= 0
+        // where x was never more than rounding errors.
+        if (!near(k, x) && !(residual(k, x) <= accuracy_ * towards)) {
+            continue;
+        }
+        const float scaled = towards / c_.normal_length(k);
+        if (scaled > *measure && scaled < limit) {
+            *measure = scaled;
+            *along = towards;
+            found = place;
+        }
+    }
+    return found;
+}
+
+void TolerantSet::measure_cap(const float* x, const float* d, Direction* found) const
+{
+    const float length = l_vnrm2(c_.n, d, 1);
+    found->cap = largest;
+    found->blocking = -1;
+    for (int place = set_.count(); place < set_.listed(); ++place) {
+        const int k = set_.constraint(place);
+        float along = 0.0F;
+        if (!crosses(k, d, length, &along)) {
+            continue;
+        }
+        const float step = std::max(residual(k, x), 0.0F) / along;
+        if (step < found->cap) {
+            found->cap = step;
+            found->blocking = place;
+        }
+    }
+}
+
+Direction TolerantSet::direction(const float* x, const float* g, float* d)
+{
+    refresh_residuals(x);
+    float limit = largest;
+    for (long round = 10L * (c_.n + set_.listed()); round > 0; --round) {
+        drop_wrong_signs(g);
+        set_.direction(g, d);
+        float measure = 0.0F;
+        float along = 0.0F;
+        const int place = most_crossing(x, d, limit, &measure, &along);
+        if (place < 0) {
+            break;
+        }
+        limit = set_.bring_in(place, along, u_, d) ? largest : measure;
+    }
+    Direction found = {l_vdot(c_.n, d, 1, g, 1), l_vdot(c_.n, rest_, 1, rest_, 1), largest, -1};
+    measure_cap(x, d, &found);
+    return found;
+}
+
+void TolerantSet::activate(int place, float* x)
+{
+    const int k = set_.constraint(place);
+    if (c_.is_bound(k)) {
+        x[c_.variable(k)] = c_.bound(k);
+    }
+    set_.add(place);
+}
+
+// ---- Curvature --------------------------------------------------------------------
+
+// Columns shorter than z_length_ are stretched to it, the first free one
+// excepted: it was just made from the step. Short columns stand for a Hessian
+// that is too large there, which BFGS updates correct slowly.
+void TolerantSet::scale_columns(float length)
+{
+    z_length_ = z_length_ < 0.0F ? length : std::min(z_length_, length);
+    for (int i = 0; i < c_.n; ++i) {
+        float* const z = set_.column(i);
+        const float own = l_vnrm2(c_.n, z, 1);
+        if (i != set_.count() && own > 0.0F && own < z_length_) {
+            const float stretch = z_length_ / own;
+            for (int j = 0; j < c_.n; ++j) {
+                z[j] *= stretch;
+            }
+        }
+    }
+}
+
+void TolerantSet::update(const float* g, const float* s, const float* y)
+{
+    const int n = c_.n;
+    const float sy = l_vdot(n, s, 1, y, 1);
+    const float s_length = l_vnrm2(n, s, 1);
+    const float least = std::sqrt(zavo_amach(4)) * s_length * l_vnrm2(n, y, 1);
+    if (!(sy > least)) {
+        return;
+    }
+    // The first free column is turned into the direction of the step.
+    for (int i = set_.count(); i < n; ++i) {
+        v_[i] = l_vdot(n, set_.column(i), 1, g, 1);
+    }
+    set_.gather(v_);
+    const float root = std::sqrt(sy);
+    const float length = s_length / root;
+    if (z_length_ < 0.0F) { // the first update: the unit matrix gets the size of the inverse Hessian
+        for (int i = 0; i < n; ++i) {
+            float* const z = set_.column(i);
+            for (int j = 0; j < n; ++j) {
+                z[j] *= length;
+            }
+        }
+    }
+    for (int i = 0; i < n; ++i) {
+        float* const z = set_.column(i);
+        const float part = l_vdot(n, y, 1, z, 1) / sy;
+        for (int j = 0; j < n; ++j) {
+            z[j] -= part * s[j];
+        }
+    }
+    float* const first = set_.column(set_.count());
+    for (int j = 0; j < n; ++j) {
+        first[j] = s[j] / root;
+    }
+    scale_columns(length);
+}
+
+// ---- Tolerance, results -------------------------------------------------------------
+
+void TolerantSet::reduce_tolerance(const float* x)
+{
+    refresh_residuals(x);
+    float worst = 0.0F;
+    for (int i = set_.kept(); i < set_.count(); ++i) {
+        const int k = set_.constraint(i);
+        const float size = c_.size(k, peak_);
+        worst = std::max(worst, size > 0.0F ? std::fabs(residual(k, x)) / size : 0.0F);
+    }
+    tolerance_ = 0.1F * std::min(tolerance_, worst);
+    if (!(tolerance_ > 2.0F * accuracy_)) {
+        tolerance_ = accuracy_;
+    }
+}
+
+void TolerantSet::clear_multipliers()
+{
+    std::fill_n(u_, c_.n, 0.0F);
+}
+
+void TolerantSet::finish(const float* g)
+{
+    clear_multipliers();
+    set_.multipliers(g, u_, rest_);
+}
+
+} // namespace zavo::minimize
