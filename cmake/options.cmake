@@ -17,6 +17,10 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_compile_options(-Wall -Wextra -Werror -ffp-contract=off -fno-fast-math)
+# Nothing throws, nothing asks for a dynamic type, and one thread is served; the
+# tests switch back what their framework needs.
+add_compile_options(
+  "$<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>")
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i[3-6]86$")
   # The Windows x86 ABI aligns the stack to 4 bytes; callers of ours do too.
   add_compile_options(-msse2 -mfpmath=sse -mstackrealign)
@@ -28,6 +32,9 @@ endif()
 if(ZAVO_COVERAGE)
   add_compile_options(--coverage -O0)
   add_link_options(--coverage)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options(-Wno-unknown-warning-option)
 endif()
 if(ZAVO_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined)

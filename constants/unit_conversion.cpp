@@ -29,7 +29,7 @@ bool same_letter(char c, char capital)
 }
 
 // Kept: every beginning of "SI" counts, so that the empty text and "s" ask for
-// base units; "s" is not read as seconds (UnitConversion.BeginningsOfSi).
+// base units; "s" is not read as seconds (unit_conversion.beginnings_of_si).
 bool counts_as_si(const char* text)
 {
     constexpr char si[] = "SI";

@@ -55,7 +55,9 @@ constexpr std::array<Prefix, 14> long_prefixes{{
 static_assert(!long_prefixes.back().text.empty(), "every row is filled in");
 
 // The letter at place p stands for 10^(3p - 18), C and D for 10^-2 and 10^-1.
-// Kept: a blank stands for 10^6 (UnitExpression.BlankIsMega).
+// Kept: a blank stands for 10^6 (unit_expression.blank_is_mega), and the power is
+// that of a float, so that CM is not to the last bit what CENTIM is
+// (unit_expression.letter_prefixes).
 constexpr std::string_view letter_prefixes = "AFPNUMCK GTD";
 
 int power_of_letter(std::size_t place)
@@ -137,7 +139,7 @@ bool is_separator(char c)
 //
 // Kept: the separator before a token is read at a cursor that moves one place
 // past each token, so a leading or doubled separator shifts it and it may be a
-// letter, which means "*" (UnitExpression.DoubledSeparatorsShift). The cursor is
+// letter, which means "*" (unit_expression.doubled_separators_shift). The cursor is
 // never ahead of the tokens: it stays in the text.
 //
 //   text      m / / s * k g        m: cursor 0 -> 2, separator behind it "/"
@@ -176,7 +178,7 @@ bool split(char* text, Factors& factors)
 // Kept: two characters are a letter prefix and a unit of one letter wherever
 // the first can be one (AU is atto-U, FT femto-T), and a long prefix is taken
 // off whatever remains (MICRON is MICRO and N); pinned by
-// UnitExpression.PrefixesComeFirst.
+// unit_expression.prefixes_come_first.
 void strip_prefix(Factor& factor)
 {
     const std::string_view name = factor.name();

@@ -7,7 +7,7 @@ namespace zavo::constants {
 namespace {
 
 // Kept: these rows are not what a physics book has, and conversions depend on
-// them (UnitTable.KeepsItsPeculiarRows):
+// them (unit_table.keeps_its_peculiar_rows):
 //   C       time -1, unlike COULOMB: an electric charge does not convert to coulomb
 //   L       time 3, unlike LITER and LITRE, which are lengths cubed
 //   SEC     no dimension, unlike S and SECOND

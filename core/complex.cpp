@@ -1,12 +1,17 @@
 // Single-precision complex arithmetic. Products and sums are formed in double
-// and rounded to float once, on storing, unless a cast says otherwise.
+// and rounded to float once, on storing, unless a cast says otherwise. The
+// transcendental ones take core/elementary.hpp instead of the C library, whose
+// sine and cosine of large arguments differ between targets even as floats.
 #include "core/complex.h"
+#include "core/elementary.hpp"
 #include "core/error_codes.hpp"
 #include "core/error_stack.h"
 
 #include <cmath>
 
 namespace {
+
+namespace elementary = zavo::core::elementary;
 
 float squeeze(double x)
 {
@@ -135,36 +140,37 @@ float l_c_arg(f_complex z)
     if (z.re == 0.0F && z.im == 0.0F) {
         return 0.0F;
     }
-    return squeeze(std::atan2(static_cast<double>(z.im), static_cast<double>(z.re)));
+    return squeeze(elementary::atan2(z.im, z.re));
 }
 
 f_complex l_c_log(f_complex z)
 {
-    return {squeeze(std::log(static_cast<double>(l_c_abs(z)))), l_c_arg(z)};
+    return {squeeze(elementary::log(l_c_abs(z))), l_c_arg(z)};
 }
 
 f_complex l_c_exp(f_complex z)
 {
-    const double factor = z.re == 0.0F ? 1.0 : std::exp(static_cast<double>(z.re));
+    const double factor = z.re == 0.0F ? 1.0 : elementary::exp(z.re);
     if (z.im == 0.0F) {
         return {squeeze(factor), z.im};
     }
     const double im = z.im;
-    return l_c_make_d(factor * std::cos(im), factor * std::sin(im));
+    return l_c_make_d(factor * elementary::cos(im), factor * elementary::sin(im));
 }
 
 f_complex l_c_sin(f_complex z)
 {
     const double re = z.re;
     const double im = z.im;
-    return l_c_make_d(std::sin(re) * std::cosh(im), std::cos(re) * std::sinh(im));
+    return l_c_make_d(elementary::sin(re) * elementary::cosh(im), elementary::cos(re) * elementary::sinh(im));
 }
 
 f_complex l_c_cos(f_complex z)
 {
     const double re = z.re;
     const double im = z.im;
-    return l_c_make_d(std::cos(re) * std::cosh(im), -std::sin(re) * std::sinh(im));
+    return l_c_make_d(elementary::cos(re) * elementary::cosh(im),
+                      -elementary::sin(re) * elementary::sinh(im));
 }
 
 void l_c_halfangle(float p, float q, float* c, float* s)

@@ -117,11 +117,144 @@ float zavo_f_vmin(int n, ...);
 float zavo_f_vmax(int n, ...);
 
 /* ---- Random deviates --------------------------------------------------- */
-/* @random */
+/*
+ * One stream for the process: a multiplicative congruential generator modulo
+ * 2^31 - 1, seeded from the clock when nothing has seeded it. The same seed and
+ * option give the same bits on every processor and system, however a sequence is
+ * split into calls.
+ */
+
+/* n >= 1 deviates: uniform, at least 2^-31 and, kept so, at most exactly 1;
+ * standard normal, by the inverse distribution function; standard exponential,
+ * -ln of a uniform one. Each takes one uniform deviate of the stream.
+ * Option: ZAVO_RETURN_USER with a float array of at least n elements, which is
+ * filled and returned; a null array counts as none given. Only the first option
+ * is read. Returns the array, a new one belonging to the caller. Posts 5/603 for
+ * n < 1, 5/11001 for another option, 5/200 when memory is short, and returns
+ * null. The normal routine also posts 5/9041 for every uniform deviate of
+ * exactly 1 that it draws (one in 34 million); that deviate is a NaN in an
+ * array of the caller, and a new array is not handed out. */
+float* zavo_f_random_uniform(int n, ...);
+float* zavo_f_random_normal(int n, ...);
+float* zavo_f_random_exponential(int n, ...);
+
+/* The x for which a standard normal deviate is below x with probability p,
+ * 0 < p < 1; else posts 5/9041 and returns NaN. */
+float zavo_f_normal_inverse_cdf(float p);
+
+/* 0 < seed < 2147483647 is where the stream goes on; 0 takes a seed from the
+ * time of day. Any other seed is ignored, without an error. */
 void zavo_random_seed_set(int seed);
+/* The last state of the generator: a seed that continues the sequence. */
+int zavo_random_seed_get(void);
+
+/* Selects the multiplier: 16807 (options 1, 2), 397204094 (3, 4) or 950706376
+ * (5, 6); even options draw through a shuffle table of 128 deviates. 1 is the
+ * default. Posts 5/602 for an option outside 1..6. The table stays filled. */
+void zavo_random_option(int option);
+
+/* Loads the shuffle table from 128 values between 0 and 1, both excluded; each
+ * other value is left out and posts 5/11031. A table[0] of 0 or less empties the
+ * table: the generator fills it at the next shuffled deviate. */
+void zavo_rnses(const float* table);
 
 /* ---- Fourier transforms, convolution ------------------------------------ */
-/* @fft */
+/*
+ * Packed spectrum of n reals (real transform, convolution): the term of
+ * frequency zero; real and imaginary part of the frequencies 1 .. (n - 1) / 2;
+ * for even n the real Nyquist term.
+ *
+ * Lengths made of 2, 3 and 5 are fast and exact to a few units of float. A prime
+ * factor above 5 costs time in proportion to itself, and in the real transform
+ * also accuracy: relative errors of about 1e-3 for a factor near 1000 and 0.2
+ * near 10000. Pad, or choose another length.
+ */
+
+/* The transform of the n >= 1 reals at p, unscaled: the packed spectrum, or with
+ * ZAVO_BACKWARD the reals of the packed spectrum p (backward of forward gives n
+ * times the input). Options:
+ *   ZAVO_BACKWARD     []
+ *   ZAVO_PARAMS       [const float*] table of zavo_f_fft_real_init for the same n;
+ *                     the call overwrites its scratch part
+ *   ZAVO_RETURN_USER  [float*] n floats that receive the result; may be p. The
+ *                     array must come from malloc(): an error (of the arguments,
+ *                     or for want of memory) releases it and gives null.
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null p,
+ * 5/6001 n < 1, 5/201 no memory, 5/102 fault. */
+float* zavo_f_fft_real(int n, const float* p, ...);
+
+/* A table of 2n + 15 floats for the length n: n floats of scratch, n of cosines
+ * and sines, 15 of factor record. One table serves one transform at a time. Null
+ * without an error for n = 1, which needs none; posts 5/6001 n < 1, 5/201 no
+ * memory. */
+float* zavo_f_fft_real_init(int n);
+
+/* The transform of the n >= 1 complex values at p, unscaled: the sums of
+ * p[j] exp(-2 pi i j k / n), with ZAVO_BACKWARD of p[j] exp(+2 pi i j k / n).
+ * Options:
+ *   ZAVO_BACKWARD     []
+ *   ZAVO_PARAMS       [const float*] table of zavo_c_fft_complex_init for the same
+ *                     n; the call overwrites its scratch part
+ *   ZAVO_RETURN_USER  [f_complex*] n values that receive the result; may be p.
+ *                     Stays the caller's whatever happens.
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null p,
+ * 5/6001 n < 1, 5/201 no memory, 5/102 fault. */
+f_complex* zavo_c_fft_complex(int n, const f_complex* p, ...);
+
+/* A table of 4n + 15 floats, otherwise as zavo_f_fft_real_init. */
+float* zavo_c_fft_complex_init(int n);
+
+enum zavo_fft_2d_option {
+    ZAVO_RESULT_COL_DIM = 10179, /* [int] */
+    ZAVO_INPUT_COL_DIM = 10180   /* [int] */
+};
+
+/* The two-dimensional transform of m rows by n columns of complex values, stored
+ * by rows, unscaled. Options:
+ *   ZAVO_BACKWARD        []
+ *   ZAVO_RESULT_COL_DIM  [int] distance from row to row in the result, in complex
+ *                        values; n unless given
+ *   ZAVO_INPUT_COL_DIM   [int] the same in p
+ *   ZAVO_RETURN_USER     [f_complex*] array that receives the result; it is
+ *                        returned after an error too, as it stands
+ * Backward the two dimensions trade roles: p is read with ZAVO_RESULT_COL_DIM
+ * and the result written with ZAVO_INPUT_COL_DIM. A result with one column is
+ * the input backward.
+ * Posts 5/103 unknown option, 5/6003 n < 1, 5/6004 m < 1, 5/104 null array with
+ * an option, 5/6002 null p, 5/201 no memory, 5/102 fault; of the result's and
+ * the input's dimension 5/6007 and 5/6008 when below n (backward) or negative
+ * (forward). */
+f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ...);
+
+enum zavo_convolution_option {
+    ZAVO_CIRCULAR = 10030,      /* [] */
+    ZAVO_CORRELATE = 11070,     /* [] */
+    ZAVO_Z_TRANS = 11071,       /* [float** receives a new array] */
+    ZAVO_Z_TRANS_USER = 11072,  /* [float* array that receives the spectrum] */
+    ZAVO_SERIES_FIRST = 11073,  /* [] */
+    ZAVO_SERIES_NEXT = 11074,   /* [] */
+    ZAVO_SERIES_LAST = 11075    /* [] */
+};
+
+/* The convolution z[k] = sum of x[j] y[k - j] of nx and ny reals, through the real
+ * transform of a padded length that goes to *nz. Padded with zeros, so that the
+ * first nx + ny - 1 values are the linear convolution; nz is then at least that.
+ * Options:
+ *   ZAVO_CIRCULAR      [] periodic with nz = max(nx, ny) instead
+ *   ZAVO_CORRELATE     [] z[k] = sum of x[j + k] y[j] instead. Reads nx values of
+ *                      y, too; nz is nx when circular, else at least 2 nx - 1. With
+ *                      x and y the same array: the autocorrelation
+ *   ZAVO_Z_TRANS       [float**] receives a new array of the nz values of the packed
+ *                      spectrum of z, unscaled; the caller's to free()
+ *   ZAVO_Z_TRANS_USER  [float*] array of nz floats for that spectrum
+ *   ZAVO_RETURN_USER   [float*] array of nz floats that receives the result
+ *   ZAVO_SERIES_FIRST, ZAVO_SERIES_NEXT, ZAVO_SERIES_LAST
+ *                      [] for a series of calls with the same nz: keep the work
+ *                      storage and the table of the first call until the last.
+ *                      Nothing else may be convolved meanwhile
+ * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null x or
+ * y, 5/3111 nx < 1, 5/3112 ny < 1, 5/201 no memory, 5/102 fault. */
+float* zavo_f_convolution(int nx, const float* x, int ny, const float* y, int* nz, ...);
 
 /* ---- Physical constants, calendar --------------------------------------- */
 

@@ -19,7 +19,7 @@ close $channel
 set n [llength $numbers]
 
 # Take the mean off, so that frequency zero does not drown the rest.
-set mean [expr {([join $numbers +]) / double($n)}]
+set mean [expr {[tcl::mathop::+ {*}$numbers] / double($n)}]
 set values {}
 foreach number $numbers {
     lappend values [expr {$number - $mean}]

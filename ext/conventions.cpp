@@ -22,7 +22,11 @@ void zavo_error_handler(int type, int, const char* routine, const char* message)
 
 int zavo_error_result(Tcl_Interp* interp)
 {
-    const bool failed = zavo_error_code(1) != 0 && zavo::core::is_failure(last_error_type);
+    using zavo::core::is_failure;
+    // Both types: an error that an earlier command left behind must not fail
+    // this one, whose routine may have ended with a note of its own.
+    const bool failed =
+        zavo_error_code(1) != 0 && is_failure(zavo_error_type(1)) && is_failure(last_error_type);
     if (failed) {
         Tcl_SetResult(interp, last_error_text, TCL_STATIC);
     }
@@ -34,6 +38,15 @@ namespace zavo::ext {
 void forget_last_error()
 {
     last_error_type = 0;
+}
+
+bool failure_reported(Tcl_Interp* interp)
+{
+    const bool failed = core::is_failure(last_error_type);
+    if (failed) {
+        Tcl_SetResult(interp, last_error_text, TCL_STATIC);
+    }
+    return failed;
 }
 
 int usage(Tcl_Interp* interp, const char* command, const char* arguments)

@@ -11,9 +11,7 @@ extern "C" {
 void zavo_error_handler(int type, int code, const char* routine, const char* message);
 
 // 1, with the last error's text as the result, when the routine popped last
-// ended with an error and the last one that the handler saw is of type 4 or 5;
-// else 0, result untouched. The handler sees no notes and alerts: a command whose
-// routine posts them calls zavo::ext::forget_last_error() first.
+// ended with an error of type 4 or 5; else 0, result untouched.
 int zavo_error_result(Tcl_Interp* interp);
 
 } // extern "C"
@@ -28,9 +26,12 @@ int fail(Tcl_Interp* interp, const char* command, const char* text);       // co
 int bad_datatype(Tcl_Interp* interp, const char* command); // command ": data must be lists or floats"
 int library_failure(Tcl_Interp* interp);                   // of the library's last error
 
-// Clears the type that zavo_error_result() looks at, so that an error of an
-// earlier command cannot fail one whose routine ends with a note.
+// For a routine that posts a note behind an error, which hides the error from
+// zavo_error_result: call forget_last_error() before the routine and ask
+// failure_reported() after it. True, with the text as the result, when an error
+// of type 4 or 5 was reported in between.
 void forget_last_error();
+bool failure_reported(Tcl_Interp* interp);
 
 // Keeps a list alive while a command reads it.
 class HeldList {

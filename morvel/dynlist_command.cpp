@@ -14,14 +14,13 @@ namespace morvel {
 
 namespace {
 
-// Words for datatypes, in the order of their names; Tcl's lookup wants a table
-// whose rows begin with the word.
+// Words for datatypes. Tcl's lookup wants a table whose rows begin with the word.
 struct TypeWord {
     const char* word;
     int datatype;
 };
-constexpr TypeWord all_types[] = {{"float", DFU_FLOAT}, {"int", DFU_INT}, {"list", DFU_LIST}, {nullptr, 0}};
-constexpr TypeWord number_types[] = {{"float", DFU_FLOAT}, {"int", DFU_INT}, {nullptr, 0}};
+constexpr TypeWord all_types[] = {{"int", DFU_INT}, {"float", DFU_FLOAT}, {"list", DFU_LIST}, {nullptr, 0}};
+constexpr TypeWord number_types[] = {{"int", DFU_INT}, {"float", DFU_FLOAT}, {nullptr, 0}};
 
 int read_type(Tcl_Interp* interp, Tcl_Obj* word, const TypeWord* table, int* datatype)
 {

@@ -184,6 +184,11 @@ bool read_offset(const char* text, const char* end, Tcl_WideInt* offset)
     return good;
 }
 
+bool is_blank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 // An index as `lindex` takes it: an integer or `end`, then perhaps a signed
 // offset. False when it is not one. Beyond +-2^61 all indices are alike.
 bool parse_index(Tcl_Obj* word, Tcl_WideInt last, Tcl_WideInt* index)
@@ -206,18 +211,19 @@ bool parse_index(Tcl_Obj* word, Tcl_WideInt last, Tcl_WideInt* index)
             return false;
         }
     } else {
-        // The first sign that follows a digit: a leading one belongs to the number.
+        // The first sign past the start: one at the start belongs to the number.
         sign = std::find_if(text + std::min(length, 1), end, [](char c) { return c == '+' || c == '-'; });
-        if (sign == end || !read_offset(text, sign, index)) {
+        if (sign == end || is_blank(sign[-1]) || !read_offset(text, sign, index)) {
             return false;
         }
     }
     Tcl_WideInt offset = 0;
-    // No second sign and no blank: "end--1" is no index.
-    if (sign + 1 == end || sign[1] < '0' || sign[1] > '9' || !read_offset(sign + 1, end, &offset)) {
+    // The offset may have a sign of its own, as in end-$n with a negative n.
+    if (sign + 1 == end || is_blank(sign[1]) || !read_offset(sign + 1, end, &offset)) {
         return false;
     }
-    *index = std::clamp(*index, -far, far) + std::clamp(*sign == '-' ? -offset : offset, -far, far);
+    offset = std::clamp(offset, -far, far);
+    *index = std::clamp(*index, -far, far) + (*sign == '-' ? -offset : offset);
     return true;
 }
 
@@ -241,8 +247,8 @@ int place_of(Tcl_Interp* interp, const DynList* list, Tcl_Obj* word, int* place)
 }
 
 // A byte array holds characters up to 255; Tcl would cut others down to their
-// low byte. In UTF-8 the first byte of a larger character is 0xC4 or more. The
-// string needs no look when there is none and the value was made as bytes.
+// low byte. In UTF-8 the first byte of a larger character is 0xC4 or more. A
+// value that was made as bytes and has no string needs no look.
 bool is_bytes(Tcl_Obj* value)
 {
     const bool made_as_bytes =
@@ -251,8 +257,12 @@ bool is_bytes(Tcl_Obj* value)
         return true;
     }
     int length = 0;
-    const char* const text = Tcl_GetStringFromObj(value, &length);
-    return std::none_of(text, text + length, [](char c) { return static_cast<unsigned char>(c) >= 0xC4; });
+    const auto* const text = reinterpret_cast<const unsigned char*>(Tcl_GetStringFromObj(value, &length));
+    unsigned char largest = 0; // no early exit: the compiler takes many bytes at a time
+    for (int i = 0; i < length; ++i) {
+        largest = std::max(largest, text[i]);
+    }
+    return largest < 0xC4;
 }
 
 } // namespace

@@ -38,11 +38,28 @@ test_sanitize() {
         ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1
 }
 
+# Beyond the corpus: each fuzz target for a while, with inputs of its own. Not
+# part of the whole run.
+test_fuzz() {
+    need_packages "${build_packages[@]}" "${test_packages[@]}" clang libclang-rt-dev
+    configure_and_build fuzz
+    local program piece
+    for program in build/fuzz/tests/fuzz_*; do
+        [[ -x $program && -f $program ]] || continue
+        piece=${program##*/fuzz_}
+        say "fuzzing $piece for ${ZAVO_FUZZ_SECONDS:-60} seconds"
+        mkdir -p "build/fuzz/found/$piece"
+        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -max_len=4096 -verbosity=0 \
+            -artifact_prefix="build/fuzz/found/" "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
+    done
+}
+
 run_suite() {
     case "$1" in
     unit) test_unit ;;
     script) test_script ;;
     sanitize) test_sanitize ;;
+    fuzz) test_fuzz ;;
     windows) bash scripts/windows.sh test ;;
     package) bash scripts/package.sh test ;;
     docs) bash scripts/docs.sh test ;;

@@ -143,8 +143,9 @@ proc doc_examples::matches {expected actual} {
         if {$line eq "..."} {
             append pattern {(?:[^\n]*\n)*}
         } else {
-            regsub -all {[][{}()*+?.^$|\\]} [string map [list ... \1] $line] {\\&} line
-            append pattern [string map [list \1 {[^\n]*}] $line] {\n}
+            regsub -all {[][{}()*+?^$|\\]} $line {\\&} line
+            regsub -all {\.{3,}} $line \1 line
+            append pattern [string map [list . {\.} \1 {[^\n]*}] $line] {\n}
         }
     }
     append pattern {$}

@@ -39,6 +39,17 @@ public:
     void clear() { errors().clear(); }
     const ReportedError& last() const { return errors().back(); }
 
+    // A message text with the parameters that the last error left filled in.
+    std::string expand(const char* text)
+    {
+        zavo_error_push("expand");
+        zavo_e1mes(ZAVO_TERMINAL, 1, text);
+        zavo_error_pop("expand");
+        std::string result = last().message;
+        errors().pop_back();
+        return result;
+    }
+
     // "type/code" of each, in order, separated by blanks: "5/504 5/102".
     std::string codes() const
     {

@@ -1,0 +1,83 @@
+// A benchmark program that ends with a table of ratios. Each benchmark is run
+// many times, the runs of all of them shuffled, and the shortest run counts: on
+// a shared machine the minimum is what repeats.
+#pragma once
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace ratio_report {
+
+// `name` took how many times as long as `peer`. A limit of 0 promises nothing.
+struct Pair {
+    const char* label;
+    const char* name;
+    const char* peer;
+    double limit;
+};
+
+class Reporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                const double seconds = run.cpu_accumulated_time / static_cast<double>(run.iterations);
+                const auto [place, is_new] = shortest_.try_emplace(run.run_name.function_name, seconds);
+                place->second = is_new ? seconds : std::min(place->second, seconds);
+            }
+        }
+    }
+
+    // Shortest times and ratios; false when a time is missing or a promised
+    // limit is passed.
+    bool print(const std::vector<Pair>& pairs) const
+    {
+        bool good = true;
+        std::printf("shortest of all runs\n");
+        for (const auto& [name, seconds] : shortest_) {
+            std::printf("  %-28s %12.1f us\n", name.c_str(), seconds * 1e6);
+        }
+        std::printf("ratios\n");
+        for (const Pair& pair : pairs) {
+            const auto mine = shortest_.find(pair.name);
+            const auto peer = shortest_.find(pair.peer);
+            if (mine == shortest_.end() || peer == shortest_.end()) {
+                std::printf("  %-56s missing\n", pair.label);
+                good = false;
+                continue;
+            }
+            const double ratio = mine->second / peer->second;
+            const bool within = pair.limit == 0.0 || ratio <= pair.limit;
+            std::printf("  %-56s %6.3f", pair.label, ratio);
+            if (pair.limit != 0.0) {
+                std::printf("  (limit %.2f%s)", pair.limit, within ? "" : ", PASSED");
+            }
+            std::printf("\n");
+            good = good && within;
+        }
+        return good;
+    }
+
+private:
+    std::map<std::string, double> shortest_;
+};
+
+// The rest of main(): runs what is registered and prints the table.
+inline int run(int argc, char** argv, const std::vector<Pair>& pairs)
+{
+    std::vector<char*> arguments(argv, argv + argc);
+    static char shuffled[] = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, shuffled);
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.print(pairs) ? 0 : 1;
+}
+
+} // namespace ratio_report

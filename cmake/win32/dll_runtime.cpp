@@ -1,0 +1,98 @@
+// Start-up code of the Windows DLLs, in place of the compiler's. That prepares
+// for exceptions, threads and relocations at load time, none of which these
+// libraries have, and calls dozens of services of the kernel to do so. Two
+// things are left: the constructors of static objects, run when the DLL is
+// loaded, and their destructors, which the compiler registers with atexit, run
+// when it is unloaded.
+//
+// Below that stand the few functions through which the compiler's number
+// formatting (kept because its digits and exponents are those of Linux) would
+// reach the kernel.
+
+#include <cstddef>
+#include <cwchar>
+
+namespace {
+
+using Function = void (*)();
+
+constexpr unsigned long process_detach = 0;
+constexpr unsigned long process_attach = 1;
+
+constexpr int exit_function_limit = 32;
+Function exit_functions[exit_function_limit];
+int exit_function_count;
+
+} // namespace
+
+extern "C" {
+
+// Written by the linker: -1, the constructors, 0.
+extern Function zavo_constructors[] __asm__("___CTOR_LIST__");
+
+int atexit(Function function)
+{
+    if (exit_function_count == exit_function_limit) {
+        return -1;
+    }
+    exit_functions[exit_function_count++] = function;
+    return 0;
+}
+
+// The loader aligns the stack to 4 bytes, code with SSE wants 16.
+__attribute__((force_align_arg_pointer)) int __stdcall zavo_dll_entry(void*, unsigned long reason, void*)
+{
+    if (reason == process_attach) {
+        int count = 0;
+        while (zavo_constructors[count + 1] != nullptr) {
+            ++count;
+        }
+        for (; count > 0; --count) {
+            zavo_constructors[count]();
+        }
+    } else if (reason == process_detach) {
+        while (exit_function_count > 0) {
+            exit_functions[--exit_function_count]();
+        }
+    }
+    return 1;
+}
+
+// Number formatting guards its cache of big numbers with these. The library
+// serves one thread, so there is nothing to guard against; the pointers stand
+// where the linker would put those of the imported functions.
+static void __stdcall no_lock(void*) {}
+static void __stdcall no_sleep(unsigned long) {}
+
+void(__stdcall* zavo_initialize_lock)(void*) __asm__("__imp__InitializeCriticalSection@4") = no_lock;
+void(__stdcall* zavo_enter_lock)(void*) __asm__("__imp__EnterCriticalSection@4") = no_lock;
+void(__stdcall* zavo_leave_lock)(void*) __asm__("__imp__LeaveCriticalSection@4") = no_lock;
+void(__stdcall* zavo_delete_lock)(void*) __asm__("__imp__DeleteCriticalSection@4") = no_lock;
+void(__stdcall* zavo_sleep)(unsigned long) __asm__("__imp__Sleep@4") = no_sleep;
+
+// It converts the decimal point of the locale to a wide character and back: one
+// byte, the same number.
+std::size_t mbrtowc(wchar_t* wide, const char* bytes, std::size_t n, std::mbstate_t*)
+{
+    if (bytes == nullptr || n == 0) {
+        return 0;
+    }
+    if (wide != nullptr) {
+        *wide = static_cast<unsigned char>(*bytes);
+    }
+    return *bytes != '\0' ? 1 : 0;
+}
+
+std::size_t wcrtomb(char* bytes, wchar_t wide, std::mbstate_t*)
+{
+    if (bytes != nullptr) {
+        *bytes = static_cast<char>(wide);
+    }
+    return 1;
+}
+
+// Mathematical functions would tell a handler of the program of domain errors;
+// there is none.
+void __mingw_raise_matherr(int, const char*, double, double, double) {}
+
+} // extern "C"

@@ -1,0 +1,360 @@
+// Convolution and correlation of real sequences through the real transform:
+// pad, transform both, multiply the spectra, transform back, divide by nz.
+//
+// Worked value: {1, 2, 3} with {1, 1, 1, 1}, padded to 6, is {1, 3, 6, 6, 5, 3}.
+
+#include "fft/convolution.h"
+
+#include "core/entry_frame.hpp"
+#include "core/memory.hpp"
+#include "core/option_reader.hpp"
+#include "core/vector_kernels.h"
+#include "core/zavo.h"
+#include "fft/factors.hpp"
+#include "fft/padded_length.hpp"
+#include "fft/posting.hpp"
+#include "fft/real_fft.h"
+#include "fft/transforms.hpp"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace code = zavo::core::code;
+
+namespace zavo::fft {
+
+namespace {
+
+// How a product of spectra treats one frequency of X and Y.
+enum class Product { convolution, correlation };
+
+// ---- lengths --------------------------------------------------------------------
+
+std::int64_t convolution_length(std::int64_t nx, std::int64_t ny, bool periodic)
+{
+    return periodic ? std::max(nx, ny) : padded_length(nx + ny - 1);
+}
+
+std::int64_t correlation_length(std::int64_t nx, bool periodic)
+{
+    return periodic ? nx : padded_length(2 * nx - 1);
+}
+
+// ---- the skeleton ----------------------------------------------------------------
+
+// n values, then zeros up to nz.
+void pad(Index n, const float* values, Index nz, float* padded)
+{
+    if (values != padded) {
+        std::memmove(padded, values, static_cast<std::size_t>(n) * sizeof(float));
+    }
+    std::memset(padded + n, 0, static_cast<std::size_t>(nz - n) * sizeof(float));
+}
+
+// zhat = X times Y (convolution) or X times conj Y, in the packed layout.
+template <Product kind>
+void multiply_spectra(Index nz, const float* x, const float* y, float* zhat)
+{
+    zhat[0] = x[0] * y[0];
+    for (Index i = 1; i + 1 < nz; i += 2) {
+        const float xr = x[i], xi = x[i + 1];
+        const float yr = y[i], yi = y[i + 1];
+        if constexpr (kind == Product::convolution) {
+            zhat[i] = xr * yr - xi * yi;
+            zhat[i + 1] = xi * yr + xr * yi;
+        } else {
+            zhat[i] = xr * yr + xi * yi;
+            zhat[i + 1] = xi * yr - xr * yi;
+        }
+    }
+    if (nz % 2 == 0) {
+        zhat[nz - 1] = x[nz - 1] * y[nz - 1];
+    }
+}
+
+// One problem with its storage; the padded sequences stand in xwork and ywork,
+// which may be one array.
+struct Buffers {
+    float* z;
+    float* zhat;
+    float* xwork;
+    float* ywork;
+    float* table;
+};
+
+template <Product kind>
+void multiply_transforms(int mode, int nz, const Buffers& at)
+{
+    if (mode == 0 || mode == 1) {
+        FFTRI(&nz, at.table);
+    }
+    l_f2trf(&nz, at.xwork, at.xwork, at.table);
+    if (at.ywork != at.xwork) {
+        l_f2trf(&nz, at.ywork, at.ywork, at.table);
+    }
+    multiply_spectra<kind>(nz, at.xwork, at.ywork, at.zhat);
+    l_f2trb(&nz, at.zhat, at.z, at.table);
+    const float divisor = static_cast<float>(nz);
+    for (Index i = 0; i < nz; ++i) {
+        at.z[i] /= divisor;
+    }
+}
+
+// ---- one call ----------------------------------------------------------------------
+
+// The work area of a series outlives a call: padded x, padded y, table.
+struct SeriesArea {
+    float* block = nullptr;
+    int nz = 0;
+
+    bool allocate(int length)
+    {
+        release();
+        block = static_cast<float*>(core::allocate(count_of_floats(length, 4, record_floats), sizeof(float)));
+        nz = block != nullptr ? length : 0;
+        return block != nullptr;
+    }
+    void release()
+    {
+        core::release(block);
+        block = nullptr;
+        nz = 0;
+    }
+};
+SeriesArea area;
+
+class ConvolutionCall {
+public:
+    ConvolutionCall(int nx, const float* x, int ny, const float* y, int* nz)
+        : nx_(nx), ny_(ny), x_(x), y_(y), nz_result_(nz)
+    {
+    }
+    ConvolutionCall(const ConvolutionCall&) = delete;
+    ConvolutionCall& operator=(const ConvolutionCall&) = delete;
+    ~ConvolutionCall()
+    {
+        if (owns_area_ && (mode() == 0 || mode() == 3)) {
+            area.release();
+        }
+    }
+
+    void read(core::OptionReader& options)
+    {
+        while (const int option = options.next()) {
+            switch (option) {
+            case ZAVO_CIRCULAR:
+                periodic_ = true;
+                break;
+            case ZAVO_RETURN_USER:
+                result_.borrow(options.take<float*>());
+                break;
+            case ZAVO_CORRELATE:
+                kind_ = Product::correlation;
+                break;
+            case ZAVO_Z_TRANS:
+                zhat_address_given_ = true;
+                zhat_address_ = options.take<float**>();
+                break;
+            case ZAVO_Z_TRANS_USER:
+                zhat_.borrow(options.take<float*>());
+                break;
+            case ZAVO_SERIES_FIRST:
+                first_ = true;
+                break;
+            case ZAVO_SERIES_NEXT:
+                next_ = true;
+                first_ = false;
+                break;
+            case ZAVO_SERIES_LAST:
+                last_ = true;
+                next_ = false;
+                break;
+            default:
+                options.reject(option);
+                return;
+            }
+        }
+    }
+
+    void run()
+    {
+        if (!arrays_are_good() || !counts_are_good() || !find_length() || !get_storage()) {
+            return;
+        }
+        const int ipad = (periodic_ ? 0 : 1) + (kind_ == Product::correlation && x_ == y_ ? 2 : 0);
+        float* const xwork = area.block;
+        float* const ywork = xwork + nz_;
+        float* const table = ywork + nz_;
+        const int table_mode = table_is_stale_ ? 1 : mode();
+        if (kind_ == Product::convolution) {
+            R2ONV(&table_mode, &nx_, x_, &ny_, y_, &ipad, &nz_, result_.get(), zhat_.get(), xwork, ywork,
+                  table);
+        } else {
+            R2ORL(&table_mode, &nx_, x_, y_, &ipad, &nz_, result_.get(), zhat_.get(), xwork, ywork, table);
+        }
+    }
+
+    float* hand_over(bool failed)
+    {
+        if (failed) {
+            return nullptr;
+        }
+        if (zhat_address_given_) {
+            *zhat_address_ = zhat_.hand_over();
+        }
+        return result_.hand_over();
+    }
+
+private:
+    int mode() const { return last_ ? 3 : next_ ? 2 : first_ ? 1 : 0; }
+
+    bool arrays_are_good() const
+    {
+        if (core::pending_type() != 0) {
+            return false;
+        }
+        if (result_.borrowed() && result_.get() == nullptr) {
+            post_null_array("z", "ZAVO_RETURN_USER");
+        } else if (zhat_.borrowed() && zhat_.get() == nullptr) {
+            post_null_array("zhat", "ZAVO_Z_TRANS_USER");
+        } else if (zhat_address_given_ && zhat_address_ == nullptr) {
+            post_null_array("zhat", "ZAVO_Z_TRANS");
+        } else if (x_ == nullptr) {
+            post_null_sequence("x");
+        } else if (y_ == nullptr) {
+            post_null_sequence("y");
+        } else {
+            return true;
+        }
+        return false;
+    }
+
+    bool counts_are_good() const
+    {
+        if (nx_ < 1) {
+            post_int(code::x_empty, nx_);
+        }
+        if (ny_ < 1) {
+            post_int(code::y_empty, ny_);
+        }
+        return core::pending_type() == 0;
+    }
+
+    // A length beyond int is answered like memory that is not there.
+    bool find_length()
+    {
+        const std::int64_t nz = kind_ == Product::convolution ? convolution_length(nx_, ny_, periodic_)
+                                                              : correlation_length(nx_, periodic_);
+        if (nz > std::numeric_limits<int>::max()) {
+            post_no_memory(std::numeric_limits<int>::max());
+            return false;
+        }
+        nz_ = static_cast<int>(nz);
+        *nz_result_ = nz_;
+        return true;
+    }
+
+    // A later call of a series that finds no work area of its length, because
+    // there was no first call or its length was another, makes one.
+    bool get_storage()
+    {
+        const std::size_t count = static_cast<std::size_t>(nz_);
+        owns_area_ = true;
+        table_is_stale_ = mode() < 2 || area.nz != nz_;
+        if ((table_is_stale_ && !area.allocate(nz_)) || !get_spectrum(count) ||
+            (!result_.borrowed() && !result_.allocate(count))) {
+            post_no_memory(nz_);
+            return false;
+        }
+        return true;
+    }
+
+    // ZAVO_Z_TRANS comes before an array of the caller's.
+    bool get_spectrum(std::size_t count)
+    {
+        return (zhat_.borrowed() && !zhat_address_given_) || zhat_.allocate(count);
+    }
+
+    int nx_, ny_;
+    const float* x_;
+    const float* y_;
+    int* nz_result_;
+    int nz_ = 0;
+    Product kind_ = Product::convolution;
+    bool periodic_ = false;
+    bool first_ = false, next_ = false, last_ = false;
+    bool owns_area_ = false;
+    bool table_is_stale_ = false;
+    bool zhat_address_given_ = false;
+    float** zhat_address_ = nullptr;
+    core::ResultArray<float> zhat_;
+    core::ResultArray<float> result_;
+};
+
+} // namespace
+
+} // namespace zavo::fft
+
+using namespace zavo;
+using fft::Product;
+
+extern "C" float* zavo_f_convolution(int nx, const float* x, int ny, const float* y, int* nz, ...)
+{
+    std::va_list list;
+    va_start(list, nz);
+    core::OptionReader options{list, 6};
+    fft::ConvolutionCall call{nx, x, ny, y, nz};
+    core::EntryFrame frame{"zavo_f_convolution"};
+    frame.run([&] {
+        call.read(options);
+        call.run();
+    });
+    va_end(list);
+    return call.hand_over(frame.failed());
+}
+
+extern "C" void R2ONV(const int* mode, const int* nx, const float* x, const int* ny, const float* y,
+                      const int* ipad, int* nz, float* z, float* zhat, float* xwork, float* ywork,
+                      float* table)
+{
+    zavo_error_push("R2ONV ");
+    *nz = static_cast<int>(fft::convolution_length(*nx, *ny, *ipad == 0));
+    if (core::pending_type() == 0) {
+        fft::pad(*nx, x, *nz, xwork);
+        fft::pad(*ny, y, *nz, ywork);
+        fft::multiply_transforms<Product::convolution>(*mode, *nz, {z, zhat, xwork, ywork, table});
+    }
+    zavo_error_pop("R2ONV ");
+}
+
+extern "C" void R2ORL(const int* mode, const int* nx, const float* x, const float* y, const int* ipad,
+                      int* nz, float* z, float* zhat, float* xwork, float* ywork, float* table)
+{
+    zavo_error_push("R2ORL ");
+    *nz = static_cast<int>(fft::correlation_length(*nx, *ipad % 2 == 0));
+    if (core::pending_type() == 0) {
+        const bool alone = *ipad >= 2;
+        fft::pad(*nx, x, *nz, xwork);
+        if (!alone) {
+            fft::pad(*nx, y, *nz, ywork);
+        }
+        fft::multiply_transforms<Product::correlation>(*mode, *nz,
+                                                       {z, zhat, xwork, alone ? xwork : ywork, table});
+    }
+    zavo_error_pop("R2ORL ");
+}
+
+extern "C" void FFTRI(const int* n, float* table)
+{
+    zavo_error_push("FFTRI ");
+    const fft::Index length = *n;
+    if (length < 1) {
+        fft::post_int(code::length_below_one, *n);
+    } else if (length > 1) {
+        fft::build_real_table(length, table + length, table + 2 * length);
+    }
+    zavo_error_pop("FFTRI ");
+}

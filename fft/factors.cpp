@@ -1,0 +1,171 @@
+// Factorisation and twiddle regions. Worked value: the real transform of length
+// 12 has the factors 4, 3, the complex one 3, 4; length 8 has 2, 4 in both, as
+// the 2 is found second and moved to the front.
+
+#include "fft/factors.hpp"
+
+#include "core/vector_kernels.h"
+#include "fft/twiddle.hpp"
+
+#include <array>
+
+namespace zavo::fft {
+
+namespace {
+
+using Trials = std::array<int, 4>;
+constexpr Trials real_trials = {4, 2, 3, 5};
+constexpr Trials complex_trials = {3, 4, 2, 5};
+
+// 2 pi rounded to single precision.
+constexpr float two_pi = 6.2831855F;
+
+// A factor 2 stands first, whenever it was found. Only one can exist, since 4 is
+// divided out before 2.
+void append(Factors& factors, Index ip)
+{
+    if (ip == 2) {
+        for (int i = factors.count; i > 0; --i) {
+            factors.ip[i] = factors.ip[i - 1];
+        }
+        factors.ip[0] = 2;
+    } else {
+        factors.ip[factors.count] = ip;
+    }
+    ++factors.count;
+}
+
+void multiply_up(Factors& factors)
+{
+    for (int i = 0; i < factors.count; ++i) {
+        factors.before[i + 1] = factors.before[i] * factors.ip[i];
+    }
+}
+
+Factors factorise(Index n, const Trials& trials)
+{
+    Factors factors;
+    factors.n = n;
+    Index rest = n;
+    for (Index trial_no = 0; rest != 1; ++trial_no) {
+        Index ip = trial_no < 4 ? trials[static_cast<std::size_t>(trial_no)] : 2 * trial_no - 1;
+        if (trial_no >= 4 && ip > rest / ip) {
+            ip = rest; // no divisor up to its root: prime
+        }
+        for (; rest % ip == 0 && rest != 1; rest /= ip) {
+            append(factors, ip);
+        }
+    }
+    multiply_up(factors);
+    return factors;
+}
+
+int stored_int(float value)
+{
+    return static_cast<int>(value >= 0.0F ? value + 0.5F : value - 0.5F);
+}
+
+// Readable as an int: rules out NaN and what the conversion cannot hold.
+bool holds_int(float value)
+{
+    return value >= 0.0F && value < 2147483520.0F;
+}
+
+Factors read_record(Index n, const float* record, const Trials& trials)
+{
+    Factors factors;
+    factors.n = n;
+    Index rest = n;
+    factors.count = holds_int(record[1]) ? stored_int(record[1]) : 0;
+    if (factors.count > record_floats - 2) {
+        return factorise(n, trials);
+    }
+    for (int i = 0; i < factors.count; ++i) {
+        const Index ip = holds_int(record[2 + i]) ? stored_int(record[2 + i]) : 0;
+        if (ip < 2 || rest % ip != 0) {
+            return factorise(n, trials);
+        }
+        factors.ip[i] = ip;
+        rest /= ip;
+    }
+    if (rest != 1) {
+        return factorise(n, trials);
+    }
+    multiply_up(factors);
+    return factors;
+}
+
+void write_record(const Factors& factors, float* record)
+{
+    record[0] = static_cast<float>(factors.n);
+    record[1] = static_cast<float>(factors.count);
+    for (int i = 0; i < factors.count && i < record_floats - 2; ++i) {
+        record[2 + i] = static_cast<float>(factors.ip[i]);
+    }
+}
+
+// The angle of block j of a factor: a float product of floats.
+float block_angle(const Factors& factors, int which, Index j)
+{
+    const float argh = two_pi / static_cast<float>(factors.n);
+    return static_cast<float>(j * factors.l1(which)) * argh;
+}
+
+} // namespace
+
+Factors real_factors(Index n)
+{
+    return factorise(n, real_trials);
+}
+Factors complex_factors(Index n)
+{
+    return factorise(n, complex_trials);
+}
+Factors read_real_record(Index n, const float* record)
+{
+    return read_record(n, record, real_trials);
+}
+Factors read_complex_record(Index n, const float* record)
+{
+    return read_record(n, record, complex_trials);
+}
+
+// Block j of a factor holds (cos, sin) of the multiples 1 .. (ido - 1) / 2; the
+// last factor has ido = 1 and needs none.
+void build_real_table(Index n, float* twiddles, float* record)
+{
+    const Factors factors = real_factors(n);
+    write_record(factors, record);
+    for (int which = 0; which + 1 < factors.count; ++which) {
+        const Shape shape = factors.shape(which);
+        float* block = twiddles + factors.twiddle_offset(which);
+        for (Index j = 1; j < shape.ip; ++j, block += shape.ido) {
+            fill_cos_sin(block_angle(factors, which, j), 1, static_cast<int>((shape.ido - 1) / 2), block);
+        }
+    }
+}
+
+// Block j of a factor holds ido pairs: (1, 0), then the multiples 1 .. ido - 1.
+// The multiple ido goes behind the block, where the next block's (1, 0)
+// overwrites it; above radix 5 a copy of it takes the place of the block's own
+// (1, 0), which is where the general pass looks for its rotation.
+void build_complex_table(Index n, float* twiddles, float* record)
+{
+    const Factors factors = complex_factors(n);
+    write_record(factors, record);
+    for (int which = 0; which < factors.count; ++which) {
+        const Shape shape = factors.shape(which);
+        float* block = twiddles + 2 * factors.twiddle_offset(which);
+        for (Index j = 1; j < shape.ip; ++j, block += 2 * shape.ido) {
+            block[0] = 1.0F;
+            block[1] = 0.0F;
+            fill_cos_sin(block_angle(factors, which, j), 1, static_cast<int>(shape.ido), block + 2);
+            if (shape.ip > 5) {
+                block[0] = block[2 * shape.ido];
+                block[1] = block[2 * shape.ido + 1];
+            }
+        }
+    }
+}
+
+} // namespace zavo::fft

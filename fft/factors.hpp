@@ -1,0 +1,45 @@
+// Factorisation of a length, the factor record of a parameter table, and the
+// builders of the twiddle regions.
+//
+// A factor record is 15 floats: n, the number of factors, the factors in order,
+// all stored as floats and read back rounded to nearest.
+#pragma once
+
+#include "fft/shape.hpp"
+
+namespace zavo::fft {
+
+inline constexpr int record_floats = 15;
+inline constexpr int most_factors = 32;
+
+struct Factors {
+    Index n = 1;
+    int count = 0;
+    Index ip[most_factors] = {};
+    Index before[most_factors + 1] = {1}; // products of the factors before each
+
+    // l1 of a pass: the product of the factors before it.
+    Index l1(int which) const { return before[which]; }
+    Index ido(int which) const { return n / before[which + 1]; }
+    Shape shape(int which) const { return {ido(which), l1(which), ip[which]}; }
+    // Where a factor's block starts in the real table's twiddle region; twice
+    // that in the complex table's. The blocks before it hold n - n/l1 values.
+    Index twiddle_offset(int which) const { return n - n / l1(which); }
+};
+
+// n as a product of 4, 3, 2, 5 and odd numbers, tried in the order of the kind
+// of transform (real: 4 2 3 5, complex: 3 4 2 5); a factor 2 is put first.
+Factors real_factors(Index n);
+Factors complex_factors(Index n);
+
+// The factors that a record of a table for length n holds. A record that does
+// not multiply up to n (more factors than it has room for, or not a record at
+// all) counts for nothing; n is factored instead.
+Factors read_real_record(Index n, const float* record);
+Factors read_complex_record(Index n, const float* record);
+
+// Twiddle and factor regions of a table: n and 15 floats, or 2n and 15.
+void build_real_table(Index n, float* twiddles, float* record);
+void build_complex_table(Index n, float* twiddles, float* record);
+
+} // namespace zavo::fft

@@ -1,0 +1,288 @@
+// The two-dimensional complex transform: public routine and workers.
+//
+// Element (row r, column c) of an array with column dimension ld stands at
+// r * ld + c. Each dimension is a sweep of one-dimensional transforms.
+
+#include "fft/fft_2d.h"
+
+#include "core/entry_frame.hpp"
+#include "core/memory.hpp"
+#include "core/option_reader.hpp"
+#include "fft/posting.hpp"
+#include "fft/transforms.hpp"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace code = zavo::core::code;
+
+namespace zavo::fft {
+
+namespace {
+
+float* floats(f_complex* z)
+{
+    return reinterpret_cast<float*>(z);
+}
+
+// Each row of p, transformed, into the same row of q.
+void sweep_rows(Direction d, Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
+                float* table, f_complex* work)
+{
+    for (Index r = 0; r < m; ++r) {
+        std::memmove(work, p + r * ldp, static_cast<std::size_t>(n) * sizeof(f_complex));
+        if (n > 1) {
+            transform_complex(d, n, floats(work), floats(work), table);
+        }
+        std::memcpy(q + r * ldq, work, static_cast<std::size_t>(n) * sizeof(f_complex));
+    }
+}
+
+// Each column of p, transformed, into the same column of q. m >= 2.
+void sweep_columns(Direction d, Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
+                   float* table, f_complex* work)
+{
+    for (Index c = 0; c < n; ++c) {
+        for (Index r = 0; r < m; ++r) {
+            work[r] = p[r * ldp + c];
+        }
+        transform_complex(d, m, floats(work), floats(work), table);
+        for (Index r = 0; r < m; ++r) {
+            q[r * ldq + c] = work[r];
+        }
+    }
+}
+
+void transform_forward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
+                       float* row_table, float* column_table, f_complex* work)
+{
+    sweep_rows(Direction::forward, n, m, p, ldp, q, ldq, row_table, work);
+    if (m > 1) {
+        sweep_columns(Direction::forward, n, m, q, ldq, q, ldq, column_table, work);
+    }
+}
+
+// Kept: with one column the result is the input, whatever the columns' sweep
+// made of it (fft_2d.backward_of_one_column_is_the_input).
+void transform_backward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
+                        float* row_table, float* column_table, f_complex* work)
+{
+    if (m < 2) {
+        std::memmove(q, p, static_cast<std::size_t>(n) * sizeof(f_complex));
+    } else {
+        sweep_columns(Direction::backward, n, m, p, ldp, q, ldq, column_table, work);
+    }
+    if (n < 2) {
+        for (Index r = 0; r < m; ++r) {
+            q[r * ldq] = p[r * ldp];
+        }
+    } else {
+        sweep_rows(Direction::backward, n, m, q, ldq, q, ldq, row_table, work);
+    }
+}
+
+// One call of zavo_c_fft_2d_complex. Stands outside the fault trap and owns the
+// tables and the result that the call makes.
+class Fft2dCall {
+public:
+    Fft2dCall(int m, int n, const f_complex* p)
+        : m_(m), n_(n), p_(p), result_column_dimension_(n), input_column_dimension_(n)
+    {
+    }
+    Fft2dCall(const Fft2dCall&) = delete;
+    Fft2dCall& operator=(const Fft2dCall&) = delete;
+    ~Fft2dCall()
+    {
+        core::release(row_table_);
+        core::release(column_table_);
+    }
+
+    void read(core::OptionReader& options)
+    {
+        while (const int option = options.next()) {
+            switch (option) {
+            case ZAVO_BACKWARD:
+                direction_ = Direction::backward;
+                break;
+            case ZAVO_RESULT_COL_DIM:
+                result_column_dimension_ = options.take<int>();
+                break;
+            case ZAVO_INPUT_COL_DIM:
+                input_column_dimension_ = options.take<int>();
+                break;
+            case ZAVO_RETURN_USER:
+                result_.borrow(options.take<f_complex*>());
+                break;
+            default:
+                options.reject(option);
+                return;
+            }
+        }
+    }
+
+    void run()
+    {
+        if (!arguments_are_good() || !get_tables()) {
+            return;
+        }
+        f_complex* const block = core::take_work<f_complex>(static_cast<std::size_t>(m_));
+        f_complex* const work = core::take_work<f_complex>(static_cast<std::size_t>(std::max(m_, n_)));
+        if (block == nullptr || work == nullptr || !get_result()) {
+            post_no_memory(m_);
+            return;
+        }
+        // Kept: the two column dimensions trade roles between the directions.
+        if (direction_ == Direction::forward) {
+            l_f2t2d(&n_, &m_, p_, &input_column_dimension_, result_.get(), &result_column_dimension_,
+                    row_table_, column_table_, block, work);
+        } else {
+            l_f2t2b(&n_, &m_, result_.get(), &input_column_dimension_, p_, &result_column_dimension_,
+                    row_table_, column_table_, block, work);
+        }
+    }
+
+    // Everything of the call; a fault keeps it from its end.
+    void transform(core::OptionReader& options)
+    {
+        read(options);
+        run();
+        done_ = true;
+    }
+
+    // Kept: an array of the caller's comes back after an error too, as it stands;
+    // after a fault it does not.
+    f_complex* hand_over(bool failed)
+    {
+        const bool withheld = !done_ || (failed && !result_.borrowed());
+        return withheld ? nullptr : result_.hand_over();
+    }
+
+private:
+    // A negative column dimension would lead out of the arrays; the forward
+    // worker makes no test of its own.
+    bool dimensions_are_safe() const
+    {
+        if (direction_ == Direction::forward && result_column_dimension_ < 0) {
+            post_ints(code::result_column_dimension, result_column_dimension_, n_);
+        } else if (direction_ == Direction::forward && input_column_dimension_ < 0) {
+            post_ints(code::input_column_dimension, input_column_dimension_, n_);
+        } else {
+            return true;
+        }
+        return false;
+    }
+
+    bool arguments_are_good() const
+    {
+        if (core::pending_type() != 0) {
+            return false;
+        }
+        if (n_ < 1) {
+            post_int(code::rows_below_one, n_);
+        }
+        if (m_ < 1) {
+            post_int(code::columns_below_one, m_);
+        }
+        if (result_.borrowed() && result_.get() == nullptr) {
+            post_null_array("result", "ZAVO_RETURN_USER");
+            return false;
+        }
+        if (p_ == nullptr) {
+            post_null_sequence("seq");
+        }
+        return core::pending_type() == 0 && dimensions_are_safe();
+    }
+
+    bool get_tables()
+    {
+        row_table_ = zavo_c_fft_complex_init(n_);
+        if (core::pending_type() == 0) {
+            column_table_ = zavo_c_fft_complex_init(m_);
+        }
+        return core::pending_type() == 0;
+    }
+
+    // m rows of n values; rows as far apart as the result's column dimension
+    // asks, with zeros between them.
+    bool get_result()
+    {
+        if (result_.borrowed()) {
+            return true;
+        }
+        const int ld = direction_ == Direction::forward ? result_column_dimension_ : input_column_dimension_;
+        const std::uint64_t count = static_cast<std::uint64_t>(m_) * static_cast<unsigned>(std::max(ld, n_));
+        if (count > std::numeric_limits<std::size_t>::max() / sizeof(f_complex) ||
+            !result_.allocate(static_cast<std::size_t>(count))) {
+            return false;
+        }
+        if (ld > n_) {
+            std::memset(static_cast<void*>(result_.get()), 0,
+                        static_cast<std::size_t>(count) * sizeof(f_complex));
+        }
+        return true;
+    }
+
+    int m_, n_;
+    const f_complex* p_;
+    int result_column_dimension_, input_column_dimension_;
+    Direction direction_ = Direction::forward;
+    bool done_ = false;
+    float* row_table_ = nullptr;
+    float* column_table_ = nullptr;
+    core::ResultArray<f_complex> result_;
+};
+
+} // namespace
+
+} // namespace zavo::fft
+
+using namespace zavo;
+
+extern "C" f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ...)
+{
+    std::va_list list;
+    va_start(list, p);
+    core::OptionReader options{list, 4};
+    fft::Fft2dCall call{m, n, p};
+    core::EntryFrame frame{"zavo_c_fft_2d_complex"};
+    frame.run([&] { call.transform(options); });
+    va_end(list);
+    return call.hand_over(frame.failed());
+}
+
+extern "C" void l_f2t2d(const int* n, const int* m, const f_complex* p, const int* ldp, f_complex* q,
+                        const int* ldq, float* row_table, float* column_table, f_complex*, f_complex* work)
+{
+    zavo_error_push("l_f2t2d");
+    if (*n < 1) {
+        fft::post_int(code::columns_below_one, *n);
+    }
+    if (*m < 1) {
+        fft::post_int(code::rows_below_one, *m);
+    }
+    if (core::pending_type() == 0) {
+        fft::transform_forward(*n, *m, p, *ldp, q, *ldq, row_table, column_table, work);
+    }
+    zavo_error_pop("l_f2t2d");
+}
+
+extern "C" void l_f2t2b(const int* n, const int* m, f_complex* q, const int* ldq, const f_complex* p,
+                        const int* ldp, float* row_table, float* column_table, f_complex*, f_complex* work)
+{
+    zavo_error_push("l_f2t2b");
+    if (*n < 1) {
+        fft::post_int(code::backward_rows_below_one, *n);
+    } else if (*m < 1) {
+        fft::post_int(code::backward_columns_below_one, *m);
+    } else if (*ldq < *n) {
+        fft::post_ints(code::result_column_dimension, *ldq, *n);
+    } else if (*ldp < *n) {
+        fft::post_ints(code::input_column_dimension, *ldp, *n);
+    } else {
+        fft::transform_backward(*n, *m, p, *ldp, q, *ldq, row_table, column_table, work);
+    }
+    zavo_error_pop("l_f2t2b");
+}

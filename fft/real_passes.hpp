@@ -1,0 +1,313 @@
+// Passes and drivers of the real transform, as templates on Lanes.
+//
+// The values of a pass are counted from 0: position 0 is the real value of
+// frequency zero, positions (i - 1, i) for i = 2, 4, ... hold one frequency, and
+// for even ido position ido - 1 holds the half frequency. `ic` = ido - i mirrors i:
+//
+//     slot j even   | 0 | 1 2 | 3 4 | ...             i walks up
+//     slot j odd    ...           | i-1 i |           ic walks down
+#pragma once
+
+#include "fft/factors.hpp"
+#include "fft/real_radices.hpp"
+#include "fft/rotation.hpp"
+
+namespace zavo::fft {
+
+// Reads split, writes joined. wa: ip - 1 blocks of ido values, (cos, sin) pairs.
+template <class Radix, class Lanes>
+void forward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
+                  const float* __restrict wa)
+{
+    using L = typename Lanes::Value;
+    constexpr int ip = Radix::ip;
+    const Index ido = shape.ido;
+    const SplitView<Lanes> in{ido, shape.l1};
+    const JoinedView<Lanes> out{ido, ip};
+    for (Index k = 0; k < shape.l1; ++k) {
+        L x[ip], y[ip];
+        for (int j = 0; j < ip; ++j) {
+            x[j] = Lanes::load(cc + in.at(0, k, j));
+        }
+        Radix::forward_first(x, y);
+        for (int j = 0; j < ip; ++j) {
+            Lanes::store(ch + out.at(j % 2 != 0 ? ido - 1 : 0, j, k), y[j]);
+        }
+        for (Index i = 2; i < ido; i += 2) {
+            L re[ip], im[ip], yre[ip], yim[ip];
+            re[0] = Lanes::load(cc + in.at(i - 1, k, 0));
+            im[0] = Lanes::load(cc + in.at(i, k, 0));
+            for (int j = 1; j < ip; ++j) {
+                const L xr = Lanes::load(cc + in.at(i - 1, k, j));
+                const L xi = Lanes::load(cc + in.at(i, k, j));
+                const float wr = wa[(j - 1) * ido + i - 2];
+                const float wi = wa[(j - 1) * ido + i - 1];
+                re[j] = wr * xr + wi * xi;
+                im[j] = wr * xi - wi * xr;
+            }
+            Radix::forward_inner(re, im, yre, yim);
+            for (int j = 0; j < ip; ++j) {
+                const Index at = j % 2 != 0 ? ido - i : i;
+                Lanes::store(ch + out.at(at - 1, j, k), yre[j]);
+                Lanes::store(ch + out.at(at, j, k), yim[j]);
+            }
+        }
+        if constexpr (ip % 2 == 0) {
+            if (ido % 2 == 0) {
+                for (int j = 0; j < ip; ++j) {
+                    x[j] = Lanes::load(cc + in.at(ido - 1, k, j));
+                }
+                Radix::forward_last(x, y);
+                for (int j = 0; j < ip; ++j) {
+                    Lanes::store(ch + out.at(j % 2 != 0 ? 0 : ido - 1, j, k), y[j]);
+                }
+            }
+        }
+    }
+}
+
+// Reads joined, writes split.
+template <class Radix, class Lanes>
+void backward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
+                   const float* __restrict wa)
+{
+    using L = typename Lanes::Value;
+    constexpr int ip = Radix::ip;
+    const Index ido = shape.ido;
+    const JoinedView<Lanes> in{ido, ip};
+    const SplitView<Lanes> out{ido, shape.l1};
+    for (Index k = 0; k < shape.l1; ++k) {
+        L x[ip], y[ip];
+        for (int j = 0; j < ip; ++j) {
+            x[j] = Lanes::load(cc + in.at(j % 2 != 0 ? ido - 1 : 0, j, k));
+        }
+        Radix::backward_first(x, y);
+        for (int j = 0; j < ip; ++j) {
+            Lanes::store(ch + out.at(0, k, j), y[j]);
+        }
+        for (Index i = 2; i < ido; i += 2) {
+            L re[ip], im[ip], yre[ip], yim[ip];
+            for (int j = 0; j < ip; ++j) {
+                const Index at = j % 2 != 0 ? ido - i : i;
+                re[j] = Lanes::load(cc + in.at(at - 1, j, k));
+                im[j] = Lanes::load(cc + in.at(at, j, k));
+            }
+            Radix::backward_inner(re, im, yre, yim);
+            Lanes::store(ch + out.at(i - 1, k, 0), yre[0]);
+            Lanes::store(ch + out.at(i, k, 0), yim[0]);
+            for (int j = 1; j < ip; ++j) {
+                const float wr = wa[(j - 1) * ido + i - 2];
+                const float wi = wa[(j - 1) * ido + i - 1];
+                Lanes::store(ch + out.at(i - 1, k, j), wr * yre[j] - wi * yim[j]);
+                Lanes::store(ch + out.at(i, k, j), wr * yim[j] + wi * yre[j]);
+            }
+        }
+        if constexpr (ip % 2 == 0) {
+            if (ido % 2 == 0) {
+                for (int j = 0; j < ip; ++j) {
+                    x[j] = Lanes::load(cc + in.at(j % 2 != 0 ? 0 : ido - 1, j, k));
+                }
+                Radix::backward_last(x, y);
+                for (int j = 0; j < ip; ++j) {
+                    Lanes::store(ch + out.at(ido - 1, k, j), y[j]);
+                }
+            }
+        }
+    }
+}
+
+// ---- the pass of any other odd radix ----------------------------------------
+// Three steps: fold slots j and ip - j into sums and differences (twiddled where
+// forward), rotate the sums (rotation.hpp), unfold. ido is odd here, since every
+// even factor stands before an odd one.
+
+// Split to joined. `in` goes to waste when work == in.
+template <class Lanes>
+void forward_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
+{
+    using L = typename Lanes::Value;
+    const Index ido = shape.ido;
+    const Index ip = shape.ip;
+    const Index slab = ido * shape.l1;
+    const SplitView<Lanes> split{ido, shape.l1};
+    const JoinedView<Lanes> joined{ido, ip};
+
+    copy_values<Lanes>(slab, in, out);
+    for (Index j = 1; j < (ip + 1) / 2; ++j) {
+        const Index jc = ip - j;
+        const float* const wj = wa + (j - 1) * ido;
+        const float* const wc = wa + (jc - 1) * ido;
+        for (Index k = 0; k < shape.l1; ++k) {
+            const L a0 = Lanes::load(in + split.at(0, k, j));
+            const L b0 = Lanes::load(in + split.at(0, k, jc));
+            Lanes::store(out + split.at(0, k, j), a0 + b0);
+            Lanes::store(out + split.at(0, k, jc), b0 - a0);
+            for (Index i = 2; i < ido; i += 2) {
+                const L xr = Lanes::load(in + split.at(i - 1, k, j));
+                const L xi = Lanes::load(in + split.at(i, k, j));
+                const L zr = Lanes::load(in + split.at(i - 1, k, jc));
+                const L zi = Lanes::load(in + split.at(i, k, jc));
+                const L ar = wj[i - 2] * xr + wj[i - 1] * xi;
+                const L ai = wj[i - 2] * xi - wj[i - 1] * xr;
+                const L br = wc[i - 2] * zr + wc[i - 1] * zi;
+                const L bi = wc[i - 2] * zi - wc[i - 1] * zr;
+                Lanes::store(out + split.at(i - 1, k, j), ar + br);
+                Lanes::store(out + split.at(i - 1, k, jc), ai - bi);
+                Lanes::store(out + split.at(i, k, j), ai + bi);
+                Lanes::store(out + split.at(i, k, jc), br - ar);
+            }
+        }
+    }
+    rotate_real_sums<Lanes>(slab, ip, out, work);
+    for (Index k = 0; k < shape.l1; ++k) {
+        for (Index i = 0; i < ido; ++i) {
+            Lanes::store(out + joined.at(i, 0, k), Lanes::load(work + split.at(i, k, 0)));
+        }
+        for (Index j = 1; j < (ip + 1) / 2; ++j) {
+            const Index jc = ip - j;
+            Lanes::store(out + joined.at(ido - 1, 2 * j - 1, k), Lanes::load(work + split.at(0, k, j)));
+            Lanes::store(out + joined.at(0, 2 * j, k), Lanes::load(work + split.at(0, k, jc)));
+            for (Index i = 2; i < ido; i += 2) {
+                const Index ic = ido - i;
+                const L ar = Lanes::load(work + split.at(i - 1, k, j));
+                const L ai = Lanes::load(work + split.at(i, k, j));
+                const L br = Lanes::load(work + split.at(i - 1, k, jc));
+                const L bi = Lanes::load(work + split.at(i, k, jc));
+                Lanes::store(out + joined.at(i - 1, 2 * j, k), ar + br);
+                Lanes::store(out + joined.at(ic - 1, 2 * j - 1, k), ar - br);
+                Lanes::store(out + joined.at(i, 2 * j, k), ai + bi);
+                Lanes::store(out + joined.at(ic, 2 * j - 1, k), bi - ai);
+            }
+        }
+    }
+}
+
+// Joined to split. `in` goes to waste when work == in.
+template <class Lanes>
+void backward_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
+{
+    using L = typename Lanes::Value;
+    const Index ido = shape.ido;
+    const Index ip = shape.ip;
+    const Index slab = ido * shape.l1;
+    const SplitView<Lanes> split{ido, shape.l1};
+    const JoinedView<Lanes> joined{ido, ip};
+
+    for (Index k = 0; k < shape.l1; ++k) {
+        for (Index i = 0; i < ido; ++i) {
+            Lanes::store(out + split.at(i, k, 0), Lanes::load(in + joined.at(i, 0, k)));
+        }
+        for (Index j = 1; j < (ip + 1) / 2; ++j) {
+            const Index jc = ip - j;
+            const L a0 = Lanes::load(in + joined.at(ido - 1, 2 * j - 1, k));
+            const L b0 = Lanes::load(in + joined.at(0, 2 * j, k));
+            Lanes::store(out + split.at(0, k, j), a0 + a0);
+            Lanes::store(out + split.at(0, k, jc), b0 + b0);
+            for (Index i = 2; i < ido; i += 2) {
+                const Index ic = ido - i;
+                const L ar = Lanes::load(in + joined.at(i - 1, 2 * j, k));
+                const L ai = Lanes::load(in + joined.at(i, 2 * j, k));
+                const L br = Lanes::load(in + joined.at(ic - 1, 2 * j - 1, k));
+                const L bi = Lanes::load(in + joined.at(ic, 2 * j - 1, k));
+                Lanes::store(out + split.at(i - 1, k, j), ar + br);
+                Lanes::store(out + split.at(i - 1, k, jc), ar - br);
+                Lanes::store(out + split.at(i, k, j), ai - bi);
+                Lanes::store(out + split.at(i, k, jc), ai + bi);
+            }
+        }
+    }
+    rotate_real_sums<Lanes>(slab, ip, out, work);
+    copy_values<Lanes>(slab, work, out);
+    for (Index j = 1; j < (ip + 1) / 2; ++j) {
+        const Index jc = ip - j;
+        const float* const wj = wa + (j - 1) * ido;
+        const float* const wc = wa + (jc - 1) * ido;
+        for (Index k = 0; k < shape.l1; ++k) {
+            const L a0 = Lanes::load(work + split.at(0, k, j));
+            const L b0 = Lanes::load(work + split.at(0, k, jc));
+            Lanes::store(out + split.at(0, k, j), a0 - b0);
+            Lanes::store(out + split.at(0, k, jc), a0 + b0);
+            for (Index i = 2; i < ido; i += 2) {
+                const L ar = Lanes::load(work + split.at(i - 1, k, j));
+                const L ai = Lanes::load(work + split.at(i, k, j));
+                const L br = Lanes::load(work + split.at(i - 1, k, jc));
+                const L bi = Lanes::load(work + split.at(i, k, jc));
+                const L xr = ar - bi;
+                const L zr = ar + bi;
+                const L xi = ai + br;
+                const L zi = ai - br;
+                Lanes::store(out + split.at(i - 1, k, j), wj[i - 2] * xr - wj[i - 1] * xi);
+                Lanes::store(out + split.at(i, k, j), wj[i - 2] * xi + wj[i - 1] * xr);
+                Lanes::store(out + split.at(i - 1, k, jc), wc[i - 2] * zr - wc[i - 1] * zi);
+                Lanes::store(out + split.at(i, k, jc), wc[i - 2] * zi + wc[i - 1] * zr);
+            }
+        }
+    }
+}
+
+// ---- drivers ------------------------------------------------------------------
+
+template <Direction d, class Radix, class Lanes>
+void real_radix_pass(const Shape& shape, const float* in, float* out, const float* wa)
+{
+    if constexpr (d == Direction::forward) {
+        forward_pass<Radix, Lanes>(shape, in, out, wa);
+    } else {
+        backward_pass<Radix, Lanes>(shape, in, out, wa);
+    }
+}
+
+// One pass of the given direction; `work` is where a general pass may put its
+// sums and may be `in`.
+template <Direction d, class Lanes>
+void real_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
+{
+    switch (shape.ip) {
+    case 2:
+        real_radix_pass<d, RealRadix2, Lanes>(shape, in, out, wa);
+        return;
+    case 3:
+        real_radix_pass<d, RealRadix3, Lanes>(shape, in, out, wa);
+        return;
+    case 4:
+        real_radix_pass<d, RealRadix4, Lanes>(shape, in, out, wa);
+        return;
+    case 5:
+        real_radix_pass<d, RealRadix5, Lanes>(shape, in, out, wa);
+        return;
+    default:
+        if constexpr (d == Direction::forward) {
+            forward_general_pass<Lanes>(shape, in, out, work, wa);
+        } else {
+            backward_general_pass<Lanes>(shape, in, out, work, wa);
+        }
+    }
+}
+
+// Runs the factors first .. count - 1: the whole transform for first = 0, else
+// as many independent transforms of length n / l1(first) as Lanes has lanes.
+// p and q may be the same array; q and scratch are as long as p. Values pass
+// between q and scratch so that the last pass ends in q.
+template <Direction d, class Lanes>
+void run_real(const Factors& factors, int first, const float* p, float* q, float* scratch,
+              const float* twiddles)
+{
+    const int passes = factors.count - first;
+    const Index group = factors.l1(first);
+    const float* from = p;
+    if (p == q && passes % 2 != 0) {
+        copy_values<Lanes>(factors.n / group, p, scratch);
+        from = scratch;
+    }
+    for (int t = 0; t < passes; ++t) {
+        const int which = d == Direction::forward ? factors.count - 1 - t : first + t;
+        Shape shape = factors.shape(which);
+        shape.l1 /= group;
+        float* const to = (passes - t) % 2 != 0 ? q : scratch;
+        float* const other = to == q ? scratch : q;
+        real_pass<d, Lanes>(shape, from, to, other, twiddles + factors.twiddle_offset(which));
+        from = to;
+    }
+}
+
+} // namespace zavo::fft

@@ -1,0 +1,74 @@
+// Shapes and views that every pass shares.
+//
+// A pass of radix ip sees its n = ido * l1 * ip values as three-dimensional
+// arrays, first index fastest:
+//
+//     split  (i, k, j):  i + ido * (k + l1 * j)    ip slabs, far apart
+//     joined (i, j, k):  i + ido * (j + ip * k)    ip rows, side by side
+//
+// A forward real pass reads split and writes joined, a backward one the reverse;
+// a complex pass reads joined and writes split in both directions.
+//
+// Lanes say what one "value" is: one float (the definition of every result), or
+// a register of floats that belong to independent transforms of the same shape
+// and lie `stride` floats apart from value to value. The passes are templates on
+// Lanes, so a wider register is a new lane type and not a second pass.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#define ZAVO_INLINE inline __attribute__((always_inline))
+
+namespace zavo::fft {
+
+using Index = std::ptrdiff_t;
+
+struct Shape {
+    Index ido; // values a factor's sub-transform has before this pass
+    Index l1;  // independent butterflies of the same twiddle
+    Index ip;  // radix
+};
+
+enum class Direction { forward, backward };
+
+// One float at a time.
+struct ScalarLanes {
+    using Value = float;
+    static constexpr Index stride = 1;
+    static Value load(const float* p) { return *p; }
+    static void store(float* p, Value v) { *p = v; }
+};
+
+template <class Lanes>
+struct SplitView {
+    Index ido, l1;
+    ZAVO_INLINE Index at(Index i, Index k, Index j) const { return Lanes::stride * (i + ido * (k + l1 * j)); }
+};
+
+template <class Lanes>
+struct JoinedView {
+    Index ido, ip;
+    ZAVO_INLINE Index at(Index i, Index j, Index k) const { return Lanes::stride * (i + ido * (j + ip * k)); }
+};
+
+template <class Lanes>
+void copy_values(Index count, const float* from, float* to)
+{
+    for (Index i = 0; i < count; ++i) {
+        Lanes::store(to + i * Lanes::stride, Lanes::load(from + i * Lanes::stride));
+    }
+}
+
+// n * a + b as a count for an allocation; a count that no allocation can serve
+// when it does not fit a size_t.
+inline std::size_t count_of_floats(Index n, int a, int b)
+{
+    const std::uint64_t count =
+        static_cast<std::uint64_t>(n) * static_cast<unsigned>(a) + static_cast<unsigned>(b);
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+    return count > most ? most : static_cast<std::size_t>(count);
+}
+
+} // namespace zavo::fft

@@ -1,0 +1,22 @@
+// The transforms without checks, through the fastest path that the processor has.
+#pragma once
+
+#include "fft/shape.hpp"
+
+namespace zavo::fft {
+
+// The code paths, in rising order of register width. All give the same bits.
+enum class Path { scalar, avx2, avx512 };
+
+// The best path of this processor, and the one in use: the best unless
+// limit_path() holds it down, as the tests and benchmarks do.
+Path best_path();
+Path path_in_use();
+void limit_path(Path most);
+
+// n >= 1; the other arguments as in real_fft.h.
+void transform_real(Direction d, Index n, const float* p, float* q, float* params);
+// The same for n complex values, 2n floats; params: a table of 4n + 15 floats.
+void transform_complex(Direction d, Index n, const float* p, float* q, float* params);
+
+} // namespace zavo::fft

@@ -1,0 +1,62 @@
+// The inner loops of the deviates, one set for each instruction set. Every set
+// gives the same bits; which one runs is found out once, from the processor.
+#pragma once
+
+#include "random/congruence.hpp"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zavo::random {
+
+struct Kernels {
+    const char* name;
+
+    // Writes the deviates of the n >= 1 states that follow x to r and returns
+    // the last of these states.
+    std::uint32_t (*uniform)(const Multiplier& a, std::uint32_t x, std::size_t n, float* r);
+
+    // The same, for arrays larger than the cache, which it passes by.
+    std::uint32_t (*uniform_large)(const Multiplier& a, std::uint32_t x, std::size_t n, float* r);
+
+    // The same as `uniform`, writing also the states themselves.
+    std::uint32_t (*uniform_and_states)(const Multiplier& a, std::uint32_t x, std::size_t n, float* r,
+                                        std::uint32_t* states);
+
+    // Replaces each of n uniform deviates by -ln of it.
+    void (*minus_log)(std::size_t n, float* r);
+
+    // Replaces each of n uniform deviates by l_inverse_normal of it. True when
+    // one of them was outside (0, 1).
+    bool (*normal)(std::size_t n, float* r);
+};
+
+// A batch that is drawn and then transformed is done in blocks, which stay in
+// the cache between the two: work(count, r) for each.
+template <class Work>
+void in_blocks(int n, float* r, Work&& work)
+{
+    constexpr int block = 32768;
+    while (n > 0) {
+        const int count = n < block ? n : block;
+        work(count, r);
+        n -= count;
+        r += count;
+    }
+}
+
+extern const Kernels scalar_kernels;
+extern const Kernels sse2_kernels;
+extern const Kernels avx2_kernels;
+extern const Kernels avx512_kernels;
+
+// The widest set that this processor runs.
+const Kernels& kernels();
+
+// For tests and benchmarks: the i-th set that this processor runs, slowest
+// first, null behind the last; and a set to use from now on, null for the
+// widest.
+const Kernels* available_kernels(int i);
+void use_kernels(const Kernels* set);
+
+} // namespace zavo::random

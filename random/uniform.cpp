@@ -1,0 +1,191 @@
+// The uniform stream: one for the process, a multiplicative congruence with or
+// without a shuffle table in front of its output (C. Bays, S. D. Durham,
+// "Improving a poor random number generator", 1976).
+//
+// Seed 1, option 1: states 16807, 282475249, 1622650073, ...; the first deviate
+// is 16807 / 2^31 = 7.826369e-06.
+
+#include "core/entry_frame.hpp"
+#include "core/error_codes.hpp"
+#include "core/platform.hpp"
+#include "random/deliver.hpp"
+#include "random/kernels.hpp"
+#include "random/random.h"
+
+#include <cstddef>
+#include <ctime>
+
+namespace zavo::random {
+
+namespace {
+
+constexpr int options = 6;
+constexpr int table_size = 128;
+
+// By option: 1 and 2, 3 and 4, 5 and 6; the even one of a pair is shuffled.
+constexpr Multiplier multipliers[options / 2] = {powers_of(16807), powers_of(397204094),
+                                                 powers_of(950706376)};
+
+// The largest state's product stays below 1, so the scale needs no reduction.
+static_assert(2147483646.0 * unit_scale < 1.0);
+
+// Deviates from which an array is written past the cache. That pays when its
+// memory has been in use; fresh pages come out of the system's clearing in the
+// cache, and to go round it would throw them out twice.
+constexpr std::size_t large_array = std::size_t{4} << 20;
+
+struct Stream {
+    int option = 1;
+    int seed = 0;        // the last state; where the next batch goes on
+    bool seeded = false; // by a caller or by a generation from the clock
+    bool filled = false; // the shuffle table holds values
+    float table[table_size] = {};
+};
+
+Stream stream;
+
+constexpr int smallest_clock_seed = 2;
+constexpr int fallback_seed = 123457;
+
+void seed_from_clock()
+{
+    std::tm now{};
+    const bool known = platform::clock_time(&now);
+    const int seed = known ? now.tm_hour * 10000 + now.tm_min * 100 + now.tm_sec + 1 : 0;
+    stream.seed = seed < smallest_clock_seed ? fallback_seed : seed;
+}
+
+// Before anything is drawn or asked for.
+void seed_at_latest_now()
+{
+    if (!stream.seeded) {
+        seed_from_clock();
+        stream.seeded = true;
+    }
+}
+
+const Multiplier& multiplier()
+{
+    return multipliers[(stream.option - 1) / 2];
+}
+
+// Each deviate picks the table's entry by the state's lower 7 bits, hands it out
+// and leaves its own value there. Only this exchange is serial; the states come
+// in vectors, a round at a time.
+std::uint32_t fill_shuffled(std::uint32_t x, std::size_t n, float* r)
+{
+    if (!stream.filled) {
+        for (float& entry : stream.table) {
+            x = multiply_mod(x, multiplier().power[0]);
+            entry = static_cast<float>(x / double{modulus}); // divided, not scaled
+        }
+        stream.filled = true;
+    }
+    constexpr std::size_t round = 1024;
+    std::uint32_t states[round];
+    float* const table = stream.table;
+    while (n != 0) {
+        const std::size_t count = n < round ? n : round;
+        x = kernels().uniform_and_states(multiplier(), x, count, r, states);
+        for (std::size_t i = 0; i < count; ++i) {
+            float& entry = table[states[i] % table_size];
+            const float drawn = entry;
+            entry = r[i];
+            r[i] = drawn;
+        }
+        n -= count;
+        r += count;
+    }
+    return x;
+}
+
+// The seed is stored last: a batch that faults half-way leaves it where it was.
+void fill(int n, float* r, bool untouched)
+{
+    seed_at_latest_now();
+    if (n < 1) {
+        return;
+    }
+    const auto x = static_cast<std::uint32_t>(stream.seed);
+    const auto count = static_cast<std::size_t>(n);
+    const bool shuffled = stream.option % 2 == 0;
+    std::uint32_t last = 0;
+    if (shuffled) {
+        last = fill_shuffled(x, count, r);
+    } else if (count >= large_array && !untouched) {
+        last = kernels().uniform_large(multiplier(), x, count, r);
+    } else {
+        last = kernels().uniform(multiplier(), x, count, r);
+    }
+    stream.seed = static_cast<int>(last);
+}
+
+} // namespace
+
+} // namespace zavo::random
+
+using namespace zavo::random;
+namespace core = zavo::core;
+
+void zavo_rnun(int n, float* r)
+{
+    fill(n, r, false);
+}
+
+float* zavo_f_random_uniform(int n, ...)
+{
+    std::va_list list;
+    va_start(list, n);
+    float* const result = deliver_deviates("zavo_f_random_uniform", n, list, fill);
+    va_end(list);
+    return result;
+}
+
+void zavo_random_seed_set(int seed)
+{
+    if (seed > 0 && seed < static_cast<int>(modulus)) {
+        stream.seed = seed;
+        stream.seeded = true;
+    } else if (seed == 0) {
+        // Kept: not marked as seeded, so a stream that never was takes the
+        // clock once more at its first deviate.
+        seed_from_clock();
+    } else {
+        seed_at_latest_now();
+    }
+}
+
+int zavo_random_seed_get(void)
+{
+    seed_at_latest_now();
+    return stream.seed;
+}
+
+void zavo_random_option(int option)
+{
+    static const char name[] = "zavo_random_option";
+    zavo_error_push(name);
+    int position = 0;
+    zavo_arg_check_range(option, "generator_option", 1, options, &position);
+    if (zavo_error_code(0) == 0) {
+        stream.option = option; // the shuffle table stays as it is
+    }
+    zavo_error_pop(name);
+}
+
+void zavo_rnses(const float* table)
+{
+    static const char name[] = "zavo_rnses";
+    zavo_error_push(name);
+    stream.filled = table[0] > 0.0F;
+    for (int i = 0; stream.filled && i < table_size; ++i) {
+        if (table[i] > 0.0F && table[i] < 1.0F) {
+            stream.table[i] = table[i];
+        } else {
+            zavo_error_set_real(1, table[i]);
+            zavo_error_set_int(1, i + 1);
+            zavo_error_post(ZAVO_TERMINAL, core::code::bad_shuffle_value);
+        }
+    }
+    zavo_error_pop(name);
+}

@@ -1,0 +1,205 @@
+# ./zavo build windows, ./zavo test windows: the 32-bit Windows module, built
+# with the cross-compiler and run under Wine.
+#
+#   scripts/windows.sh build|test [PART ...]
+#
+# PART is unit, golden, imports, script or desktop; without one, all of them.
+# What is built once (Tcl from Debian's source package, GoogleTest, Wine's
+# settings) stays in .cache/win32 until the packages change.
+# shellcheck source=scripts/common.sh
+source scripts/common.sh
+
+cache=$PWD/.cache/win32
+tcl_prefix=$cache/tcl
+gtest_prefix=$cache/gtest
+dist=$PWD/dist-win32
+all_parts=(unit golden imports script desktop)
+
+export WINEPREFIX=$cache/wine WINEARCH=win32 WINEDEBUG=-all
+# No add-ons that Wine would offer to download.
+export WINEDLLOVERRIDES="mscoree,mshtml="
+
+# ---- Packages ---------------------------------------------------------------
+
+need_wine() {
+    package_installed wine32:i386 && package_installed wine && return 0
+    command -v apt-get >/dev/null || die "needs the Debian packages wine and wine32:i386"
+    local codename
+    codename=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
+    say "installing wine32:i386"
+    as_root dpkg --add-architecture i386
+    # An index that another mirror lacks for i386 is no reason to stop.
+    apt_quietly update || say "apt-get update had trouble; going on with the lists at hand"
+    # Libraries of both architectures must have the same version, which may be
+    # older than an update that only one of them got.
+    apt_quietly install -y --no-install-recommends --allow-downgrades \
+        ${codename:+-t "$codename"} wine32:i386 wine || die "cannot install wine32:i386"
+}
+
+# need_source PACKAGE: apt-get source will find it.
+need_source() {
+    apt-get source --print-uris "$1" >/dev/null 2>&1 && return 0
+    command -v apt-get >/dev/null || die "needs Debian's source package of $1"
+    local uri codename
+    read -r uri codename < <(apt-get indextargets --format "\$(REPO_URI) \$(CODENAME)" 'Created-By: Packages' |
+        grep -v -e -security -e -updates | head -n 1) || die "apt knows no Debian archive"
+    local list=/etc/apt/sources.list.d/zavo-source.list
+    local keyring=/usr/share/keyrings/debian-archive-keyring.gpg options=
+    [[ -f $keyring ]] && options="[signed-by=$keyring] "
+    say "adding the source packages of $uri to $list"
+    printf 'deb-src %s%s %s main\n' "$options" "$uri" "$codename" | as_root tee "$list" >/dev/null
+    apt_quietly update || say "apt-get update had trouble; going on with the lists at hand"
+    apt-get source --print-uris "$1" >/dev/null 2>&1 || die "cannot get the source package of $1"
+}
+
+compile_packages=("${build_packages[@]}" g++-mingw-w64-i686-posix make dpkg-dev googletest)
+
+# ---- What is cached ----------------------------------------------------------
+
+# is_cached NAME: .cache/win32/NAME was built from the packages at hand.
+cache_key() {
+    i686-w64-mingw32-gcc-posix --version | head -n 1
+    dpkg-query -W -f='${Version}\n' googletest mingw-w64-i686-dev
+    md5sum <scripts/windows.sh
+}
+is_cached() { [[ -f $cache/$1.key ]] && [[ $(<"$cache/$1.key") == "$(cache_key)" ]]; }
+mark_cached() { cache_key >"$cache/$1.key"; }
+
+# logged NAME COMMAND ...: its output appears only when it fails.
+logged() {
+    local log=$cache/$1.log
+    shift
+    "$@" >"$log" 2>&1 || {
+        tail -n 40 "$log" >&2
+        die "failed: $*"
+    }
+}
+
+build_tcl() {
+    need_source tcl8.6
+    is_cached tcl && return 0
+    say "building Tcl 8.6 for Windows"
+    rm -rf "$cache/tcl-source" "$tcl_prefix"
+    mkdir -p "$cache/tcl-source/build" "$tcl_prefix"/{bin,lib/tcl8/8.5,include}
+    (
+        cd "$cache/tcl-source"
+        logged tcl-fetch apt-get source --download-only tcl8.6
+        tar xf tcl8.6_*.orig.tar.*
+        mv tcl8.6.* source
+        cd build
+        export CC=i686-w64-mingw32-gcc-posix
+        logged tcl-configure sh ../source/win/configure --host=i686-w64-mingw32 --enable-threads \
+            --prefix="$tcl_prefix"
+        logged tcl-make make -j "$(nproc)" CFLAGS_OPTIMIZE=-O1 tclsh86.exe libtclstub86.a zlib1.dll
+        cp tclsh86.exe tcl86.dll zlib1.dll "$tcl_prefix/bin"
+        cp libtclstub86.a tclConfig.sh "$tcl_prefix/lib"
+        cp ../source/generic/tcl*.h "$tcl_prefix/include"
+        cp -r ../source/library "$tcl_prefix/lib/tcl8.6"
+        rm -rf "$tcl_prefix/lib/tcl8.6/tzdata"
+        version=$(sed -n "s/^ *variable Version \([0-9.]*\)$/\1/p" \
+            ../source/library/tcltest/tcltest.tcl | head -n 1)
+        cp ../source/library/tcltest/tcltest.tcl "$tcl_prefix/lib/tcl8/8.5/tcltest-$version.tm"
+    )
+    rm -rf "$cache/tcl-source"
+    mark_cached tcl
+}
+
+build_gtest() {
+    is_cached gtest && return 0
+    say "building GoogleTest for Windows"
+    rm -rf "$cache/gtest-build" "$gtest_prefix"
+    logged gtest-configure cmake -S /usr/src/googletest -B "$cache/gtest-build" -G Ninja -DBUILD_GMOCK=OFF \
+        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$gtest_prefix" \
+        -DCMAKE_CXX_FLAGS="-msse2 -mfpmath=sse -mstackrealign -O1" -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
+        -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-win32.cmake"
+    logged gtest-build cmake --build "$cache/gtest-build" --target install -j "$(nproc)"
+    rm -rf "$cache/gtest-build"
+    mark_cached gtest
+}
+
+start_wine() {
+    if ! is_cached wine; then
+        say "setting up Wine"
+        rm -rf "$WINEPREFIX"
+        DISPLAY='' logged wineboot wineboot -i
+        mark_cached wine
+    fi
+    # One server for all programs of this run; it ends with the last of them.
+    wineserver -p20 || true
+}
+
+# ---- Building ---------------------------------------------------------------
+
+build_windows() {
+    mkdir -p "$cache"
+    build_tcl
+    [[ $1 == ON ]] && build_gtest
+    configure_and_build win32 -DZAVO_BUILD_TESTS="$1" -DZAVO_TCL_CONFIG="$tcl_prefix/lib/tclConfig.sh" \
+        -DCMAKE_PREFIX_PATH="$gtest_prefix"
+    install_tree win32
+}
+
+# ---- Testing ----------------------------------------------------------------
+
+# A path as Windows programs see it.
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
+
+# tclsh_wine ARGUMENT ...: the cross-built interpreter with the module installed.
+tclsh_wine() {
+    TCL_LIBRARY=$(windows_path "$tcl_prefix/lib/tcl8.6") TCLLIBPATH="Z:$dist/lib" \
+        wine "$tcl_prefix/bin/tclsh86.exe" "$@"
+}
+
+part_unit() {
+    ctest --test-dir build/win32 --output-on-failure -LE 'long|desktop' -j "$(nproc)"
+}
+
+part_golden() {
+    tclsh_wine tests/golden/compare.tcl -library "$(windows_path "$PWD/build/win32/tests/golden/zavo_golden.exe")"
+}
+
+part_imports() {
+    tclsh8.6 tests/windows/check_imports.tcl i686-w64-mingw32-objdump "$dist"/lib/zavo1.0/*.dll
+}
+
+part_script() {
+    tclsh_wine tests/script/all.tcl
+}
+
+# Windows that open: a virtual display for them.
+part_desktop() {
+    need_packages xvfb xauth
+    xvfb-run -a ctest --test-dir build/win32 --output-on-failure -L desktop
+}
+
+test_windows() {
+    local part parts=("$@")
+    [[ ${#parts[@]} -gt 0 ]] || parts=("${all_parts[@]}")
+    # Only packages that cannot be had excuse a run, and it says so.
+    if ! (need_packages "${compile_packages[@]}" && need_wine && need_source tcl8.6); then
+        say "windows: ${#parts[@]} suites skipped (${parts[*]}): the Debian packages cannot be had"
+        exit 0
+    fi
+    build_windows ON
+    start_wine
+    for part in "${parts[@]}"; do
+        [[ " ${all_parts[*]} " == *" $part "* ]] || die "windows tests have no part '$part'"
+        say "windows: $part"
+        "part_$part"
+    done
+    say "windows: ${#parts[@]} suites passed (${parts[*]})"
+}
+
+case "${1:-}" in
+build)
+    need_packages "${compile_packages[@]}"
+    build_windows OFF
+    say "installed into dist-win32/"
+    ;;
+test)
+    test_windows "${@:2}"
+    ;;
+*)
+    die "usage: scripts/windows.sh build|test [PART ...]"
+    ;;
+esac

@@ -1,0 +1,110 @@
+// Every allocation behind the list commands fails in turn: the command says so,
+// no list has come, gone or changed, and nothing leaks.
+#include "tests/support/tcl_fixture.hpp"
+
+#include <string>
+
+namespace {
+
+using support::floats;
+using support::Interpreter;
+using support::TclFixture;
+
+class MorvelMemory : public TclFixture {
+protected:
+    // Runs `script` after `before`, in a fresh interpreter each time, with the
+    // first, second, ... allocation failing until it succeeds. Returns the
+    // number of failures.
+    static int failures_until_success(const char* before, const char* script)
+    {
+        for (int nth = 1; nth < 1000; ++nth) {
+            Interpreter fresh;
+            fresh.eval(before);
+            const std::string lists = snapshot(fresh);
+            dfuFailAllocation(nth);
+            const int status = Tcl_Eval(fresh, script);
+            dfuFailAllocation(0);
+            if (status == TCL_OK) {
+                return nth - 1;
+            }
+            EXPECT_EQ(fresh.result(), "not enough memory") << script;
+            EXPECT_EQ(fresh.error_code(), "MORVEL MEMORY") << script;
+            EXPECT_EQ(snapshot(fresh), lists) << script;
+        }
+        ADD_FAILURE() << "never succeeds: " << script;
+        return -1;
+    }
+
+    static std::string snapshot(const Interpreter& interpreter)
+    {
+        return interpreter.eval("set s {}; foreach n [dynlist names] {lappend s $n [dynlist get $n]}; set s");
+    }
+};
+
+TEST_F(MorvelMemory, create_of_numbers)
+{
+    // The list, its array, the first list's registry, the entry.
+    EXPECT_EQ(failures_until_success("", "dynlist create float {1 2 3}"), 4);
+    EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist create int {1 2 3}"), 3);
+    EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist create float {}"), 2);
+}
+
+TEST_F(MorvelMemory, create_of_lists)
+{
+    EXPECT_EQ(failures_until_success("dynlist create int 1; dynlist create float {2 3}",
+                                     "dynlist create list {dynlist2 dynlist1}"),
+              3);
+}
+
+TEST_F(MorvelMemory, copy)
+{
+    EXPECT_EQ(
+        failures_until_success("dynlist create list [list [dynlist create int 1] [dynlist create float 2]]",
+                               "dynlist copy dynlist3"),
+        7);
+}
+
+TEST_F(MorvelMemory, bytes)
+{
+    EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist frombytes int abcdabcd"), 3);
+    EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist tobytes dynlist1"), 1);
+}
+
+TEST_F(MorvelMemory, get_and_take_of_many_values)
+{
+    const char* const before = "dynlist create list [list [dynlist create int [lrepeat 5000 1]] "
+                               "[dynlist create float [lrepeat 5000 1]]]";
+    EXPECT_EQ(failures_until_success(before, "dynlist get dynlist3"), 2);
+    EXPECT_EQ(failures_until_success(before, "dynlist take dynlist3"), 2);
+}
+
+TEST_F(MorvelMemory, names)
+{
+    EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist names"), 1);
+}
+
+TEST_F(MorvelMemory, scope)
+{
+    EXPECT_EQ(failures_until_success("", "dynlist scope {}"), 1);
+    EXPECT_EQ(failures_until_success("", "dynlist scope {dynlist create float 1}"), 4);
+}
+
+// Without the script layer: the list goes in any case.
+TEST_F(MorvelMemory, put_frees_the_list_when_it_fails)
+{
+    int failures = 0;
+    for (int nth = 1;; ++nth, ++failures) {
+        Interpreter bare{Interpreter::without_package};
+        DynList* const list = floats({1.0F, 2.0F});
+        dfuFailAllocation(nth);
+        const int status = tclPutList(bare, list);
+        dfuFailAllocation(0);
+        if (status == TCL_OK) {
+            break;
+        }
+        EXPECT_EQ(bare.result(), "not enough memory");
+    }
+    EXPECT_EQ(failures, 2);
+}
+
+} // namespace
