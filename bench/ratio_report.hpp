@@ -40,7 +40,9 @@ public:
         bool good = true;
         std::printf("shortest of all runs\n");
         for (const auto& [name, seconds] : shortest_) {
-            std::printf("  %-28s %12.1f us\n", name.c_str(), seconds * 1e6);
+            const bool is_short = seconds < 1e-5;
+            std::printf("  %-28s %12.1f %s\n", name.c_str(), seconds * (is_short ? 1e9 : 1e6),
+                        is_short ? "ns" : "us");
         }
         std::printf("ratios\n");
         for (const Pair& pair : pairs) {

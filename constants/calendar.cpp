@@ -14,6 +14,7 @@
 #include "core/error_codes.hpp"
 #include "core/error_stack.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -66,19 +67,19 @@ constexpr int month_length(int month, int year)
 }
 
 // Rounded towards minus infinity; b > 0.
-constexpr std::int64_t floor_div(std::int64_t a, std::int64_t b)
+constexpr int floor_div(int a, int b)
 {
     return a / b - (a % b < 0 ? 1 : 0);
 }
 
-// Day number of 1 January; year is not 0.
-constexpr std::int64_t year_start(std::int64_t year)
+// Day number of 1 January; year is not 0 and near enough to have one.
+constexpr std::int64_t year_start(int year)
 {
-    const std::int64_t y = year - 1; // full years since year 1
+    const int y = year - 1; // full years since year 1
     if (year > reform_year) {
-        return gregorian_year_1 + 365 * y + y / 4 - y / 100 + y / 400;
+        return gregorian_year_1 + std::int64_t{365} * y + y / 4 - y / 100 + y / 400;
     }
-    return julian_year_1 + 365 * y + floor_div(y, 4) + (year < 0 ? year_0_length : 0);
+    return julian_year_1 + std::int64_t{365} * y + floor_div(y, 4) + (year < 0 ? year_0_length : 0);
 }
 static_assert(year_start(1900) == 0 && year_start(reform_year + 1) == first_day_of_1583);
 static_assert(year_start(1583) - year_start(1582) == reform_length && year_start(1) - year_start(-1) == 365);
@@ -95,36 +96,40 @@ struct YearDay {
     int day_of_year; // 1 is 1 January
 };
 
-// The last year of a cycle has the leap day, or lacks it in the 100-year cycle:
-// `count` units of equal length make the cycle, but the last may be a day
-// longer. Takes the full units out of `days`.
-constexpr int full_units(int& days, int length, int count)
+// `count` units of equal length make a cycle, but the last may be a day longer.
+// Takes the full units out of `days`.
+constexpr unsigned full_units(unsigned& days, unsigned length, unsigned count)
 {
-    const int units = days / length < count ? days / length : count - 1;
+    const unsigned units = std::min(days / length, count - 1);
     days -= units * length;
     return units;
 }
 
-constexpr YearDay gregorian_year_day(std::int64_t days)
+// Both count from a 1 January at which a cycle begins, early enough that the
+// days since then are an unsigned number.
+constexpr YearDay gregorian_year_day(int days)
 {
-    const std::int64_t since_year_1 = days - gregorian_year_1;
-    int rest = static_cast<int>(since_year_1 % 146097);
-    int year = 400 * static_cast<int>(since_year_1 / 146097);
+    unsigned rest = static_cast<unsigned>(days) - static_cast<unsigned>(gregorian_year_1);
+    unsigned year = 400 * (rest / 146097);
+    rest %= 146097;
     year += 100 * full_units(rest, 36524, 4);
     year += 4 * full_units(rest, 1461, 25);
     year += full_units(rest, 365, 4);
-    return {year + 1, rest + 1};
+    return {static_cast<int>(year) + 1, static_cast<int>(rest) + 1};
 }
 
-constexpr YearDay julian_year_day(std::int64_t days)
+constexpr YearDay julian_year_day(int days)
 {
-    const bool before_year_1 = days < julian_year_1;
-    const std::int64_t since_year_1 = days - julian_year_1 - (before_year_1 ? year_0_length : 0);
-    const std::int64_t cycles = floor_div(since_year_1, 1461);
-    int rest = static_cast<int>(since_year_1 - 1461 * cycles);
-    int year = 4 * static_cast<int>(cycles);
+    constexpr unsigned cycles = 1'470'000; // of 4 years before year 1
+    static_assert(1461 * std::int64_t{cycles} > std::int64_t{INT32_MAX} + year_0_length);
+    unsigned rest = static_cast<unsigned>(days) - static_cast<unsigned>(julian_year_1) + 1461 * cycles;
+    if (days < julian_year_1) {
+        rest -= static_cast<unsigned>(year_0_length);
+    }
+    unsigned year = 4 * (rest / 1461);
+    rest %= 1461;
     year += full_units(rest, 365, 4);
-    return {year + 1, rest + 1};
+    return {static_cast<int>(year) - 4 * static_cast<int>(cycles) + 1, static_cast<int>(rest) + 1};
 }
 
 // The dates whose day number is an int.

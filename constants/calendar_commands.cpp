@@ -3,9 +3,11 @@
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
-#include <cstdio>
+#include <charconv>
+#include <iterator>
 
 namespace zavo::ext {
+
 // Further words are ignored.
 int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[])
 {
@@ -45,9 +47,15 @@ int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* a
     if (zavo_error_result(interp)) {
         return TCL_ERROR;
     }
-    char text[40]; // three ints of at most 11 characters
-    const int length = std::snprintf(text, sizeof text, "%d %d %d", day, month, year);
-    Tcl_SetObjResult(interp, Tcl_NewStringObj(text, length));
+    char text[40]; // three ints of at most 11 characters, a blank before two
+    char* end = text;
+    for (const int part : {day, month, year}) {
+        if (end != text) {
+            *end++ = ' ';
+        }
+        end = std::to_chars(end, std::end(text), part).ptr;
+    }
+    Tcl_SetObjResult(interp, Tcl_NewStringObj(text, static_cast<int>(end - text)));
     return TCL_OK;
 }
 

@@ -2,7 +2,7 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
-need_packages "${build_packages[@]}" libbenchmark-dev libfftw3-dev libgsl-dev libkissfft-dev
+need_packages "${build_packages[@]}" libbenchmark-dev libfftw3-dev libgsl-dev libkissfft-dev libudunits2-dev tcllib
 configure_and_build bench
 install_tree bench
 
