@@ -16,6 +16,10 @@ set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# GCC 12 vectorises pairs of statements wrongly: double -> float -> double over
+# two lanes loses the rounding to float (unit test "rounding"), so that pass is
+# off. Loops are still vectorised.
+add_compile_options(-fno-tree-slp-vectorize)
 add_compile_options(-Wall -Wextra -Werror -ffp-contract=off -fno-fast-math)
 # Nothing throws, nothing asks for a dynamic type, and one thread is served; the
 # tests switch back what their framework needs.

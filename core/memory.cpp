@@ -1,5 +1,7 @@
 #include "core/memory.hpp"
 
+#include "core/platform.hpp"
+
 #include <cstdint>
 
 namespace {
@@ -57,6 +59,9 @@ void* allocate(std::size_t count, std::size_t size) noexcept
         return nullptr;
     }
     const std::size_t bytes = count * size;
+    if (bytes >= platform::large_block) {
+        return platform::allocate_large(bytes);
+    }
     return std::malloc(bytes != 0 ? bytes : 1);
 }
 

@@ -32,6 +32,13 @@ void message_box(const char* title, const char* text, BoxIcon icon);
 void* console();
 void write_console(void* console, const char* text, std::size_t length);
 
+// malloc() for blocks of `large_block` bytes and more. A large block's memory
+// comes from the system page by page, at first touch, which costs more than
+// filling it; where there are large pages the system is asked for those. Null
+// when memory is short; free() releases the block.
+inline constexpr std::size_t large_block = std::size_t{4} << 20;
+void* allocate_large(std::size_t bytes);
+
 // Wall clock broken down as UTC, else as local time; false when neither works.
 bool clock_time(std::tm* now);
 

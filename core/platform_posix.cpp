@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -86,6 +87,21 @@ void write_console(void* console, const char* text, std::size_t length)
         std::fwrite(text, 1, length, static_cast<FILE*>(console));
         std::fflush(static_cast<FILE*>(console));
     }
+}
+
+void* allocate_large(std::size_t bytes)
+{
+    constexpr std::size_t large_page = std::size_t{2} << 20;
+    void* block = nullptr;
+    if (posix_memalign(&block, large_page, bytes) != 0) {
+        return nullptr;
+    }
+#ifdef MADV_HUGEPAGE
+    // Advice only. Whole large pages: the rest of the last one may hold other
+    // blocks of the heap.
+    madvise(block, bytes / large_page * large_page, MADV_HUGEPAGE);
+#endif
+    return block;
 }
 
 bool clock_time(std::tm* now)

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 #define WIN32_LEAN_AND_MEAN
@@ -78,6 +79,12 @@ void write_console(void* console, const char* text, std::size_t length)
 {
     DWORD written = 0;
     WriteConsoleA(console, text, static_cast<DWORD>(length), &written, nullptr);
+}
+
+// Large pages need a privilege here that hardly a user has.
+void* allocate_large(std::size_t bytes)
+{
+    return std::malloc(bytes);
 }
 
 bool clock_time(std::tm* now)

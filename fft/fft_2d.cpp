@@ -65,23 +65,23 @@ void transform_forward(Index n, Index m, const f_complex* p, Index ldp, f_comple
     }
 }
 
-// Kept: with one column the result is the input, whatever the columns' sweep
-// made of it (fft_2d.backward_of_one_column_is_the_input).
+// Kept: with one column the result is the input; what the sweep of the columns
+// would make of it counts for nothing (fft_2d.backward_of_one_column_is_the_input).
 void transform_backward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
                         float* row_table, float* column_table, f_complex* work)
 {
-    if (m < 2) {
+    if (n == 1) {
+        for (Index r = 0; r < m; ++r) {
+            q[r * ldq] = p[r * ldp];
+        }
+        return;
+    }
+    if (m == 1) {
         std::memmove(q, p, static_cast<std::size_t>(n) * sizeof(f_complex));
     } else {
         sweep_columns(Direction::backward, n, m, p, ldp, q, ldq, column_table, work);
     }
-    if (n < 2) {
-        for (Index r = 0; r < m; ++r) {
-            q[r * ldq] = p[r * ldp];
-        }
-    } else {
-        sweep_rows(Direction::backward, n, m, q, ldq, q, ldq, row_table, work);
-    }
+    sweep_rows(Direction::backward, n, m, q, ldq, q, ldq, row_table, work);
 }
 
 // One call of zavo_c_fft_2d_complex. Stands outside the fault trap and owns the

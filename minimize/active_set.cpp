@@ -214,6 +214,11 @@ void ActiveSet::direction(const float* g, float* d)
             d[j] -= part * z[j];
         }
     }
+    for (int i = 0; i < count_; ++i) { // exactly, so that no rounding error moves x off a bound
+        if (c_.is_bound(list_[i])) {
+            d[c_.variable(list_[i])] = 0.0F;
+        }
+    }
 }
 
 void ActiveSet::shift_to_boundaries(const float* x, float* shift)

@@ -32,8 +32,9 @@ enum SearchResult : int {
     // change f by at most the relative function tolerance.
     search_without_progress = 2,
     // The step was accepted, but it is no longer than the false-convergence
-    // tolerance although the model promised more than the relative tolerance:
-    // the function or its gradient is not smooth enough here to go on.
+    // tolerance and gained less than a tenth of what the model promised, which
+    // was more than the relative tolerance: the function or its gradient is not
+    // smooth enough here to go on.
     search_stuck = 3
 };
 
@@ -243,15 +244,18 @@ private:
         const float promised = -0.5F * slope_;
         const float achieved = at_.f - *at_.f_new;
         const bool little_promised = promised <= at_.reals[relative_tol] * size;
-        if (little_promised && achieved <= at_.reals[relative_tol] * size) {
-            return search_without_progress;
+        if (little_promised) {
+            return achieved <= at_.reals[relative_tol] * size ? search_without_progress : search_good;
+        }
+        if (achieved > 0.1F * promised) {
+            return search_good;
         }
         float step = 0.0F;
         for (int i = 0; i < at_.n; ++i) {
             const float moved = std::fabs(at_.x_new[i] - at_.x[i]);
             step = greater_or_nan(step, moved / magnitude(at_.x_new[i], at_.xscale[i]));
         }
-        return !little_promised && step <= at_.reals[false_tol] ? search_stuck : search_good;
+        return step <= at_.reals[false_tol] ? search_stuck : search_good;
     }
 
     const SearchPlace& at_;

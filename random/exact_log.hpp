@@ -5,7 +5,7 @@
 
 namespace zavo::random {
 
-// ln x of a finite x > 0; minus infinity for 0.
+// ln x of a finite, normal x > 0; minus infinity for 0.
 double exact_log(double x);
 
 } // namespace zavo::random

@@ -49,4 +49,33 @@ TEST(fft_faults, many_faults_in_one_process)
     EXPECT_EQ(errors.all().size(), 600U);
 }
 
+TEST(fft_faults, complex_transforms_of_a_wild_pointer)
+{
+    CapturedErrors errors;
+    EXPECT_EQ(zavo_c_fft_complex(100, nowhere<const f_complex>(), 0), nullptr);
+    f_complex q[100];
+    EXPECT_EQ(zavo_c_fft_complex(100, nowhere<const f_complex>(), ZAVO_RETURN_USER, q, 0), nullptr);
+    EXPECT_EQ(zavo_c_fft_2d_complex(10, 10, nowhere<const f_complex>(), 0), nullptr);
+    EXPECT_EQ(
+        zavo_c_fft_2d_complex(10, 10, nowhere<const f_complex>(), ZAVO_BACKWARD, ZAVO_RETURN_USER, q, 0),
+        nullptr);
+    EXPECT_EQ(errors.codes(), "5/511 5/102 5/511 5/102 5/511 5/102 5/511 5/102");
+}
+
+TEST(fft_faults, convolution_of_a_wild_pointer_and_the_calls_behind_it)
+{
+    CapturedErrors errors;
+    const float x[4] = {1, 2, 3, 4};
+    int nz = 0;
+    float* zhat = nullptr;
+    EXPECT_EQ(zavo_f_convolution(4, x, 4, nowhere<const float>(), &nz, ZAVO_Z_TRANS, &zhat, 0), nullptr);
+    EXPECT_EQ(zhat, nullptr);
+    EXPECT_EQ(zavo_f_convolution(4, x, 4, nowhere<const float>(), &nz, ZAVO_SERIES_FIRST, 0), nullptr);
+    EXPECT_EQ(errors.codes(), "5/511 5/102 5/511 5/102");
+    float* const z = zavo_f_convolution(4, x, 4, x, &nz, ZAVO_SERIES_LAST, ZAVO_CIRCULAR, 0);
+    ASSERT_NE(z, nullptr);
+    EXPECT_NEAR(z[0], 26.0, 1e-4);
+    std::free(z);
+}
+
 } // namespace

@@ -115,19 +115,19 @@ GOLDEN(complex)
         sample(out, function.name, function.call, 0.0F);
         sample(out, function.name, function.call, 20.0F);
     }
-    write_complex(
+    sample(
         out, "l_c_mul",
         [](f_complex z) {
             return l_c_mul(z, {z.im, 0.75F});
         },
         5.0F);
-    write_complex(
+    sample(
         out, "l_c_div",
         [](f_complex z) {
             return l_c_div({0.75F, z.re}, z);
         },
         5.0F);
-    write_complex(
+    sample(
         out, "l_c_abs_arg",
         [](f_complex z) {
             return f_complex{l_c_abs(z), l_c_arg(z)};
