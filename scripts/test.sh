@@ -23,6 +23,14 @@ test_script() {
     run_script_tests "$PWD/dist"
 }
 
+# Results to the bit, against the committed ones; the Windows suite compares
+# with the same.
+test_golden() {
+    build_linux -DZAVO_BUILD_TESTS=ON
+    say "golden results"
+    TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden
+}
+
 # The same unit and script suites under the sanitizers. The interpreter itself
 # is not instrumented, so the run-time library is loaded ahead of it.
 test_sanitize() {
@@ -58,6 +66,7 @@ run_suite() {
     case "$1" in
     unit) test_unit ;;
     script) test_script ;;
+    golden) test_golden ;;
     sanitize) test_sanitize ;;
     fuzz) test_fuzz ;;
     windows) bash scripts/windows.sh test ;;
@@ -69,7 +78,7 @@ run_suite() {
 }
 
 # A suite whose script is not part of the tree is not offered.
-suites=(unit script sanitize)
+suites=(unit script golden sanitize)
 for optional in windows package docs lint; do
     [[ -f scripts/$optional.sh ]] && suites+=("$optional")
 done
