@@ -123,6 +123,24 @@ int pending_type()
     return error_state().current().type;
 }
 
+int stack_room()
+{
+    return stack_size - 1 - error_state().top;
+}
+
+PostedError posted_error()
+{
+    const StackEntry& entry = error_state().current();
+    return {entry.type, entry.code};
+}
+
+void restore_posted_error(PostedError error)
+{
+    StackEntry& entry = error_state().current();
+    entry.type = static_cast<unsigned char>(error.type);
+    entry.code = error.code;
+}
+
 void clear_queries()
 {
     ErrorState& state = error_state();

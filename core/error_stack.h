@@ -47,4 +47,17 @@ inline bool is_failure(int type)
 // callers of routines that do not push on their good path.
 void clear_queries();
 
+// Routines that can still be entered before the stack, whose overflow stops the
+// process, is full.
+int stack_room();
+
+// The error at the top entry, for code that lets user code run below it and
+// wants what goes wrong there to stay there.
+struct PostedError {
+    int type;
+    int code;
+};
+PostedError posted_error();
+void restore_posted_error(PostedError error);
+
 } // namespace zavo::core

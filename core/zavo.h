@@ -364,8 +364,8 @@ float* zavo_f_min_uncon_multivar(zavo_objective_fn fcn, int n, ...);
  * How the run ended: 1/8088 (accuracy met), 1/8089, 1/8090 (no descent left),
  * 4/8091, 4/8092, 4/8093 (inconsistent constraints), 4/8094 (limit), 4/8095 and
  * with a gradient function 4/8096 (the equalities fix every variable). */
-float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a, float* b,
-                              float* xlb, float* xub, ...);
+float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a,
+                              const float* b, const float* xlb, const float* xub, ...);
 
 #ifdef __cplusplus
 }

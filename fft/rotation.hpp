@@ -16,6 +16,8 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // (re, im) = cos and sin of the next multiple of an angle, by rotation in float.
 // Kept: the recurrence loses digits with every step, so that a prime factor near
 // 1000 leaves a relative error of about 1e-3 and one near 10000 about 0.2; see
@@ -116,5 +118,7 @@ void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const f
     }
     sum_slots<Lanes>(slab, ip, x, y);
 }
+
+} // namespace
 
 } // namespace zavo::fft

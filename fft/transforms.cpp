@@ -3,6 +3,9 @@
 #include "fft/complex_passes.hpp"
 #include "fft/factors.hpp"
 #include "fft/real_passes.hpp"
+#include "fft/simd.hpp"
+#include "fft/twiddle.hpp"
+#include "fft/twiddle_block.hpp"
 
 namespace zavo::fft {
 
@@ -10,21 +13,56 @@ namespace {
 
 Path path_limit = Path::avx512;
 
+Path find_best_path()
+{
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")) {
+        return Path::avx512;
+    }
+    return __builtin_cpu_supports("avx2") ? Path::avx2 : Path::scalar;
+}
+
+// The path in use; null for the scalar one.
+const SimdPath* simd_path()
+{
+    switch (path_in_use()) {
+    case Path::avx512:
+        return &avx512_path;
+    case Path::avx2:
+        return &avx2_path;
+    default:
+        return nullptr;
+    }
+}
+
 } // namespace
 
 Path best_path()
 {
-    return Path::scalar;
+    static const Path best = find_best_path();
+    return best;
 }
 
 Path path_in_use()
 {
-    return path_limit < best_path() ? path_limit : best_path();
+    const Path best = best_path();
+    return path_limit < best ? path_limit : best;
 }
 
 void limit_path(Path most)
 {
     path_limit = most;
+}
+
+void fill_cos_sin(float step, int first, int count, float* pairs)
+{
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr) {
+        simd->fill_cos_sin(step, first, count, pairs);
+    } else {
+        fill_cos_sin_by<DoublePair>(step, first, count, pairs);
+    }
 }
 
 void transform_real(Direction d, Index n, const float* p, float* q, float* params)
@@ -36,6 +74,10 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
     float* const scratch = params;
     const float* const twiddles = params + n;
     const Factors factors = read_real_record(n, params + 2 * n);
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr && simd->real(d, factors, p, q, scratch, twiddles)) {
+        return;
+    }
     if (d == Direction::forward) {
         run_real<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     } else {
@@ -54,6 +96,10 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
     float* const scratch = params;
     const float* const twiddles = params + 2 * n;
     const Factors factors = read_complex_record(n, params + 4 * n);
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr && simd->complex(d, factors, p, q, scratch, twiddles)) {
+        return;
+    }
     if (d == Direction::forward) {
         run_complex<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     } else {

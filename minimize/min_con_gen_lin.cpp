@@ -359,7 +359,7 @@ float* ConstrainedCall::hand_over()
 } // namespace
 
 extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a,
-                                         float* b, float* xlb, float* xub, ...)
+                                         const float* b, const float* xlb, const float* xub, ...)
 {
     std::va_list list;
     va_start(list, xub);

@@ -30,12 +30,23 @@ void unlink(Registry* registry, Entry* entry)
     }
 }
 
+// Frees an entry that is no longer in the registry; its list is the caller's.
+DynList* open_entry(Entry* entry)
+{
+    DynList* const list = entry->list;
+    list->state &= ~DFU_REGISTERED;
+    std::free(entry);
+    return list;
+}
+
 // Called by Tcl when the interpreter goes. Held lists outlive it by themselves.
 void delete_registry(ClientData data, Tcl_Interp*)
 {
     auto* const registry = static_cast<Registry*>(data);
-    while (registry->newest != nullptr) {
-        drop(registry, registry->newest);
+    for (Entry* entry = registry->newest; entry != nullptr;) {
+        Entry* const older = entry->older;
+        dfuFreeDynList(open_entry(entry));
+        entry = older;
     }
     Tcl_DeleteHashTable(&registry->names);
     std::free(registry);
@@ -118,12 +129,9 @@ Entry* add(Registry* registry, DynList* list)
 
 DynList* take_out(Registry* registry, Entry* entry)
 {
-    DynList* const list = entry->list;
     unlink(registry, entry);
     Tcl_DeleteHashEntry(entry->slot);
-    std::free(entry);
-    list->state &= ~DFU_REGISTERED;
-    return list;
+    return open_entry(entry);
 }
 
 void drop(Registry* registry, Entry* entry)

@@ -73,7 +73,8 @@ using Writer = void(Output& out);
 
 // Links a family into the list that the main program searches.
 struct Family {
-    Family(const char* family_name, Writer* family_writer) : name(family_name), writer(family_writer), next(first)
+    Family(const char* family_name, Writer* family_writer)
+        : name(family_name), writer(family_writer), next(first)
     {
         first = this;
     }
@@ -85,7 +86,7 @@ struct Family {
 
 } // namespace zavo::golden
 
-#define GOLDEN(family)                                                                                               \
-    static void write_##family(zavo::golden::Output& out);                                                           \
-    static const zavo::golden::Family family_##family{#family, write_##family};                                      \
-    static void write_##family(zavo::golden::Output& out)
+#define GOLDEN(family)                                                                                       \
+    static void golden_write_##family(zavo::golden::Output& out);                                            \
+    static const zavo::golden::Family golden_family_##family{#family, golden_write_##family};                \
+    static void golden_write_##family(zavo::golden::Output& out)

@@ -208,6 +208,18 @@ TEST_F(Registry, interpreter_deleted_by_the_script_of_a_reading_command)
     EXPECT_EQ(interp.eval("interp exists child"), "0");
 }
 
+TEST_F(Registry, scope_lets_its_interpreter_go)
+{
+    bool gone = false;
+    {
+        Interpreter other;
+        other.eval("catch {dynlist scope {error oops}}; dynlist scope -keep x {set x 1}");
+        Tcl_CallWhenDeleted(
+            other, [](ClientData flag, Tcl_Interp*) { *static_cast<bool*>(flag) = true; }, &gone);
+    }
+    EXPECT_TRUE(gone);
+}
+
 TEST_F(Registry, lists_put_by_a_dying_interpreter_go_with_it)
 {
     // A delete procedure runs after the registry may have gone.
