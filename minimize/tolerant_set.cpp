@@ -206,7 +206,9 @@ bool TolerantSet::all_satisfied(const float* x)
     refresh_residuals(x);
     for (int place = 0; place < set_.listed(); ++place) {
         const int k = set_.constraint(place);
-        if (residual(k, x) < -accuracy_ * c_.size(k, x)) {
+        const float left = residual(k, x);
+        const float allowed = accuracy_ * c_.size(k, x);
+        if (left < -allowed || (place < set_.kept() && left > allowed)) {
             return false;
         }
     }

@@ -10,17 +10,17 @@
 #pragma once
 
 #include "core/zavo.h"
+#include "minimize/number_text.hpp"
 #include "tests/support/dual.hpp"
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
 
-namespace zavo::testing {
+namespace zavo::test {
 
 struct Problem {
     const char* name;
@@ -391,7 +391,7 @@ struct Outcome {
     int code = 0;        // of the error that tells how the run ended
     int evaluations = 0; // all of them
     int until_close = 0; // until f was close to the optimum at a feasible point; 0 for never
-    double gradients = 0;
+    int gradients = 0;   // calls of the user gradient
 };
 
 // The run that the objective functions below belong to.
@@ -435,8 +435,8 @@ double violation(const Problem& p, const Real* x)
 inline void seen_point(const Run& run, const float* x, double* seen)
 {
     for (int i = 0; i < run.problem->n; ++i) {
-        char text[64];
-        std::snprintf(text, sizeof text, "%f", static_cast<double>(x[i]));
+        char text[minimize::fixed_text_size];
+        minimize::format_fixed(x[i], text);
         seen[i] = run.view == View::script ? std::strtod(text, nullptr) : static_cast<double>(x[i]);
     }
 }
@@ -492,7 +492,7 @@ inline Outcome finish_run(const Problem& p, float* x, float f)
 // closeness: what counts as close to the optimum. scaled: tell the minimiser the
 // typical sizes of the variables, where the problem has them. limit:
 // evaluations and iterations allowed.
-inline Outcome minimize(const Problem& p, View view, bool user_gradient, double closeness, bool scaled = false,
+inline Outcome minimize_free(const Problem& p, View view, bool user_gradient, double closeness, bool scaled = false,
                         int limit = 2000)
 {
     start_run(p, view, closeness);
@@ -523,4 +523,4 @@ inline Outcome minimize_constrained(const Problem& p, View view, bool user_gradi
     return finish_run(p, x, f);
 }
 
-} // namespace zavo::testing
+} // namespace zavo::test
