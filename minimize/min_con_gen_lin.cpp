@@ -212,6 +212,7 @@ public:
     float* hand_over();
 
 private:
+    bool take_start(std::size_t n);
     bool take_blocks();
     void drive();
 
@@ -265,18 +266,27 @@ void ConstrainedCall::read(core::OptionReader& options)
     }
 }
 
+// The start point: the caller's, or zeros.
+bool ConstrainedCall::take_start(std::size_t n)
+{
+    start_ = start_option_;
+    if (start_ == nullptr) {
+        float* const zeros = core::take_work<float>(n);
+        if (zeros != nullptr) {
+            std::fill_n(zeros, n, 0.0F);
+        }
+        start_ = zeros;
+    }
+    return start_ != nullptr;
+}
+
 bool ConstrainedCall::take_blocks()
 {
     const auto n = static_cast<std::size_t>(nvar_);
     const auto m = static_cast<std::size_t>(ncon_);
     const bool countable = n <= static_cast<std::size_t>(-1) / 2 / (n + 11);
     work_ = countable ? core::take_work<float>(n * (n + 11) + m) : nullptr;
-    float* zeros = start_option_ == nullptr ? core::take_work<float>(n) : nullptr;
-    if (zeros != nullptr) {
-        std::fill_n(zeros, n, 0.0F);
-    }
-    start_ = zeros != nullptr ? zeros : start_option_;
-    if (work_ == nullptr || start_ == nullptr || (multipliers_.get() == nullptr && !multipliers_.allocate(n)) ||
+    if (work_ == nullptr || !take_start(n) || (multipliers_.get() == nullptr && !multipliers_.allocate(n)) ||
         (active_.get() == nullptr && !active_.allocate(m + 2 * n))) {
         zavo_error_set_string(1, "ncon");
         zavo_error_set_int(1, ncon_);
