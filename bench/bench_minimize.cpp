@@ -32,8 +32,8 @@ const char* description(View view, bool gradient, bool scaled)
 
 void heading(const char* title)
 {
-    std::printf("%s\n  %-30s %-24s %13s %13s %6s %6s %6s  %s\n", title, "problem", "arguments, derivatives", "reached",
-                "optimum", "evals", "close", "code", "solved");
+    std::printf("%s\n  %-30s %-24s %13s %13s %6s %6s %6s  %s\n", title, "problem", "arguments, derivatives",
+                "reached", "optimum", "evals", "close", "code", "solved");
 }
 
 void print_unconstrained()
@@ -72,7 +72,8 @@ void print_constrained()
                 const double near = 1e-4 * (p.optimum == 0.0 ? 1.0 : std::fabs(p.optimum));
                 const Outcome outcome = minimize_constrained(p, view, gradient, near);
                 print_outcome(p, description(view, gradient, false), outcome,
-                              std::fabs(outcome.f - p.optimum) <= near && violation(p, outcome.x.data()) <= 2e-6);
+                              std::fabs(outcome.f - p.optimum) <= near &&
+                                  violation(p, outcome.x.data()) <= 2e-6);
             }
         }
     }
@@ -128,8 +129,11 @@ Case make_case(const std::string& name, const std::string& procedure, const std:
                const std::string& start, const std::string& arguments)
 {
     // The calls are counted by a second procedure with the same values.
-    evaluate(("set calls 0; proc counted {" + arguments + "} { incr ::calls; " + procedure + " {*}[lrange [info level 0] 1 end] };"
-              "dynlist scope { zavo_min_uncon_multivar counted [dynlist create float {" + start + "}] }; set calls").c_str());
+    evaluate(("set calls 0; proc counted {" + arguments + "} { incr ::calls; " + procedure +
+              " {*}[lrange [info level 0] 1 end] };"
+              "dynlist scope { zavo_min_uncon_multivar counted [dynlist create float {" +
+              start + "}] }; set calls")
+                 .c_str());
     const int calls = number_result();
     evaluate(("set start_" + name + " [dynlist create float {" + start + "}]").c_str());
     std::string call = procedure;
@@ -151,8 +155,10 @@ void add(const Case& timed)
             ->Unit(benchmark::kMicrosecond);
     };
     with(timed.name + "/minimisation", [timed](benchmark::State& state) { time_minimisation(state, timed); });
-    with(timed.name + "/ready_string", [timed](benchmark::State& state) { time_ready_calls(state, timed, false); });
-    with(timed.name + "/ready_string_read", [timed](benchmark::State& state) { time_ready_calls(state, timed, true); });
+    with(timed.name + "/ready_string",
+         [timed](benchmark::State& state) { time_ready_calls(state, timed, false); });
+    with(timed.name + "/ready_string_read",
+         [timed](benchmark::State& state) { time_ready_calls(state, timed, true); });
 }
 
 void set_up()
@@ -164,15 +170,17 @@ void set_up()
     }
     evaluate("package require morvel; package require zavo");
     evaluate("proc rosenbrock {x y} { expr {100.0*($y-$x*$x)*($y-$x*$x)+(1.0-$x)*(1.0-$x)} }");
-    evaluate("proc wood {a b c d} { expr {100.0*($b-$a*$a)*($b-$a*$a)+(1.0-$a)*(1.0-$a)+90.0*($d-$c*$c)*($d-$c*$c)"
-             "+(1.0-$c)*(1.0-$c)+10.0*($b+$d-2.0)*($b+$d-2.0)+0.1*($b-$d)*($b-$d)} }");
+    evaluate(
+        "proc wood {a b c d} { expr {100.0*($b-$a*$a)*($b-$a*$a)+(1.0-$a)*(1.0-$a)+90.0*($d-$c*$c)*($d-$c*$c)"
+        "+(1.0-$c)*(1.0-$c)+10.0*($b+$d-2.0)*($b+$d-2.0)+0.1*($b-$d)*($b-$d)} }");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    zavo_error_options(ZAVO_SET_PRINT, ZAVO_WARNING, 0, ZAVO_SET_PRINT, ZAVO_FATAL, 0, ZAVO_SET_STOP, ZAVO_FATAL, 0, 0);
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_WARNING, 0, ZAVO_SET_PRINT, ZAVO_FATAL, 0, ZAVO_SET_STOP,
+                       ZAVO_FATAL, 0, 0);
     print_unconstrained();
     print_constrained();
 
@@ -187,9 +195,12 @@ int main(int argc, char** argv)
     const bool good = reporter.print({
         {"two variables: a call / Tcl_Eval of a ready string", "two/minimisation", "two/ready_string", 0.0},
         {"two variables: a call / the same, result read", "two/minimisation", "two/ready_string_read", 0.0},
-        {"four variables: a call / Tcl_Eval of a ready string", "four/minimisation", "four/ready_string", 0.0},
-        {"four variables: a call / the same, result read", "four/minimisation", "four/ready_string_read", 0.0},
-        {"two variables, word in braces: a call / ready string", "two_by_script/minimisation", "two_by_script/ready_string", 0.0},
+        {"four variables: a call / Tcl_Eval of a ready string", "four/minimisation", "four/ready_string",
+         0.0},
+        {"four variables: a call / the same, result read", "four/minimisation", "four/ready_string_read",
+         0.0},
+        {"two variables, word in braces: a call / ready string", "two_by_script/minimisation",
+         "two_by_script/ready_string", 0.0},
     });
     return good ? 0 : 1;
 }

@@ -59,9 +59,9 @@ void bowl(int n, float* x, float* f)
     }
 }
 
-void constrained(zavo::golden::Output& out, const std::string& name, zavo_constrained_objective_fn f, int n, int ncon,
-                 int neq, std::vector<float> a, const std::vector<float>& b, const std::vector<float>& xlb,
-                 const std::vector<float>& xub)
+void constrained(zavo::golden::Output& out, const std::string& name, zavo_constrained_objective_fn f, int n,
+                 int ncon, int neq, std::vector<float> a, const std::vector<float>& b,
+                 const std::vector<float>& xlb, const std::vector<float>& xub)
 {
     evaluations = 0;
     float value = 0;
@@ -69,8 +69,8 @@ void constrained(zavo::golden::Output& out, const std::string& name, zavo_constr
     float* multipliers = nullptr;
     int count = 0;
     float* const x = zavo_f_min_con_gen_lin(f, n, ncon, neq, a.data(), b.data(), xlb.data(), xub.data(),
-                                            ZAVO_OBJECTIVE_VALUE, &value, ZAVO_ACTIVE_LIST, &list, ZAVO_ACTIVE_COUNT,
-                                            &count, ZAVO_MULTIPLIERS, &multipliers, 0);
+                                            ZAVO_OBJECTIVE_VALUE, &value, ZAVO_ACTIVE_LIST, &list,
+                                            ZAVO_ACTIVE_COUNT, &count, ZAVO_MULTIPLIERS, &multipliers, 0);
     out.value((name + "-code").c_str(), zavo_error_code(1));
     out.value((name + "-evaluations").c_str(), evaluations);
     out.values((name + "-x").c_str(), x, n);
@@ -93,10 +93,11 @@ GOLDEN(minimize)
         for (const bool gradient : {false, true}) {
             evaluations = 0;
             float value = 0;
-            float* const x = zavo_f_min_uncon_multivar(rosenbrock, 4, ZAVO_START_POINT, start, ZAVO_HESSIAN_START,
-                                                       hessian, ZAVO_RESULT_VALUE, &value, ZAVO_GRADIENT_FUNCTION,
-                                                       gradient ? rosenbrock_gradient : nullptr, 0);
-            const std::string name = "rosenbrock-" + std::to_string(hessian) + (gradient ? "-gradient" : "-differences");
+            float* const x = zavo_f_min_uncon_multivar(
+                rosenbrock, 4, ZAVO_START_POINT, start, ZAVO_HESSIAN_START, hessian, ZAVO_RESULT_VALUE,
+                &value, ZAVO_GRADIENT_FUNCTION, gradient ? rosenbrock_gradient : nullptr, 0);
+            const std::string name =
+                "rosenbrock-" + std::to_string(hessian) + (gradient ? "-gradient" : "-differences");
             out.value((name + "-code").c_str(), zavo_error_code(1));
             out.value((name + "-evaluations").c_str(), evaluations);
             out.values(name.c_str(), x, 4);
@@ -109,8 +110,8 @@ GOLDEN(minimize)
     std::free(x);
 
     constrained(out, "hs44", hs44, 4, 6, 0,
-                {1, 2, 0, 0, 4, 1, 0, 0, 3, 4, 0, 0, 0, 0, 2, 1, 0, 0, 1, 2, 0, 0, 1, 1}, {8, 12, 12, 8, 8, 5},
-                {0, 0, 0, 0}, {99, 99, 99, 99});
+                {1, 2, 0, 0, 4, 1, 0, 0, 3, 4, 0, 0, 0, 0, 2, 1, 0, 0, 1, 2, 0, 0, 1, 1},
+                {8, 12, 12, 8, 8, 5}, {0, 0, 0, 0}, {99, 99, 99, 99});
     constrained(out, "bowl", bowl, 5, 3, 1, {1, 1, 1, 1, 1, 1, -1, 0, 0, 2, 0, 1, 1, 3, 0}, {7, 4, 8},
                 {-1, -1, -1, 2.5F, -1}, {9, 9, 9, 2.5F, 9});
     constrained(out, "clash", bowl, 2, 2, 0, {1, 1, -1, -1}, {1, -2}, {-9, -9}, {9, 9});
