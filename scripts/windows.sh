@@ -3,7 +3,7 @@
 #
 #   scripts/windows.sh build|test [PART ...]
 #
-# PART is unit, golden, imports, script or desktop; without one, all of them.
+# PART is unit, golden, imports, faults, script or desktop; without one, all of them.
 # What is built once (Tcl from Debian's source package, GoogleTest, Wine's
 # settings) stays in .cache/win32 until the packages change.
 # shellcheck source=scripts/common.sh
@@ -13,7 +13,7 @@ cache=$PWD/.cache/win32
 tcl_prefix=$cache/tcl
 gtest_prefix=$cache/gtest
 dist=$PWD/dist-win32
-all_parts=(unit golden imports script desktop)
+all_parts=(unit golden imports faults script desktop)
 
 export WINEPREFIX=$cache/wine WINEARCH=win32 WINEDEBUG=-all
 # No add-ons that Wine would offer to download.
@@ -169,13 +169,21 @@ part_imports() {
     tclsh8.6 tests/windows/check_imports.tcl i686-w64-mingw32-objdump "$dist"/lib/zavo1.0/*.dll
 }
 
+# The fault trap within an interpreter, as the module meets it.
+part_faults() {
+    tclsh_wine tests/windows/faults.tcl build/win32/tests/faulty.dll
+}
+
 part_script() {
     tclsh_wine tests/script/all.tcl
 }
 
-# Windows that open: a virtual display for them.
+# Windows that open: a virtual display for them. A Wine that has begun without a
+# display stays without one, so it begins anew (only the one of our settings).
 part_desktop() {
     need_packages xvfb xauth
+    wineserver -k || true
+    wineserver -w
     xvfb-run -a ctest --test-dir build/win32 --output-on-failure -L desktop
 }
 

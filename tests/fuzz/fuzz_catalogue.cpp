@@ -19,9 +19,9 @@ namespace {
 
 std::string scratch_file()
 {
-    static const std::string path =
-        (std::filesystem::temp_directory_path() / ("zavo-fuzz-" + std::to_string(std::random_device{}()) + ".bin"))
-            .string();
+    static const std::string path = (std::filesystem::temp_directory_path() /
+                                     ("zavo-fuzz-" + std::to_string(std::random_device{}()) + ".bin"))
+                                        .string();
     return path;
 }
 
