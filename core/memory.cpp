@@ -62,6 +62,9 @@ void* allocate(std::size_t count, std::size_t size) noexcept
     if (bytes >= platform::large_block) {
         return platform::allocate_large(bytes);
     }
+    if (bytes >= platform::aligned_block) {
+        return platform::allocate_aligned(bytes);
+    }
     return std::malloc(bytes != 0 ? bytes : 1);
 }
 

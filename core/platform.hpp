@@ -39,6 +39,11 @@ void write_console(void* console, const char* text, std::size_t length);
 inline constexpr std::size_t large_block = std::size_t{4} << 20;
 void* allocate_large(std::size_t bytes);
 
+// malloc() for smaller blocks that vectors may live in: at the start of a cache
+// line where free() can release such a block, else as malloc() has it.
+inline constexpr std::size_t aligned_block = 256;
+void* allocate_aligned(std::size_t bytes);
+
 // Wall clock broken down as UTC, else as local time; false when neither works.
 bool clock_time(std::tm* now);
 

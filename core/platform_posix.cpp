@@ -104,6 +104,13 @@ void* allocate_large(std::size_t bytes)
     return block;
 }
 
+void* allocate_aligned(std::size_t bytes)
+{
+    constexpr std::size_t cache_line = 64;
+    void* block = nullptr;
+    return posix_memalign(&block, cache_line, bytes) == 0 ? block : nullptr;
+}
+
 bool clock_time(std::tm* now)
 {
     const std::time_t seconds = std::time(nullptr);

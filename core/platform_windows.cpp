@@ -87,6 +87,12 @@ void* allocate_large(std::size_t bytes)
     return std::malloc(bytes);
 }
 
+// free() takes what malloc() gave, and nothing else.
+void* allocate_aligned(std::size_t bytes)
+{
+    return std::malloc(bytes);
+}
+
 bool clock_time(std::tm* now)
 {
     const __time32_t seconds = _time32(nullptr);

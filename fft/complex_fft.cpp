@@ -165,8 +165,7 @@ extern "C" float* zavo_c_fft_complex_init(int n)
     if (n == 1) {
         return nullptr;
     }
-    float* const table = static_cast<float*>(
-        core::allocate_zeroed(fft::count_of_floats(n, 4, fft::record_floats), sizeof(float)));
+    float* const table = fft::new_table(n, 4);
     if (table == nullptr) {
         fft::post_no_memory(n);
         return nullptr;

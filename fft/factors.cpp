@@ -4,10 +4,11 @@
 
 #include "fft/factors.hpp"
 
-#include "core/vector_kernels.h"
+#include "core/memory.hpp"
 #include "fft/twiddle.hpp"
 
 #include <array>
+#include <cstring>
 
 namespace zavo::fft {
 
@@ -128,6 +129,16 @@ Factors read_real_record(Index n, const float* record)
 Factors read_complex_record(Index n, const float* record)
 {
     return read_record(n, record, complex_trials);
+}
+
+float* new_table(Index n, int parts)
+{
+    const std::size_t count = count_of_floats(n, parts, record_floats);
+    float* const table = static_cast<float*>(core::allocate(count, sizeof(float)));
+    if (table != nullptr) {
+        std::memset(table, 0, count * sizeof(float));
+    }
+    return table;
 }
 
 // Block j of a factor holds (cos, sin) of the multiples 1 .. (ido - 1) / 2; the

@@ -38,6 +38,9 @@ Factors complex_factors(Index n);
 Factors read_real_record(Index n, const float* record);
 Factors read_complex_record(Index n, const float* record);
 
+// parts * n + 15 floats, all zero; null when memory is short.
+float* new_table(Index n, int parts);
+
 // Twiddle and factor regions of a table: n and 15 floats, or 2n and 15.
 void build_real_table(Index n, float* twiddles, float* record);
 void build_complex_table(Index n, float* twiddles, float* record);

@@ -156,8 +156,7 @@ extern "C" float* zavo_f_fft_real_init(int n)
     if (n == 1) {
         return nullptr;
     }
-    float* const table = static_cast<float*>(
-        core::allocate_zeroed(fft::count_of_floats(n, 2, fft::record_floats), sizeof(float)));
+    float* const table = fft::new_table(n, 2);
     if (table == nullptr) {
         fft::post_no_memory(n);
         return nullptr;

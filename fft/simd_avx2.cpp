@@ -11,6 +11,7 @@ namespace zavo::fft {
 const SimdPath avx2_path = {
     try_real<8>,
     try_complex<8>,
+    columns<8>,
     fill_cos_sin_by<DoubleLanes<32>>,
 };
 

@@ -11,6 +11,7 @@ namespace zavo::fft {
 const SimdPath avx512_path = {
     try_real<16>,
     try_complex<16>,
+    columns<16>,
     fill_cos_sin_by<DoubleLanes<64>>,
 };
 

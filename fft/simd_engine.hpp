@@ -18,6 +18,7 @@
 #include "fft/complex_passes.hpp"
 #include "fft/real_passes.hpp"
 #include "fft/simd_passes.hpp"
+#include "fft/simd_rotation.hpp"
 
 namespace zavo::fft {
 
@@ -378,6 +379,53 @@ void complex_whole(const Factors& factors, const Cut& cut, const float* p, float
     }
 }
 
+// Each of n columns of m values of p, to the same column of q, V at a time. work:
+// room for 4 m V floats.
+template <Direction d, int V>
+void complex_columns(const Factors& factors, Index n, const float* p, Index ldp, float* q, Index ldq,
+                     float* work, const float* twiddles)
+{
+    const Index m = factors.n;
+    const Cut whole{0, 1, m};
+    for_chunks<V>(n, [&](auto width, Index c) {
+        constexpr int w = width.value;
+        float* const a = work;
+        float* const b = work + 2 * w * m;
+        gather_pairs<w>(p + 2 * c, 2 * ldp, m, a);
+        const float* const found = complex_lanes<d, w>(factors, whole, a, b, nullptr, twiddles);
+        scatter_pairs<w>(found, m, q + 2 * c, 2 * ldq);
+    });
+}
+
+template <int V>
+void columns(Direction d, const Factors& factors, Index n, const float* p, Index ldp, float* q, Index ldq,
+             float* work, const float* twiddles)
+{
+    if (d == Direction::forward) {
+        complex_columns<Direction::forward, V>(factors, n, p, ldp, q, ldq, work, twiddles);
+    } else {
+        complex_columns<Direction::backward, V>(factors, n, p, ldp, q, ldq, work, twiddles);
+    }
+}
+
+// A length that cannot be cut still gains when a large radix does the work.
+constexpr Index large_radix = 13;
+
+template <int V>
+bool try_scalar_real(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
+                     const float* twiddles)
+{
+    if (factors.ip[factors.count - 1] < large_radix) {
+        return false;
+    }
+    if (d == Direction::forward) {
+        run_real<Direction::forward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
+    } else {
+        run_real<Direction::backward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
+    }
+    return true;
+}
+
 // ---- the faces: false when the length is not one for this path --------------------------------
 
 template <int V>
@@ -386,7 +434,7 @@ bool try_real(Direction d, const Factors& factors, const float* p, float* q, flo
 {
     const Cut cut = choose_cut<V>(factors, 1);
     if (cut.first == 0) {
-        return false;
+        return try_scalar_real<V>(d, factors, p, q, scratch, twiddles);
     }
     if (d == Direction::forward) {
         real_forward<V>(factors, cut, p, q, scratch, twiddles);

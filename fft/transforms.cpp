@@ -1,5 +1,6 @@
 #include "fft/transforms.hpp"
 
+#include "core/memory.hpp"
 #include "fft/complex_passes.hpp"
 #include "fft/factors.hpp"
 #include "fft/real_passes.hpp"
@@ -104,6 +105,31 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
         run_complex<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     } else {
         run_complex<Direction::backward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
+    }
+}
+
+// Many columns at a time where the processor has wide registers and there is
+// memory for it, else one by one.
+void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
+                       float* params, float* work)
+{
+    const SimdPath* const simd = simd_path();
+    float* const block = simd != nullptr && n > 1 ? core::take_work<float>(column_work(m)) : nullptr;
+    if (block != nullptr) {
+        simd->columns(d, read_complex_record(m, params + 4 * m), n, p, ldp, q, ldq, block, params + 2 * m);
+        core::give_back_work(block);
+        return;
+    }
+    for (Index c = 0; c < n; ++c) {
+        for (Index r = 0; r < m; ++r) {
+            work[2 * r] = p[2 * (r * ldp + c)];
+            work[2 * r + 1] = p[2 * (r * ldp + c) + 1];
+        }
+        transform_complex(d, m, work, work, params);
+        for (Index r = 0; r < m; ++r) {
+            q[2 * (r * ldq + c)] = work[2 * r];
+            q[2 * (r * ldq + c) + 1] = work[2 * r + 1];
+        }
     }
 }
 

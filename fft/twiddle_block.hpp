@@ -3,7 +3,7 @@
 
 #include "fft/cos_sin.hpp"
 
-#include <cstring>
+#include <utility>
 
 namespace zavo::fft {
 
@@ -19,20 +19,35 @@ struct DoubleLanes {
 };
 using DoublePair = DoubleLanes<16>; // what every processor of both targets has
 
-// Whether some value lies too near the middle between two floats to be rounded.
+// Nonzero in the places of values that lie too near the middle between two floats
+// to be rounded.
 template <class Lanes>
-ZAVO_INLINE bool any_in_doubt(typename Lanes::D value)
+ZAVO_INLINE typename Lanes::I doubtful(typename Lanes::D value)
 {
     using namespace cos_sin_detail;
-    typename Lanes::I bits;
-    std::memcpy(&bits, &value, sizeof bits);
+    const typename Lanes::I bits = (typename Lanes::I)value;
     const typename Lanes::I offset = (bits & dropped_bits) - middle;
-    const typename Lanes::I near = (offset > -doubt) & (offset < doubt);
-    std::int64_t any = 0;
-    for (int i = 0; i < Lanes::width; ++i) {
-        any |= near[i];
+    return (offset > -doubt) & (offset < doubt);
+}
+
+template <class Lanes>
+ZAVO_INLINE bool any(typename Lanes::I flags)
+{
+    std::int64_t places[Lanes::width];
+    __builtin_memcpy(places, &flags, sizeof places);
+    std::int64_t all = 0;
+    for (const std::int64_t place : places) {
+        all |= place;
     }
-    return any != 0;
+    return all != 0;
+}
+
+// Half h of the pairs c[0] s[0] c[1] s[1] ...
+template <int h, class F, std::size_t... I>
+ZAVO_INLINE F paired(F c, F s, std::index_sequence<I...>)
+{
+    constexpr std::size_t width = sizeof...(I);
+    return __builtin_shufflevector(c, s, static_cast<int>((I % 2) * width + h * width / 2 + I / 2)...);
 }
 
 // See fill_cos_sin in twiddle.hpp. A last, partial register runs past `count`
@@ -41,7 +56,9 @@ template <class Lanes>
 void fill_cos_sin_by(float step, int first, int count, float* pairs)
 {
     using D = typename Lanes::D;
+    using F = typename Lanes::F;
     constexpr int width = Lanes::width;
+    constexpr auto places = std::make_index_sequence<static_cast<std::size_t>(width)>{};
     D number;
     for (int i = 0; i < width; ++i) {
         number[i] = first + i;
@@ -49,21 +66,22 @@ void fill_cos_sin_by(float step, int first, int count, float* pairs)
     for (int done = 0; done < count; done += width, number += static_cast<double>(width)) {
         D cosine, sine;
         double_cos_sin(number * static_cast<double>(step), &cosine, &sine);
-        float values[2 * width];
-        if (any_in_doubt<Lanes>(cosine) || any_in_doubt<Lanes>(sine)) [[unlikely]] {
+        const F c = __builtin_convertvector(cosine, F);
+        const F s = __builtin_convertvector(sine, F);
+        F values[2] = {paired<0>(c, s, places), paired<1>(c, s, places)};
+        if (any<Lanes>(doubtful<Lanes>(cosine) | doubtful<Lanes>(sine))) [[unlikely]] {
             for (int i = 0; i < width; ++i) {
                 const CosSin careful = careful_cos_sin(number[i] * static_cast<double>(step));
-                values[2 * i] = careful.cos;
-                values[2 * i + 1] = careful.sin;
-            }
-        } else {
-            for (int i = 0; i < width; ++i) {
-                values[2 * i] = static_cast<float>(cosine[i]);
-                values[2 * i + 1] = static_cast<float>(sine[i]);
+                values[2 * i / width][2 * i % width] = careful.cos;
+                values[2 * i / width][2 * i % width + 1] = careful.sin;
             }
         }
-        const int wanted = count - done < width ? count - done : width;
-        std::memcpy(pairs + 2 * done, values, static_cast<std::size_t>(2 * wanted) * sizeof(float));
+        if (count - done >= width) {
+            __builtin_memcpy(pairs + 2 * done, values, sizeof values);
+        } else {
+            __builtin_memcpy(pairs + 2 * done, values,
+                             static_cast<std::size_t>(2 * (count - done)) * sizeof(float));
+        }
     }
 }
 

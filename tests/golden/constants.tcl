@@ -7,30 +7,34 @@ foreach name {
     golden $name double [list zavo_constant $name]
 }
 
-# A pure number takes any unit that is divided by one of its own kind.
-foreach {kind names} {
-    m         {angstrom au feet foot in metre meter mile mill parsec point yard micron}
-    kg        {amu g gram lb ounce oz pound slug}
-    s         {day hour hr min minute second year}
-    K         {celsius degc degf fahrenheit}
-    m^2       {acre}
-    liter     {m^3 litre}
-    pascal    {atm atmosphere bar n/m^2}
-    J         {btu erg}
-    A         {abampere statampere}
-    coulomb   {abcoulomb statcoulomb}
-    V         {abvolt}
-    N         {dyne poundal}
-    tesla*m^2 {maxwell*ampere weber*ampere}
-    m^2/s     {stoke}
-    pascal*s  {poise}
-    s^-1      {hz hertz}
-    volt/A    {ohm}
-    volt*A    {watt}
+# A pure number takes any unit that others make dimensionless again.
+foreach {others names} {
+    m^-1          {angstrom au feet foot in metre meter mile mill parsec point yard}
+    kg^-1         {amu g gram lb ounce oz pound slug}
+    s^-1          {day hour hr min minute second year}
+    s             {hz hertz}
+    K^-1          {celsius degc degf degk fahrenheit kelvin}
+    m^-2          {acre}
+    m^-3          {liter litre}
+    N^-1          {dyne newton poundal micron}
+    pascal^-1     {atm atmosphere bar n*m^-2}
+    J^-1          {btu erg joule maxwell*ampere wb*a weber*ampere}
+    A^-1          {abampere ampere statampere c*s coulomb*s^-1}
+    coulomb^-1    {abcoulomb statcoulomb}
+    V^-1          {abvolt volt}
+    m^-2*s        {stoke}
+    pascal^-1*s^-1  {poise}
+    volt^-1*A     {ohm}
+    volt^-1*A^-1  {w watt}
+    ohm*s^-1      {farad}
+    ohm^-1*s^-1   {henry}
+    weber^-1*m^2  {t tesla}
+    m^-1*kg^2*s   {gauss}
+    s^-3          {l}
+    1             {sec mole}
 } {
     foreach name $names {
-        # "^-1" and "*" alone: "/" inverts one factor only
-        golden per-$name double [list zavo_constant pi $name*$kind^-1]
+        golden per-$name double [list zavo_constant pi $name*$others]
     }
 }
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <cmath>
 
-namespace zavo::testing {
+namespace zavo::test {
 
 struct Dual {
     static constexpr int most = 12;
@@ -113,4 +113,4 @@ inline double value_of(const Dual& x)
     return x.v;
 }
 
-} // namespace zavo::testing
+} // namespace zavo::test

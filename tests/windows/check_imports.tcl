@@ -39,7 +39,7 @@ proc read_tables {objdump dll} {
             set section imports
         } elseif {[string match {*Ordinal/Name Pointer*} $line]} {
             set section exports
-        } elseif {$section eq "imports" && [regexp {^\s+[0-9a-f]+\s+\d+\s+(\S+)} $line -> name]} {
+        } elseif {$section eq "imports" && [regexp {^\t[0-9a-f]+\t\s*\d+\s+(\S+)} $line -> name]} {
             dict lappend tables $library $name
         } elseif {$section eq "exports" && [regexp {^\s+\[\s*\d+\]\s+(\S+)} $line -> name]} {
             dict lappend tables "" $name

@@ -1,0 +1,403 @@
+// Transforms beside the libraries a program would use instead: FFTW (single
+// precision, plans by FFTW_ESTIMATE and by FFTW_MEASURE), KissFFT and GSL (float).
+// Tables and plans are made beforehand; making a table is timed on its own. The
+// library's times are those of its workers (l_f2trf and its like), of the public
+// routines where the name says so, and of commands run from a script.
+//
+// The last lines are accuracy: relative L2 errors of the real transform of prime
+// lengths, whose general pass loses digits by its definition.
+#include "bench/ratio_report.hpp"
+#include "core/zavo.h"
+#include "fft/complex_fft.h"
+#include "fft/convolution.h"
+#include "fft/factors.hpp"
+#include "fft/real_fft.h"
+#include "fft/transforms.hpp"
+
+#include <cmath>
+#include <complex>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <fftw3.h>
+#include <gsl/gsl_fft_complex_float.h>
+#include <gsl/gsl_fft_halfcomplex_float.h>
+#include <gsl/gsl_fft_real_float.h>
+#include <kissfft/kiss_fft.h>
+#include <kissfft/kiss_fftr.h>
+#include <string>
+#include <tcl.h>
+
+namespace {
+
+using ratio_report::Pair;
+using zavo::fft::Path;
+
+std::vector<Pair> pairs;
+std::deque<std::string> names; // keeps what `pairs` points at
+
+const char* keep(const std::string& text)
+{
+    return names.emplace_back(text).c_str();
+}
+
+// `limit` 0 promises nothing.
+void compare(const std::string& name, const std::string& peer, double limit)
+{
+    pairs.push_back({keep(name + " / " + peer.substr(peer.rfind(' ') + 1)), keep(name), keep(peer), limit});
+}
+
+void check(bool good, const char* what)
+{
+    if (!good) {
+        std::fprintf(stderr, "bench_fft: %s\n", what);
+        std::exit(1);
+    }
+}
+
+float* floats(std::size_t count)
+{
+    constexpr std::size_t line = 64;
+    float* const block =
+        static_cast<float*>(std::aligned_alloc(line, (count * sizeof(float) + line) / line * line));
+    check(block != nullptr, "memory is short");
+    std::memset(block, 0, count * sizeof(float));
+    return block;
+}
+
+float* noise(std::size_t count)
+{
+    float* const values = floats(count);
+    unsigned state = 12345;
+    for (std::size_t i = 0; i < count; ++i) {
+        state = state * 1664525U + 1013904223U;
+        values[i] = static_cast<float>(static_cast<int>(state >> 8)) * 0x1p-23F - 1.0F;
+    }
+    return values;
+}
+
+// Times work(), which takes about `estimate` nanoseconds.
+template <class Work>
+void add(const std::string& name, double estimate, Work work)
+{
+    const auto iterations = static_cast<benchmark::IterationCount>(std::max(1.0, 4e5 / estimate));
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [=](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         work();
+                                         benchmark::ClobberMemory();
+                                     }
+                                 })
+        ->Iterations(iterations)
+        ->Repetitions(estimate > 5e6 ? 8 : 25);
+}
+
+double estimated_ns(double n)
+{
+    return 0.3 * n * std::log2(n + 1.0);
+}
+
+fftwf_complex* pairs_of(float* p)
+{
+    return reinterpret_cast<fftwf_complex*>(p);
+}
+
+constexpr struct {
+    const char* name;
+    unsigned flags;
+} planners[] = {{" fftw-estimate", FFTW_ESTIMATE}, {" fftw-measure", FFTW_MEASURE}};
+
+// ---- real transforms -----------------------------------------------------------------
+
+void add_real(int n, double limit)
+{
+    const std::size_t count = static_cast<std::size_t>(n);
+    float* const p = noise(count + 2);
+    float* const q = floats(count + 2);
+    float* const table = zavo_f_fft_real_init(n);
+    const double estimate = estimated_ns(n);
+    const std::string forward = "real forward " + std::to_string(n);
+    const std::string backward = "real backward " + std::to_string(n);
+    add(forward, estimate, [=] { l_f2trf(&n, p, q, table); });
+    add(backward, estimate, [=] { l_f2trb(&n, p, q, table); });
+    for (const auto& planner : planners) {
+        float* const in = floats(count + 2);
+        float* const out = floats(count + 2);
+        const fftwf_plan there = fftwf_plan_dft_r2c_1d(n, in, pairs_of(out), planner.flags);
+        const fftwf_plan back = fftwf_plan_dft_c2r_1d(n, pairs_of(out), in, planner.flags);
+        std::memcpy(in, p, count * sizeof(float));
+        std::memcpy(out, p, count * sizeof(float));
+        add(forward + planner.name, estimate, [=] { fftwf_execute(there); });
+        add(backward + planner.name, estimate, [=] { fftwf_execute(back); });
+        compare(forward, forward + planner.name, planner.flags == FFTW_ESTIMATE ? limit : 0);
+        compare(backward, backward + planner.name, planner.flags == FFTW_ESTIMATE ? limit : 0);
+    }
+    if (n % 2 == 0) {
+        const kiss_fftr_cfg there = kiss_fftr_alloc(n, 0, nullptr, nullptr);
+        float* const out = floats(count + 2);
+        add(forward + " kissfft", estimate,
+            [=] { kiss_fftr(there, p, reinterpret_cast<kiss_fft_cpx*>(out)); });
+        compare(forward, forward + " kissfft", 0);
+    }
+    float* const data = floats(count); // GSL works in place; the copy counts
+    gsl_fft_real_wavetable_float* const waves = gsl_fft_real_wavetable_float_alloc(count);
+    gsl_fft_real_workspace_float* const space = gsl_fft_real_workspace_float_alloc(count);
+    add(forward + " gsl", estimate, [=] {
+        std::memcpy(data, p, count * sizeof(float));
+        gsl_fft_real_float_transform(data, 1, count, waves, space);
+    });
+    compare(forward, forward + " gsl", 0);
+}
+
+// ---- complex transforms ----------------------------------------------------------------
+
+void add_complex(int n, double limit)
+{
+    const std::size_t count = 2 * static_cast<std::size_t>(n);
+    float* const p = noise(count);
+    float* const q = floats(count);
+    float* const table = zavo_c_fft_complex_init(n);
+    const double estimate = 2 * estimated_ns(n);
+    const std::string forward = "complex forward " + std::to_string(n);
+    const std::string backward = "complex backward " + std::to_string(n);
+    const auto* const from = reinterpret_cast<const f_complex*>(p);
+    auto* const to = reinterpret_cast<f_complex*>(q);
+    add(forward, estimate, [=] { l_f2tcf(&n, from, to, table, nullptr); });
+    add(backward, estimate, [=] { l_f2tcb(&n, from, to, table, nullptr); });
+    for (const auto& planner : planners) {
+        float* const in = floats(count);
+        float* const out = floats(count);
+        const fftwf_plan there =
+            fftwf_plan_dft_1d(n, pairs_of(in), pairs_of(out), FFTW_FORWARD, planner.flags);
+        const fftwf_plan back =
+            fftwf_plan_dft_1d(n, pairs_of(in), pairs_of(out), FFTW_BACKWARD, planner.flags);
+        std::memcpy(in, p, count * sizeof(float));
+        add(forward + planner.name, estimate, [=] { fftwf_execute(there); });
+        add(backward + planner.name, estimate, [=] { fftwf_execute(back); });
+        compare(forward, forward + planner.name, planner.flags == FFTW_ESTIMATE ? limit : 0);
+        compare(backward, backward + planner.name, planner.flags == FFTW_ESTIMATE ? limit : 0);
+    }
+    const kiss_fft_cfg kiss = kiss_fft_alloc(n, 0, nullptr, nullptr);
+    float* const out = floats(count);
+    add(forward + " kissfft", estimate, [=] {
+        kiss_fft(kiss, reinterpret_cast<const kiss_fft_cpx*>(p), reinterpret_cast<kiss_fft_cpx*>(out));
+    });
+    compare(forward, forward + " kissfft", 0);
+    float* const data = floats(count);
+    const std::size_t length = static_cast<std::size_t>(n);
+    gsl_fft_complex_wavetable_float* const waves = gsl_fft_complex_wavetable_float_alloc(length);
+    gsl_fft_complex_workspace_float* const space = gsl_fft_complex_workspace_float_alloc(length);
+    add(forward + " gsl", estimate, [=] {
+        std::memcpy(data, p, count * sizeof(float));
+        gsl_fft_complex_float_forward(data, 1, length, waves, space);
+    });
+    compare(forward, forward + " gsl", 0);
+}
+
+// The public routine, tables and all, beside a plan's execution alone.
+void add_2d(int side, double limit)
+{
+    const std::size_t count = 2 * static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
+    float* const p = noise(count);
+    float* const q = floats(count);
+    const double estimate = 2 * estimated_ns(static_cast<double>(side) * side);
+    const std::string forward = "2-D forward " + std::to_string(side) + "x" + std::to_string(side);
+    const std::string backward = "2-D backward " + std::to_string(side) + "x" + std::to_string(side);
+    const auto* const from = reinterpret_cast<const f_complex*>(p);
+    auto* const to = reinterpret_cast<f_complex*>(q);
+    add(forward, estimate, [=] { zavo_c_fft_2d_complex(side, side, from, ZAVO_RETURN_USER, to, 0); });
+    add(backward, estimate,
+        [=] { zavo_c_fft_2d_complex(side, side, from, ZAVO_BACKWARD, ZAVO_RETURN_USER, to, 0); });
+    for (const auto& planner : planners) {
+        float* const in = floats(count);
+        float* const out = floats(count);
+        const fftwf_plan there =
+            fftwf_plan_dft_2d(side, side, pairs_of(in), pairs_of(out), FFTW_FORWARD, planner.flags);
+        std::memcpy(in, p, count * sizeof(float));
+        add(forward + planner.name, estimate, [=] { fftwf_execute(there); });
+        compare(forward, forward + planner.name, planner.flags == FFTW_ESTIMATE ? limit : 0);
+        compare(backward, forward + planner.name, planner.flags == FFTW_ESTIMATE ? limit : 0);
+    }
+}
+
+// ---- convolution --------------------------------------------------------------------------
+
+// Circular, in a series, so that table and work storage stand; beside two plans,
+// the product and the division.
+void add_convolution(int n, double limit)
+{
+    const std::size_t count = static_cast<std::size_t>(n);
+    float* const x = noise(count);
+    float* const y = noise(2 * count) + count;
+    float* const z = floats(count);
+    float* const zhat = floats(count);
+    const std::string name = "convolution " + std::to_string(n);
+    const double estimate = 3 * estimated_ns(n);
+    add(name, estimate, [=] {
+        int nz = 0;
+        zavo_f_convolution(n, x, n, y, &nz, ZAVO_CIRCULAR, ZAVO_SERIES_NEXT, ZAVO_RETURN_USER, z,
+                           ZAVO_Z_TRANS_USER, zhat, 0);
+    });
+    float* const xs = floats(count + 2);
+    float* const ys = floats(count + 2);
+    float* const result = floats(count + 2);
+    const fftwf_plan there = fftwf_plan_dft_r2c_1d(n, x, pairs_of(xs), FFTW_ESTIMATE | FFTW_PRESERVE_INPUT);
+    const fftwf_plan back = fftwf_plan_dft_c2r_1d(n, pairs_of(xs), result, FFTW_ESTIMATE);
+    add(name + " fftw-estimate", estimate, [=] {
+        fftwf_execute_dft_r2c(there, x, pairs_of(xs));
+        fftwf_execute_dft_r2c(there, y, pairs_of(ys));
+        for (int k = 0; k <= n / 2; ++k) {
+            const float re = xs[2 * k] * ys[2 * k] - xs[2 * k + 1] * ys[2 * k + 1];
+            const float im = xs[2 * k] * ys[2 * k + 1] + xs[2 * k + 1] * ys[2 * k];
+            xs[2 * k] = re;
+            xs[2 * k + 1] = im;
+        }
+        fftwf_execute(back);
+        for (int i = 0; i < n; ++i) {
+            result[i] /= static_cast<float>(n);
+        }
+    });
+    compare(name, name + " fftw-estimate", limit);
+}
+
+// ---- prime lengths, tables, entry, scripts --------------------------------------------------
+
+void add_prime(int n, double limit)
+{
+    const std::size_t count = static_cast<std::size_t>(n);
+    float* const p = noise(2 * count);
+    float* const q = floats(2 * count);
+    float* const table = zavo_f_fft_real_init(n);
+    float* const complex_table = zavo_c_fft_complex_init(n);
+    const auto direction = zavo::fft::Direction::forward;
+    for (const bool wide : {true, false}) {
+        const Path path = wide ? Path::avx512 : Path::scalar;
+        const std::string suffix = std::to_string(n) + (wide ? "" : " scalar-pass");
+        const double estimate = static_cast<double>(n) * n * (wide ? 0.05 : 1.0);
+        add("real prime " + suffix, estimate, [=] {
+            zavo::fft::limit_path(path);
+            zavo::fft::transform_real(direction, n, p, q, table);
+            zavo::fft::limit_path(Path::avx512);
+        });
+        add("complex prime " + suffix, 2 * estimate, [=] {
+            zavo::fft::limit_path(path);
+            zavo::fft::transform_complex(direction, n, p, q, complex_table);
+            zavo::fft::limit_path(Path::avx512);
+        });
+    }
+    compare("real prime " + std::to_string(n), "real prime " + std::to_string(n) + " scalar-pass", limit);
+    compare("complex prime " + std::to_string(n), "complex prime " + std::to_string(n) + " scalar-pass",
+            limit);
+}
+
+void add_table(int n)
+{
+    float* const table = floats(2 * static_cast<std::size_t>(n) + 15);
+    const std::string name = "table " + std::to_string(n);
+    add(name, 2.0 * n, [=] { zavo::fft::build_real_table(n, table + n, table + 2 * n); });
+    add(name + " libm", 8.0 * n, [=] {
+        // one call a value, angles in the table's order of size
+        const double step = 6.283185307179586 / n;
+        for (int t = 0; t + 1 < n; t += 2) {
+            table[n + t] = static_cast<float>(std::cos(t * 0.5 * step));
+            table[n + t + 1] = static_cast<float>(std::sin((t + 1) * 0.5 * step));
+        }
+    });
+    compare(name, name + " libm", 0.5);
+}
+
+// What the public routine adds to its worker: the entry frame and its trap.
+void add_entry(int n)
+{
+    const std::size_t count = static_cast<std::size_t>(n);
+    float* const p = noise(count);
+    float* const q = static_cast<float*>(std::malloc(count * sizeof(float)));
+    float* const table = zavo_f_fft_real_init(n);
+    const std::string name = "routine " + std::to_string(n);
+    const auto call = [=] { zavo_f_fft_real(n, p, ZAVO_PARAMS, table, ZAVO_RETURN_USER, q, 0); };
+    add(name, 1000 + estimated_ns(n), call);
+    add(name + " untrapped", 1000 + estimated_ns(n), [=] {
+        zavo_error_options(ZAVO_SET_TRAPPING, 0, 0);
+        for (int i = 0; i < 10; ++i) {
+            call();
+        }
+        zavo_error_options(ZAVO_SET_TRAPPING, 1, 0);
+    });
+    compare(name, "real forward " + std::to_string(n), 0);
+}
+
+void add_script(int n)
+{
+    static Tcl_Interp* const interp = Tcl_CreateInterp();
+    check(Tcl_Init(interp) == TCL_OK &&
+              Tcl_Eval(interp, "package require zavo; package require morvel") == TCL_OK,
+          Tcl_GetStringResult(interp));
+    const std::string length = std::to_string(n);
+    const std::string make = "set p" + length + " [dynlist create float [lrepeat " + length + " 1.5]]";
+    check(Tcl_Eval(interp, make.c_str()) == TCL_OK, Tcl_GetStringResult(interp));
+    const char* const script = keep("dynlist free [zavo_fft_real $p" + length + "]");
+    add("script " + length, 4000 + estimated_ns(n),
+        [=] { check(Tcl_Eval(interp, script) == TCL_OK, Tcl_GetStringResult(interp)); });
+    compare("script " + length, "routine " + length, 0);
+}
+
+// ---- accuracy ---------------------------------------------------------------------------------
+
+void print_prime_error(int n)
+{
+    float* const p = noise(static_cast<std::size_t>(n));
+    float* const r = zavo_f_fft_real(n, p, 0);
+    std::vector<std::complex<double>> roots;
+    for (int m = 0; m < n; ++m) {
+        roots.push_back(std::polar(1.0, -6.283185307179586 * m / n));
+    }
+    double error = 0.0, size = 0.0;
+    for (int k = 1; k <= (n - 1) / 2; ++k) {
+        std::complex<double> sum = 0.0;
+        for (int j = 0, m = 0; j < n; ++j, m = m + k >= n ? m + k - n : m + k) {
+            sum += static_cast<double>(p[j]) * roots[static_cast<std::size_t>(m)];
+        }
+        error += std::norm(sum - std::complex<double>(r[2 * k - 1], r[2 * k]));
+        size += std::norm(sum);
+    }
+    std::printf("relative error of the real transform of prime length %d: %.2g\n", n,
+                std::sqrt(error / size));
+    std::free(r);
+    std::free(p);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Tcl_FindExecutable(argv[0]);
+    const struct {
+        int n;
+        double limit;
+    } lengths[] = {{256, 0.6},   {1000, 0.7},  {1024, 0.6},   {4096, 0.6},
+                   {12000, 0.6}, {65536, 0.7}, {100000, 0.7}, {1 << 20, 0.5}};
+    for (const auto& length : lengths) {
+        add_real(length.n, length.limit);
+    }
+    for (const auto& length : lengths) {
+        add_complex(length.n, length.limit);
+    }
+    add_2d(256, 0.5);
+    add_2d(1024, 0.5);
+    add_2d(1000, 0.7);
+    for (const int n : {4096, 65536, 1 << 20}) {
+        add_convolution(n, 0.6);
+    }
+    add_prime(1009, 1.0 / 8);
+    add_prime(10007, 1.0 / 8);
+    add_table(1 << 10);
+    add_table(1 << 16);
+    for (const int n : {1024, 65536}) {
+        add_entry(n);
+        add_script(n);
+    }
+    const int status = ratio_report::run(argc, argv, pairs);
+    print_prime_error(1009);
+    print_prime_error(10007);
+    return status;
+}
