@@ -178,7 +178,9 @@ proc units::answer {words} {
     }
     lassign $words from to
     set result [convert $value $from $to note]
-    return "$value $from = [format %.6g $result] $to[expr {$note eq "" ? "" : "  ($note)"}]"
+    # Some systems print three digits in an exponent.
+    set shown [regsub {e([-+])0(\d\d)$} [format %.6g $result] {e\1\2}]
+    return "$value $from = $shown $to[expr {$note eq "" ? "" : "  ($note)"}]"
 }
 
 proc units::help {} {

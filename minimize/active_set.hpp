@@ -32,7 +32,7 @@ public:
 
     bool is_bound(int k) const { return k > ncon; }
     bool is_lower(int k) const { return k > ncon && k <= ncon + n; }
-    int lower(int j) const { return ncon + 1 + j; }     // of variable j, from 0
+    int lower(int j) const { return ncon + 1 + j; } // of variable j, from 0
     int upper(int j) const { return ncon + n + 1 + j; }
     int variable(int k) const { return (k - ncon - 1) % n; }
     float bound(int k) const { return is_lower(k) ? xlb_[variable(k)] : xub_[variable(k)]; }

@@ -13,7 +13,10 @@
 namespace zavo::minimize {
 namespace {
 
-float* row(float* matrix, int n, int i) { return matrix + static_cast<std::size_t>(n) * static_cast<std::size_t>(i); }
+float* row(float* matrix, int n, int i)
+{
+    return matrix + static_cast<std::size_t>(n) * static_cast<std::size_t>(i);
+}
 const float* row(const float* matrix, int n, int i)
 {
     return matrix + static_cast<std::size_t>(n) * static_cast<std::size_t>(i);

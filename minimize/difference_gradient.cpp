@@ -44,8 +44,8 @@ float difference_step(float root, float x, float typical)
 
 extern "C" {
 
-void FDGRD(zavo_objective_fn fcn, const int* n, float* x, const float* scale, const float* f0, const float* noise,
-           float* grad)
+void FDGRD(zavo_objective_fn fcn, const int* n, float* x, const float* scale, const float* f0,
+           const float* noise, float* grad)
 {
     zavo_error_push("FDGRD ");
     if (const float root = root_of_noise(*noise); root > 0.0F) {

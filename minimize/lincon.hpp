@@ -44,11 +44,12 @@ struct LinconUserGradient {
 template <class Gradient>
 class LinearlyConstrained {
 public:
-    LinearlyConstrained(Gradient gradient, const Constraints& constraints, int neq, float accuracy, int eval_limit,
-                        float* x, float* work, int* list, float* multipliers)
+    LinearlyConstrained(Gradient gradient, const Constraints& constraints, int neq, float accuracy,
+                        int eval_limit, float* x, float* work, int* list, float* multipliers)
         : gradient_(gradient), c_(constraints), set_(constraints, work, list, multipliers), n_(constraints.n),
           neq_(neq), accuracy_(accuracy), eval_limit_(eval_limit), x_(x), g_(set_.take_vector()),
-          d_(set_.take_vector()), xs_(set_.take_vector()), gs_(set_.take_vector()), g_best_(set_.take_vector())
+          d_(set_.take_vector()), xs_(set_.take_vector()), gs_(set_.take_vector()),
+          g_best_(set_.take_vector())
     {
     }
 
@@ -261,7 +262,8 @@ private:
             *hi = now;
         }
         if (hi->step < 0.0F) { // no bracket yet
-            const float factor = now.slope > 0.9F * slope_before ? slope_before / (slope_before - now.slope) : 10.0F;
+            const float factor =
+                now.slope > 0.9F * slope_before ? slope_before / (slope_before - now.slope) : 10.0F;
             return now.step == cap ? 0.0F : std::min(now.step * factor, cap);
         }
         if (0.9F * hi->step <= lo->step) {

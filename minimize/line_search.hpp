@@ -214,7 +214,8 @@ private:
         float width = lambda_ - lambda_low_;
         float f_high = *at_.f_new;
         while (width >= lambda_least_ && width > 0.0F) {
-            const float wanted = -slope_low_ * width * width / (2.0F * (f_high - (f_low_ + slope_low_ * width)));
+            const float wanted =
+                -slope_low_ * width * width / (2.0F * (f_high - (f_low_ + slope_low_ * width)));
             const float least = increment_part * width;
             const float increment = wanted > least ? std::min(wanted, width - least) : least;
             lambda_ = lambda_low_ + increment;

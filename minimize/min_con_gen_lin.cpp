@@ -170,13 +170,13 @@ void drive(Gradient gradient, const DriverCall& call)
 
 extern "C" {
 
-void L2ONF(zavo_constrained_objective_fn fcn, const int* nvar, const int* ncon, const int* neq, const float* a,
-           const int* lda, const float* b, const float* xlb, const float* xub, const float* start,
-           const float* accuracy, const int* eval_limit, float* x, float* fvalue, int* active_count, int* active,
-           float* multipliers, const int*, int* status, float* work)
+void L2ONF(zavo_constrained_objective_fn fcn, const int* nvar, const int* ncon, const int* neq,
+           const float* a, const int* lda, const float* b, const float* xlb, const float* xub,
+           const float* start, const float* accuracy, const int* eval_limit, float* x, float* fvalue,
+           int* active_count, int* active, float* multipliers, const int*, int* status, float* work)
 {
-    drive(LinconDifferences{fcn}, {*nvar, *ncon, *neq, a, *lda, b, xlb, xub, start, *accuracy, *eval_limit, x, fvalue,
-                                   active_count, active, multipliers, status, work});
+    drive(LinconDifferences{fcn}, {*nvar, *ncon, *neq, a, *lda, b, xlb, xub, start, *accuracy, *eval_limit, x,
+                                   fvalue, active_count, active, multipliers, status, work});
 }
 
 void L2ONG(zavo_constrained_objective_fn fcn, zavo_gradient_fn gradient, const int* nvar, const int* ncon,
@@ -185,8 +185,8 @@ void L2ONG(zavo_constrained_objective_fn fcn, zavo_gradient_fn gradient, const i
            int* active_count, int* active, float* multipliers, const int*, int* status, float* work)
 {
     drive(LinconUserGradient{fcn, gradient},
-          {*nvar, *ncon, *neq, a, *lda, b, xlb, xub, start, *accuracy, *eval_limit, x, fvalue, active_count, active,
-           multipliers, status, work});
+          {*nvar, *ncon, *neq, a, *lda, b, xlb, xub, start, *accuracy, *eval_limit, x, fvalue, active_count,
+           active, multipliers, status, work});
 }
 
 } // extern "C"
@@ -212,6 +212,7 @@ public:
     float* hand_over();
 
 private:
+    bool take_start(std::size_t n);
     bool take_blocks();
     void drive();
 
@@ -247,7 +248,7 @@ void ConstrainedCall::read(core::OptionReader& options)
 {
     while (const int code = options.next()) {
         switch (code) {
-            // clang-format off
+        // clang-format off
             case ZAVO_ACCURACY:              accuracy_ = static_cast<float>(options.take<double>());  break;
             case ZAVO_START_POINT:           start_option_ = options.take<const float*>();            break;
             case ZAVO_FUNCTION_EVAL_LIMIT:   eval_limit_ = options.take<int>();                       break;
@@ -265,18 +266,27 @@ void ConstrainedCall::read(core::OptionReader& options)
     }
 }
 
+// The start point: the caller's, or zeros.
+bool ConstrainedCall::take_start(std::size_t n)
+{
+    start_ = start_option_;
+    if (start_ == nullptr) {
+        float* const zeros = core::take_work<float>(n);
+        if (zeros != nullptr) {
+            std::fill_n(zeros, n, 0.0F);
+        }
+        start_ = zeros;
+    }
+    return start_ != nullptr;
+}
+
 bool ConstrainedCall::take_blocks()
 {
     const auto n = static_cast<std::size_t>(nvar_);
     const auto m = static_cast<std::size_t>(ncon_);
     const bool countable = n <= static_cast<std::size_t>(-1) / 2 / (n + 11);
     work_ = countable ? core::take_work<float>(n * (n + 11) + m) : nullptr;
-    float* zeros = start_option_ == nullptr ? core::take_work<float>(n) : nullptr;
-    if (zeros != nullptr) {
-        std::fill_n(zeros, n, 0.0F);
-    }
-    start_ = zeros != nullptr ? zeros : start_option_;
-    if (work_ == nullptr || start_ == nullptr || (multipliers_.get() == nullptr && !multipliers_.allocate(n)) ||
+    if (work_ == nullptr || !take_start(n) || (multipliers_.get() == nullptr && !multipliers_.allocate(n)) ||
         (active_.get() == nullptr && !active_.allocate(m + 2 * n))) {
         zavo_error_set_string(1, "ncon");
         zavo_error_set_int(1, ncon_);
@@ -316,13 +326,13 @@ void ConstrainedCall::drive()
 {
     const int report_interval = 0;
     if (gradient_ != nullptr) {
-        L2ONG(fcn_, gradient_, &nvar_, &ncon_, &neq_, a_, &ncon_, b_, xlb_, xub_, start_, &accuracy_, &eval_limit_,
-              solution_.get(), &value_, &active_count_, active_.get(), multipliers_.get(), &report_interval, &status_,
-              work_);
+        L2ONG(fcn_, gradient_, &nvar_, &ncon_, &neq_, a_, &ncon_, b_, xlb_, xub_, start_, &accuracy_,
+              &eval_limit_, solution_.get(), &value_, &active_count_, active_.get(), multipliers_.get(),
+              &report_interval, &status_, work_);
     } else {
         L2ONF(fcn_, &nvar_, &ncon_, &neq_, a_, &ncon_, b_, xlb_, xub_, start_, &accuracy_, &eval_limit_,
-              solution_.get(), &value_, &active_count_, active_.get(), multipliers_.get(), &report_interval, &status_,
-              work_);
+              solution_.get(), &value_, &active_count_, active_.get(), multipliers_.get(), &report_interval,
+              &status_, work_);
     }
 }
 
@@ -358,8 +368,8 @@ float* ConstrainedCall::hand_over()
 
 } // namespace
 
-extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a,
-                                         const float* b, const float* xlb, const float* xub, ...)
+extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq,
+                                         float* a, const float* b, const float* xlb, const float* xub, ...)
 {
     std::va_list list;
     va_start(list, xub);

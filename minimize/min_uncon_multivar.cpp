@@ -12,15 +12,16 @@
 #include "minimize/quasi_newton.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstddef>
-#include <cmath>
 
 namespace zavo::minimize {
 namespace {
 
 template <class Gradient>
-void search_line(const char* name, Gradient gradient, const SearchPlace& place, int* return_code, int* longest)
+void search_line(const char* name, Gradient gradient, const SearchPlace& place, int* return_code,
+                 int* longest)
 {
     zavo_error_push(name);
     LineSearch<Gradient> search(place, gradient);
@@ -41,15 +42,16 @@ float noise_of(int digits)
 
 // make_gradient(noise) gives the source once the controls have been checked.
 template <class Gradient, class MakeGradient>
-void iterate(MakeGradient make_gradient, int n, float* x, float* xscale, float* fscale, int* integers, float* reals,
-             float* fvalue, float* work)
+void iterate(MakeGradient make_gradient, int n, float* x, float* xscale, float* fscale, int* integers,
+             float* reals, float* fvalue, float* work)
 {
     zavo_error_push(Gradient::iteration_name);
     const int has_hessian = 0;
     U5INF(&n, x, xscale, fscale, &has_hessian, integers, reals);
     if (zavo_error_type(0) != ZAVO_TERMINAL) {
         const float noise = noise_of(integers[good_digits]);
-        *fvalue = QuasiNewton<Gradient>(make_gradient(noise), n, x, xscale, fscale, integers, reals, work).run();
+        *fvalue =
+            QuasiNewton<Gradient>(make_gradient(noise), n, x, xscale, fscale, integers, reals, work).run();
     }
     zavo_error_pop(Gradient::iteration_name);
 }
@@ -60,8 +62,8 @@ struct Controls {
     float reals[real_control_count];
 };
 
-Controls assemble(float gradient_tolerance, float step_tolerance, float relative_tolerance, float limit, int digits,
-                  int iterations, int evals, int gradients, int hessian)
+Controls assemble(float gradient_tolerance, float step_tolerance, float relative_tolerance, float limit,
+                  int digits, int iterations, int evals, int gradients, int hessian)
 {
     return {{1, digits, iterations, evals, gradients, hessian, 100},
             {gradient_tolerance, step_tolerance, relative_tolerance, default_function_tolerance(),
@@ -80,33 +82,36 @@ void copy_start(int n, const float* start, float* x)
 extern "C" {
 
 void U17NF(zavo_objective_fn fcn, const int* n, float* x, const float* f, const float* g, float* p,
-           const float* xscale, const float* limit, const float* reals, const float* noise, const int* central,
+           const float* xscale, const float* limit, const float* reals, const float* noise,
+           const int* central, float* x_new, float* f_new, float* g_new, float* spare, int* eval_count,
+           int* gradient_count, int* return_code, int* longest)
+{
+    search_line(
+        "U17NF", DifferenceGradient{fcn, *noise, *central != 0},
+        {*n, x, *f, g, p, xscale, *limit, reals, x_new, f_new, g_new, spare, eval_count, gradient_count},
+        return_code, longest);
+}
+
+void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, const float* f,
+           const float* g, float* p, const float* xscale, const float* limit, const float* reals,
            float* x_new, float* f_new, float* g_new, float* spare, int* eval_count, int* gradient_count,
            int* return_code, int* longest)
 {
-    search_line("U17NF", DifferenceGradient{fcn, *noise, *central != 0},
-                {*n, x, *f, g, p, xscale, *limit, reals, x_new, f_new, g_new, spare, eval_count, gradient_count},
-                return_code, longest);
+    search_line(
+        "U17NG", UserGradient{fcn, gradient, 0.0F},
+        {*n, x, *f, g, p, xscale, *limit, reals, x_new, f_new, g_new, spare, eval_count, gradient_count},
+        return_code, longest);
 }
 
-void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, const float* f, const float* g,
-           float* p, const float* xscale, const float* limit, const float* reals, float* x_new, float* f_new,
-           float* g_new, float* spare, int* eval_count, int* gradient_count, int* return_code, int* longest)
-{
-    search_line("U17NG", UserGradient{fcn, gradient, 0.0F},
-                {*n, x, *f, g, p, xscale, *limit, reals, x_new, f_new, g_new, spare, eval_count, gradient_count},
-                return_code, longest);
-}
-
-void U3INF(zavo_objective_fn fcn, const int* n, float* x, float* xscale, float* fscale, int* integers, float* reals,
-           float* fvalue, float* work)
+void U3INF(zavo_objective_fn fcn, const int* n, float* x, float* xscale, float* fscale, int* integers,
+           float* reals, float* fvalue, float* work)
 {
     const auto gradient = [fcn](float noise) { return DifferenceGradient{fcn, noise}; };
     iterate<DifferenceGradient>(gradient, *n, x, xscale, fscale, integers, reals, fvalue, work);
 }
 
-void U3ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, float* xscale, float* fscale,
-           int* integers, float* reals, float* fvalue, float* work)
+void U3ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, float* xscale,
+           float* fscale, int* integers, float* reals, float* fvalue, float* work)
 {
     const auto source = [fcn, gradient](float noise) { return UserGradient{fcn, gradient, noise}; };
     iterate<UserGradient>(source, *n, x, xscale, fscale, integers, reals, fvalue, work);
@@ -114,8 +119,8 @@ void U3ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float
 
 void U2INF(zavo_objective_fn fcn, const int* n, const float* start, float* xscale, const float* fscale,
            const float* gradient_tolerance, const float* step_tolerance, const float* relative_tolerance,
-           const float* limit, const int* digits, const int* iterations, const int* evals, const int* gradients,
-           const int* hessian, float* x, float* fvalue, float* work)
+           const float* limit, const int* digits, const int* iterations, const int* evals,
+           const int* gradients, const int* hessian, float* x, float* fvalue, float* work)
 {
     zavo_error_push("U2INF");
     Controls controls = assemble(*gradient_tolerance, *step_tolerance, *relative_tolerance, *limit, *digits,
@@ -190,7 +195,7 @@ void UnconstrainedCall::read(core::OptionReader& options)
     const auto real_at = [&options] { return *options.take<const float*>(); };
     while (const int code = options.next()) {
         switch (code) {
-            // clang-format off
+        // clang-format off
             case ZAVO_START_POINT:             start_option_ = options.take<const float*>();  break;
             case ZAVO_FUNCTION_EVAL_LIMIT:     eval_limit_ = options.take<int>();              break;
             case ZAVO_GRADIENT_FUNCTION:       gradient_ = options.take<zavo_gradient_fn>();   break;
@@ -277,8 +282,8 @@ void UnconstrainedCall::minimize()
               solution_.get(), &value_, work_);
     } else {
         U2INF(fcn_, &n_, start_, xscale_, &fscale_, &gradient_tol_, &step_tol_, &relative_tol_, &step_limit_,
-              &good_digits_, &iteration_limit_, &eval_limit_, &gradient_limit_, &hessian_start_, solution_.get(),
-              &value_, work_);
+              &good_digits_, &iteration_limit_, &eval_limit_, &gradient_limit_, &hessian_start_,
+              solution_.get(), &value_, work_);
     }
     if (value_option_ != nullptr) {
         *value_option_ = value_;

@@ -47,8 +47,8 @@ int prepare(Tcl_Interp* interp, const char* command, ScriptObjective& objective,
 }
 
 // A float list of `count` elements, or the text of what is wrong with it.
-int find_floats(Tcl_Interp* interp, const char* command, const char* name, long long count, const char* not_floats,
-                const char* wrong_count, HeldList* list)
+int find_floats(Tcl_Interp* interp, const char* command, const char* name, long long count,
+                const char* not_floats, const char* wrong_count, HeldList* list)
 {
     if (list->find(interp, name) != TCL_OK) {
         return TCL_ERROR;
@@ -61,8 +61,8 @@ int find_floats(Tcl_Interp* interp, const char* command, const char* name, long 
 
 int find_start(Tcl_Interp* interp, const char* command, const char* name, int n, HeldList* list)
 {
-    return find_floats(interp, command, name, n, ": start values must be floats", ": invalid number of start values",
-                       list);
+    return find_floats(interp, command, name, n, ": start values must be floats",
+                       ": invalid number of start values", list);
 }
 
 // The solution as a Tcl list; without one, the library's error.
@@ -150,9 +150,9 @@ int min_uncon_multivar_command(ClientData, Tcl_Interp* interp, int argc, const c
     if (find_start(interp, argv[0], argv[2], n, &guess) != TCL_OK) {
         return TCL_ERROR;
     }
-    return put_solution(interp, argv[0], n,
-                        zavo_f_min_uncon_multivar(unconstrained_objective, n, ZAVO_START_POINT,
-                                                  floats_of(guess.get()), 0));
+    return put_solution(
+        interp, argv[0], n,
+        zavo_f_min_uncon_multivar(unconstrained_objective, n, ZAVO_START_POINT, floats_of(guess.get()), 0));
 }
 
 int min_con_gen_lin_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[])
@@ -169,17 +169,18 @@ int min_con_gen_lin_command(ClientData, Tcl_Interp* interp, int argc, const char
     int n = 0;
     if (prepare(interp, argv[0], objective, &n) != TCL_OK ||
         find_start(interp, argv[0], argv[2], n, &guess) != TCL_OK ||
-        find_floats(interp, argv[0], argv[3], n, ": bounds must be floats", ": invalid number of lower bounds",
-                    &lower) != TCL_OK ||
-        find_floats(interp, argv[0], argv[4], n, ": bounds must be floats", ": invalid number of upper bounds",
-                    &upper) != TCL_OK ||
+        find_floats(interp, argv[0], argv[3], n, ": bounds must be floats",
+                    ": invalid number of lower bounds", &lower) != TCL_OK ||
+        find_floats(interp, argv[0], argv[4], n, ": bounds must be floats",
+                    ": invalid number of upper bounds", &upper) != TCL_OK ||
         (argc == 9 && general.read(interp, argv[0], n, argv + 5) != TCL_OK)) {
         return TCL_ERROR;
     }
     return put_solution(interp, argv[0], n,
-                        zavo_f_min_con_gen_lin(constrained_objective, n, general.ncon, general.neq, general.lhs(),
-                                               general.rhs(), floats_of(lower.get()), floats_of(upper.get()),
-                                               ZAVO_START_POINT, floats_of(guess.get()), 0));
+                        zavo_f_min_con_gen_lin(constrained_objective, n, general.ncon, general.neq,
+                                               general.lhs(), general.rhs(), floats_of(lower.get()),
+                                               floats_of(upper.get()), ZAVO_START_POINT,
+                                               floats_of(guess.get()), 0));
 }
 
 } // namespace zavo::ext

@@ -70,8 +70,11 @@ bool is_space(char c)
 
 bool is_hexadecimal(const char* text)
 {
-    const auto is_digit = [](char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); };
-    return text[0] == '0' && (text[1] | 0x20) == 'x' && (is_digit(text[2]) || (text[2] == '.' && is_digit(text[3])));
+    const auto is_digit = [](char c) {
+        return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f');
+    };
+    return text[0] == '0' && (text[1] | 0x20) == 'x' &&
+           (is_digit(text[2]) || (text[2] == '.' && is_digit(text[3])));
 }
 
 // A number beyond the range of double: did it overflow? Otherwise it vanished.
@@ -107,8 +110,8 @@ double read_unsigned(const char* text)
     const char* const first = hexadecimal ? text + 2 : text;
     const char* const last = first + std::strlen(first);
     double value = 0.0;
-    const auto [end, error] =
-        std::from_chars(first, last, value, hexadecimal ? std::chars_format::hex : std::chars_format::general);
+    const auto [end, error] = std::from_chars(
+        first, last, value, hexadecimal ? std::chars_format::hex : std::chars_format::general);
     if (error == std::errc::result_out_of_range) {
         return is_huge(first, end, hexadecimal) ? std::numeric_limits<double>::infinity() : 0.0;
     }

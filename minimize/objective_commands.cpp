@@ -20,7 +20,8 @@ namespace {
 // A word that the parser of scripts takes as it stands.
 bool is_plain_word(const char* word)
 {
-    constexpr char harmless[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_:.-+*/=<>!?@%&|~^,";
+    constexpr char harmless[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_:.-+*/=<>!?@%&|~^,";
     return word[0] != '\0' && std::strspn(word, harmless) == std::strlen(word);
 }
 

@@ -43,8 +43,8 @@ struct DifferenceGradient {
     {
         int code = search_good;
         const int mode = central ? 1 : 0;
-        U17NF(fcn, &at.n, at.x, &at.f, at.g, at.p, at.xscale, &at.step_limit, at.reals, &noise, &mode, at.x_new,
-              at.f_new, at.g_new, at.g_low, at.eval_count, at.gradient_count, &code, longest);
+        U17NF(fcn, &at.n, at.x, &at.f, at.g, at.p, at.xscale, &at.step_limit, at.reals, &noise, &mode,
+              at.x_new, at.f_new, at.g_new, at.g_low, at.eval_count, at.gradient_count, &code, longest);
         return static_cast<SearchResult>(code);
     }
 };
@@ -59,13 +59,16 @@ struct UserGradient {
     bool central = false; // never set
 
     float value(int n, float* x) const { return call_objective(fcn, n, x); }
-    void operator()(int n, float* x, const float*, float, float* g) const { call_gradient(gradient, n, x, g); }
+    void operator()(int n, float* x, const float*, float, float* g) const
+    {
+        call_gradient(gradient, n, x, g);
+    }
     float update_tolerance() const { return noise; }
     SearchResult search(const SearchPlace& at, int* longest)
     {
         int code = search_good;
-        U17NG(fcn, gradient, &at.n, at.x, &at.f, at.g, at.p, at.xscale, &at.step_limit, at.reals, at.x_new, at.f_new,
-              at.g_new, at.g_low, at.eval_count, at.gradient_count, &code, longest);
+        U17NG(fcn, gradient, &at.n, at.x, &at.f, at.g, at.p, at.xscale, &at.step_limit, at.reals, at.x_new,
+              at.f_new, at.g_new, at.g_low, at.eval_count, at.gradient_count, &code, longest);
         return static_cast<SearchResult>(code);
     }
 };
@@ -92,9 +95,9 @@ public:
     // work: n * (n + 8) floats; x is the start and becomes the solution.
     QuasiNewton(Gradient gradient, int n, float* x, float* xscale, float* fscale, int* integers, float* reals,
                 float* work)
-        : gradient_(gradient), n_(n), x_(x), xscale_(xscale), fscale_(fscale), integers_(integers), reals_(reals),
-          g_(work), p_(work + n), x_new_(work + 2 * n), g_new_(work + 3 * n), s_(work + 4 * n), y_(work + 5 * n),
-          t_(work + 6 * n), w_(work + 7 * n), l_(work + 8 * n)
+        : gradient_(gradient), n_(n), x_(x), xscale_(xscale), fscale_(fscale), integers_(integers),
+          reals_(reals), g_(work), p_(work + n), x_new_(work + 2 * n), g_new_(work + 3 * n), s_(work + 4 * n),
+          y_(work + 5 * n), t_(work + 6 * n), w_(work + 7 * n), l_(work + 8 * n)
     {
     }
 
@@ -143,7 +146,7 @@ private:
     void search_line()
     {
         solve_step(n_, l_, g_, p_);
-        const SearchPlace place = {n_,     x_,      f_,     g_, p_,           xscale_,         reals_[step_limit],
+        const SearchPlace place = {n_,     x_,     f_,      g_,     p_, xscale_,      reals_[step_limit],
                                    reals_, x_new_, &f_new_, g_new_, s_, &eval_count_, &gradient_count_};
         search_ = gradient_.search(place, &longest_);
     }
@@ -169,8 +172,8 @@ private:
     {
         const int code = search_;
         int converged = 0;
-        U6INF(&n_, x, s_, &f, g, xscale_, fscale_, &code, &iteration_, &eval_count_, &gradient_count_, integers_,
-              reals_, &longest_, &longest_count_, &converged);
+        U6INF(&n_, x, s_, &f, g, xscale_, fscale_, &code, &iteration_, &eval_count_, &gradient_count_,
+              integers_, reals_, &longest_, &longest_count_, &converged);
         return converged != 0 || zavo_error_code(1) != 0;
     }
 

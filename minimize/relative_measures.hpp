@@ -23,7 +23,8 @@ inline float greater_or_nan(float running, float value)
 }
 
 // max |g[i]| * max(|x[i]|, 1/scale[i]) / max(|f|, fscale)
-inline float relative_gradient(int n, const float* x, float f, const float* g, const float* xscale, float fscale)
+inline float relative_gradient(int n, const float* x, float f, const float* g, const float* xscale,
+                               float fscale)
 {
     const float size = greater_or_nan(fscale, std::fabs(f));
     float greatest = 0.0F;

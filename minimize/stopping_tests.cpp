@@ -57,16 +57,16 @@ bool test_step_and_limits(float step, int return_code, int iteration, int eval_c
 
 extern "C" void U6INF(const int* n, const float* x, const float* step, const float* f, const float* g,
                       const float* xscale, const float* fscale, const int* return_code, const int* iteration,
-                      const int* eval_count, const int* gradient_count, const int* integers, const float* reals,
-                      const int* longest, int* longest_count, int* converged)
+                      const int* eval_count, const int* gradient_count, const int* integers,
+                      const float* reals, const int* longest, int* longest_count, int* converged)
 {
     zavo_error_push("U6INF");
     *converged = relative_gradient(*n, x, *f, g, xscale, *fscale) <= reals[gradient_tol] ? 1 : 0;
     if (*iteration == 0) {
         *longest_count = 0;
     } else if (*converged == 0) {
-        *converged = test_step_and_limits(relative_step(*n, x, step, xscale), *return_code, *iteration, *eval_count,
-                                          *gradient_count, integers, reals)
+        *converged = test_step_and_limits(relative_step(*n, x, step, xscale), *return_code, *iteration,
+                                          *eval_count, *gradient_count, integers, reals)
                          ? 1
                          : 0;
         if (*longest != 0 && *converged == 0) {

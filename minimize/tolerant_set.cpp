@@ -118,7 +118,8 @@ bool TolerantSet::near(int k, const float* x) const
 bool TolerantSet::crosses(int k, const float* d, float d_length, float* along) const
 {
     *along = c_.along(k, d);
-    return *along > rounding * c_.absolute_along(k, d) && *along > 0.25F * rounding * d_length * c_.normal_length(k);
+    return *along > rounding * c_.absolute_along(k, d) &&
+           *along > 0.25F * rounding * d_length * c_.normal_length(k);
 }
 
 // ---- Feasibility ----------------------------------------------------------------
@@ -269,7 +270,8 @@ void TolerantSet::drop_wrong_signs(const float* g)
 
 // Place of the inactive near constraint that d crosses most, among those below
 // `limit`; -1 when it crosses none.
-int TolerantSet::most_crossing(const float* x, const float* d, float limit, float* measure, float* along) const
+int TolerantSet::most_crossing(const float* x, const float* d, float limit, float* measure,
+                               float* along) const
 {
     const float length = l_vnrm2(c_.n, d, 1);
     int found = -1;

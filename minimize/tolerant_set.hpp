@@ -31,10 +31,10 @@ enum Status : int {
 
 // A search direction and what is known of it.
 struct Direction {
-    float slope;             // along the gradient
-    float residual_squared;  // of the Kuhn-Tucker conditions
-    float cap;               // longest step that keeps to the constraints
-    int blocking;            // place of the constraint that sets the cap; -1 when none does
+    float slope;            // along the gradient
+    float residual_squared; // of the Kuhn-Tucker conditions
+    float cap;              // longest step that keeps to the constraints
+    int blocking;           // place of the constraint that sets the cap; -1 when none does
 };
 
 class TolerantSet {

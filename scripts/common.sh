@@ -49,6 +49,7 @@ need_packages() {
 }
 
 build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev)
+# shellcheck disable=SC2034 # for the scripts that source this one
 test_packages=(libgtest-dev)
 
 # configure_and_build PRESET [CMAKE ARGUMENT ...]

@@ -21,6 +21,10 @@ test_script() {
     build_linux
     say "script tests"
     run_script_tests "$PWD/dist"
+    say "script tests, with the C interface of Tcl 8.5"
+    cmake --build --preset release --target tcl85_interface
+    run_script_tests "$PWD/dist" \
+        ZAVO_TCL85_INTERFACE="$PWD/build/release/tests/libtcl85_interface.so"
 }
 
 # Results to the bit, against the committed ones; the Windows suite compares

@@ -56,14 +56,21 @@ compile_packages=("${build_packages[@]}" g++-mingw-w64-i686-posix make dpkg-dev 
 
 # ---- What is cached ----------------------------------------------------------
 
+# Raise it when the way something cached is built changes.
+cache_version=1
+
+package_version() { dpkg-query -W -f='${Version}\n' "$1" 2>/dev/null || echo none; }
+
 # is_cached NAME: .cache/win32/NAME was built from the packages at hand.
 cache_key() {
     i686-w64-mingw32-gcc-posix --version | head -n 1
-    dpkg-query -W -f='${Version}\n' googletest mingw-w64-i686-dev
-    md5sum <scripts/windows.sh
+    package_version googletest
+    package_version mingw-w64-i686-dev
+    if [[ $1 == wine ]]; then package_version wine32:i386; fi
+    printf '%s\n' "$cache_version"
 }
-is_cached() { [[ -f $cache/$1.key ]] && [[ $(<"$cache/$1.key") == "$(cache_key)" ]]; }
-mark_cached() { cache_key >"$cache/$1.key"; }
+is_cached() { [[ -f $cache/$1.key ]] && [[ $(<"$cache/$1.key") == "$(cache_key "$1")" ]]; }
+mark_cached() { cache_key "$1" >"$cache/$1.key"; }
 
 # logged NAME COMMAND ...: its output appears only when it fails.
 logged() {
@@ -76,8 +83,8 @@ logged() {
 }
 
 build_tcl() {
-    need_source tcl8.6
     is_cached tcl && return 0
+    need_source tcl8.6
     say "building Tcl 8.6 for Windows"
     rm -rf "$cache/tcl-source" "$tcl_prefix"
     mkdir -p "$cache/tcl-source/build" "$tcl_prefix"/{bin,lib/tcl8/8.5,include}
@@ -176,7 +183,7 @@ test_windows() {
     local part parts=("$@")
     [[ ${#parts[@]} -gt 0 ]] || parts=("${all_parts[@]}")
     # Only packages that cannot be had excuse a run, and it says so.
-    if ! (need_packages "${compile_packages[@]}" && need_wine && need_source tcl8.6); then
+    if ! (need_packages "${compile_packages[@]}" && need_wine && { is_cached tcl || need_source tcl8.6; }); then
         say "windows: ${#parts[@]} suites skipped (${parts[*]}): the Debian packages cannot be had"
         exit 0
     fi

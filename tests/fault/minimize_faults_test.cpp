@@ -58,7 +58,8 @@ TEST(minimize_faults, every_allocation_of_the_unconstrained_may_fail)
             fault_at = 0;
             float f = -1;
             zavo_fail_allocation(nth);
-            float* const x = start_given ? zavo_f_min_uncon_multivar(bowl, 2, ZAVO_START_POINT, start, ZAVO_RESULT_VALUE, &f, 0)
+            float* const x = start_given ? zavo_f_min_uncon_multivar(bowl, 2, ZAVO_START_POINT, start,
+                                                                     ZAVO_RESULT_VALUE, &f, 0)
                                          : zavo_f_min_uncon_multivar(bowl, 2, ZAVO_RESULT_VALUE, &f, 0);
             zavo_fail_allocation(0);
             EXPECT_EQ(zavo::core::work_mark(), mark);
@@ -126,7 +127,8 @@ TEST(minimize_faults, sizes_beyond_memory_are_refused)
     EXPECT_EQ(zavo_f_min_uncon_multivar(bowl, 2000000000, 0), nullptr);
     EXPECT_EQ(errors.codes(), "5/201");
     errors.clear();
-    EXPECT_EQ(zavo_f_min_con_gen_lin(constrained_bowl, 2000000000, 0, 0, nullptr, nullptr, lower, upper, 0), nullptr);
+    EXPECT_EQ(zavo_f_min_con_gen_lin(constrained_bowl, 2000000000, 0, 0, nullptr, nullptr, lower, upper, 0),
+              nullptr);
     EXPECT_EQ(errors.codes(), "5/202");
 }
 
@@ -141,7 +143,9 @@ TEST(minimize_faults, a_fault_in_the_function_ends_the_unconstrained_with_an_err
             fault_at = at;
             float own[2];
             float f = -1;
-            float* const x = zavo_f_min_uncon_multivar(bowl, 2, ZAVO_RETURN_USER, own, ZAVO_RESULT_VALUE, &f, ZAVO_GRADIENT_FUNCTION, user_gradient ? bowl_gradient : nullptr, 0);
+            float* const x =
+                zavo_f_min_uncon_multivar(bowl, 2, ZAVO_RETURN_USER, own, ZAVO_RESULT_VALUE, &f,
+                                          ZAVO_GRADIENT_FUNCTION, user_gradient ? bowl_gradient : nullptr, 0);
             EXPECT_EQ(zavo::core::work_mark(), mark);
             if (x == nullptr) {
                 EXPECT_EQ(errors.codes(), "5/511 5/102");
@@ -175,7 +179,8 @@ TEST(minimize_faults, a_fault_in_the_function_leaves_the_matrix_by_rows)
             fault_at = at;
             float* const x = zavo_f_min_con_gen_lin(constrained_bowl, 2, 3, 0, a.data(), right, lower, upper,
                                                     ZAVO_ACTIVE_LIST, &list, ZAVO_MULTIPLIERS, &multipliers,
-                                                    ZAVO_CON_GRADIENT_FUNCTION, user_gradient ? bowl_gradient : nullptr, 0);
+                                                    ZAVO_CON_GRADIENT_FUNCTION,
+                                                    user_gradient ? bowl_gradient : nullptr, 0);
             EXPECT_EQ(zavo::core::work_mark(), mark);
             EXPECT_EQ(a, rows);
             if (x == nullptr) {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace {
 std::string scratch_file()
 {
     static const std::string path =
-        (std::filesystem::temp_directory_path() / ("zavo-fuzz-" + std::to_string(std::rand()) + ".bin"))
+        (std::filesystem::temp_directory_path() / ("zavo-fuzz-" + std::to_string(std::random_device{}()) + ".bin"))
             .string();
     return path;
 }

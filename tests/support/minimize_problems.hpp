@@ -43,7 +43,11 @@ template <class Function>
 Problem problem(const char* name, std::vector<float> start, double optimum, Function)
 {
     const int n = static_cast<int>(start.size());
-    return {name, n, std::move(start), optimum, [](const double* x) { return Function{}(x); },
+    return {name,
+            n,
+            std::move(start),
+            optimum,
+            [](const double* x) { return Function{}(x); },
             [](const double* x, double* g) {
                 Dual at[Dual::most];
                 for (int i = 0; i < Dual::most; ++i) {
@@ -448,7 +452,8 @@ inline float run_objective(int, float* x)
     seen_point(run, x, seen);
     const double f = run.problem->value(seen);
     ++run.outcome.evaluations;
-    if (run.outcome.until_close == 0 && std::fabs(f - run.problem->optimum) <= run.closeness && violation(*run.problem, seen) <= 1e-6) {
+    if (run.outcome.until_close == 0 && std::fabs(f - run.problem->optimum) <= run.closeness &&
+        violation(*run.problem, seen) <= 1e-6) {
         run.outcome.until_close = run.outcome.evaluations;
     }
     return static_cast<float>(f);
@@ -492,8 +497,8 @@ inline Outcome finish_run(const Problem& p, float* x, float f)
 // closeness: what counts as close to the optimum. scaled: tell the minimiser the
 // typical sizes of the variables, where the problem has them. limit:
 // evaluations and iterations allowed.
-inline Outcome minimize_free(const Problem& p, View view, bool user_gradient, double closeness, bool scaled = false,
-                        int limit = 2000)
+inline Outcome minimize_free(const Problem& p, View view, bool user_gradient, double closeness,
+                             bool scaled = false, int limit = 2000)
 {
     start_run(p, view, closeness);
     float f = 0.0F;
@@ -504,8 +509,8 @@ inline Outcome minimize_free(const Problem& p, View view, bool user_gradient, do
     // A null gradient function is as good as none.
     float* const x = zavo_f_min_uncon_multivar(
         run_objective, p.n, ZAVO_START_POINT, p.start.data(), ZAVO_RESULT_VALUE, &f, ZAVO_VARIABLE_SCALING,
-        scales.data(), ZAVO_GRADIENT_FUNCTION, user_gradient ? run_gradient : nullptr, ZAVO_FUNCTION_EVAL_LIMIT,
-        limit, ZAVO_ITERATION_LIMIT, limit, ZAVO_GRADIENT_EVAL_LIMIT, limit, 0);
+        scales.data(), ZAVO_GRADIENT_FUNCTION, user_gradient ? run_gradient : nullptr,
+        ZAVO_FUNCTION_EVAL_LIMIT, limit, ZAVO_ITERATION_LIMIT, limit, ZAVO_GRADIENT_EVAL_LIMIT, limit, 0);
     return finish_run(p, x, f);
 }
 
@@ -517,9 +522,10 @@ inline Outcome minimize_constrained(const Problem& p, View view, bool user_gradi
     std::vector<float> xlb = p.xlb;
     std::vector<float> xub = p.xub;
     float f = 0.0F;
-    float* const x = zavo_f_min_con_gen_lin(
-        run_constrained_objective, p.n, p.ncon, p.neq, a.data(), b.data(), xlb.data(), xub.data(), ZAVO_START_POINT,
-        p.start.data(), ZAVO_OBJECTIVE_VALUE, &f, ZAVO_CON_GRADIENT_FUNCTION, user_gradient ? run_gradient : nullptr, 0);
+    float* const x =
+        zavo_f_min_con_gen_lin(run_constrained_objective, p.n, p.ncon, p.neq, a.data(), b.data(), xlb.data(),
+                               xub.data(), ZAVO_START_POINT, p.start.data(), ZAVO_OBJECTIVE_VALUE, &f,
+                               ZAVO_CON_GRADIENT_FUNCTION, user_gradient ? run_gradient : nullptr, 0);
     return finish_run(p, x, f);
 }
 

@@ -45,7 +45,8 @@ TEST(active_set, stays_triangular_and_orthogonal_through_changes)
     std::mt19937 random(11);
     for (int round = 0; round < 300; ++round) {
         if (set.count() < 6 && random() % 2 == 0) {
-            const int place = set.count() + static_cast<int>(random() % (20U - static_cast<unsigned>(set.count())));
+            const int place =
+                set.count() + static_cast<int>(random() % (20U - static_cast<unsigned>(set.count())));
             const int k = set.constraint(place);
             if (set.add(place)) {
                 ASSERT_EQ(set.constraint(set.count() - 1), k);

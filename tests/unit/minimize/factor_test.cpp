@@ -101,11 +101,11 @@ TEST(factor, stays_without_curvature_or_news)
     const float g[] = {1, 1};
     float t[2], w[2];
     const float cases[][4] = {
-        {1, 0, -1, 0},        // s.y < 0
-        {0, 0, 0, 0},         // nothing moved
-        {1, 0, 0, 1},         // s.y = 0
-        {1, 0, 1, 0},         // y = H s already
-        {1, 1, 1.0001F, 1},   // ... up to the tolerance
+        {1, 0, -1, 0},      // s.y < 0
+        {0, 0, 0, 0},       // nothing moved
+        {1, 0, 0, 1},       // s.y = 0
+        {1, 0, 1, 0},       // y = H s already
+        {1, 1, 1.0001F, 1}, // ... up to the tolerance
     };
     for (const auto& c : cases) {
         std::vector<float> l = start;

@@ -66,7 +66,8 @@ struct Call {
         float* const solution = zavo_f_min_con_gen_lin(
             f, n, ncon, neq, a.data(), b.data(), xlb.data(), xub.data(), ZAVO_START_POINT, start.data(),
             ZAVO_ACCURACY, accuracy, ZAVO_FUNCTION_EVAL_LIMIT, limit, ZAVO_CON_GRADIENT_FUNCTION, gradient,
-            ZAVO_OBJECTIVE_VALUE, &value, ZAVO_ACTIVE_LIST, &list, ZAVO_ACTIVE_COUNT, &count, ZAVO_MULTIPLIERS, &u, 0);
+            ZAVO_OBJECTIVE_VALUE, &value, ZAVO_ACTIVE_LIST, &list, ZAVO_ACTIVE_COUNT, &count,
+            ZAVO_MULTIPLIERS, &u, 0);
         EXPECT_EQ(solution == nullptr, list == nullptr);
         EXPECT_EQ(solution == nullptr, u == nullptr);
         if (solution != nullptr) {
@@ -153,7 +154,8 @@ TEST(min_con, multipliers_tell_how_the_least_value_changes)
         more.x.clear();
         more.b[k] += 0.01F;
         ASSERT_TRUE(more.run());
-        EXPECT_NEAR((more.value - call.value) / 0.01, -call.multipliers[k], 0.1 + 0.02 * std::fabs(call.multipliers[k]));
+        EXPECT_NEAR((more.value - call.value) / 0.01, -call.multipliers[k],
+                    0.1 + 0.02 * std::fabs(call.multipliers[k]));
     }
     EXPECT_GT(call.multipliers[1], 0.0F); // an inequality's is not negative
 }
@@ -236,7 +238,8 @@ TEST(min_con, argument_faults)
         {"5/8083", "%(I1)", "-2", [](Call& c) { c.neq = -2; }},
         {"5/8084", "%(I1) %(I2)", "1 0", [](Call& c) { c.neq = 1; }},
         {"5/8085", "%(R1)", "-5.000000e-01", [](Call& c) { c.accuracy = -0.5; }},
-        {"5/8086", "%(I1) %(R1) %(R2)", "2 3.000000e+00 2.000000e+00", [](Call& c) { c.xlb[1] = 3, c.xub[1] = 2; }},
+        {"5/8086", "%(I1) %(R1) %(R2)", "2 3.000000e+00 2.000000e+00",
+         [](Call& c) { c.xlb[1] = 3, c.xub[1] = 2; }},
         {"5/8087", "%(I1)", "0", [](Call& c) { c.limit = 0; }},
     };
     for (const auto& row : cases) {
@@ -272,7 +275,8 @@ TEST(min_con, unknown_option_is_reported_and_the_rest_is_read)
 {
     CapturedErrors errors;
     const float bound[] = {0, 0};
-    EXPECT_EQ(zavo_f_min_con_gen_lin(bowl, 2, 0, 0, nullptr, nullptr, bound, bound, 10105, 10106, 0), nullptr);
+    EXPECT_EQ(zavo_f_min_con_gen_lin(bowl, 2, 0, 0, nullptr, nullptr, bound, bound, 10105, 10106, 0),
+              nullptr);
     EXPECT_EQ(errors.codes(), "5/103 5/103");
     EXPECT_EQ(errors.expand("%(I1) at %(I2)"), "10106 at 10");
 }
@@ -286,12 +290,12 @@ TEST(min_con, drivers_differ_in_who_posts_the_counts)
     int count = 0;
     int status = -1;
     CapturedErrors errors;
-    L2ONF(bowl, &zero, &zero, &zero, nullptr, &zero, nullptr, nullptr, nullptr, nullptr, &accuracy, &limit, nullptr,
-          &f, &count, nullptr, nullptr, &zero, &status, nullptr);
+    L2ONF(bowl, &zero, &zero, &zero, nullptr, &zero, nullptr, nullptr, nullptr, nullptr, &accuracy, &limit,
+          nullptr, &f, &count, nullptr, nullptr, &zero, &status, nullptr);
     EXPECT_EQ(errors.codes(), "5/8081"); // by the procedure behind it
     errors.clear();
-    L2ONG(bowl, bowl_gradient, &zero, &zero, &zero, nullptr, &zero, nullptr, nullptr, nullptr, nullptr, &accuracy,
-          &limit, nullptr, &f, &count, nullptr, nullptr, &zero, &status, nullptr);
+    L2ONG(bowl, bowl_gradient, &zero, &zero, &zero, nullptr, &zero, nullptr, nullptr, nullptr, nullptr,
+          &accuracy, &limit, nullptr, &f, &count, nullptr, nullptr, &zero, &status, nullptr);
     EXPECT_EQ(errors.codes(), "5/8080");
 }
 
@@ -301,12 +305,30 @@ TEST(min_con, inconsistent_constraints_are_told_apart)
         const char* codes;
         void (*spoil)(Call&);
     } cases[] = {
-        {"4/8091", [](Call& c) { c.ncon = c.neq = 2, c.a = {1, 1, 2, 2}, c.b = {1, 3}; }},
-        {"4/8091", [](Call& c) { c.xlb[0] = c.xub[0] = 1, c.ncon = c.neq = 1, c.a = {1, 0}, c.b = {2}; }},
-        {"4/8092", [](Call& c) { c.ncon = c.neq = 1, c.a = {1, 1}, c.b = {50}; }},
-        {"4/8093", [](Call& c) { c.ncon = 1, c.a = {1, 1}, c.b = {-50}; }},
-        {"4/8093", [](Call& c) { c.ncon = 2, c.a = {1, 1, -1, -1}, c.b = {1, -2}; }},
-        {"4/8093", [](Call& c) { c.ncon = 2, c.neq = 1, c.a = {1, 1, 1, 1}, c.b = {1, 0.5F}; }},
+        {"4/8091",
+         [](Call& c) {
+             c.ncon = c.neq = 2, c.a = {1, 1, 2, 2}, c.b = {1, 3};
+         }},
+        {"4/8091",
+         [](Call& c) {
+             c.xlb[0] = c.xub[0] = 1, c.ncon = c.neq = 1, c.a = {1, 0}, c.b = {2};
+         }},
+        {"4/8092",
+         [](Call& c) {
+             c.ncon = c.neq = 1, c.a = {1, 1}, c.b = {50};
+         }},
+        {"4/8093",
+         [](Call& c) {
+             c.ncon = 1, c.a = {1, 1}, c.b = {-50};
+         }},
+        {"4/8093",
+         [](Call& c) {
+             c.ncon = 2, c.a = {1, 1, -1, -1}, c.b = {1, -2};
+         }},
+        {"4/8093",
+         [](Call& c) {
+             c.ncon = 2, c.neq = 1, c.a = {1, 1, 1, 1}, c.b = {1, 0.5F};
+         }},
     };
     for (const auto& row : cases) {
         CapturedErrors errors;
@@ -366,7 +388,9 @@ TEST(min_con, evaluation_limit)
     for (const int limit : {1, 8, 15}) { // not one at which a search has found nothing better yet
         CapturedErrors errors;
         Call call;
-        call.f = [](int, float* x, float* f) { *f = 100 * (x[1] - x[0] * x[0]) * (x[1] - x[0] * x[0]) + (1 - x[0]) * (1 - x[0]); };
+        call.f = [](int, float* x, float* f) {
+            *f = 100 * (x[1] - x[0] * x[0]) * (x[1] - x[0] * x[0]) + (1 - x[0]) * (1 - x[0]);
+        };
         call.start = {-1.2F, 1};
         call.limit = limit;
         ASSERT_TRUE(call.run());
@@ -387,8 +411,9 @@ TEST(min_con, outputs_may_live_with_the_caller)
     int* list_at = nullptr;
     float* u_at = nullptr;
     EXPECT_EQ(zavo_f_min_con_gen_lin(bowl, 2, 0, 0, nullptr, nullptr, lower, upper, ZAVO_RETURN_USER, x,
-                                     ZAVO_ACTIVE_LIST_USER, list, ZAVO_MULTIPLIERS_USER, u, ZAVO_ACTIVE_COUNT, &count,
-                                     ZAVO_ACTIVE_LIST, &list_at, ZAVO_MULTIPLIERS, &u_at, 0), x);
+                                     ZAVO_ACTIVE_LIST_USER, list, ZAVO_MULTIPLIERS_USER, u, ZAVO_ACTIVE_COUNT,
+                                     &count, ZAVO_ACTIVE_LIST, &list_at, ZAVO_MULTIPLIERS, &u_at, 0),
+              x);
     EXPECT_EQ(list_at, list);
     EXPECT_EQ(u_at, u);
     EXPECT_EQ(count, 2);
@@ -519,8 +544,9 @@ TEST(min_con, may_run_inside_a_function)
     call.f = [](int n, float* x, float* f) {
         const float lower[] = {0};
         const float upper[] = {5};
-        float* const inner = zavo_f_min_con_gen_lin([](int, float* y, float* g) { *g = (y[0] - 3) * (y[0] - 3); }, 1, 0, 0,
-                                                    nullptr, nullptr, lower, upper, 0);
+        float* const inner =
+            zavo_f_min_con_gen_lin([](int, float* y, float* g) { *g = (y[0] - 3) * (y[0] - 3); }, 1, 0, 0,
+                                   nullptr, nullptr, lower, upper, 0);
         bowl(n, x, f);
         *f += (inner[0] - 3) * (inner[0] - 3);
         std::free(inner);

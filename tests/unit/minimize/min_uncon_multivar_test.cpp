@@ -98,7 +98,9 @@ TEST(min_uncon, start_at_the_minimum_stops_without_a_message)
     CapturedErrors errors;
     evaluations = gradients = 0;
     const float start[] = {1, 2};
-    const auto x = taken(zavo_f_min_uncon_multivar(bowl, 2, ZAVO_START_POINT, start, ZAVO_GRADIENT_FUNCTION, bowl_gradient, 0), 2);
+    const auto x = taken(
+        zavo_f_min_uncon_multivar(bowl, 2, ZAVO_START_POINT, start, ZAVO_GRADIENT_FUNCTION, bowl_gradient, 0),
+        2);
     EXPECT_EQ(x, (std::vector<float>{1, 2}));
     EXPECT_EQ(evaluations, 1);
     EXPECT_EQ(gradients, 1);
@@ -137,20 +139,25 @@ TEST(min_uncon, options_by_address_mean_the_same_as_by_value)
 {
     CapturedErrors errors;
     const float values[] = {10, 1e-2F, 1e-3F, 1e-4F, 0.5F};
-    const auto by_value = taken(
-        zavo_f_min_uncon_multivar(bowl, 2, ZAVO_FUNCTION_SCALE, 10.0, ZAVO_GRADIENT_TOLERANCE, 1e-2,
-                                  ZAVO_STEP_TOLERANCE, 1e-3, ZAVO_RELATIVE_TOLERANCE, 1e-4, ZAVO_STEP_LIMIT, 0.5, 0), 2);
-    const auto by_address = taken(
-        zavo_f_min_uncon_multivar(bowl, 2, ZAVO_FUNCTION_SCALE_ADR, &values[0], ZAVO_GRADIENT_TOLERANCE_ADR,
-                                  &values[1], ZAVO_STEP_TOLERANCE_ADR, &values[2], ZAVO_RELATIVE_TOLERANCE_ADR,
-                                  &values[3], ZAVO_STEP_LIMIT_ADR, &values[4], 0), 2);
+    const auto by_value =
+        taken(zavo_f_min_uncon_multivar(bowl, 2, ZAVO_FUNCTION_SCALE, 10.0, ZAVO_GRADIENT_TOLERANCE, 1e-2,
+                                        ZAVO_STEP_TOLERANCE, 1e-3, ZAVO_RELATIVE_TOLERANCE, 1e-4,
+                                        ZAVO_STEP_LIMIT, 0.5, 0),
+              2);
+    const auto by_address =
+        taken(zavo_f_min_uncon_multivar(bowl, 2, ZAVO_FUNCTION_SCALE_ADR, &values[0],
+                                        ZAVO_GRADIENT_TOLERANCE_ADR, &values[1], ZAVO_STEP_TOLERANCE_ADR,
+                                        &values[2], ZAVO_RELATIVE_TOLERANCE_ADR, &values[3],
+                                        ZAVO_STEP_LIMIT_ADR, &values[4], 0),
+              2);
     EXPECT_EQ(by_value, by_address);
 }
 
 TEST(min_uncon, later_options_override_earlier_ones)
 {
     CapturedErrors errors;
-    const auto x = taken(zavo_f_min_uncon_multivar(bowl, 2, ZAVO_ITERATION_LIMIT, 1, ZAVO_ITERATION_LIMIT, 50, 0), 2);
+    const auto x =
+        taken(zavo_f_min_uncon_multivar(bowl, 2, ZAVO_ITERATION_LIMIT, 1, ZAVO_ITERATION_LIMIT, 50, 0), 2);
     EXPECT_NEAR(x[0], 1, 1e-3);
     EXPECT_TRUE(errors.empty());
 }
@@ -167,10 +174,12 @@ const float rosenbrock_start[] = {-1.2F, 1};
 TEST(min_uncon, limits_end_the_run_with_a_warning_and_a_vector)
 {
     CapturedErrors errors;
-    for (const auto& [option, code] : {std::pair{ZAVO_ITERATION_LIMIT, "3/8017"}, {ZAVO_FUNCTION_EVAL_LIMIT, "3/8029"},
+    for (const auto& [option, code] : {std::pair{ZAVO_ITERATION_LIMIT, "3/8017"},
+                                       {ZAVO_FUNCTION_EVAL_LIMIT, "3/8029"},
                                        {ZAVO_GRADIENT_EVAL_LIMIT, "3/8030"}}) {
         errors.clear();
-        const auto x = taken(zavo_f_min_uncon_multivar(rosenbrock, 2, ZAVO_START_POINT, rosenbrock_start, option, 4, 0), 2);
+        const auto x = taken(
+            zavo_f_min_uncon_multivar(rosenbrock, 2, ZAVO_START_POINT, rosenbrock_start, option, 4, 0), 2);
         EXPECT_EQ(x.size(), 2U);
         EXPECT_EQ(errors.codes(), code);
     }
@@ -180,7 +189,8 @@ TEST(min_uncon, difference_evaluations_do_not_count_towards_the_limit)
 {
     CapturedErrors errors;
     evaluations = 0;
-    std::free(zavo_f_min_uncon_multivar(rosenbrock, 2, ZAVO_START_POINT, rosenbrock_start, ZAVO_FUNCTION_EVAL_LIMIT, 20, 0));
+    std::free(zavo_f_min_uncon_multivar(rosenbrock, 2, ZAVO_START_POINT, rosenbrock_start,
+                                        ZAVO_FUNCTION_EVAL_LIMIT, 20, 0));
     EXPECT_EQ(errors.codes(), "3/8029");
     EXPECT_GT(evaluations, 30);
 }
@@ -335,8 +345,11 @@ TEST(min_uncon_controls, each_bad_one_is_replaced_with_its_warning)
         int control;
         int replacement;
         const char* codes;
-    } integers[] = {{good_digits, 24, "6/8068"}, {iteration_limit, 100, "6/8069"}, {eval_limit, 400, "6/8070"},
-                    {gradient_limit, 400, "6/8039"}, {hessian_limit, 0, ""}};
+    } integers[] = {{good_digits, 24, "6/8068"},
+                    {iteration_limit, 100, "6/8069"},
+                    {eval_limit, 400, "6/8070"},
+                    {gradient_limit, 400, "6/8039"},
+                    {hessian_limit, 0, ""}};
     for (const auto& row : integers) {
         errors.clear();
         Check check;
@@ -417,10 +430,11 @@ TEST(min_uncon, a_zero_scale_is_as_good_as_none)
 TEST(min_uncon, warnings_about_controls_do_not_stop_the_run)
 {
     CapturedErrors errors;
-    const auto x = taken(
-        zavo_f_min_uncon_multivar(bowl, 2, ZAVO_GOOD_DIGITS, 0, ZAVO_ITERATION_LIMIT, 0, ZAVO_FUNCTION_EVAL_LIMIT, -3,
-                                  ZAVO_GRADIENT_EVAL_LIMIT, 0, ZAVO_GRADIENT_TOLERANCE, -1.0, ZAVO_STEP_TOLERANCE,
-                                  -1.0, ZAVO_RELATIVE_TOLERANCE, -1.0, ZAVO_STEP_LIMIT, -1.0, 0), 2);
+    const auto x = taken(zavo_f_min_uncon_multivar(bowl, 2, ZAVO_GOOD_DIGITS, 0, ZAVO_ITERATION_LIMIT, 0,
+                                                   ZAVO_FUNCTION_EVAL_LIMIT, -3, ZAVO_GRADIENT_EVAL_LIMIT, 0,
+                                                   ZAVO_GRADIENT_TOLERANCE, -1.0, ZAVO_STEP_TOLERANCE, -1.0,
+                                                   ZAVO_RELATIVE_TOLERANCE, -1.0, ZAVO_STEP_LIMIT, -1.0, 0),
+                         2);
     EXPECT_EQ(errors.codes().substr(0, 55), "6/8068 6/8069 6/8070 6/8039 6/8072 6/8058 6/8059 6/8062");
     EXPECT_NEAR(x[0], 1, 1e-2);
 }
@@ -428,7 +442,9 @@ TEST(min_uncon, warnings_about_controls_do_not_stop_the_run)
 TEST(min_uncon, hessian_start_from_the_scales)
 {
     CapturedErrors errors;
-    const auto x = taken(zavo_f_min_uncon_multivar(rosenbrock, 2, ZAVO_START_POINT, rosenbrock_start, ZAVO_HESSIAN_START, 1, 0), 2);
+    const auto x = taken(zavo_f_min_uncon_multivar(rosenbrock, 2, ZAVO_START_POINT, rosenbrock_start,
+                                                   ZAVO_HESSIAN_START, 1, 0),
+                         2);
     EXPECT_NEAR(x[0], 1, 1e-2);
     EXPECT_NEAR(x[1], 1, 2e-2);
 }
@@ -484,8 +500,10 @@ TEST(min_uncon, random_values_and_zero_tolerances_end)
     std::srand(1);
     for (int i = 0; i < 20; ++i) {
         const float start[] = {3, 4};
-        const auto x = taken(zavo_f_min_uncon_multivar(noisy, 2, ZAVO_START_POINT, start, ZAVO_STEP_TOLERANCE, 0.0,
-                                                       ZAVO_GRADIENT_TOLERANCE, 0.0, ZAVO_RELATIVE_TOLERANCE, 0.0, 0), 2);
+        const auto x =
+            taken(zavo_f_min_uncon_multivar(noisy, 2, ZAVO_START_POINT, start, ZAVO_STEP_TOLERANCE, 0.0,
+                                            ZAVO_GRADIENT_TOLERANCE, 0.0, ZAVO_RELATIVE_TOLERANCE, 0.0, 0),
+                  2);
         EXPECT_EQ(x.size(), 2U);
     }
 }
@@ -538,7 +556,9 @@ TEST(min_uncon, may_run_inside_a_function)
 TEST(min_uncon, stopping_and_line_search_terminate_on_a_kink)
 {
     CapturedErrors errors;
-    const auto x = taken(zavo_f_min_uncon_multivar([](int, float* at) { return std::fabs(at[0] - 1) + std::fabs(at[1]); }, 2, 0), 2);
+    const auto x = taken(zavo_f_min_uncon_multivar(
+                             [](int, float* at) { return std::fabs(at[0] - 1) + std::fabs(at[1]); }, 2, 0),
+                         2);
     EXPECT_NEAR(x[0], 1, 0.1);
 }
 

@@ -89,7 +89,8 @@ TEST(number_text, reads_as_the_c_library_does)
         text += random() % 2 == 0 ? "." + digits(21) : "";
         text += random() % 2 == 0 ? "e" + std::to_string(static_cast<int>(random() % 100) - 60) : "";
         const auto wanted = static_cast<float>(std::atof(text.c_str()));
-        ASSERT_EQ(std::bit_cast<std::uint32_t>(read_float(text.c_str())), std::bit_cast<std::uint32_t>(wanted))
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(read_float(text.c_str())),
+                  std::bit_cast<std::uint32_t>(wanted))
             << text;
     }
 }
@@ -113,7 +114,8 @@ TEST(number_text, reads_the_number_that_a_text_begins_with)
 
 TEST(number_text, words_are_zero)
 {
-    for (const char* const text : {"", "word", "invalid command name \"f\"", "-", "--3", "+-3", ".", "-.", "e5"}) {
+    for (const char* const text :
+         {"", "word", "invalid command name \"f\"", "-", "--3", "+-3", ".", "-.", "e5"}) {
         EXPECT_EQ(std::bit_cast<std::uint32_t>(read_float(text)), 0U) << text;
     }
 }
@@ -137,7 +139,7 @@ TEST(number_text, numbers_beyond_the_range_become_infinite_or_zero)
     EXPECT_EQ(read_float("0e999999999999"), 0.0F);
     EXPECT_EQ(read_float(("0." + std::string(400, '0') + "1e1").c_str()), 0.0F);
     EXPECT_EQ(read_float((std::string(400, '9')).c_str()), inf);
-    EXPECT_EQ(read_float("3.4028235677973366e38"), inf);             // half a spacing above the greatest
+    EXPECT_EQ(read_float("3.4028235677973366e38"), inf); // half a spacing above the greatest
     EXPECT_EQ(read_float("3.40282356e38"), std::numeric_limits<float>::max());
 }
 

@@ -1,7 +1,7 @@
 // The published problem sets: what is reached, and with how many evaluations.
 // `unit_minimize --gtest_filter=problems.*` prints the tables.
-#include "tests/support/minimize_problems.hpp"
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/minimize_problems.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -25,8 +25,9 @@ bool solved(const Problem& p, const Outcome& outcome)
 
 void print_row(const Problem& p, const char* how, const Outcome& outcome)
 {
-    std::printf("%-30s %-22s f %-13.7g optimum %-12.6g evaluations %4d until close %4d code %d\n", p.name, how,
-                static_cast<double>(outcome.f), p.optimum, outcome.evaluations, outcome.until_close, outcome.code);
+    std::printf("%-30s %-22s f %-13.7g optimum %-12.6g evaluations %4d until close %4d code %d\n", p.name,
+                how, static_cast<double>(outcome.f), p.optimum, outcome.evaluations, outcome.until_close,
+                outcome.code);
 }
 
 int count_solved(bool user_gradient, bool scaled)
@@ -35,7 +36,8 @@ int count_solved(bool user_gradient, bool scaled)
     int count = 0;
     for (const Problem& p : unconstrained_problems()) {
         const Outcome outcome = minimize_free(p, View::compiled, user_gradient, closeness(p), scaled);
-        const std::string how = std::string(user_gradient ? "gradient" : "differences") + (scaled ? ", scaled" : "");
+        const std::string how =
+            std::string(user_gradient ? "gradient" : "differences") + (scaled ? ", scaled" : "");
         print_row(p, how.c_str(), outcome);
         count += solved(p, outcome) ? 1 : 0;
     }
@@ -88,9 +90,9 @@ double constrained_closeness(const Problem& p)
 // Where a run ends elsewhere and why that is so.
 bool ends_elsewhere(const Problem& p)
 {
-    return std::strcmp(p.name, "HS2") == 0     // the other local minimum, f = 4.9412
-           || std::strcmp(p.name, "HS3") == 0  // gradient below the accuracy from far away
-           || std::strcmp(p.name, "HS25") == 0 // the start is flat
+    return std::strcmp(p.name, "HS2") == 0      // the other local minimum, f = 4.9412
+           || std::strcmp(p.name, "HS3") == 0   // gradient below the accuracy from far away
+           || std::strcmp(p.name, "HS25") == 0  // the start is flat
            || std::strcmp(p.name, "HS55") == 0; // the local minimum 20/3
 }
 
@@ -105,7 +107,8 @@ TEST(problems, constrained_problems_end_feasible_and_at_the_optimum)
             ASSERT_EQ(outcome.x.size(), static_cast<std::size_t>(p.n)) << p.name;
             EXPECT_LE(violation(p, outcome.x.data()), 2e-6) << p.name;
             // HS38 needs derivatives that are better than forward differences.
-            const double allowed = std::strcmp(p.name, "HS38") == 0 && !user_gradient ? 1e-3 : constrained_closeness(p);
+            const double allowed =
+                std::strcmp(p.name, "HS38") == 0 && !user_gradient ? 1e-3 : constrained_closeness(p);
             if (!ends_elsewhere(p)) {
                 EXPECT_NEAR(outcome.f, p.optimum, allowed) << p.name;
             }
@@ -117,8 +120,8 @@ TEST(problems, constrained_problems_come_close_within_half_more_than_double_prec
 {
     const CapturedErrors errors;
     // Evaluations of a sequential quadratic programming method in double precision.
-    const std::map<std::string, int> peers = {{"HS21", 5},  {"HS24", 13}, {"HS35", 18}, {"HS37", 18},
-                                              {"HS44", 26}, {"HS76", 21}};
+    const std::map<std::string, int> peers = {{"HS21", 5},  {"HS24", 13}, {"HS35", 18},
+                                              {"HS37", 18}, {"HS44", 26}, {"HS76", 21}};
     int met = 0;
     for (const View view : {View::compiled, View::script}) {
         for (const Problem& p : constrained_problems()) {

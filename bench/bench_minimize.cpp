@@ -1,0 +1,206 @@
+// The minimisers: what they reach on the published problem sets, with how many
+// evaluations, and what a script objective costs beside the same procedure
+// called by Tcl_Eval of a ready string and its result read by atof().
+#include "bench/ratio_report.hpp"
+#include "tests/support/minimize_problems.hpp"
+
+#include <cstdlib>
+#include <string>
+#include <tcl.h>
+#include <vector>
+
+namespace {
+
+using namespace zavo::test;
+
+// ---- The problem tables ----------------------------------------------------------
+
+void print_outcome(const Problem& p, const char* how, const Outcome& outcome, bool good)
+{
+    std::printf("  %-30s %-24s %13.6g %13.6g %6d %6d %6d  %s\n", p.name, how, static_cast<double>(outcome.f),
+                p.optimum, outcome.evaluations, outcome.until_close, outcome.code, good ? "yes" : "no");
+}
+
+const char* description(View view, bool gradient, bool scaled)
+{
+    static std::string text;
+    text = view == View::script ? "script's view" : "floats";
+    text += gradient ? ", gradient" : ", differences";
+    text += scaled ? ", scaled" : "";
+    return text.c_str();
+}
+
+void heading(const char* title)
+{
+    std::printf("%s\n  %-30s %-24s %13s %13s %6s %6s %6s  %s\n", title, "problem", "arguments, derivatives",
+                "reached", "optimum", "evals", "close", "code", "solved");
+}
+
+void print_unconstrained()
+{
+    heading("Unconstrained (More, Garbow, Hillstrom); close, solved: within 1e-3 max(1, |optimum|)");
+    const std::vector<Problem> problems = unconstrained_problems();
+    for (const bool scaled : {false, true}) {
+        for (const bool gradient : {false, true}) {
+            int solved = 0;
+            for (const Problem& p : problems) {
+                const double near = 1e-3 * std::fmax(1.0, std::fabs(p.optimum));
+                const Outcome outcome = minimize_free(p, View::compiled, gradient, near, scaled);
+                const bool good = std::fabs(outcome.f - p.optimum) <= near;
+                solved += good ? 1 : 0;
+                if (!scaled || !p.sizes.empty()) { // scales change nothing elsewhere
+                    print_outcome(p, description(View::compiled, gradient, scaled), outcome, good);
+                }
+            }
+            std::printf("  %s: %d of %d solved\n", description(View::compiled, gradient, scaled), solved,
+                        static_cast<int>(problems.size()));
+        }
+    }
+    heading("Unconstrained in the script's view; close: within 1e-4 of the optimum");
+    for (const Problem& p : small_problems()) {
+        const Outcome outcome = minimize_free(p, View::script, false, 1e-4, false, 400);
+        print_outcome(p, description(View::script, false, false), outcome, outcome.until_close > 0);
+    }
+}
+
+void print_constrained()
+{
+    heading("Bounds and linear constraints (Hock, Schittkowski); close, solved: within 1e-4, feasible");
+    for (const Problem& p : constrained_problems()) {
+        for (const View view : {View::compiled, View::script}) {
+            for (const bool gradient : {false, true}) {
+                const double near = 1e-4 * (p.optimum == 0.0 ? 1.0 : std::fabs(p.optimum));
+                const Outcome outcome = minimize_constrained(p, view, gradient, near);
+                print_outcome(p, description(view, gradient, false), outcome,
+                              std::fabs(outcome.f - p.optimum) <= near &&
+                                  violation(p, outcome.x.data()) <= 2e-6);
+            }
+        }
+    }
+}
+
+// ---- Time for an objective call ----------------------------------------------------
+
+Tcl_Interp* interp;
+
+void evaluate(const char* script)
+{
+    if (Tcl_Eval(interp, script) != TCL_OK) {
+        std::fprintf(stderr, "bench_minimize: %s: %s\n", script, Tcl_GetStringResult(interp));
+        std::exit(1);
+    }
+}
+
+int number_result()
+{
+    return std::atoi(Tcl_GetStringResult(interp));
+}
+
+// A whole minimisation, over and over, and as many calls of a ready string.
+struct Case {
+    std::string name;
+    std::string minimisation;
+    std::string ready_call;
+    int calls; // of the procedure in one minimisation
+};
+
+void time_minimisation(benchmark::State& state, const Case& timed)
+{
+    for (auto _ : state) {
+        evaluate(timed.minimisation.c_str());
+    }
+}
+
+void time_ready_calls(benchmark::State& state, const Case& timed, bool read)
+{
+    double sum = 0.0;
+    for (auto _ : state) {
+        for (int i = 0; i < timed.calls; ++i) {
+            Tcl_Eval(interp, timed.ready_call.c_str());
+            if (read) {
+                sum += std::atof(Tcl_GetStringResult(interp));
+            }
+        }
+    }
+    benchmark::DoNotOptimize(sum);
+}
+
+Case make_case(const std::string& name, const std::string& procedure, const std::string& function_word,
+               const std::string& start, const std::string& arguments)
+{
+    // The calls are counted by a second procedure with the same values.
+    evaluate(("set calls 0; proc counted {" + arguments + "} { incr ::calls; " + procedure +
+              " {*}[lrange [info level 0] 1 end] };"
+              "dynlist scope { zavo_min_uncon_multivar counted [dynlist create float {" +
+              start + "}] }; set calls")
+                 .c_str());
+    const int calls = number_result();
+    evaluate(("set start_" + name + " [dynlist create float {" + start + "}]").c_str());
+    std::string call = procedure;
+    evaluate(("llength {" + arguments + "}").c_str());
+    const int n = number_result();
+    for (int i = 0; i < n; ++i) {
+        call += i % 2 == 0 ? " 0.987654" : " -1.234567";
+    }
+    return {name, "zavo_min_uncon_multivar " + function_word + " $start_" + name, call, calls};
+}
+
+void add(const Case& timed)
+{
+    constexpr int repetitions = 60;
+    const auto with = [&](const std::string& name, auto function) {
+        benchmark::RegisterBenchmark(name.c_str(), function)
+            ->Iterations(1)
+            ->Repetitions(repetitions)
+            ->Unit(benchmark::kMicrosecond);
+    };
+    with(timed.name + "/minimisation", [timed](benchmark::State& state) { time_minimisation(state, timed); });
+    with(timed.name + "/ready_string",
+         [timed](benchmark::State& state) { time_ready_calls(state, timed, false); });
+    with(timed.name + "/ready_string_read",
+         [timed](benchmark::State& state) { time_ready_calls(state, timed, true); });
+}
+
+void set_up()
+{
+    interp = Tcl_CreateInterp();
+    if (Tcl_Init(interp) != TCL_OK) {
+        std::fprintf(stderr, "bench_minimize: %s\n", Tcl_GetStringResult(interp));
+        std::exit(1);
+    }
+    evaluate("package require morvel; package require zavo");
+    evaluate("proc rosenbrock {x y} { expr {100.0*($y-$x*$x)*($y-$x*$x)+(1.0-$x)*(1.0-$x)} }");
+    evaluate(
+        "proc wood {a b c d} { expr {100.0*($b-$a*$a)*($b-$a*$a)+(1.0-$a)*(1.0-$a)+90.0*($d-$c*$c)*($d-$c*$c)"
+        "+(1.0-$c)*(1.0-$c)+10.0*($b+$d-2.0)*($b+$d-2.0)+0.1*($b-$d)*($b-$d)} }");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_WARNING, 0, ZAVO_SET_PRINT, ZAVO_FATAL, 0, ZAVO_SET_STOP,
+                       ZAVO_FATAL, 0, 0);
+    print_unconstrained();
+    print_constrained();
+
+    Tcl_FindExecutable(argv[0]);
+    set_up();
+    add(make_case("two", "rosenbrock", "rosenbrock", "-1.2 1", "x y"));
+    add(make_case("four", "wood", "wood", "-3 -1 -3 -1", "a b c d"));
+    add(make_case("two_by_script", "rosenbrock", "{{rosenbrock}}", "-1.2 1", "x y"));
+    benchmark::Initialize(&argc, argv);
+    ratio_report::Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    const bool good = reporter.print({
+        {"two variables: a call / Tcl_Eval of a ready string", "two/minimisation", "two/ready_string", 0.0},
+        {"two variables: a call / the same, result read", "two/minimisation", "two/ready_string_read", 0.0},
+        {"four variables: a call / Tcl_Eval of a ready string", "four/minimisation", "four/ready_string",
+         0.0},
+        {"four variables: a call / the same, result read", "four/minimisation", "four/ready_string_read",
+         0.0},
+        {"two variables, word in braces: a call / ready string", "two_by_script/minimisation",
+         "two_by_script/ready_string", 0.0},
+    });
+    return good ? 0 : 1;
+}

@@ -1,0 +1,130 @@
+# ./zavo lint [--fix] [FILE ...]: formatting and static checks of the whole tree, or
+# of the named files; --fix formats the sources first. clang-tidy looks at what is
+# shipped, and skips what it has passed before (build/lint remembers).
+# shellcheck source=scripts/common.sh
+source scripts/common.sh
+
+need_packages "${build_packages[@]}" "${test_packages[@]}" clang-format-14 clang-tidy-14 shellcheck
+
+fix=no
+if [[ ${1:-} == --fix ]]; then
+    fix=yes
+    shift
+fi
+if [[ $# -gt 0 ]]; then
+    files=("$@")
+else
+    mapfile -t files < <(git ls-files --cached --others --exclude-standard)
+fi
+
+# select PATTERN: the files whose names match the extended regular expression.
+select_files() {
+    local file
+    for file in "${files[@]}"; do
+        [[ -f $file && $file =~ $1 ]] && printf '%s\n' "$file"
+    done
+    return 0
+}
+
+failed=()
+
+check_blanks() {
+    say "blanks and tabs"
+    local text
+    mapfile -t text < <(select_files '(\.(c|h|cpp|hpp|in|tcl|test|sh|md|man|cmake|json|txt|supp|map|rc|yml)|CMakeLists\.txt|^zavo|^\.[a-z-]+)$' |
+        grep -v '^tests/golden/expected/\|/corpus/\|^examples/data/')
+    [[ ${#text[@]} -eq 0 ]] && return 0
+    if grep -nE ' +$|'$'\t' /dev/null "${text[@]}"; then
+        failed+=("blanks at line ends or tabs")
+    fi
+    local file
+    for file in "${text[@]}"; do
+        if [[ -s $file && -n $(tail -c 1 "$file") ]]; then
+            printf '%s: no line feed at the end\n' "$file"
+            failed+=("$file does not end with a line feed")
+        fi
+    done
+}
+
+check_format() {
+    say "clang-format"
+    local sources
+    mapfile -t sources < <(select_files '\.(c|h|cpp|hpp)$')
+    [[ ${#sources[@]} -eq 0 ]] && return 0
+    [[ $fix == no ]] || clang-format-14 -i "${sources[@]}"
+    clang-format-14 --dry-run --Werror "${sources[@]}" || failed+=("clang-format: ./zavo lint --fix puts it right")
+}
+
+check_shell() {
+    say "shellcheck"
+    local scripts
+    mapfile -t scripts < <(select_files '(\.sh|^zavo|^\.ci/run)$')
+    [[ ${#scripts[@]} -eq 0 ]] && return 0
+    shellcheck -x -S warning -s bash "${scripts[@]}" || failed+=("shellcheck")
+}
+
+# Debian has no checker for Tcl; braces and brackets at least must close.
+check_tcl() {
+    say "Tcl scripts are complete"
+    local scripts
+    mapfile -t scripts < <(select_files '\.(tcl|test)$')
+    [[ ${#scripts[@]} -eq 0 ]] && return 0
+    tclsh8.6 - "${scripts[@]}" <<'SCRIPT' || failed+=("Tcl")
+set bad 0
+foreach name $argv {
+    set channel [open $name]
+    fconfigure $channel -encoding utf-8
+    if {![info complete [read $channel]]} {
+        puts "$name: a brace, bracket or quote is not closed"
+        set bad 1
+    }
+    close $channel
+}
+exit $bad
+SCRIPT
+}
+
+# What clang-tidy says about a file depends on the file, the headers and the
+# settings; a stamp named after all of them says that it was clean.
+tidy_one() {
+    local stamp
+    stamp=build/lint/$( (cat "$1" "$LINT_COMMON"; printf '%s' "$1") | sha256sum | cut -c1-32)
+    [[ -f $stamp ]] && return 0
+    if clang-tidy-14 -p build/release --quiet --extra-arg=-Wno-unknown-warning-option \
+        --extra-arg=-Wno-ignored-optimization-argument "$1" 2>build/lint/words.$$; then
+        : >"$stamp"
+    else
+        grep -v 'warnings generated\|warning generated' build/lint/words.$$ >&2
+        rm -f build/lint/words.$$
+        return 1
+    fi
+    rm -f build/lint/words.$$
+}
+export -f tidy_one
+
+check_tidy() {
+    say "clang-tidy"
+    local sources known
+    cmake --preset release >/dev/null || die "configuring release failed"
+    known=$(sed -n 's|^  "file": "'"$PWD"'/\(.*\)".*|\1|p' build/release/compile_commands.json)
+    mapfile -t sources < <(select_files '\.(c|cpp)$' | grep -v '^tests/\|^bench/' | grep -xF "$known")
+    [[ ${#sources[@]} -eq 0 ]] && return 0
+    mkdir -p build/lint
+    export LINT_COMMON=build/lint/common
+    git ls-files -z --cached --others --exclude-standard '*.h' '*.hpp' .clang-tidy cmake |
+        sort -z | xargs -0 cat >"$LINT_COMMON"
+    printf '%s\0' "${sources[@]}" | xargs -0 -P 2 -I{} bash -c 'tidy_one "$1"' _ {} ||
+        failed+=("clang-tidy")
+}
+
+check_blanks
+check_format
+check_shell
+check_tcl
+check_tidy
+
+if [[ ${#failed[@]} -gt 0 ]]; then
+    printf '  %s\n' "${failed[@]}" >&2
+    die "lint found something"
+fi
+say "lint is clean"
