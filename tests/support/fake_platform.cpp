@@ -74,6 +74,11 @@ void* allocate_large(std::size_t bytes)
     return std::malloc(bytes);
 }
 
+void* allocate_aligned(std::size_t bytes)
+{
+    return std::malloc(bytes);
+}
+
 bool clock_time(std::tm* now)
 {
     *now = std::tm{};
