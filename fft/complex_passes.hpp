@@ -10,26 +10,29 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // wa: ip - 1 blocks of ido (cos, sin) pairs. With ido = 1 there is no twiddle,
 // otherwise even the pair (1, 0) of i = 0 is multiplied with: it can turn a
 // negative zero.
-template <Direction d, class Radix, class Lanes>
+// OutLanes says how the results are stored; it differs from Lanes where the last
+// pass of a group of transforms leaves the lanes.
+template <Direction d, class Radix, class Lanes, class OutLanes>
 void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
                         const float* __restrict wa)
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
-    constexpr Index part = Lanes::stride;
     const Index ido = shape.ido;
     const JoinedView<Lanes> in{ido, ip};
-    const SplitView<Lanes> out{ido, shape.l1};
+    const SplitView<OutLanes> out{ido, shape.l1};
     for (Index k = 0; k < shape.l1; ++k) {
         for (Index i = 0; i < ido; ++i) {
             L re[ip], im[ip], yre[ip], yim[ip];
             for (int j = 0; j < ip; ++j) {
                 const float* const from = cc + 2 * in.at(i, j, k);
                 re[j] = Lanes::load(from);
-                im[j] = Lanes::load(from + part);
+                im[j] = Lanes::load(from + Lanes::stride);
             }
             Radix::butterfly(re, im, yre, yim);
             if (ido > 1) {
@@ -39,9 +42,7 @@ void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* _
                 }
             }
             for (int j = 0; j < ip; ++j) {
-                float* const to = ch + 2 * out.at(i, k, j);
-                Lanes::store(to, yre[j]);
-                Lanes::store(to + part, yim[j]);
+                OutLanes::store_pair(ch + 2 * out.at(i, k, j), yre[j], yim[j]);
             }
         }
     }
@@ -102,21 +103,21 @@ void complex_general_pass(const Shape& shape, const float* in, float* out, float
     }
 }
 
-template <Direction d, class Lanes>
+template <Direction d, class Lanes, class OutLanes = Lanes>
 void complex_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
     switch (shape.ip) {
     case 2:
-        complex_radix_pass<d, ComplexRadix2<d>, Lanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix2<d>, Lanes, OutLanes>(shape, in, out, wa);
         return;
     case 3:
-        complex_radix_pass<d, ComplexRadix3<d>, Lanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix3<d>, Lanes, OutLanes>(shape, in, out, wa);
         return;
     case 4:
-        complex_radix_pass<d, ComplexRadix4<d>, Lanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix4<d>, Lanes, OutLanes>(shape, in, out, wa);
         return;
     case 5:
-        complex_radix_pass<d, ComplexRadix5<d>, Lanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix5<d>, Lanes, OutLanes>(shape, in, out, wa);
         return;
     default:
         complex_general_pass<d, Lanes>(shape, in, out, work, wa);
@@ -146,5 +147,7 @@ void run_complex(const Factors& factors, int first, const float* p, float* q, fl
         from = to;
     }
 }
+
+} // namespace
 
 } // namespace zavo::fft

@@ -9,6 +9,8 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // z times conj(w) forward, times w backward.
 template <Direction d, class L, class W>
 ZAVO_INLINE void apply_twiddle(W wr, W wi, L& re, L& im)
@@ -128,5 +130,7 @@ struct ComplexRadix5 {
         yim[4] = ci2 - cr5;
     }
 };
+
+} // namespace
 
 } // namespace zavo::fft

@@ -58,6 +58,8 @@ inline constexpr std::int64_t doubt = 16;
 
 } // namespace cos_sin_detail
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // D: double or a vector of doubles. 0 <= x <= 7.
 template <class D>
 ZAVO_INLINE void double_cos_sin(D x, D* cosine, D* sine)
@@ -82,6 +84,8 @@ ZAVO_INLINE void double_cos_sin(D x, D* cosine, D* sine)
     *cosine = (k == 1.0) | (k == 2.0) ? -cos_part : cos_part;
     *sine = (k == 2.0) | (k == 3.0) ? -sin_part : sin_part;
 }
+
+} // namespace
 
 // The same for one x in double-double; exact to about 100 bits.
 CosSin careful_cos_sin(double x);

@@ -19,12 +19,12 @@ struct Factors {
     Index before[most_factors + 1] = {1}; // products of the factors before each
 
     // l1 of a pass: the product of the factors before it.
-    Index l1(int which) const { return before[which]; }
-    Index ido(int which) const { return n / before[which + 1]; }
-    Shape shape(int which) const { return {ido(which), l1(which), ip[which]}; }
+    ZAVO_INLINE Index l1(int which) const { return before[which]; }
+    ZAVO_INLINE Index ido(int which) const { return n / before[which + 1]; }
+    ZAVO_INLINE Shape shape(int which) const { return {ido(which), l1(which), ip[which]}; }
     // Where a factor's block starts in the real table's twiddle region; twice
     // that in the complex table's. The blocks before it hold n - n/l1 values.
-    Index twiddle_offset(int which) const { return n - n / l1(which); }
+    ZAVO_INLINE Index twiddle_offset(int which) const { return n - n / l1(which); }
 };
 
 // n as a product of 4, 3, 2, 5 and odd numbers, tried in the order of the kind

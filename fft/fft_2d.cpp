@@ -23,45 +23,71 @@ namespace zavo::fft {
 
 namespace {
 
+const float* floats(const f_complex* z)
+{
+    return reinterpret_cast<const float*>(z);
+}
 float* floats(f_complex* z)
 {
     return reinterpret_cast<float*>(z);
 }
 
+// The two arrays of a transform, by their extent.
+struct Layout {
+    const f_complex* p;
+    Index ldp;
+    f_complex* q;
+    Index ldq;
+
+    // Whether the rows and columns can be taken in any order: no element of the
+    // result lies where another element, or one still to be read, lies.
+    bool any_order(Index n, Index m) const
+    {
+        const bool rows_apart = ldq >= n && ldp >= n;
+        const bool same = p == q && ldp == ldq;
+        const bool disjoint = p + (m - 1) * ldp + n <= q || q + (m - 1) * ldq + n <= p;
+        return rows_apart && (same || disjoint);
+    }
+};
+
 // Each row of p, transformed, into the same row of q.
-void sweep_rows(Direction d, Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
-                float* table, f_complex* work)
+void sweep_rows(Direction d, Index n, Index m, const Layout& at, float* table, f_complex* work)
 {
+    const std::size_t bytes = static_cast<std::size_t>(n) * sizeof(f_complex);
+    const bool straight = at.any_order(n, m);
     for (Index r = 0; r < m; ++r) {
-        std::memmove(work, p + r * ldp, static_cast<std::size_t>(n) * sizeof(f_complex));
+        const f_complex* const from = at.p + r * at.ldp;
+        f_complex* const to = at.q + r * at.ldq;
+        if (straight && n > 1) {
+            transform_complex(d, n, floats(from), floats(to), table);
+            continue;
+        }
+        std::memcpy(work, from, bytes);
         if (n > 1) {
             transform_complex(d, n, floats(work), floats(work), table);
         }
-        std::memcpy(q + r * ldq, work, static_cast<std::size_t>(n) * sizeof(f_complex));
+        std::memcpy(to, work, bytes);
     }
 }
 
 // Each column of p, transformed, into the same column of q. m >= 2.
-void sweep_columns(Direction d, Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
-                   float* table, f_complex* work)
+void sweep_columns(Direction d, Index n, Index m, const Layout& at, float* table, f_complex* work)
 {
+    if (at.any_order(n, m)) {
+        transform_columns(d, n, m, floats(at.p), at.ldp, floats(at.q), at.ldq, table, floats(work));
+        return;
+    }
     for (Index c = 0; c < n; ++c) {
-        for (Index r = 0; r < m; ++r) {
-            work[r] = p[r * ldp + c];
-        }
-        transform_complex(d, m, floats(work), floats(work), table);
-        for (Index r = 0; r < m; ++r) {
-            q[r * ldq + c] = work[r];
-        }
+        transform_columns(d, 1, m, floats(at.p + c), at.ldp, floats(at.q + c), at.ldq, table, floats(work));
     }
 }
 
 void transform_forward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
                        float* row_table, float* column_table, f_complex* work)
 {
-    sweep_rows(Direction::forward, n, m, p, ldp, q, ldq, row_table, work);
+    sweep_rows(Direction::forward, n, m, {p, ldp, q, ldq}, row_table, work);
     if (m > 1) {
-        sweep_columns(Direction::forward, n, m, q, ldq, q, ldq, column_table, work);
+        sweep_columns(Direction::forward, n, m, {q, ldq, q, ldq}, column_table, work);
     }
 }
 
@@ -79,9 +105,9 @@ void transform_backward(Index n, Index m, const f_complex* p, Index ldp, f_compl
     if (m == 1) {
         std::memmove(q, p, static_cast<std::size_t>(n) * sizeof(f_complex));
     } else {
-        sweep_columns(Direction::backward, n, m, p, ldp, q, ldq, column_table, work);
+        sweep_columns(Direction::backward, n, m, {p, ldp, q, ldq}, column_table, work);
     }
-    sweep_rows(Direction::backward, n, m, q, ldq, q, ldq, row_table, work);
+    sweep_rows(Direction::backward, n, m, {q, ldq, q, ldq}, row_table, work);
 }
 
 // One call of zavo_c_fft_2d_complex. Stands outside the fault trap and owns the

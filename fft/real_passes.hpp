@@ -14,6 +14,8 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // Reads split, writes joined. wa: ip - 1 blocks of ido values, (cos, sin) pairs.
 template <class Radix, class Lanes>
 void forward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
@@ -309,5 +311,7 @@ void run_real(const Factors& factors, int first, const float* p, float* q, float
         from = to;
     }
 }
+
+} // namespace
 
 } // namespace zavo::fft

@@ -19,6 +19,8 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 struct RealRadix2 {
     static constexpr int ip = 2;
 
@@ -311,5 +313,7 @@ struct RealRadix5 {
         yim[1] = ci2 + cr5;
     }
 };
+
+} // namespace
 
 } // namespace zavo::fft

@@ -16,6 +16,8 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // (re, im) = cos and sin of the next multiple of an angle, by rotation in float.
 // Kept: the recurrence loses digits with every step, so that a prime factor near
 // 1000 leaves a relative error of about 1e-3 and one near 10000 about 0.2; see
@@ -46,7 +48,13 @@ void sum_slots(Index slab, Index ip, const float* x, float* y)
     }
 }
 
-// x, y: ip slots of `slab` values. The angle w is kept as a float.
+// The rotation by one slot; its angle is kept as a float.
+ZAVO_INLINE CosSin rotation_of(Index ip)
+{
+    return cos_sin(static_cast<double>(static_cast<float>(6.283185307179586 / static_cast<double>(ip))));
+}
+
+// x, y: ip slots of `slab` values. Lanes may bring a way of its own.
 template <class Lanes>
 void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
 {
@@ -54,6 +62,11 @@ void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
     constexpr Index step = Lanes::stride;
     const CosSin w =
         cos_sin(static_cast<double>(static_cast<float>(6.283185307179586 / static_cast<double>(ip))));
+    if constexpr (requires { Lanes::rotate_real_sums(slab, ip, w, x, y); }) {
+        Lanes::rotate_real_sums(slab, ip, w, x, y);
+        sum_slots<Lanes>(slab, ip, x, y);
+        return;
+    }
     Rotation<float> by_l{1.0F, 0.0F};
     for (Index l = 1; l < (ip + 1) / 2; ++l) {
         const Index lc = ip - l;
@@ -116,5 +129,7 @@ void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const f
     }
     sum_slots<Lanes>(slab, ip, x, y);
 }
+
+} // namespace
 
 } // namespace zavo::fft

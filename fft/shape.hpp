@@ -13,6 +13,10 @@
 // a register of floats that belong to independent transforms of the same shape
 // and lie `stride` floats apart from value to value. The passes are templates on
 // Lanes, so a wider register is a new lane type and not a second pass.
+//
+// The passes are compiled once for every instruction set. So that the linker
+// cannot merge the copies, all that they are made of has internal linkage or is
+// always inlined.
 #pragma once
 
 #include <cstddef>
@@ -33,12 +37,17 @@ struct Shape {
 
 enum class Direction { forward, backward };
 
-// One float at a time.
+// One float at a time; complex values as pairs.
 struct ScalarLanes {
     using Value = float;
     static constexpr Index stride = 1;
-    static Value load(const float* p) { return *p; }
-    static void store(float* p, Value v) { *p = v; }
+    static ZAVO_INLINE Value load(const float* p) { return *p; }
+    static ZAVO_INLINE void store(float* p, Value v) { *p = v; }
+    static ZAVO_INLINE void store_pair(float* p, Value re, Value im)
+    {
+        p[0] = re;
+        p[1] = im;
+    }
 };
 
 template <class Lanes>
@@ -54,7 +63,7 @@ struct JoinedView {
 };
 
 template <class Lanes>
-void copy_values(Index count, const float* from, float* to)
+ZAVO_INLINE void copy_values(Index count, const float* from, float* to)
 {
     for (Index i = 0; i < count; ++i) {
         Lanes::store(to + i * Lanes::stride, Lanes::load(from + i * Lanes::stride));

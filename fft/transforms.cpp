@@ -1,8 +1,12 @@
 #include "fft/transforms.hpp"
 
+#include "core/memory.hpp"
 #include "fft/complex_passes.hpp"
 #include "fft/factors.hpp"
 #include "fft/real_passes.hpp"
+#include "fft/simd.hpp"
+#include "fft/twiddle.hpp"
+#include "fft/twiddle_block.hpp"
 
 namespace zavo::fft {
 
@@ -10,21 +14,56 @@ namespace {
 
 Path path_limit = Path::avx512;
 
+Path find_best_path()
+{
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")) {
+        return Path::avx512;
+    }
+    return __builtin_cpu_supports("avx2") ? Path::avx2 : Path::scalar;
+}
+
+// The path in use; null for the scalar one.
+const SimdPath* simd_path()
+{
+    switch (path_in_use()) {
+    case Path::avx512:
+        return &avx512_path;
+    case Path::avx2:
+        return &avx2_path;
+    default:
+        return nullptr;
+    }
+}
+
 } // namespace
 
 Path best_path()
 {
-    return Path::scalar;
+    static const Path best = find_best_path();
+    return best;
 }
 
 Path path_in_use()
 {
-    return path_limit < best_path() ? path_limit : best_path();
+    const Path best = best_path();
+    return path_limit < best ? path_limit : best;
 }
 
 void limit_path(Path most)
 {
     path_limit = most;
+}
+
+void fill_cos_sin(float step, int first, int count, float* pairs)
+{
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr) {
+        simd->fill_cos_sin(step, first, count, pairs);
+    } else {
+        fill_cos_sin_by<DoublePair>(step, first, count, pairs);
+    }
 }
 
 void transform_real(Direction d, Index n, const float* p, float* q, float* params)
@@ -36,6 +75,10 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
     float* const scratch = params;
     const float* const twiddles = params + n;
     const Factors factors = read_real_record(n, params + 2 * n);
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr && simd->real(d, factors, p, q, scratch, twiddles)) {
+        return;
+    }
     if (d == Direction::forward) {
         run_real<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     } else {
@@ -54,10 +97,39 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
     float* const scratch = params;
     const float* const twiddles = params + 2 * n;
     const Factors factors = read_complex_record(n, params + 4 * n);
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr && simd->complex(d, factors, p, q, scratch, twiddles)) {
+        return;
+    }
     if (d == Direction::forward) {
         run_complex<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
     } else {
         run_complex<Direction::backward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
+    }
+}
+
+// Many columns at a time where the processor has wide registers and there is
+// memory for it, else one by one.
+void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
+                       float* params, float* work)
+{
+    const SimdPath* const simd = simd_path();
+    float* const block = simd != nullptr && n > 1 ? core::take_work<float>(column_work(m)) : nullptr;
+    if (block != nullptr) {
+        simd->columns(d, read_complex_record(m, params + 4 * m), n, p, ldp, q, ldq, block, params + 2 * m);
+        core::give_back_work(block);
+        return;
+    }
+    for (Index c = 0; c < n; ++c) {
+        for (Index r = 0; r < m; ++r) {
+            work[2 * r] = p[2 * (r * ldp + c)];
+            work[2 * r + 1] = p[2 * (r * ldp + c) + 1];
+        }
+        transform_complex(d, m, work, work, params);
+        for (Index r = 0; r < m; ++r) {
+            q[2 * (r * ldq + c)] = work[2 * r];
+            q[2 * (r * ldq + c) + 1] = work[2 * r + 1];
+        }
     }
 }
 

@@ -18,5 +18,10 @@ void limit_path(Path most);
 void transform_real(Direction d, Index n, const float* p, float* q, float* params);
 // The same for n complex values, 2n floats; params: a table of 4n + 15 floats.
 void transform_complex(Direction d, Index n, const float* p, float* q, float* params);
+// Each of n columns of m >= 2 complex values, with the column dimensions ldp and
+// ldq, from p to the same column of q, which is p or does not overlap it. params:
+// a table for m; work: m complex values.
+void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
+                       float* params, float* work);
 
 } // namespace zavo::fft

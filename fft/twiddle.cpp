@@ -1,10 +1,9 @@
 // Twiddle values: see cos_sin.hpp for the method. Here stand the careful
-// evaluation of doubtful values and the scalar faces.
+// evaluation of doubtful values and the scalar face.
 
 #include "fft/twiddle.hpp"
 
 #include "fft/cos_sin.hpp"
-#include "fft/twiddle_block.hpp"
 
 namespace zavo::fft {
 
@@ -115,11 +114,6 @@ CosSin careful_cos_sin(double x)
 CosSin cos_sin(double x)
 {
     return careful_cos_sin(x);
-}
-
-void fill_cos_sin(float step, int first, int count, float* pairs)
-{
-    fill_cos_sin_by<DoublePair>(step, first, count, pairs);
 }
 
 } // namespace zavo::fft

@@ -7,6 +7,8 @@
 
 namespace zavo::fft {
 
+namespace { // compiled for several instruction sets: see shape.hpp
+
 // D: vector of `width` doubles, I: of as many 64-bit integers, F: of floats.
 template <int bytes>
 struct DoubleLanes {
@@ -64,5 +66,7 @@ void fill_cos_sin_by(float step, int first, int count, float* pairs)
         std::memcpy(pairs + 2 * done, values, static_cast<std::size_t>(2 * wanted) * sizeof(float));
     }
 }
+
+} // namespace
 
 } // namespace zavo::fft

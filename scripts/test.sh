@@ -21,6 +21,18 @@ test_script() {
     build_linux
     say "script tests"
     run_script_tests "$PWD/dist"
+    say "script tests, with the C interface of Tcl 8.5"
+    cmake --build --preset release --target tcl85_interface
+    run_script_tests "$PWD/dist" \
+        ZAVO_TCL85_INTERFACE="$PWD/build/release/tests/libtcl85_interface.so"
+}
+
+# Results to the bit, against the committed ones; the Windows suite compares
+# with the same.
+test_golden() {
+    build_linux -DZAVO_BUILD_TESTS=ON
+    say "golden results"
+    TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden
 }
 
 # The same unit and script suites under the sanitizers. The interpreter itself
@@ -58,6 +70,7 @@ run_suite() {
     case "$1" in
     unit) test_unit ;;
     script) test_script ;;
+    golden) test_golden ;;
     sanitize) test_sanitize ;;
     fuzz) test_fuzz ;;
     windows) bash scripts/windows.sh test ;;
@@ -69,7 +82,7 @@ run_suite() {
 }
 
 # A suite whose script is not part of the tree is not offered.
-suites=(unit script sanitize)
+suites=(unit script golden sanitize)
 for optional in windows package docs lint; do
     [[ -f scripts/$optional.sh ]] && suites+=("$optional")
 done

@@ -2,6 +2,9 @@
 package require Tcl 8.5
 package require tcltest 2.2
 namespace import ::tcltest::test ::tcltest::cleanupTests ::tcltest::testConstraint
+if {[info exists ::env(ZAVO_TCL85_INTERFACE)]} {
+    load $::env(ZAVO_TCL85_INTERFACE) Tclinterface
+}
 package require morvel
 package require zavo
 

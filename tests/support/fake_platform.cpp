@@ -1,6 +1,7 @@
 #include "tests/support/fake_platform.hpp"
 
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 namespace zavo::test {
@@ -66,6 +67,11 @@ void* console()
 void write_console(void* console, const char* text, std::size_t length)
 {
     static_cast<test::FakePlatform*>(console)->console_text.append(text, length);
+}
+
+void* allocate_large(std::size_t bytes)
+{
+    return std::malloc(bytes);
 }
 
 bool clock_time(std::tm* now)

@@ -1,0 +1,30 @@
+// The code paths that are compiled for one instruction set each.
+#pragma once
+
+#include "fft/factors.hpp"
+
+namespace zavo::fft {
+
+struct SimdPath {
+    // As run_real and run_complex with first = 0; false when the path has nothing
+    // for this length.
+    bool (*real)(Direction, const Factors&, const float* p, float* q, float* scratch, const float* twiddles);
+    bool (*complex)(Direction, const Factors&, const float* p, float* q, float* scratch,
+                    const float* twiddles);
+    // Complex transforms of length factors.n of n columns, by rows with the column
+    // dimensions ldp and ldq. work: column_work(factors.n) floats.
+    void (*columns)(Direction, const Factors&, Index n, const float* p, Index ldp, float* q, Index ldq,
+                    float* work, const float* twiddles);
+    // fill_cos_sin of twiddle.hpp.
+    void (*fill_cos_sin)(float step, int first, int count, float* pairs);
+};
+
+inline std::size_t column_work(Index m)
+{
+    return count_of_floats(m, 64, 0);
+}
+
+extern const SimdPath avx2_path;
+extern const SimdPath avx512_path;
+
+} // namespace zavo::fft
