@@ -118,6 +118,17 @@ double read_unsigned(const char* text)
     return error == std::errc{} ? value : -1.0;
 }
 
+// A value that is not negative, to the nearest float, also beyond their range.
+float nearest_float(double value)
+{
+    constexpr double greatest = std::numeric_limits<float>::max();
+    constexpr double halfway = 0x1.ffffffp127; // from here on the nearest is infinity
+    if (!(value > greatest)) {
+        return static_cast<float>(value);
+    }
+    return value < halfway ? std::numeric_limits<float>::max() : std::numeric_limits<float>::infinity();
+}
+
 } // namespace
 
 int format_fixed(float value, char* text)
@@ -154,19 +165,6 @@ int format_fixed(float value, char* text)
     }
     text[length + 7] = '\0';
     return length + 7;
-}
-
-float nearest_float(double value)
-{
-    constexpr double greatest = std::numeric_limits<float>::max();
-    constexpr double halfway = 0x1.ffffffp127; // from here on the nearest is infinity
-    const double size = value < 0.0 ? -value : value;
-    if (!(size > greatest)) {
-        return static_cast<float>(value);
-    }
-    const float rounded =
-        size < halfway ? std::numeric_limits<float>::max() : std::numeric_limits<float>::infinity();
-    return value < 0.0 ? -rounded : rounded;
 }
 
 float read_float(const char* text)

@@ -18,7 +18,4 @@ int format_fixed(float value, char* text);
 // rounded to double and then to float. Does not depend on the locale.
 float read_float(const char* text);
 
-// The nearest float, also beyond the range of floats.
-float nearest_float(double value);
-
 } // namespace zavo::minimize

@@ -25,23 +25,6 @@ bool is_plain_word(const char* word)
     return word[0] != '\0' && std::strspn(word, harmless) == std::strlen(word);
 }
 
-// A result that is a double without a text yet, which is what expr leaves,
-// where its text would give it back to the last bit. Making and reading that
-// text takes longer than many a procedure.
-bool take_double(Tcl_Interp* interp, double* value)
-{
-    static const Tcl_ObjType* const double_type = Tcl_GetObjType("double");
-    Tcl_Obj* const result = Tcl_GetObjResult(interp);
-    if (result->bytes != nullptr || result->typePtr != double_type || double_type == nullptr) {
-        return false;
-    }
-    const char* const precision = Tcl_GetVar(interp, "tcl_precision", TCL_GLOBAL_ONLY);
-    const bool exact =
-        precision != nullptr && (std::strcmp(precision, "0") == 0 || std::strcmp(precision, "17") == 0);
-    // A NaN is refused here and goes by its text.
-    return exact && Tcl_GetDoubleFromObj(nullptr, result, value) == TCL_OK;
-}
-
 // While the procedure runs it is user code to the library, and what its own
 // calls of the library post stays behind when it is done.
 class UserCode {
@@ -126,9 +109,7 @@ float ScriptObjective::value(int n, const float* x)
         call_by_script(n, x);
     }
     running_ = this;
-    double value = 0.0;
-    return take_double(interp_, &value) ? minimize::nearest_float(value)
-                                        : minimize::read_float(Tcl_GetStringResult(interp_));
+    return minimize::read_float(Tcl_GetStringResult(interp_));
 }
 
 void ScriptObjective::call_by_words(int n, const float* x)
