@@ -66,7 +66,8 @@ void check_counts(const DriverCall& call)
     }
 }
 
-void check_bounds(const DriverCall& call)
+// True when bounds cross, which has been posted then.
+bool bounds_crossed(const DriverCall& call)
 {
     for (int i = 0; i < call.nvar; ++i) {
         if (call.xlb[i] > call.xub[i]) {
@@ -74,9 +75,10 @@ void check_bounds(const DriverCall& call)
             zavo_error_set_real(1, call.xlb[i]);
             zavo_error_set_real(2, call.xub[i]);
             zavo_error_post(ZAVO_TERMINAL, bounds_cross);
-            return;
+            return true;
         }
     }
+    return false;
 }
 
 // Posts the first fault found.
@@ -95,13 +97,8 @@ void check(const DriverCall& call)
     } else if (!(call.accuracy >= 0.0F)) {
         zavo_error_set_real(1, call.accuracy);
         zavo_error_post(ZAVO_TERMINAL, bad_accuracy);
-    } else if (call.eval_limit < 1) {
-        check_bounds(call);
-        if (core::pending_type() == 0) {
-            post_one(bad_evaluation_limit, call.eval_limit);
-        }
-    } else {
-        check_bounds(call);
+    } else if (!bounds_crossed(call) && call.eval_limit < 1) {
+        post_one(bad_evaluation_limit, call.eval_limit);
     }
 }
 
@@ -248,7 +245,7 @@ void ConstrainedCall::read(core::OptionReader& options)
 {
     while (const int code = options.next()) {
         switch (code) {
-        // clang-format off
+            // clang-format off
             case ZAVO_ACCURACY:              accuracy_ = static_cast<float>(options.take<double>());  break;
             case ZAVO_START_POINT:           start_option_ = options.take<const float*>();            break;
             case ZAVO_FUNCTION_EVAL_LIMIT:   eval_limit_ = options.take<int>();                       break;
