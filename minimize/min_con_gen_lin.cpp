@@ -27,7 +27,9 @@ void post_one(ErrorCode code, int value)
 
 // ---- Drivers --------------------------------------------------------------------
 
-// What a driver is called with, scalars as values.
+// What a driver is called with, scalars as values. Shapes: a ncon x nvar by
+// columns, leading dimension lda; b ncon; xlb, xub, start, x, multipliers nvar;
+// active ncon + 2 nvar; work nvar^2 + 11 nvar + ncon.
 struct DriverCall {
     int nvar, ncon, neq;
     const float* a;
@@ -102,6 +104,8 @@ void check(const DriverCall& call)
     }
 }
 
+// How a run ended and what is posted for it. Types 1 and 4 leave the caller the
+// best point reached. The ninth status has a code for each driver.
 struct StatusRow {
     int status;
     int type;
@@ -245,7 +249,7 @@ void ConstrainedCall::read(core::OptionReader& options)
 {
     while (const int code = options.next()) {
         switch (code) {
-            // clang-format off
+        // clang-format off
             case ZAVO_ACCURACY:              accuracy_ = static_cast<float>(options.take<double>());  break;
             case ZAVO_START_POINT:           start_option_ = options.take<const float*>();            break;
             case ZAVO_FUNCTION_EVAL_LIMIT:   eval_limit_ = options.take<int>();                       break;
@@ -319,6 +323,8 @@ void ConstrainedCall::minimize()
     }
 }
 
+// The arrays go on by columns; whether they have to be turned back is known to
+// restore_matrix() also when a fault jumps out of here.
 void ConstrainedCall::drive()
 {
     const int report_interval = 0;
