@@ -147,7 +147,7 @@ Case make_case(const std::string& name, const std::string& procedure, const std:
 
 void add(const Case& timed)
 {
-    constexpr int repetitions = 60;
+    constexpr int repetitions = 1000;
     const auto with = [&](const std::string& name, auto function) {
         benchmark::RegisterBenchmark(name.c_str(), function)
             ->Iterations(1)
@@ -189,18 +189,17 @@ int main(int argc, char** argv)
     add(make_case("two", "rosenbrock", "rosenbrock", "-1.2 1", "x y"));
     add(make_case("four", "wood", "wood", "-3 -1 -3 -1", "a b c d"));
     add(make_case("two_by_script", "rosenbrock", "{{rosenbrock}}", "-1.2 1", "x y"));
-    benchmark::Initialize(&argc, argv);
-    ratio_report::Reporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    const bool good = reporter.print({
-        {"two variables: a call / Tcl_Eval of a ready string", "two/minimisation", "two/ready_string", 0.0},
-        {"two variables: a call / the same, result read", "two/minimisation", "two/ready_string_read", 0.0},
-        {"four variables: a call / Tcl_Eval of a ready string", "four/minimisation", "four/ready_string",
-         0.0},
-        {"four variables: a call / the same, result read", "four/minimisation", "four/ready_string_read",
-         0.0},
-        {"two variables, word in braces: a call / ready string", "two_by_script/minimisation",
-         "two_by_script/ready_string", 0.0},
-    });
-    return good ? 0 : 1;
+    return ratio_report::run(argc, argv,
+                             {
+                                 {"two variables: a call / Tcl_Eval of a ready string", "two/minimisation",
+                                  "two/ready_string", 0.0},
+                                 {"two variables: a call / the same, result read", "two/minimisation",
+                                  "two/ready_string_read", 0.0},
+                                 {"four variables: a call / Tcl_Eval of a ready string", "four/minimisation",
+                                  "four/ready_string", 0.0},
+                                 {"four variables: a call / the same, result read", "four/minimisation",
+                                  "four/ready_string_read", 0.0},
+                                 {"two variables, word in braces: a call / ready string",
+                                  "two_by_script/minimisation", "two_by_script/ready_string", 0.0},
+                             });
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -23,7 +22,11 @@ inline constexpr std::size_t max_name_length = 16;
 struct NameKey {
     std::uint64_t head = 0; // bytes 0..7, the first one highest; zero padded
     std::uint64_t tail = 0; // bytes 8..15
-    friend constexpr auto operator<=>(const NameKey&, const NameKey&) = default;
+    friend constexpr bool operator==(const NameKey&, const NameKey&) = default;
+    friend constexpr bool operator<(const NameKey& a, const NameKey& b)
+    {
+        return a.head != b.head ? a.head < b.head : a.tail < b.tail;
+    }
 };
 
 // None for a name that is too long for any table.
@@ -55,7 +58,8 @@ constexpr std::array<NameKey, n> keys_of(const std::array<Row, n>& table)
 template <std::size_t n>
 constexpr bool ascending(const std::array<NameKey, n>& keys)
 {
-    return std::adjacent_find(keys.begin(), keys.end(), [](auto a, auto b) { return a >= b; }) == keys.end();
+    return std::adjacent_find(keys.begin(), keys.end(),
+                              [](const NameKey& a, const NameKey& b) { return !(a < b); }) == keys.end();
 }
 
 // Row of `name` in a table with these ascending keys; null when there is none.

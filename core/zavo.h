@@ -281,7 +281,6 @@ int zavo_date_to_days(int day, int month, int year);
  * null when its part of the date is not wanted. */
 void zavo_days_to_date(int days, int* day, int* month, int* year);
 
-
 /* ---- Minimisation ------------------------------------------------------ */
 
 /* User functions. Unconstrained: returns f(x). Constrained: stores f(x) in *f.

@@ -131,16 +131,14 @@ void run_complex(const Factors& factors, int first, const float* p, float* q, fl
                  const float* twiddles)
 {
     const int passes = factors.count - first;
-    const Index group = factors.l1(first);
     const float* from = p;
     if (p == q && passes % 2 != 0) {
-        copy_values<Lanes>(2 * (factors.n / group), p, scratch);
+        copy_values<Lanes>(2 * (factors.after[first]), p, scratch);
         from = scratch;
     }
     for (int t = 0; t < passes; ++t) {
         const int which = first + t;
-        Shape shape = factors.shape(which);
-        shape.l1 /= group;
+        const Shape shape = factors.shape_within(first, which);
         float* const to = (passes - t) % 2 != 0 ? q : scratch;
         float* const other = to == q ? scratch : q;
         complex_pass<d, Lanes>(shape, from, to, other, twiddles + 2 * factors.twiddle_offset(which));

@@ -28,9 +28,6 @@ namespace zavo::fft {
 
 namespace {
 
-// How a product of spectra treats one frequency of X and Y.
-enum class Product { convolution, correlation };
-
 // ---- lengths --------------------------------------------------------------------
 
 std::int64_t convolution_length(std::int64_t nx, std::int64_t ny, bool periodic)
@@ -54,27 +51,6 @@ void pad(Index n, const float* values, Index nz, float* padded)
     std::memset(padded + n, 0, static_cast<std::size_t>(nz - n) * sizeof(float));
 }
 
-// zhat = X times Y (convolution) or X times conj Y, in the packed layout.
-template <Product kind>
-void multiply_spectra(Index nz, const float* x, const float* y, float* zhat)
-{
-    zhat[0] = x[0] * y[0];
-    for (Index i = 1; i + 1 < nz; i += 2) {
-        const float xr = x[i], xi = x[i + 1];
-        const float yr = y[i], yi = y[i + 1];
-        if constexpr (kind == Product::convolution) {
-            zhat[i] = xr * yr - xi * yi;
-            zhat[i + 1] = xi * yr + xr * yi;
-        } else {
-            zhat[i] = xr * yr + xi * yi;
-            zhat[i + 1] = xi * yr - xr * yi;
-        }
-    }
-    if (nz % 2 == 0) {
-        zhat[nz - 1] = x[nz - 1] * y[nz - 1];
-    }
-}
-
 // One problem with its storage; the padded sequences stand in xwork and ywork,
 // which may be one array.
 struct Buffers {
@@ -85,8 +61,7 @@ struct Buffers {
     float* table;
 };
 
-template <Product kind>
-void multiply_transforms(int mode, int nz, const Buffers& at)
+void multiply_transforms(Product kind, int mode, int nz, const Buffers& at)
 {
     if (mode == 0 || mode == 1) {
         FFTRI(&nz, at.table);
@@ -95,12 +70,9 @@ void multiply_transforms(int mode, int nz, const Buffers& at)
     if (at.ywork != at.xwork) {
         l_f2trf(&nz, at.ywork, at.ywork, at.table);
     }
-    multiply_spectra<kind>(nz, at.xwork, at.ywork, at.zhat);
+    multiply_spectra(kind, nz, at.xwork, at.ywork, at.zhat);
     l_f2trb(&nz, at.zhat, at.z, at.table);
-    const float divisor = static_cast<float>(nz);
-    for (Index i = 0; i < nz; ++i) {
-        at.z[i] /= divisor;
-    }
+    divide(nz, at.z, static_cast<float>(nz));
 }
 
 // ---- one call ----------------------------------------------------------------------
@@ -325,7 +297,7 @@ extern "C" void R2ONV(const int* mode, const int* nx, const float* x, const int*
     if (core::pending_type() == 0) {
         fft::pad(*nx, x, *nz, xwork);
         fft::pad(*ny, y, *nz, ywork);
-        fft::multiply_transforms<Product::convolution>(*mode, *nz, {z, zhat, xwork, ywork, table});
+        fft::multiply_transforms(Product::convolution, *mode, *nz, {z, zhat, xwork, ywork, table});
     }
     zavo_error_pop("R2ONV ");
 }
@@ -341,8 +313,8 @@ extern "C" void R2ORL(const int* mode, const int* nx, const float* x, const floa
         if (!alone) {
             fft::pad(*nx, y, *nz, ywork);
         }
-        fft::multiply_transforms<Product::correlation>(*mode, *nz,
-                                                       {z, zhat, xwork, alone ? xwork : ywork, table});
+        fft::multiply_transforms(Product::correlation, *mode, *nz,
+                                 {z, zhat, xwork, alone ? xwork : ywork, table});
     }
     zavo_error_pop("R2ORL ");
 }

@@ -8,6 +8,7 @@
 #include "fft/twiddle.hpp"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 
 namespace zavo::fft {
@@ -38,8 +39,13 @@ void append(Factors& factors, Index ip)
 
 void multiply_up(Factors& factors)
 {
+    factors.before[0] = 1;
     for (int i = 0; i < factors.count; ++i) {
         factors.before[i + 1] = factors.before[i] * factors.ip[i];
+    }
+    factors.after[factors.count] = 1;
+    for (int i = factors.count; i > 0; --i) {
+        factors.after[i - 1] = factors.after[i] * factors.ip[i - 1];
     }
 }
 
@@ -47,6 +53,7 @@ Factors factorise(Index n, const Trials& trials)
 {
     Factors factors;
     factors.n = n;
+    factors.count = 0;
     Index rest = n;
     for (Index trial_no = 0; rest != 1; ++trial_no) {
         Index ip = trial_no < 4 ? trials[static_cast<std::size_t>(trial_no)] : 2 * trial_no - 1;
@@ -61,35 +68,26 @@ Factors factorise(Index n, const Trials& trials)
     return factors;
 }
 
-int stored_int(float value)
+// A stored integer, rounded to nearest; 0 for what can be none.
+Index stored_int(float value)
 {
-    return static_cast<int>(value >= 0.0F ? value + 0.5F : value - 0.5F);
-}
-
-// Readable as an int: rules out NaN and what the conversion cannot hold.
-bool holds_int(float value)
-{
-    return value >= 0.0F && value < 2147483520.0F;
+    return value >= 0.0F && value < 2147483520.0F ? static_cast<Index>(value + 0.5F) : 0;
 }
 
 Factors read_record(Index n, const float* record, const Trials& trials)
 {
     Factors factors;
     factors.n = n;
-    Index rest = n;
-    factors.count = holds_int(record[1]) ? stored_int(record[1]) : 0;
-    if (factors.count > record_floats - 2) {
-        return factorise(n, trials);
-    }
-    for (int i = 0; i < factors.count; ++i) {
-        const Index ip = holds_int(record[2 + i]) ? stored_int(record[2 + i]) : 0;
-        if (ip < 2 || rest % ip != 0) {
-            return factorise(n, trials);
-        }
+    factors.count = static_cast<int>(stored_int(record[1]));
+    std::int64_t product = 1;
+    bool good = factors.count >= 1 && factors.count <= record_floats - 2;
+    for (int i = 0; good && i < factors.count; ++i) {
+        const Index ip = stored_int(record[2 + i]);
+        product *= ip;
+        good = ip >= 2 && (ip % 2 != 0 || ip <= 4) && product <= n;
         factors.ip[i] = ip;
-        rest /= ip;
     }
-    if (rest != 1) {
+    if (!good || product != n) {
         return factorise(n, trials);
     }
     multiply_up(factors);

@@ -10,21 +10,32 @@
 namespace zavo::fft {
 
 inline constexpr int record_floats = 15;
-inline constexpr int most_factors = 32;
+inline constexpr int most_factors = 20; // 3 to the 19th is the longest list of an int
 
 struct Factors {
-    Index n = 1;
-    int count = 0;
-    Index ip[most_factors] = {};
-    Index before[most_factors + 1] = {1}; // products of the factors before each
+    Index n;
+    int count;
+    Index ip[most_factors];
+    Index before[most_factors + 1]; // product of the factors before each
+    Index after[most_factors + 1];  // product of each and those behind it
 
     // l1 of a pass: the product of the factors before it.
     ZAVO_INLINE Index l1(int which) const { return before[which]; }
-    ZAVO_INLINE Index ido(int which) const { return n / before[which + 1]; }
+    ZAVO_INLINE Index ido(int which) const { return after[which + 1]; }
     ZAVO_INLINE Shape shape(int which) const { return {ido(which), l1(which), ip[which]}; }
+    // The same for one of the l1(first) transforms that the factors from `first`
+    // on make up.
+    ZAVO_INLINE Shape shape_within(int first, int which) const
+    {
+        Index inner = 1;
+        for (int i = first; i < which; ++i) {
+            inner *= ip[i];
+        }
+        return {ido(which), inner, ip[which]};
+    }
     // Where a factor's block starts in the real table's twiddle region; twice
     // that in the complex table's. The blocks before it hold n - n/l1 values.
-    ZAVO_INLINE Index twiddle_offset(int which) const { return n - n / l1(which); }
+    ZAVO_INLINE Index twiddle_offset(int which) const { return n - after[which]; }
 };
 
 // n as a product of 4, 3, 2, 5 and odd numbers, tried in the order of the kind

@@ -295,16 +295,14 @@ void run_real(const Factors& factors, int first, const float* p, float* q, float
               const float* twiddles)
 {
     const int passes = factors.count - first;
-    const Index group = factors.l1(first);
     const float* from = p;
     if (p == q && passes % 2 != 0) {
-        copy_values<Lanes>(factors.n / group, p, scratch);
+        copy_values<Lanes>(factors.after[first], p, scratch);
         from = scratch;
     }
     for (int t = 0; t < passes; ++t) {
         const int which = d == Direction::forward ? factors.count - 1 - t : first + t;
-        Shape shape = factors.shape(which);
-        shape.l1 /= group;
+        const Shape shape = factors.shape_within(first, which);
         float* const to = (passes - t) % 2 != 0 ? q : scratch;
         float* const other = to == q ? scratch : q;
         real_pass<d, Lanes>(shape, from, to, other, twiddles + factors.twiddle_offset(which));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fft/factors.hpp"
+#include "fft/spectrum_product.hpp"
 
 namespace zavo::fft {
 
@@ -15,6 +16,9 @@ struct SimdPath {
     // dimensions ldp and ldq. work: column_work(factors.n) floats.
     void (*columns)(Direction, const Factors&, Index n, const float* p, Index ldp, float* q, Index ldq,
                     float* work, const float* twiddles);
+    // As in transforms.hpp.
+    void (*multiply_spectra)(Product, Index n, const float* x, const float* y, float* z);
+    void (*divide)(Index n, float* values, float divisor);
     // fill_cos_sin of twiddle.hpp.
     void (*fill_cos_sin)(float step, int first, int count, float* pairs);
 };

@@ -46,7 +46,7 @@ inline Cut choose_cut(const Factors& factors, int parts)
     Cut best;
     int quality = 0;
     for (int first = 1; first < factors.count && factors.ip[first - 1] <= 5; ++first) {
-        const Cut cut{first, factors.l1(first), factors.n / factors.l1(first)};
+        const Cut cut{first, factors.l1(first), factors.after[first]};
         const bool fits = cut.rows * V * parts <= chunk_floats;
         const bool best_fits = best.rows * V * parts <= chunk_floats;
         const int found = cut_quality<V>(cut.group);
@@ -235,8 +235,7 @@ float* real_lanes(const Factors& factors, const Cut& cut, const float* source, f
     const int passes = factors.count - cut.first;
     for (int t = 0; t < passes; ++t) {
         const int which = d == Direction::forward ? factors.count - 1 - t : cut.first + t;
-        Shape shape = factors.shape(which);
-        shape.l1 /= cut.group;
+        const Shape shape = factors.shape_within(cut.first, which);
         real_pass<d, typename LanesOf<w>::Type>(shape, t == 0 ? source : from, to, from,
                                                 twiddles + factors.twiddle_offset(which));
         float* const swap = from;
@@ -254,8 +253,7 @@ float* complex_lanes(const Factors& factors, const Cut& cut, float* from, float*
 {
     using Lanes = typename LanesOf<w>::Type;
     for (int which = cut.first; which < factors.count; ++which) {
-        Shape shape = factors.shape(which);
-        shape.l1 /= cut.group;
+        const Shape shape = factors.shape_within(cut.first, which);
         const float* const wa = twiddles + 2 * factors.twiddle_offset(which);
         if constexpr (w > 1) {
             if (result != nullptr && which + 1 == factors.count) {

@@ -133,4 +133,26 @@ void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp,
     }
 }
 
+void multiply_spectra(Product kind, Index n, const float* x, const float* y, float* z)
+{
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr) {
+        simd->multiply_spectra(kind, n, x, y, z);
+    } else {
+        multiply_spectra_scalar(kind, n, x, y, z);
+    }
+}
+
+void divide(Index n, float* values, float divisor)
+{
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr) {
+        simd->divide(n, values, divisor);
+        return;
+    }
+    for (Index i = 0; i < n; ++i) {
+        values[i] /= divisor;
+    }
+}
+
 } // namespace zavo::fft

@@ -1,7 +1,7 @@
 // The transforms without checks, through the fastest path that the processor has.
 #pragma once
 
-#include "fft/shape.hpp"
+#include "fft/spectrum_product.hpp"
 
 namespace zavo::fft {
 
@@ -23,5 +23,10 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
 // a table for m; work: m complex values.
 void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
                        float* params, float* work);
+
+// z = the product of the packed spectra x and y of n values; z may be x or y.
+void multiply_spectra(Product kind, Index n, const float* x, const float* y, float* z);
+// values[i] / divisor, in place.
+void divide(Index n, float* values, float divisor);
 
 } // namespace zavo::fft

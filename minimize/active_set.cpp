@@ -1,3 +1,15 @@
+// Linear constraints and the active set. Three things are done with Z, and no
+// other factor is stored; N is the matrix of active normals, Z1 the columns of Z
+// before `count`, Z2 those from there on:
+//
+//   multipliers    solve Z1' (g + N u) = 0, backwards, since Z1' N is upper
+//                  triangular; elements of it are products of a normal and a
+//                  column, made when they are needed
+//   direction      d = -Z2 Z2' g, the least of g.d + d.B d / 2 with N' d = 0,
+//                  B being the inverse of Z Z'
+//   shift          solve N' (Z1 y) = residuals, forwards
+//
+// A bound's normal has one element, so most of these products cost nothing.
 #include "minimize/active_set.hpp"
 
 #include "core/vector_kernels.h"
@@ -77,6 +89,8 @@ float Constraints::size(int k, const float* peak) const
 
 // ---- ActiveSet ------------------------------------------------------------------
 
+// The bounds of a fixed variable are one constraint; its upper one stands for
+// both and is never listed again.
 void ActiveSet::start()
 {
     for (int i = 0; i < n_; ++i) {
@@ -99,6 +113,8 @@ void ActiveSet::start()
     count_ = kept_ = listed_;
 }
 
+// v is the entering column of Z' N; its part from `count` on is what the normal
+// has outside the active ones.
 float ActiveSet::project(int k, float* v)
 {
     float free_part = 0.0F;
@@ -128,6 +144,8 @@ void ActiveSet::rotate_columns(int i, float* keep, float clear)
     l_vrot(n_, column(i), 1, column(i + 1), 1, c, s);
 }
 
+// From the last column upwards, so that each is cleared against its neighbour:
+//     v = (.. | x x x x)  ->  (.. | x x x 0)  ->  ..  ->  (.. | x 0 0 0)
 void ActiveSet::gather(float* v)
 {
     for (int i = n_ - 2; i >= count_; --i) {
@@ -191,6 +209,8 @@ void ActiveSet::remove(int place)
     list_[count_] = leaving;
 }
 
+// Backwards: column i is orthogonal to the normals before i's, so adding those
+// later leaves its product with `rest` at 0.
 void ActiveSet::multipliers(const float* g, float* u, float* rest)
 {
     if (rest != g) {
@@ -221,6 +241,8 @@ void ActiveSet::direction(const float* g, float* d)
     }
 }
 
+// Forwards: later columns are orthogonal to the normals before theirs, so adding
+// them leaves the residuals already taken to 0 alone.
 void ActiveSet::shift_to_boundaries(const float* x, float* shift)
 {
     for (int j = 0; j < n_; ++j) {

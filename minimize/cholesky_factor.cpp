@@ -96,6 +96,7 @@ void start_factor(int n, float f, const float* xscale, float fscale, bool scaled
     }
 }
 
+// Forwards by rows, then backwards, where row i is taken off what stands above it.
 void solve_step(int n, const float* l, const float* g, float* p)
 {
     for (int i = 0; i < n; ++i) {
@@ -111,6 +112,10 @@ void solve_step(int n, const float* l, const float* g, float* p)
     }
 }
 
+// The new factor is J = L + (y - alpha L t) t' / (alpha t.t), alpha = sqrt(s.y) / |t|,
+// t = L's, brought back to triangular form; J J' is the BFGS update of L L'.
+// With t scaled by 1 / (sqrt(s.y) |t|) that is L + w t', whose transpose has the
+// form that add_rank_one() takes.
 void update_factor(int n, float* l, const float* s, const float* y, const float* g, const float* g_new,
                    float tolerance, float* t, float* w)
 {

@@ -4,6 +4,26 @@
 // M. J. D. Powell: A tolerant algorithm for linearly constrained optimization
 // calculations, Mathematical Programming 45 (1989) 547-566.
 //
+// Outer procedure: find a point that satisfies the constraints; then, again and
+// again, minimise at the present tolerance and reduce the tolerance, until it is
+// the accuracy of the data or no constraint is active.
+//
+// Minimisation phase, at a tolerance:
+//   a. active set and direction d brought up to date      TolerantSet::direction
+//   b. Kuhn-Tucker residual within the accuracy: converged
+//   c. d does not lead downhill: rounding errors have won
+//   d. the last step did not reduce f: no reduction
+//   e. evaluation limit
+//   f. f hardly falls compared with the first step here: time for a smaller tolerance
+//   g. line search along d
+//   h. no step: as c or d
+//   j. curvature learnt; the constraint that cut the step made active
+//
+// Line search: f falls by at least 0.1 of what the slope promises and the slope
+// rises to 0.7 of what it was. f = x^2 from x = -2, d = 4: the first trial, at 2,
+// is no lower; the quadratic through both asks for half the step, x = 0, and is
+// right.
+//
 // Glossary: x f g, point, value, gradient; d, search direction; xs gs, point
 // and gradient where a line search starts; slope, derivative along d; lo and hi,
 // the ends of its bracket.
@@ -168,7 +188,8 @@ private:
         }
     }
 
-    // The tests b to d; the status says which one is met.
+    // The tests b to d; the status says which one is met. At the last tolerance
+    // one step without a reduction is forgiven.
     bool should_stop(const Direction& found, float f_before, float last_drop)
     {
         const bool final_tolerance = set_.tolerance() <= set_.data_accuracy() || set_.active() < 1;
@@ -250,6 +271,10 @@ private:
     };
 
     // The step to try behind `now`; 0 to end the search.
+    // `now` becomes an end of the bracket: the lower one when f fell enough, and
+    // then it may be accepted at once, else the upper one. Without an upper end
+    // the step grows by the secant of the slopes, at most tenfold; with one it
+    // goes to the least value of a quadratic, at least a tenth into the bracket.
     static float next_step(const Trial& now, int trials, float cap, float step_floor, Trial* lo, Trial* hi)
     {
         const float slope_before = lo->slope;
@@ -278,6 +303,7 @@ private:
         return lo->step + (part > 0.1F ? std::min(part, 0.9F) : 0.1F) * width;
     }
 
+    // Keeps the best trial; of equal values the one with the smaller slope.
     Trial try_step(float step)
     {
         go_to(step);
@@ -290,6 +316,8 @@ private:
         return now;
     }
 
+    // Rounding must not carry a variable over a bound: the function may have no
+    // value there.
     void go_to(float step)
     {
         for (int i = 0; i < n_; ++i) {

@@ -27,7 +27,9 @@ void post_one(ErrorCode code, int value)
 
 // ---- Drivers --------------------------------------------------------------------
 
-// What a driver is called with, scalars as values.
+// What a driver is called with, scalars as values. Shapes: a ncon x nvar by
+// columns, leading dimension lda; b ncon; xlb, xub, start, x, multipliers nvar;
+// active ncon + 2 nvar; work nvar^2 + 11 nvar + ncon.
 struct DriverCall {
     int nvar, ncon, neq;
     const float* a;
@@ -66,7 +68,8 @@ void check_counts(const DriverCall& call)
     }
 }
 
-void check_bounds(const DriverCall& call)
+// True when bounds cross, which has been posted then.
+bool bounds_crossed(const DriverCall& call)
 {
     for (int i = 0; i < call.nvar; ++i) {
         if (call.xlb[i] > call.xub[i]) {
@@ -74,9 +77,10 @@ void check_bounds(const DriverCall& call)
             zavo_error_set_real(1, call.xlb[i]);
             zavo_error_set_real(2, call.xub[i]);
             zavo_error_post(ZAVO_TERMINAL, bounds_cross);
-            return;
+            return true;
         }
     }
+    return false;
 }
 
 // Posts the first fault found.
@@ -95,16 +99,13 @@ void check(const DriverCall& call)
     } else if (!(call.accuracy >= 0.0F)) {
         zavo_error_set_real(1, call.accuracy);
         zavo_error_post(ZAVO_TERMINAL, bad_accuracy);
-    } else if (call.eval_limit < 1) {
-        check_bounds(call);
-        if (core::pending_type() == 0) {
-            post_one(bad_evaluation_limit, call.eval_limit);
-        }
-    } else {
-        check_bounds(call);
+    } else if (!bounds_crossed(call) && call.eval_limit < 1) {
+        post_one(bad_evaluation_limit, call.eval_limit);
     }
 }
 
+// How a run ended and what is posted for it. Types 1 and 4 leave the caller the
+// best point reached. The ninth status has a code for each driver.
 struct StatusRow {
     int status;
     int type;
@@ -322,6 +323,8 @@ void ConstrainedCall::minimize()
     }
 }
 
+// The arrays go on by columns; whether they have to be turned back is known to
+// restore_matrix() also when a fault jumps out of here.
 void ConstrainedCall::drive()
 {
     const int report_interval = 0;

@@ -19,6 +19,7 @@
 namespace zavo::minimize {
 namespace {
 
+// A search under its own name on the error stack, which a fault in it unwinds.
 template <class Gradient>
 void search_line(const char* name, Gradient gradient, const SearchPlace& place, int* return_code,
                  int* longest)
@@ -195,7 +196,7 @@ void UnconstrainedCall::read(core::OptionReader& options)
     const auto real_at = [&options] { return *options.take<const float*>(); };
     while (const int code = options.next()) {
         switch (code) {
-        // clang-format off
+            // clang-format off
             case ZAVO_START_POINT:             start_option_ = options.take<const float*>();  break;
             case ZAVO_FUNCTION_EVAL_LIMIT:     eval_limit_ = options.take<int>();              break;
             case ZAVO_GRADIENT_FUNCTION:       gradient_ = options.take<zavo_gradient_fn>();   break;
@@ -249,6 +250,8 @@ float* UnconstrainedCall::filled_block(const char* name, const float* values, fl
     return block;
 }
 
+// All of it belongs to the frame of the call but the solution, which goes to the
+// caller. The block of the iteration: eight vectors, then the factor.
 bool UnconstrainedCall::take_blocks()
 {
     const auto n = static_cast<std::size_t>(n_);
@@ -271,6 +274,7 @@ bool UnconstrainedCall::take_blocks()
     return true;
 }
 
+// Nothing is computed once an option was refused, n is below 1 or memory is short.
 void UnconstrainedCall::minimize()
 {
     if (core::pending_type() != 0 || !take_blocks()) {

@@ -119,7 +119,7 @@ double read_unsigned(const char* text)
 }
 
 // A value that is not negative, to the nearest float, also beyond their range.
-float narrow(double value)
+float nearest_float(double value)
 {
     constexpr double greatest = std::numeric_limits<float>::max();
     constexpr double halfway = 0x1.ffffffp127; // from here on the nearest is infinity
@@ -179,7 +179,7 @@ float read_float(const char* text)
     if (value < 0.0) {
         return 0.0F;
     }
-    return negative ? -narrow(value) : narrow(value);
+    return negative ? -nearest_float(value) : nearest_float(value);
 }
 
 } // namespace zavo::minimize

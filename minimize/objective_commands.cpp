@@ -1,3 +1,8 @@
+// Calls of a script procedure as an objective function. The words of a call are
+//     name x[0] x[1] ...
+// each number in fixed notation with six decimals. A plain name goes to
+// Tcl_EvalObjv: no text is put together or parsed, the interpreter keeps the
+// command that it found for the name, and the procedure gets the same texts.
 #include "minimize/script_objective.hpp"
 
 #include "core/error_stack.h"
@@ -68,6 +73,7 @@ ScriptObjective::~ScriptObjective()
     Tcl_Release(interp_);
 }
 
+// The word stands in the script as it is, so that it means the same as in a call.
 int ScriptObjective::count_variables(int* n)
 {
     Tcl_DString probe;
@@ -112,6 +118,7 @@ float ScriptObjective::value(int n, const float* x)
     return minimize::read_float(Tcl_GetStringResult(interp_));
 }
 
+// The return code is not looked at: whatever the result is, it is the value.
 void ScriptObjective::call_by_words(int n, const float* x)
 {
     words_[0] = name_;

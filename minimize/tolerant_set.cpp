@@ -1,3 +1,18 @@
+// Feasible points, search directions and curvature at a tolerance.
+//
+// Both searches below are quadratic programs in the metric of Z and are solved by
+// the same dual steps (ActiveSet::bring_in), which start from an active set with
+// multipliers of the right sign and add the worst violated constraint each time:
+//
+//   feasible point    least |s| with a.(x + s) <= b for all listed constraints;
+//                     all multipliers are 0 at first
+//   direction         least g.d + |d|^2 / 2 with a.d <= 0 for all near
+//                     constraints; active ones whose multipliers have the wrong
+//                     sign are dropped first
+//
+// |s| is the length of Z^-1 s. The value of the dual problem rises with every
+// constraint that comes in, so the same active set cannot come back, but for
+// rounding errors; a count of rounds ends those cases.
 #include "minimize/tolerant_set.hpp"
 
 #include "core/vector_kernels.h"
@@ -70,6 +85,8 @@ void TolerantSet::start(float* x)
     reset_magnitudes(x);
 }
 
+// Equalities that follow from those kept are left out: they hold wherever the
+// others do.
 bool TolerantSet::keep_equality(int k, float* x)
 {
     if (set_.keep_equality(k, x)) {
@@ -124,6 +141,7 @@ bool TolerantSet::crosses(int k, const float* d, float d_length, float* along) c
 
 // ---- Feasibility ----------------------------------------------------------------
 
+// Rounding errors in x are taken out where a bound says what x is.
 void TolerantSet::set_bounds(float* x)
 {
     for (int i = 0; i < set_.count(); ++i) {
@@ -202,6 +220,8 @@ int TolerantSet::most_violated(const float* x, float limit, float* measure)
     return found;
 }
 
+// Looser than what most_violated() works on: the best that can be had in float
+// may miss by a few rounding errors of the data.
 bool TolerantSet::all_satisfied(const float* x)
 {
     refresh_residuals(x);
@@ -216,6 +236,8 @@ bool TolerantSet::all_satisfied(const float* x)
     return true;
 }
 
+// A constraint that cannot be brought in is passed over, for those less violated;
+// whether it mattered shows at the end.
 bool TolerantSet::find_feasible(float* x, bool* moved)
 {
     settle_active(x, moved);
@@ -297,6 +319,8 @@ int TolerantSet::most_crossing(const float* x, const float* d, float limit, floa
     return found;
 }
 
+// The ratio of residual to speed, over constraints that are run towards. Near ones
+// are not, but for rounding errors, which crosses() knows.
 void TolerantSet::measure_cap(const float* x, const float* d, Direction* found) const
 {
     const float length = l_vnrm2(c_.n, d, 1);
@@ -316,6 +340,8 @@ void TolerantSet::measure_cap(const float* x, const float* d, Direction* found) 
     }
 }
 
+// The direction is made anew from the active set in every round, so that the
+// rounding errors of the dual steps do not add up.
 Direction TolerantSet::direction(const float* x, const float* g, float* d)
 {
     refresh_residuals(x);
@@ -365,6 +391,12 @@ void TolerantSet::scale_columns(float length)
     }
 }
 
+// With s in the direction of the first free column z (the columns are turned so
+// that it is) the BFGS formula for Z Z', the inverse Hessian, is
+//     z -> s / sqrt(s.y),    other columns c -> c - (y.c / s.y) s,
+// which keeps the products of active normals and columns, as s is orthogonal to
+// those normals. Too little curvature along s, against the rounding errors of
+// its length, teaches nothing.
 void TolerantSet::update(const float* g, const float* s, const float* y)
 {
     const int n = c_.n;
@@ -405,6 +437,9 @@ void TolerantSet::update(const float* g, const float* s, const float* y)
 
 // ---- Tolerance, results -------------------------------------------------------------
 
+// Below a tenth of what the active constraints miss, so that those are let go or
+// moved onto their boundaries; once they miss nothing, down to the accuracy of
+// the data at once.
 void TolerantSet::reduce_tolerance(const float* x)
 {
     refresh_residuals(x);

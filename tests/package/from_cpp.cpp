@@ -22,8 +22,8 @@ int main()
     const bool day = zavo_date_to_days(15, 10, 1582) == -115860;
     std::vector<float> x = {3, 1, 2};
     int nz = 0;
-    const std::unique_ptr<float, decltype(&std::free)> z(
-        zavo_f_convolution(3, x.data(), 3, x.data(), &nz, 0), &std::free);
+    const std::unique_ptr<float, decltype(&std::free)> z(zavo_f_convolution(3, x.data(), 3, x.data(), &nz, 0),
+                                                         &std::free);
     const bool convolved = z && nz >= 5 && z.get()[0] > 8.99F && z.get()[0] < 9.01F;
     std::cout << "C++ program: " << (plausible && day && convolved ? "good" : "wrong") << '\n';
     return plausible && day && convolved ? 0 : 1;

@@ -1,5 +1,7 @@
 #include "core/memory.hpp"
 
+#include "core/platform.hpp"
+
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -71,6 +73,27 @@ TEST(memory, a_result_array_frees_what_it_did_not_hand_over)
     ASSERT_TRUE(array.allocate(3));
     float* const handed = array.hand_over();
     std::free(handed);
+}
+
+// Blocks of many megabytes come from the system another way.
+TEST(memory, large_blocks_are_malloc_blocks_too)
+{
+    namespace platform = zavo::platform;
+    const std::size_t sizes[] = {platform::large_block - 1, platform::large_block, platform::large_block + 1,
+                                 3 * platform::large_block + 12345};
+    for (const std::size_t bytes : sizes) {
+        auto* block = static_cast<unsigned char*>(allocate(bytes, 1));
+        ASSERT_NE(block, nullptr);
+        for (std::size_t i = 0; i < bytes; i += 1000) {
+            block[i] = static_cast<unsigned char>(i / 1000);
+        }
+        block[bytes - 1] = 77;
+        block = static_cast<unsigned char*>(reallocate(block, 2 * bytes));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(block[bytes - 1], 77);
+        EXPECT_EQ(block[4000000], static_cast<unsigned char>(4000));
+        std::free(block);
+    }
 }
 
 } // namespace
