@@ -102,6 +102,11 @@ void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const f
 {
     using L = typename Lanes::Value;
     constexpr Index stride = Lanes::stride;
+    if constexpr (requires { Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step); }) {
+        Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step);
+        sum_slots<Lanes>(slab, ip, x, y);
+        return;
+    }
     const auto sine = [](float value) { return d == Direction::forward ? -value : value; };
     for (Index l = 1; l < (ip + 1) / 2; ++l) {
         float* const cosines = y + stride * slab * l;

@@ -424,6 +424,24 @@ bool try_scalar_real(Direction d, const Factors& factors, const float* p, float*
     return true;
 }
 
+// Offsets into the table have to fit an int.
+constexpr Index most_looked_up = Index{1} << 28;
+
+template <int V>
+bool try_scalar_complex(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
+                        const float* twiddles)
+{
+    if (factors.ip[factors.count - 1] < large_radix || factors.n > most_looked_up) {
+        return false;
+    }
+    if (d == Direction::forward) {
+        run_complex<Direction::forward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
+    } else {
+        run_complex<Direction::backward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
+    }
+    return true;
+}
+
 // ---- the faces: false when the length is not one for this path --------------------------------
 
 template <int V>
@@ -448,7 +466,7 @@ bool try_complex(Direction d, const Factors& factors, const float* p, float* q, 
 {
     const Cut cut = choose_cut<V>(factors, 2);
     if (cut.first == 0) {
-        return false;
+        return try_scalar_complex<V>(d, factors, p, q, scratch, twiddles);
     }
     if (d == Direction::forward) {
         complex_whole<Direction::forward, V>(factors, cut, p, q, scratch, twiddles);

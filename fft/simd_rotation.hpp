@@ -55,7 +55,57 @@ ZAVO_INLINE void rotate_run(Index slab, Index ip, const Rotation<Vector<V>>* by_
     }
 }
 
-// ScalarLanes with the sums of the general real pass taken V slots at a time.
+// Places of floats in a table.
+template <int V>
+struct Offsets {
+    typedef int Type __attribute__((vector_size(4 * V)));
+};
+
+template <int V>
+ZAVO_INLINE Vector<V> look_up(const float* table, typename Offsets<V>::Type at)
+{
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        return (Vector<16>)_mm512_mask_i32gather_ps(_mm512_setzero_ps(), 0xFFFF, (__m512i)at, table,
+                                                    sizeof(float));
+    }
+#endif
+    if constexpr (V == 8) {
+        return (Vector<8>)_mm256_i32gather_ps(table, (__m256i)at, sizeof(float));
+    }
+}
+
+// The output slots l .. l + V - 1 of the two values x[0] and x[1] of every slot, by
+// the rotations in the table: see rotate_complex_sums. Slots beyond `half` come out
+// as copies of slot 1.
+template <Direction d, int V>
+ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, const float* wa, int step,
+                             Vector<V>* cosines, Vector<V>* sines)
+{
+    using O = typename Offsets<V>::Type;
+    const Index half = (ip - 1) / 2;
+    const int turn = step * static_cast<int>(ip);
+    O advance;
+    for (int t = 0; t < V; ++t) {
+        advance[t] = step * static_cast<int>(l + t <= half ? l + t : 1);
+    }
+    O at = advance - step;
+    for (Index j = 1; j <= half; ++j) {
+        const Vector<V> wr = look_up<V>(wa, at);
+        const Vector<V> w = look_up<V>(wa + 1, at);
+        const Vector<V> wi = d == Direction::forward ? -w : w;
+        for (int part = 0; part < 2; ++part) {
+            const float xj = x[slab * j + part];
+            const float xc = x[slab * (ip - j) + part];
+            cosines[part] = (j == 1 ? broadcast<V>(x[part]) : cosines[part]) + wr * xj;
+            sines[part] = j == 1 ? wi * xc : sines[part] + wi * xc;
+        }
+        at += advance;
+        at -= (at >= turn - step) & turn;
+    }
+}
+
+// ScalarLanes with the sums of the general passes taken V slots at a time.
 template <int V>
 struct WideScalarLanes : ScalarLanes {
     static void rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
@@ -73,6 +123,26 @@ struct WideScalarLanes : ScalarLanes {
                 for (Index t = 0; t < count; ++t) {
                     y[i + slab * (l + t)] = cosines[t / V][t % V];
                     y[i + slab * (ip - l - t)] = sines[t / V][t % V];
+                }
+            }
+        }
+    }
+
+    template <Direction d>
+    static void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
+                                    Index step)
+    {
+        const Index half = (ip - 1) / 2;
+        for (Index l = 1; l <= half; l += V) {
+            const Index count = half + 1 - l < V ? half + 1 - l : V;
+            for (Index i = 0; i < slab; i += 2) {
+                Vector<V> cosines[2], sines[2];
+                look_up_run<d, V>(slab, ip, l, x + i, wa, static_cast<int>(step), cosines, sines);
+                for (Index t = 0; t < count; ++t) {
+                    for (int part = 0; part < 2; ++part) {
+                        y[i + part + slab * (l + t)] = cosines[part][t];
+                        y[i + part + slab * (ip - l - t)] = sines[part][t];
+                    }
                 }
             }
         }

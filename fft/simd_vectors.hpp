@@ -33,6 +33,17 @@ ZAVO_INLINE void store(float* p, Vector<V> v)
     *reinterpret_cast<typename Register<V>::Unaligned*>(p) = v;
 }
 
+template <class T, std::size_t... I>
+ZAVO_INLINE T broadcast_to(float value, std::index_sequence<I...>)
+{
+    return T{(static_cast<void>(I), value)...};
+}
+template <int V>
+ZAVO_INLINE Vector<V> broadcast(float value)
+{
+    return broadcast_to<Vector<V>>(value, std::make_index_sequence<static_cast<std::size_t>(V)>{});
+}
+
 // ---- parts of registers ----------------------------------------------------------
 // Only the places first <= i < last of a register are read or written; the rest
 // is zero, and its memory need not exist.

@@ -9,42 +9,50 @@ proc numbers {n {seed 1}} {
     return $values
 }
 
+# Calls a command with float lists of the given values and further words, frees
+# the lists and returns the result.
+proc call {lists command args} {
+    set made {}
+    foreach values $lists {
+        lappend made [dynlist create float $values]
+    }
+    set status [catch {$command {*}$made {*}$args} result]
+    dynlist free {*}$made
+    return -code $status $result
+}
+
 foreach n {1 2 3 4 5 6 7 8 9 11 12 15 16 20 25 30 32 36 45 48 49 60 64 77 100 121} {
-    golden real-$n list "dynlist scope {zavo_fft_real \[dynlist create float \[numbers $n\]\]}"
-    golden real-back-$n list "dynlist scope {zavo_fft_real \[dynlist create float \[numbers $n\]\] BACKWARD}"
+    golden real-$n list [list call [list [numbers $n]] zavo_fft_real]
+    golden real-back-$n list [list call [list [numbers $n]] zavo_fft_real BACKWARD]
 }
 foreach n {128 210 243 256 480 625 1000 1009 1024 2310 4096 5000 10007 12000 65536 100000} {
-    golden real-$n digest "zavo_fft_real \[dynlist create float \[numbers $n\]\]"
-    golden real-back-$n digest "zavo_fft_real \[dynlist create float \[numbers $n\]\] BACKWARD"
+    golden real-$n digest [list call [list [numbers $n]] zavo_fft_real]
+    golden real-back-$n digest [list call [list [numbers $n]] zavo_fft_real BACKWARD]
 }
-golden real-nested list {
-    set inner [dynlist create list [list [dynlist create float [numbers 5]]]]
-    zavo_fft_real [dynlist create list [list $inner [dynlist create float [numbers 3]] [dynlist create float 7]]]
-}
+set inner [dynlist create list [list [dynlist create float [numbers 5]]]]
+set nested [dynlist create list [list $inner [dynlist create float [numbers 3]] [dynlist create float 7]]]
+golden real-nested list {zavo_fft_real $nested}
+dynlist free $nested
 foreach {m n} {1 1 1 6 6 1 2 3 4 4 5 7 8 10} {
-    golden matrix-$m-$n list "zavo_fft_2d_complex \[dynlist create float \[numbers [expr {2 * $m * $n}]\]\] $m $n"
-    golden matrix-back-$m-$n list \
-        "zavo_fft_2d_complex \[dynlist create float \[numbers [expr {2 * $m * $n}]\]\] $m $n BACKWARD"
+    set values [numbers [expr {2 * $m * $n}]]
+    golden matrix-$m-$n list [list call [list $values] zavo_fft_2d_complex $m $n]
+    golden matrix-back-$m-$n list [list call [list $values] zavo_fft_2d_complex $m $n BACKWARD]
 }
 foreach {m n} {16 17 33 64 60 100 101 48 128 128} {
-    golden matrix-$m-$n digest "zavo_fft_2d_complex \[dynlist create float \[numbers [expr {2 * $m * $n}]\]\] $m $n"
-    golden matrix-back-$m-$n digest \
-        "zavo_fft_2d_complex \[dynlist create float \[numbers [expr {2 * $m * $n}]\]\] $m $n BACKWARD"
+    set values [numbers [expr {2 * $m * $n}]]
+    golden matrix-$m-$n digest [list call [list $values] zavo_fft_2d_complex $m $n]
+    golden matrix-back-$m-$n digest [list call [list $values] zavo_fft_2d_complex $m $n BACKWARD]
 }
 foreach {nx ny} {1 1 3 5 4 4 8 3 13 13 30 20} {
     foreach command {convolution correlation} {
-        golden $command-$nx-$ny list \
-            "zavo_$command \[dynlist create float \[numbers $nx\]\] \[dynlist create float \[numbers $ny 7\]\]"
+        golden $command-$nx-$ny list [list call [list [numbers $nx] [numbers $ny 7]] zavo_$command]
     }
 }
-golden autocorrelation list {
-    set x [dynlist create float [numbers 24]]
-    zavo_correlation $x $x
-}
-golden convolution-1000 digest {
-    zavo_convolution [dynlist create float [numbers 1000]] [dynlist create float [numbers 900 7]]
-}
-golden empty text {zavo_fft_real [dynlist create float {}]}
-golden empty-matrix text {zavo_fft_2d_complex [dynlist create float {}] 0 3}
-golden empty-convolution text {zavo_convolution [dynlist create float {}] [dynlist create float 1]}
+set x [dynlist create float [numbers 24]]
+golden autocorrelation list {zavo_correlation $x $x}
+dynlist free $x
+golden convolution-1000 digest [list call [list [numbers 1000] [numbers 900 7]] zavo_convolution]
+golden empty text {call {{}} zavo_fft_real}
+golden empty-matrix text {call {{}} zavo_fft_2d_complex 0 3}
+golden empty-convolution text {call {{} 1} zavo_convolution}
 golden bad-datatype text {zavo_correlation [dynlist create int 1] [dynlist create float 1]}
