@@ -300,10 +300,15 @@ int ActiveSet::changes_of_multipliers(int k, const float* u)
     }
     c_.add_normal(k, 1.0F, r_);
     multipliers(r_, change_, r_);
+    // Changes that are rounding errors of zero must not count: the step to them
+    // would be anything.
+    const float negligible = dependent_part * c_.normal_length(k);
     int blocking = -1;
     for (int i = kept_; i < count_; ++i) {
-        if (change_[i] < 0.0F &&
-            (blocking < 0 || u[i] * change_[blocking] > u[blocking] * change_[i])) { // u/-change is least
+        if (!(-change_[i] * c_.normal_length(list_[i]) > negligible)) {
+            continue;
+        }
+        if (blocking < 0 || u[i] * change_[blocking] > u[blocking] * change_[i]) { // u / -change is least
             blocking = i;
         }
     }
