@@ -145,12 +145,12 @@ bool TolerantSet::near(int k, const float* x) const
     return left <= largest && left <= tolerance_ * c_.size(k, peak_);
 }
 
-// Does d run towards constraint k by more than rounding errors of it?
+// Does d run towards constraint k, more than rounding errors could make it?
 bool TolerantSet::crosses(int k, const float* d, float d_length, float* along) const
 {
     *along = c_.along(k, d);
     return *along > rounding * c_.absolute_along(k, d) &&
-           *along > 0.25F * rounding * d_length * c_.normal_length(k);
+           *along > parallel_part * d_length * c_.normal_length(k);
 }
 
 // ---- Feasibility ----------------------------------------------------------------
