@@ -23,10 +23,6 @@ namespace {
 
 constexpr float infinite = std::numeric_limits<float>::infinity();
 
-// A normal whose part outside the active normals is smaller than this, relative
-// to the whole, depends on them: the rest is rounding error.
-constexpr float dependent_part = 2e-5F;
-
 } // namespace
 
 // ---- Constraints --------------------------------------------------------------
@@ -129,7 +125,7 @@ float ActiveSet::project(int k, float* v)
 bool ActiveSet::depends(float free_part) const
 {
     const float whole = l_vdot(n_, v_, 1, v_, 1);
-    return !(free_part > dependent_part * dependent_part * whole);
+    return !(free_part > parallel_part * parallel_part * whole);
 }
 
 // Plane rotation of columns i and i + 1 that clears `clear` against *keep.
@@ -300,10 +296,15 @@ int ActiveSet::changes_of_multipliers(int k, const float* u)
     }
     c_.add_normal(k, 1.0F, r_);
     multipliers(r_, change_, r_);
+    // Changes that are rounding errors of zero must not count: the step to them
+    // would be anything.
+    const float negligible = parallel_part * c_.normal_length(k);
     int blocking = -1;
     for (int i = kept_; i < count_; ++i) {
-        if (change_[i] < 0.0F &&
-            (blocking < 0 || u[i] * change_[blocking] > u[blocking] * change_[i])) { // u/-change is least
+        if (!(-change_[i] * c_.normal_length(list_[i]) > negligible)) {
+            continue;
+        }
+        if (blocking < 0 || u[i] * change_[blocking] > u[blocking] * change_[i]) { // u / -change is least
             blocking = i;
         }
     }

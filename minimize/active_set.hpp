@@ -22,6 +22,11 @@
 
 namespace zavo::minimize {
 
+// A normal whose part outside the active normals is smaller than this, relative
+// to the whole, depends on them. A direction that runs towards a constraint by
+// less, relative to the lengths of both, runs along it.
+inline constexpr float parallel_part = 5e-6F;
+
 class Constraints {
 public:
     // a: ncon x n in column order with leading dimension lda.

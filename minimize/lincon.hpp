@@ -129,7 +129,7 @@ private:
         if (!make_feasible(constraints_clash)) {
             return false;
         }
-        set_.reset_magnitudes(x_);
+        set_.reset_magnitudes(x_); // the start may have been far away
         if (set_.kept() == n_) {
             status_ = all_fixed;
             return false;

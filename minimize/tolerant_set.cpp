@@ -78,9 +78,11 @@ void TolerantSet::start(float* x)
     accuracy_ = accuracy_of_data();
     tolerance_ = std::max(0.01F, 10.0F * accuracy_);
     set_.start();
+    start_size_ = 0.0F;
     for (int i = 0; i < c_.n; ++i) {
         u_[i] = i < set_.count() ? 1.0F : 0.0F;
         x[i] = c_.fixes(i) ? c_.bound(c_.upper(i)) : x[i];
+        start_size_ = std::max(start_size_, std::fabs(x[i]));
     }
     reset_magnitudes(x);
 }
@@ -93,7 +95,7 @@ bool TolerantSet::keep_equality(int k, float* x)
         return true;
     }
     // It follows from those kept, or contradicts them.
-    return std::fabs(c_.residual(k, x)) <= accuracy_ * c_.size(k, x);
+    return std::fabs(c_.residual(k, x)) <= accuracy_ * size_now(k, x);
 }
 
 void TolerantSet::note_magnitudes(const float* x)
@@ -124,6 +126,18 @@ float TolerantSet::residual(int k, const float* x) const
     return c_.is_bound(k) ? c_.residual(k, x) : residuals_[k - 1];
 }
 
+// The size of constraint k at x, with a little of the size of all x in it: the
+// rounding errors of one variable are those of all that it was solved from. Where
+// everything is 0, those of the way there are left.
+float TolerantSet::size_now(int k, const float* x) const
+{
+    float greatest = 0.0F;
+    for (int j = 0; j < c_.n; ++j) {
+        greatest = std::max(greatest, std::fabs(x[j]));
+    }
+    return c_.size(k, x) + c_.normal_length(k) * (0.01F * greatest + 1e-5F * start_size_);
+}
+
 // An infinite bound is never near.
 bool TolerantSet::near(int k, const float* x) const
 {
@@ -131,26 +145,23 @@ bool TolerantSet::near(int k, const float* x) const
     return left <= largest && left <= tolerance_ * c_.size(k, peak_);
 }
 
-// Does d run towards constraint k by more than rounding errors of it?
+// Does d run towards constraint k, more than rounding errors could make it?
 bool TolerantSet::crosses(int k, const float* d, float d_length, float* along) const
 {
     *along = c_.along(k, d);
     return *along > rounding * c_.absolute_along(k, d) &&
-           *along > 0.25F * rounding * d_length * c_.normal_length(k);
+           *along > parallel_part * d_length * c_.normal_length(k);
 }
 
 // ---- Feasibility ----------------------------------------------------------------
 
-// Rounding errors in x are taken out where a bound says what x is.
-void TolerantSet::set_bounds(float* x)
+// Rounding errors in x are taken out where an active bound says what x is.
+void TolerantSet::set_active_bounds(float* x)
 {
     for (int i = 0; i < set_.count(); ++i) {
         if (const int k = set_.constraint(i); c_.is_bound(k)) {
             x[c_.variable(k)] = c_.bound(k);
         }
-    }
-    for (int j = 0; j < c_.n; ++j) {
-        x[j] = c_.within(j, x[j]);
     }
 }
 
@@ -161,7 +172,7 @@ bool TolerantSet::active_settled(const float* x)
     refresh_residuals(x);
     for (int i = 0; i < set_.count(); ++i) {
         const int k = set_.constraint(i);
-        if (std::fabs(residual(k, x)) > rounding * c_.size(k, x)) {
+        if (std::fabs(residual(k, x)) > rounding * size_now(k, x)) {
             return false;
         }
     }
@@ -211,7 +222,7 @@ int TolerantSet::most_violated(const float* x, float limit, float* measure)
         if (!(left < 0.0F)) {
             continue;
         }
-        const float relative = -left / c_.size(k, x);
+        const float relative = -left / size_now(k, x);
         if (relative > rounding && relative > *measure && relative < limit) {
             *measure = relative;
             found = place;
@@ -228,7 +239,7 @@ bool TolerantSet::all_satisfied(const float* x)
     for (int place = 0; place < set_.listed(); ++place) {
         const int k = set_.constraint(place);
         const float left = residual(k, x);
-        const float allowed = accuracy_ * c_.size(k, x);
+        const float allowed = accuracy_ * size_now(k, x);
         if (left < -allowed || (place < set_.kept() && left > allowed)) {
             return false;
         }
@@ -236,37 +247,63 @@ bool TolerantSet::all_satisfied(const float* x)
     return true;
 }
 
-// A constraint that cannot be brought in is passed over, for those less violated;
-// whether it mattered shows at the end.
-bool TolerantSet::find_feasible(float* x, bool* moved)
+// Brings violated constraints in until none is left that can be. One that cannot
+// be brought in is passed over, for those less violated; whether it mattered
+// shows at the end. The dual method ends by itself; the count guards against
+// rounding errors that make it go round in circles.
+void TolerantSet::bring_violated_in(float* x, bool* moved)
 {
-    settle_active(x, moved);
-    std::fill_n(u_, c_.n, 0.0F);
     float limit = largest;
-    // The dual method ends by itself; the count guards against rounding errors
-    // that make it go round in circles.
     for (long round = 10L * (c_.n + set_.listed()); round > 0; --round) {
         float measure = 0.0F;
         const int place = most_violated(x, limit, &measure);
         if (place < 0) {
-            break;
+            return;
         }
-        const int k = set_.constraint(place);
-        if (set_.bring_in(place, -residual(k, x), u_, x)) {
-            limit = largest;
-        } else {
-            limit = measure;
-        }
+        const float violation = -residual(set_.constraint(place), x);
+        limit = set_.bring_in(place, violation, u_, x) ? largest : measure;
         *moved = true;
     }
-    if (*moved) { // what rounding errors have left
+}
+
+// Takes out what rounding errors have left of the active residuals; long steps,
+// as between nearly parallel constraints, leave more than one pass takes out.
+void TolerantSet::refine_active(float* x)
+{
+    for (int pass = 0; pass < 3 && !active_settled(x); ++pass) {
         set_.shift_to_boundaries(x, shift_);
         for (int j = 0; j < c_.n; ++j) {
             x[j] += shift_[j];
         }
-        set_bounds(x);
+        set_active_bounds(x);
     }
-    return all_satisfied(x);
+}
+
+// The bounds have the last word, by little: their residuals are exact, those of
+// the rows have rounding errors of their own. When that costs an active row too
+// much the next pass puts it right, and brings the bounds in that then are in
+// the way.
+bool TolerantSet::find_feasible(float* x, bool* moved)
+{
+    settle_active(x, moved);
+    std::fill_n(u_, c_.n, 0.0F);
+    for (int pass = 0; pass < 4; ++pass) {
+        if (pass > 0) {
+            refine_active(x);
+        }
+        bring_violated_in(x, moved);
+        if (*moved) {
+            set_active_bounds(x);
+            refine_active(x);
+        }
+        for (int j = 0; j < c_.n; ++j) {
+            x[j] = c_.within(j, x[j]);
+        }
+        if (all_satisfied(x)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // ---- Search direction -------------------------------------------------------------

@@ -85,12 +85,15 @@ public:
 private:
     void refresh_residuals(const float* x);
     float residual(int k, const float* x) const;
+    float size_now(int k, const float* x) const;
     bool near(int k, const float* x) const;
     bool crosses(int k, const float* d, float d_length, float* along) const;
     bool active_settled(const float* x);
     void settle_active(float* x, bool* moved);
-    void set_bounds(float* x);
+    void set_active_bounds(float* x);
     int most_violated(const float* x, float limit, float* measure);
+    void bring_violated_in(float* x, bool* moved);
+    void refine_active(float* x);
     bool all_satisfied(const float* x);
     void drop_wrong_signs(const float* g);
     int most_crossing(const float* x, const float* d, float limit, float* measure, float* along) const;
@@ -108,7 +111,8 @@ private:
     float* next_vector_;
     float accuracy_ = 1.0F; // relative accuracy of the data
     float tolerance_ = 0.01F;
-    float z_length_ = -1.0F; // least length that columns of Z should have; negative before the first update
+    float start_size_ = 0.0F; // greatest magnitude at the start
+    float z_length_ = -1.0F;  // least length that columns of Z should have; negative before the first update
 };
 
 } // namespace zavo::minimize

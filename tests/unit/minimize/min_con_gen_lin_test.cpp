@@ -2,6 +2,7 @@
 #include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -553,6 +554,103 @@ TEST(min_con, may_run_inside_a_function)
     };
     ASSERT_TRUE(call.run());
     EXPECT_NEAR(call.x[1], 2, 1e-2);
+}
+
+// Random convex problems with a point that is known to be feasible, many of them
+// degenerate: the result is feasible and the multipliers make the gradient of the
+// Lagrangian vanish.
+TEST(min_con, random_convex_problems_meet_the_conditions_of_kuhn_and_tucker)
+{
+    CapturedErrors errors;
+    std::mt19937 random(3);
+    const auto below = [&random](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    int refused = 0;
+    int met = 0;
+    constexpr int problems = 5000;
+    for (int t = 0; t < problems; ++t) {
+        Call call;
+        call.n = 1 + below(8);
+        call.ncon = below(10);
+        call.neq = below(std::min(call.ncon, call.n) + 1);
+        const int n = call.n;
+        call.f = [](int m, float* x, float* f) {
+            *f = 0;
+            for (int i = 0; i < m; ++i) {
+                const float away = x[i] - 0.3F * static_cast<float>(i);
+                *f += away * away + 0.1F * x[i] * x[(i + 1) % m];
+            }
+        };
+        call.gradient = [](int m, float* x, float* g) {
+            for (int i = 0; i < m; ++i) {
+                g[i] =
+                    2 * (x[i] - 0.3F * static_cast<float>(i)) + 0.1F * (x[(i + 1) % m] + x[(i + m - 1) % m]);
+            }
+        };
+        std::vector<float> feasible;
+        call.xlb.clear();
+        call.xub.clear();
+        call.start.clear();
+        for (int i = 0; i < n; ++i) {
+            call.xlb.push_back(static_cast<float>(-1 - below(3)));
+            call.xub.push_back(call.xlb[i] + static_cast<float>(below(5) == 0 ? 0 : 1 + below(4)));
+            feasible.push_back(call.xlb[i] + (call.xub[i] - call.xlb[i]) * static_cast<float>(below(5)) / 4);
+            call.start.push_back(static_cast<float>(below(2001) - 1000) / 100);
+        }
+        for (int k = 0; k < call.ncon; ++k) {
+            float right = 0;
+            for (int i = 0; i < n; ++i) {
+                call.a.push_back(static_cast<float>(below(5) - 2));
+                right += call.a.back() * feasible[i];
+            }
+            call.b.push_back(right +
+                             (k >= call.neq && below(3) != 0 ? 0.5F * static_cast<float>(below(4)) : 0));
+        }
+        const std::vector<float> a = call.a;
+        ASSERT_TRUE(call.run());
+        ASSERT_EQ(call.a, a);
+        const int code = zavo_error_code(1);
+        if (code == 8096) {
+            continue; // everything is fixed
+        }
+        if (code != 8088 && code != 8089 && code != 8090) {
+            ++refused;
+            continue;
+        }
+        ++met;
+        std::vector<float> rest(static_cast<std::size_t>(n));
+        call.gradient(n, call.x.data(), rest.data());
+        for (int i = 0; i < call.count; ++i) {
+            const int k = call.active[i];
+            const float u = call.multipliers[i];
+            for (int j = 0; j < n && k <= call.ncon; ++j) {
+                rest[j] += u * a[(k - 1) * n + j];
+            }
+            if (k > call.ncon) {
+                rest[(k - call.ncon - 1) % n] += k <= call.ncon + n ? -u : u;
+            }
+            const bool equality = k <= call.neq || (k > call.ncon + n && call.xlb[k - call.ncon - n - 1] ==
+                                                                             call.xub[k - call.ncon - n - 1]);
+            ASSERT_TRUE(equality || u >= -2e-3F) << "problem " << t;
+        }
+        for (int j = 0; j < n; ++j) {
+            ASSERT_NEAR(rest[j], 0, 2e-2) << "problem " << t;
+            ASSERT_GE(call.x[j], call.xlb[j]);
+            ASSERT_LE(call.x[j], call.xub[j]);
+        }
+        for (int k = 0; k < call.ncon; ++k) {
+            double left = -call.b[k];
+            double size = 1 + std::fabs(call.b[k]);
+            for (int j = 0; j < n; ++j) {
+                left += static_cast<double>(a[k * n + j]) * call.x[j];
+                size += std::fabs(a[k * n + j] * call.x[j]);
+            }
+            ASSERT_LE((k < call.neq ? std::fabs(left) : left) / size, 2e-5) << "problem " << t;
+        }
+    }
+    // Rounding errors make a feasible problem look inconsistent now and then,
+    // where normals are nearly parallel.
+    EXPECT_LE(refused, problems / 500);
+    EXPECT_GT(met, problems / 2);
 }
 
 } // namespace

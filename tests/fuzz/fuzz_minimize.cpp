@@ -1,0 +1,139 @@
+// The minimisers' input: texts that stand for numbers, and constrained problems
+// with any data. First byte even: the rest is a text; odd: it is a problem.
+//   A text must read as the number that the C library's strtod() finds, and any
+// float must come back from its text within its six decimals. A problem must end,
+// with a vector or an error, within its bounds and its limit of evaluations.
+#include "core/zavo.h"
+#include "minimize/number_text.hpp"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zavo::minimize;
+
+int evaluations;
+
+void require(bool good)
+{
+    if (!good) {
+        std::abort();
+    }
+}
+
+void check_text(const std::string& text)
+{
+    const float value = read_float(text.c_str());
+#ifdef __GLIBC__
+    const double other = std::strtod(text.c_str(), nullptr);
+    if (std::fabs(other) <= 3.4e38) {
+        require(value == static_cast<float>(other));
+    } else {
+        require(std::isnan(value) == std::isnan(other));
+    }
+#endif
+    char written[fixed_text_size];
+    require(static_cast<std::size_t>(format_fixed(value, written)) == std::strlen(written));
+    const float again = read_float(written);
+    require(std::isnan(value) ? std::isnan(again) : again == value || std::fabs(again - value) <= 6e-7F);
+}
+
+class Bytes {
+public:
+    Bytes(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
+    std::uint8_t byte() { return at_ < size_ ? data_[at_++] : 0; }
+    // Mostly small numbers that make sense together, sometimes any float at all.
+    float number()
+    {
+        const std::uint8_t first = byte();
+        if (first != 255) {
+            return (static_cast<float>(first) - 127.0F) / 16.0F;
+        }
+        std::uint8_t raw[4] = {byte(), byte(), byte(), byte()};
+        float value;
+        std::memcpy(&value, raw, sizeof value);
+        return value;
+    }
+    std::vector<float> numbers(int n)
+    {
+        std::vector<float> values;
+        for (int i = 0; i < n; ++i) {
+            values.push_back(number());
+        }
+        return values;
+    }
+
+private:
+    const std::uint8_t* data_;
+    std::size_t size_;
+    std::size_t at_ = 0;
+};
+
+void objective(int n, float* x, float* f)
+{
+    ++evaluations;
+    *f = 0.0F;
+    for (int i = 0; i < n; ++i) {
+        const float away = x[i] - 0.3F * static_cast<float>(i);
+        *f += away * away + 0.1F * x[i] * x[(i + 1) % n];
+    }
+}
+
+void gradient(int n, float* x, float* g)
+{
+    for (int i = 0; i < n; ++i) {
+        g[i] = 2.0F * (x[i] - 0.3F * static_cast<float>(i)) + 0.1F * (x[(i + 1) % n] + x[(i + n - 1) % n]);
+    }
+}
+
+void check_problem(Bytes bytes)
+{
+    const int n = 1 + bytes.byte() % 6;
+    const int ncon = bytes.byte() % 8;
+    const int neq = ncon > 0 ? bytes.byte() % (ncon + 1) : 0;
+    const bool own_gradient = bytes.byte() % 2 == 0;
+    std::vector<float> a = bytes.numbers(n * ncon);
+    const std::vector<float> before = a;
+    const std::vector<float> b = bytes.numbers(ncon);
+    const std::vector<float> start = bytes.numbers(n);
+    std::vector<float> xlb = bytes.numbers(n);
+    std::vector<float> xub = bytes.numbers(n);
+    for (int i = 0; i < n; ++i) { // crossing bounds are soon dealt with
+        xub[i] = xub[i] < xlb[i] ? xlb[i] : xub[i];
+    }
+    constexpr int limit = 60;
+    evaluations = 0;
+    float* const x = zavo_f_min_con_gen_lin(
+        objective, n, ncon, neq, a.data(), b.data(), xlb.data(), xub.data(), ZAVO_START_POINT, start.data(),
+        ZAVO_FUNCTION_EVAL_LIMIT, limit, ZAVO_CON_GRADIENT_FUNCTION, own_gradient ? gradient : nullptr, 0);
+    require(evaluations <= limit * (own_gradient ? 1 : n + 1));
+    require(a.empty() || std::memcmp(a.data(), before.data(), a.size() * sizeof(float)) == 0);
+    const int code = zavo_error_code(1);
+    const bool met = code == 8088 || code == 8089 || code == 8090 || code == 8094;
+    for (int i = 0; x != nullptr && met && i < n; ++i) {
+        require(!(x[i] < xlb[i]) && !(x[i] > xub[i]));
+    }
+    std::free(x);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_FATAL, 0, ZAVO_SET_PRINT, ZAVO_TERMINAL, 0, ZAVO_SET_STOP,
+                       ZAVO_FATAL, 0, ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);
+    if (size == 0) {
+        return 0;
+    }
+    if (data[0] % 2 == 0) {
+        check_text(std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
+    } else {
+        check_problem({data + 1, size - 1});
+    }
+    return 0;
+}
