@@ -222,8 +222,8 @@ void add_2d(int side, double limit)
 
 // ---- convolution --------------------------------------------------------------------------
 
-// Circular, in a series, so that table and work storage stand; beside two plans,
-// the product and the division.
+// Circular, by the worker as a later call of a series has it: table and work
+// storage stand. Beside two plans, the product and the division.
 void add_convolution(int n, double limit)
 {
     const std::size_t count = static_cast<std::size_t>(n);
@@ -231,12 +231,15 @@ void add_convolution(int n, double limit)
     float* const y = noise(2 * count) + count;
     float* const z = floats(count);
     float* const zhat = floats(count);
+    float* const work = floats(2 * count);
+    float* const table = floats(2 * count + 15);
+    FFTRI(&n, table);
     const std::string name = "convolution " + std::to_string(n);
     const double estimate = 3 * estimated_ns(n);
     add(name, estimate, [=] {
+        const int next_of_series = 2, periodic = 0;
         int nz = 0;
-        zavo_f_convolution(n, x, n, y, &nz, ZAVO_CIRCULAR, ZAVO_SERIES_NEXT, ZAVO_RETURN_USER, z,
-                           ZAVO_Z_TRANS_USER, zhat, 0);
+        R2ONV(&next_of_series, &n, x, &n, y, &periodic, &nz, z, zhat, work, work + n, table);
     });
     float* const xs = floats(count + 2);
     float* const ys = floats(count + 2);
