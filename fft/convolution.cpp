@@ -51,28 +51,46 @@ void pad(Index n, const float* values, Index nz, float* padded)
     std::memset(padded + n, 0, static_cast<std::size_t>(nz - n) * sizeof(float));
 }
 
-// One problem with its storage; the padded sequences stand in xwork and ywork,
-// which may be one array.
-struct Buffers {
-    float* z;
-    float* zhat;
-    float* xwork;
-    float* ywork;
-    float* table;
+bool overlap(const float* a, Index na, const float* b, Index nb)
+{
+    return a < b + nb && b < a + na;
+}
+
+// A sequence on its way to its spectrum.
+struct Sequence {
+    Index n;
+    const float* values;
+    float* work; // nz floats that receive the spectrum
 };
 
-void multiply_transforms(Product kind, int mode, int nz, const Buffers& at)
+// A transform from one array to another is faster than one in place, so padding
+// goes to `spare` when that may be overwritten.
+void transform_padded(const Sequence& sequence, int nz, float* spare, bool spare_is_free, float* table)
+{
+    const float* from = sequence.values;
+    if (sequence.n != nz) {
+        float* const padded = spare_is_free ? spare : sequence.work;
+        pad(sequence.n, sequence.values, nz, padded);
+        from = padded;
+    }
+    l_f2trf(&nz, from, sequence.work, table);
+}
+
+// zhat = X times Y, z = its backward transform over nz. y may be null: then it is x.
+void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence* y, float* z, float* zhat,
+              float* table)
 {
     if (mode == 0 || mode == 1) {
-        FFTRI(&nz, at.table);
+        FFTRI(&nz, table);
     }
-    l_f2trf(&nz, at.xwork, at.xwork, at.table);
-    if (at.ywork != at.xwork) {
-        l_f2trf(&nz, at.ywork, at.ywork, at.table);
+    const bool spare_is_free = y == nullptr || !overlap(zhat, nz, y->values, y->n);
+    transform_padded(x, nz, zhat, spare_is_free, table);
+    if (y != nullptr) {
+        transform_padded(*y, nz, zhat, true, table);
     }
-    multiply_spectra(kind, nz, at.xwork, at.ywork, at.zhat);
-    l_f2trb(&nz, at.zhat, at.z, at.table);
-    divide(nz, at.z, static_cast<float>(nz));
+    multiply_spectra(kind, nz, x.work, y != nullptr ? y->work : x.work, zhat);
+    l_f2trb(&nz, zhat, z, table);
+    divide(nz, z, static_cast<float>(nz));
 }
 
 // ---- one call ----------------------------------------------------------------------
@@ -295,9 +313,8 @@ extern "C" void R2ONV(const int* mode, const int* nx, const float* x, const int*
     zavo_error_push("R2ONV ");
     *nz = static_cast<int>(fft::convolution_length(*nx, *ny, *ipad == 0));
     if (core::pending_type() == 0) {
-        fft::pad(*nx, x, *nz, xwork);
-        fft::pad(*ny, y, *nz, ywork);
-        fft::multiply_transforms(Product::convolution, *mode, *nz, {z, zhat, xwork, ywork, table});
+        const fft::Sequence second{*ny, y, ywork};
+        fft::convolve(Product::convolution, *mode, *nz, {*nx, x, xwork}, &second, z, zhat, table);
     }
     zavo_error_pop("R2ONV ");
 }
@@ -308,13 +325,9 @@ extern "C" void R2ORL(const int* mode, const int* nx, const float* x, const floa
     zavo_error_push("R2ORL ");
     *nz = static_cast<int>(fft::correlation_length(*nx, *ipad % 2 == 0));
     if (core::pending_type() == 0) {
-        const bool alone = *ipad >= 2;
-        fft::pad(*nx, x, *nz, xwork);
-        if (!alone) {
-            fft::pad(*nx, y, *nz, ywork);
-        }
-        fft::multiply_transforms(Product::correlation, *mode, *nz,
-                                 {z, zhat, xwork, alone ? xwork : ywork, table});
+        const fft::Sequence second{*nx, y, ywork};
+        fft::convolve(Product::correlation, *mode, *nz, {*nx, x, xwork}, *ipad >= 2 ? nullptr : &second, z,
+                      zhat, table);
     }
     zavo_error_pop("R2ORL ");
 }

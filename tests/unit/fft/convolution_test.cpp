@@ -131,6 +131,24 @@ TEST(convolution, spectrum_is_that_of_the_result_times_its_length)
     EXPECT_LE(relative_error(zhat.data(), expected), 5e-6);
 }
 
+TEST(convolution, arrays_of_the_caller_may_be_one)
+{
+    for (const int n : {20, 13}) { // without padding and with
+        const auto x = noise(n, 1), y = noise(20, 2);
+        int nz = 0;
+        const Floats plain{zavo_f_convolution(n, x.data(), 20, y.data(), &nz, ZAVO_CIRCULAR, 0)};
+        for (int shared = 0; shared < 4; ++shared) {
+            std::vector<float> a(20), b = y, z(20), zhat(20);
+            std::copy(x.begin(), x.end(), a.begin());
+            float* const to = shared == 0 ? a.data() : shared == 1 ? b.data() : z.data();
+            float* const spectrum = shared == 2 ? a.data() : shared == 3 ? b.data() : zhat.data();
+            zavo_f_convolution(n, a.data(), 20, b.data(), &nz, ZAVO_CIRCULAR, ZAVO_RETURN_USER, to,
+                               ZAVO_Z_TRANS_USER, spectrum, 0);
+            EXPECT_EQ(std::memcmp(to, plain.get(), 20 * sizeof(float)), 0) << n << ' ' << shared;
+        }
+    }
+}
+
 TEST(convolution, a_series_gives_the_same_bits_as_single_calls)
 {
     const auto y = noise(50, 2);
