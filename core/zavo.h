@@ -227,13 +227,13 @@ enum zavo_fft_2d_option {
 f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ...);
 
 enum zavo_convolution_option {
-    ZAVO_CIRCULAR = 10030,      /* [] */
-    ZAVO_CORRELATE = 11070,     /* [] */
-    ZAVO_Z_TRANS = 11071,       /* [float** receives a new array] */
-    ZAVO_Z_TRANS_USER = 11072,  /* [float* array that receives the spectrum] */
-    ZAVO_SERIES_FIRST = 11073,  /* [] */
-    ZAVO_SERIES_NEXT = 11074,   /* [] */
-    ZAVO_SERIES_LAST = 11075    /* [] */
+    ZAVO_CIRCULAR = 10030,     /* [] */
+    ZAVO_CORRELATE = 11070,    /* [] */
+    ZAVO_Z_TRANS = 11071,      /* [float** receives a new array] */
+    ZAVO_Z_TRANS_USER = 11072, /* [float* array that receives the spectrum] */
+    ZAVO_SERIES_FIRST = 11073, /* [] */
+    ZAVO_SERIES_NEXT = 11074,  /* [] */
+    ZAVO_SERIES_LAST = 11075   /* [] */
 };
 
 /* The convolution z[k] = sum of x[j] y[k - j] of nx and ny reals, through the real
@@ -294,35 +294,35 @@ typedef void (*zavo_gradient_fn)(int n, float* x, float* g);
  * ZAVO_START_POINT, ZAVO_FUNCTION_EVAL_LIMIT and ZAVO_RETURN_USER [float*, n
  * values]. eps is zavo_f_machine(4), 2^-23. */
 enum zavo_minimize_option {
-    ZAVO_START_POINT = 10100,             /* [const float*, copied], zeros */
-    ZAVO_FUNCTION_EVAL_LIMIT = 10103,     /* [int], 400 */
+    ZAVO_START_POINT = 10100,         /* [const float*, copied], zeros */
+    ZAVO_FUNCTION_EVAL_LIMIT = 10103, /* [int], 400 */
     /* zavo_f_min_uncon_multivar */
-    ZAVO_GRADIENT_FUNCTION = 10105,       /* [zavo_gradient_fn], differences */
-    ZAVO_VARIABLE_SCALING = 10106,        /* [const float*, copied], ones; 1 / typical size of each x */
-    ZAVO_FUNCTION_SCALE = 10107,          /* [double], 1; typical size of f */
-    ZAVO_GRADIENT_TOLERANCE = 10108,      /* [double], sqrt(eps); scaled gradient */
-    ZAVO_STEP_TOLERANCE = 10109,          /* [double], eps^(2/3); scaled step */
-    ZAVO_RELATIVE_TOLERANCE = 10110,      /* [double], max(1e-10, eps^(2/3)); relative change of f */
-    ZAVO_STEP_LIMIT = 10111,              /* [double], computed from the start; longest scaled step */
-    ZAVO_GOOD_DIGITS = 10112,             /* [int], 7; reliable decimal digits of f */
-    ZAVO_ITERATION_LIMIT = 10113,         /* [int], 100 */
-    ZAVO_GRADIENT_EVAL_LIMIT = 10114,     /* [int], 400 */
-    ZAVO_HESSIAN_START = 10115,           /* [int], 0 identity; else a diagonal from the scales */
-    ZAVO_RESULT_VALUE = 10116,            /* [float*] receives f at the solution */
-    ZAVO_FUNCTION_SCALE_ADR = 11025,      /* [const float*] the same five, read through a pointer */
+    ZAVO_GRADIENT_FUNCTION = 10105,   /* [zavo_gradient_fn], differences */
+    ZAVO_VARIABLE_SCALING = 10106,    /* [const float*, copied], ones; 1 / typical size of each x */
+    ZAVO_FUNCTION_SCALE = 10107,      /* [double], 1; typical size of f */
+    ZAVO_GRADIENT_TOLERANCE = 10108,  /* [double], sqrt(eps); scaled gradient */
+    ZAVO_STEP_TOLERANCE = 10109,      /* [double], eps^(2/3); scaled step */
+    ZAVO_RELATIVE_TOLERANCE = 10110,  /* [double], max(1e-10, eps^(2/3)); relative change of f */
+    ZAVO_STEP_LIMIT = 10111,          /* [double], computed from the start; longest scaled step */
+    ZAVO_GOOD_DIGITS = 10112,         /* [int], 7; reliable decimal digits of f */
+    ZAVO_ITERATION_LIMIT = 10113,     /* [int], 100 */
+    ZAVO_GRADIENT_EVAL_LIMIT = 10114, /* [int], 400 */
+    ZAVO_HESSIAN_START = 10115,       /* [int], 0 identity; else a diagonal from the scales */
+    ZAVO_RESULT_VALUE = 10116,        /* [float*] receives f at the solution */
+    ZAVO_FUNCTION_SCALE_ADR = 11025,  /* [const float*] the same five, read through a pointer */
     ZAVO_GRADIENT_TOLERANCE_ADR = 11026,
     ZAVO_STEP_TOLERANCE_ADR = 11027,
     ZAVO_RELATIVE_TOLERANCE_ADR = 11028,
     ZAVO_STEP_LIMIT_ADR = 11029,
     /* zavo_f_min_con_gen_lin */
-    ZAVO_ACCURACY = 10053,                /* [double], sqrt(eps); norm of the Kuhn-Tucker residual */
-    ZAVO_OBJECTIVE_VALUE = 10125,         /* [float*] receives f at the solution */
-    ZAVO_CON_GRADIENT_FUNCTION = 10250,   /* [zavo_gradient_fn], differences */
-    ZAVO_ACTIVE_LIST = 11140,             /* [int**] receives the active list; the caller frees it */
-    ZAVO_ACTIVE_LIST_USER = 11141,        /* [int*] the caller's ncon + 2*nvar places for it */
-    ZAVO_ACTIVE_COUNT = 11142,            /* [int*] receives the number of active constraints */
-    ZAVO_MULTIPLIERS = 11143,             /* [float**] receives the multipliers; the caller frees them */
-    ZAVO_MULTIPLIERS_USER = 11144         /* [float*] the caller's nvar places for them */
+    ZAVO_ACCURACY = 10053,              /* [double], sqrt(eps); norm of the Kuhn-Tucker residual */
+    ZAVO_OBJECTIVE_VALUE = 10125,       /* [float*] receives f at the solution */
+    ZAVO_CON_GRADIENT_FUNCTION = 10250, /* [zavo_gradient_fn], differences */
+    ZAVO_ACTIVE_LIST = 11140,           /* [int**] receives the active list; the caller frees it */
+    ZAVO_ACTIVE_LIST_USER = 11141,      /* [int*] the caller's ncon + 2*nvar places for it */
+    ZAVO_ACTIVE_COUNT = 11142,          /* [int*] receives the number of active constraints */
+    ZAVO_MULTIPLIERS = 11143,           /* [float**] receives the multipliers; the caller frees them */
+    ZAVO_MULTIPLIERS_USER = 11144       /* [float*] the caller's nvar places for them */
 };
 
 /* Minimises a smooth function of n variables by a quasi-Newton method (BFGS,

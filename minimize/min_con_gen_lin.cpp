@@ -249,7 +249,7 @@ void ConstrainedCall::read(core::OptionReader& options)
 {
     while (const int code = options.next()) {
         switch (code) {
-            // clang-format off
+        // clang-format off
             case ZAVO_ACCURACY:              accuracy_ = static_cast<float>(options.take<double>());  break;
             case ZAVO_START_POINT:           start_option_ = options.take<const float*>();            break;
             case ZAVO_FUNCTION_EVAL_LIMIT:   eval_limit_ = options.take<int>();                       break;

@@ -196,7 +196,7 @@ void UnconstrainedCall::read(core::OptionReader& options)
     const auto real_at = [&options] { return *options.take<const float*>(); };
     while (const int code = options.next()) {
         switch (code) {
-        // clang-format off
+            // clang-format off
             case ZAVO_START_POINT:             start_option_ = options.take<const float*>();  break;
             case ZAVO_FUNCTION_EVAL_LIMIT:     eval_limit_ = options.take<int>();              break;
             case ZAVO_GRADIENT_FUNCTION:       gradient_ = options.take<zavo_gradient_fn>();   break;
