@@ -71,7 +71,10 @@ Factors factorise(Index n, const Trials& trials)
 // A stored integer, rounded to nearest; 0 for what can be none.
 Index stored_int(float value)
 {
-    return value >= 0.0F && value < 2147483520.0F ? static_cast<Index>(value + 0.5F) : 0;
+    // In double the sum is exact for every float below.
+    const double half_up = static_cast<double>(value) + 0.5;
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): defined so, and exact
+    return value >= 0.0F && value < 2147483520.0F ? static_cast<Index>(half_up) : 0;
 }
 
 Factors read_record(Index n, const float* record, const Trials& trials)

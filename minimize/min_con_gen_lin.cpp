@@ -248,8 +248,8 @@ private:
 void ConstrainedCall::read(core::OptionReader& options)
 {
     while (const int code = options.next()) {
-        switch (code) {
         // clang-format off
+        switch (code) {
             case ZAVO_ACCURACY:              accuracy_ = static_cast<float>(options.take<double>());  break;
             case ZAVO_START_POINT:           start_option_ = options.take<const float*>();            break;
             case ZAVO_FUNCTION_EVAL_LIMIT:   eval_limit_ = options.take<int>();                       break;
@@ -262,8 +262,8 @@ void ConstrainedCall::read(core::OptionReader& options)
             case ZAVO_MULTIPLIERS:           multipliers_option_ = options.take<float**>();           break;
             case ZAVO_MULTIPLIERS_USER:      multipliers_.borrow(options.take<float*>());             break;
             default:                         options.complain(code);                                  break;
-            // clang-format on
         }
+        // clang-format on
     }
 }
 

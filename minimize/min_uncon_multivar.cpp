@@ -195,8 +195,8 @@ void UnconstrainedCall::read(core::OptionReader& options)
     const auto real = [&options] { return static_cast<float>(options.take<double>()); };
     const auto real_at = [&options] { return *options.take<const float*>(); };
     while (const int code = options.next()) {
+        // clang-format off
         switch (code) {
-            // clang-format off
             case ZAVO_START_POINT:             start_option_ = options.take<const float*>();  break;
             case ZAVO_FUNCTION_EVAL_LIMIT:     eval_limit_ = options.take<int>();              break;
             case ZAVO_GRADIENT_FUNCTION:       gradient_ = options.take<zavo_gradient_fn>();   break;
@@ -218,8 +218,8 @@ void UnconstrainedCall::read(core::OptionReader& options)
             case ZAVO_RELATIVE_TOLERANCE_ADR:  relative_tol_ = real_at();                      break;
             case ZAVO_STEP_LIMIT_ADR:          step_limit_ = real_at();                        break;
             default:                           options.complain(code);                         break;
-            // clang-format on
         }
+        // clang-format on
     }
     if (n_ < 1) {
         zavo_error_set_int(1, n_);

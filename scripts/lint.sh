@@ -69,7 +69,7 @@ check_tcl() {
     local scripts
     mapfile -t scripts < <(select_files '\.(tcl|test)$')
     [[ ${#scripts[@]} -eq 0 ]] && return 0
-    tclsh8.6 - "${scripts[@]}" <<'SCRIPT' || failed+=("Tcl")
+    tclsh8.6 /dev/stdin "${scripts[@]}" <<'SCRIPT' || failed+=("Tcl")
 set bad 0
 foreach name $argv {
     set channel [open $name]
