@@ -7,10 +7,8 @@
 
 #include "core/entry_frame.hpp"
 #include "core/memory.hpp"
-#include "core/option_reader.hpp"
 #include "fft/factors.hpp"
-#include "fft/posting.hpp"
-#include "fft/transforms.hpp"
+#include "fft/transform_arguments.hpp"
 
 #include <cstdarg>
 
@@ -45,68 +43,29 @@ void transform_checked(Direction d, const char* name, int n, const f_complex* p,
 // table and the result that the call makes.
 class ComplexFftCall {
 public:
-    ComplexFftCall(int n, const f_complex* p) : n_(n), p_(p) {}
+    ComplexFftCall(int n, const f_complex* p) : arguments_{n, p} {}
     ComplexFftCall(const ComplexFftCall&) = delete;
     ComplexFftCall& operator=(const ComplexFftCall&) = delete;
     ~ComplexFftCall() { core::release(own_table_); }
 
-    void read(core::OptionReader& options)
+    void run(core::OptionReader& options)
     {
-        while (const int option = options.next()) {
-            switch (option) {
-            case ZAVO_BACKWARD:
-                direction_ = Direction::backward;
-                break;
-            case ZAVO_PARAMS:
-                table_given_ = true;
-                table_ = const_cast<float*>(options.take<const float*>());
-                break;
-            case ZAVO_RETURN_USER:
-                result_.borrow(options.take<f_complex*>());
-                break;
-            default:
-                options.reject(option);
-                return;
-            }
-        }
-    }
-
-    void run()
-    {
-        if (!arguments_are_good() || !get_table() || !get_arrays()) {
+        TransformArguments<f_complex>& call = arguments_;
+        call.read(options);
+        if (!call.pointers_are_good() || !get_table() || !get_arrays()) {
             return;
         }
-        if (direction_ == Direction::forward) {
-            l_f2tcf(&n_, p_, result_.get(), table_, work_);
-        } else {
-            l_f2tcb(&n_, p_, result_.get(), table_, work_);
-        }
+        const auto worker = call.direction == Direction::forward ? l_f2tcf : l_f2tcb;
+        worker(&call.n, call.p, result_.get(), call.table, work_);
     }
 
     f_complex* hand_over(bool failed) { return failed ? nullptr : result_.hand_over(); }
 
 private:
-    bool arguments_are_good() const
-    {
-        if (core::pending_type() != 0) {
-            return false;
-        }
-        if (result_.borrowed() && result_.get() == nullptr) {
-            post_null_array("q", "ZAVO_RETURN_USER");
-        } else if (table_given_ && table_ == nullptr) {
-            post_null_array("params", "ZAVO_PARAMS");
-        } else if (p_ == nullptr) {
-            post_null_sequence("seq");
-        } else {
-            return true;
-        }
-        return false;
-    }
-
     bool get_table()
     {
-        if (!table_given_) {
-            table_ = own_table_ = zavo_c_fft_complex_init(n_);
+        if (!arguments_.table_given) {
+            arguments_.table = own_table_ = zavo_c_fft_complex_init(arguments_.n);
         }
         return core::pending_type() == 0;
     }
@@ -115,20 +74,19 @@ private:
     // reports it.
     bool get_arrays()
     {
-        const std::size_t count = n_ < 1 ? 1 : static_cast<std::size_t>(n_);
+        const std::size_t count = arguments_.n < 1 ? 1 : static_cast<std::size_t>(arguments_.n);
+        if (arguments_.result_given) {
+            result_.borrow(arguments_.result);
+        }
         work_ = core::take_work<f_complex>(count);
         if (work_ == nullptr || (!result_.borrowed() && !result_.allocate(count))) {
-            post_no_memory(n_);
+            post_no_memory(arguments_.n);
             return false;
         }
         return true;
     }
 
-    int n_;
-    const f_complex* p_;
-    Direction direction_ = Direction::forward;
-    bool table_given_ = false;
-    float* table_ = nullptr;
+    TransformArguments<f_complex> arguments_;
     float* own_table_ = nullptr;
     f_complex* work_ = nullptr; // released with the frame
     core::ResultArray<f_complex> result_;
@@ -147,10 +105,7 @@ extern "C" f_complex* zavo_c_fft_complex(int n, const f_complex* p, ...)
     core::OptionReader options{list, 3};
     fft::ComplexFftCall call{n, p};
     core::EntryFrame frame{"zavo_c_fft_complex"};
-    frame.run([&] {
-        call.read(options);
-        call.run();
-    });
+    frame.run([&] { call.run(options); });
     va_end(list);
     return call.hand_over(frame.failed());
 }

@@ -8,10 +8,8 @@
 
 #include "core/entry_frame.hpp"
 #include "core/memory.hpp"
-#include "core/option_reader.hpp"
 #include "fft/factors.hpp"
-#include "fft/posting.hpp"
-#include "fft/transforms.hpp"
+#include "fft/transform_arguments.hpp"
 
 #include <cstdarg>
 
@@ -25,42 +23,21 @@ namespace {
 // result and the table that the call makes.
 class RealFftCall {
 public:
-    RealFftCall(int n, const float* p) : n_(n), p_(p) {}
+    RealFftCall(int n, const float* p) : arguments_{n, p} {}
     RealFftCall(const RealFftCall&) = delete;
     RealFftCall& operator=(const RealFftCall&) = delete;
     ~RealFftCall() { core::release(own_table_); }
 
-    void read(core::OptionReader& options)
-    {
-        while (const int option = options.next()) {
-            switch (option) {
-            case ZAVO_BACKWARD:
-                direction_ = Direction::backward;
-                break;
-            case ZAVO_PARAMS:
-                table_given_ = true;
-                table_ = const_cast<float*>(options.take<const float*>());
-                break;
-            case ZAVO_RETURN_USER:
-                result_given_ = true;
-                result_ = options.take<float*>();
-                break;
-            default:
-                options.reject(option);
-                return;
-            }
-        }
-    }
-
     // Kept: a failure releases the result array even when it is the caller's
     // own (real_fft.failure_releases_the_callers_array). A trapped fault does not:
     // it never gets here.
-    void run()
+    void run(core::OptionReader& options)
     {
+        arguments_.read(options);
         transform();
         if (core::is_failure(core::pending_type())) {
-            core::release(result_);
-            result_ = nullptr;
+            core::release(arguments_.result);
+            arguments_.result = nullptr;
         }
         done_ = true;
     }
@@ -68,61 +45,42 @@ public:
     // The result; null after an error or a fault.
     float* hand_over()
     {
-        if (!done_ && !result_given_) {
-            core::release(result_);
+        if (!done_ && !arguments_.result_given) {
+            core::release(arguments_.result);
         }
-        return done_ ? result_ : nullptr;
+        return done_ ? arguments_.result : nullptr;
     }
 
 private:
-    bool arguments_are_good() const
-    {
-        if (core::pending_type() != 0) {
-            return false;
-        }
-        if (result_given_ && result_ == nullptr) {
-            post_null_array("q", "ZAVO_RETURN_USER");
-        } else if (table_given_ && table_ == nullptr) {
-            post_null_array("params", "ZAVO_PARAMS");
-        } else if (p_ == nullptr) {
-            post_null_sequence("seq");
-        } else if (n_ < 1) {
-            post_int(code::length_below_one, n_);
-        } else {
-            return true;
-        }
-        return false;
-    }
-
     void transform()
     {
-        if (!arguments_are_good()) {
+        TransformArguments<float>& call = arguments_;
+        if (!call.pointers_are_good()) {
             return;
         }
-        if (!result_given_) {
-            result_ = static_cast<float*>(core::allocate(static_cast<std::size_t>(n_), sizeof(float)));
-            if (result_ == nullptr) {
-                post_no_memory(n_);
+        if (call.n < 1) {
+            post_int(code::length_below_one, call.n);
+            return;
+        }
+        if (!call.result_given) {
+            call.result =
+                static_cast<float*>(core::allocate(static_cast<std::size_t>(call.n), sizeof(float)));
+            if (call.result == nullptr) {
+                post_no_memory(call.n);
                 return;
             }
         }
-        if (!table_given_) {
-            table_ = own_table_ = zavo_f_fft_real_init(n_);
+        if (!call.table_given) {
+            call.table = own_table_ = zavo_f_fft_real_init(call.n);
         }
         if (core::pending_type() == 0) {
-            transform_real(direction_, n_, p_, result_, table_);
+            transform_real(call.direction, call.n, call.p, call.result, call.table);
         }
     }
 
-    int n_;
-    const float* p_;
-    Direction direction_ = Direction::forward;
-    bool table_given_ = false;
-    bool result_given_ = false;
-    bool done_ = false;
-    float* table_ = nullptr;
+    TransformArguments<float> arguments_;
     float* own_table_ = nullptr;
-    float* result_ = nullptr;
+    bool done_ = false;
 };
 
 } // namespace
@@ -138,10 +96,7 @@ extern "C" float* zavo_f_fft_real(int n, const float* p, ...)
     core::OptionReader options{list, 3};
     fft::RealFftCall call{n, p};
     core::EntryFrame frame{"zavo_f_fft_real"};
-    frame.run([&] {
-        call.read(options);
-        call.run();
-    });
+    frame.run([&] { call.run(options); });
     va_end(list);
     return call.hand_over();
 }
