@@ -49,9 +49,8 @@ void multiply_up(Factors& factors)
     }
 }
 
-Factors factorise(Index n, const Trials& trials)
+void factorise(Index n, const Trials& trials, Factors& factors)
 {
-    Factors factors;
     factors.n = n;
     factors.count = 0;
     Index rest = n;
@@ -65,7 +64,6 @@ Factors factorise(Index n, const Trials& trials)
         }
     }
     multiply_up(factors);
-    return factors;
 }
 
 // A stored integer, rounded to nearest; 0 for what can be none.
@@ -77,9 +75,8 @@ Index stored_int(float value)
     return value >= 0.0F && value < 2147483520.0F ? static_cast<Index>(half_up) : 0;
 }
 
-Factors read_record(Index n, const float* record, const Trials& trials)
+void read_record(Index n, const float* record, const Trials& trials, Factors& factors)
 {
-    Factors factors;
     factors.n = n;
     factors.count = static_cast<int>(stored_int(record[1]));
     std::int64_t product = 1;
@@ -91,10 +88,10 @@ Factors read_record(Index n, const float* record, const Trials& trials)
         factors.ip[i] = ip;
     }
     if (!good || product != n) {
-        return factorise(n, trials);
+        factorise(n, trials, factors);
+        return;
     }
     multiply_up(factors);
-    return factors;
 }
 
 void write_record(const Factors& factors, float* record)
@@ -117,19 +114,27 @@ float block_angle(const Factors& factors, int which, Index j)
 
 Factors real_factors(Index n)
 {
-    return factorise(n, real_trials);
+    Factors factors;
+    factorise(n, real_trials, factors);
+    return factors;
 }
 Factors complex_factors(Index n)
 {
-    return factorise(n, complex_trials);
+    Factors factors;
+    factorise(n, complex_trials, factors);
+    return factors;
 }
 Factors read_real_record(Index n, const float* record)
 {
-    return read_record(n, record, real_trials);
+    Factors factors;
+    read_record(n, record, real_trials, factors);
+    return factors;
 }
 Factors read_complex_record(Index n, const float* record)
 {
-    return read_record(n, record, complex_trials);
+    Factors factors;
+    read_record(n, record, complex_trials, factors);
+    return factors;
 }
 
 float* new_table(Index n, int parts)

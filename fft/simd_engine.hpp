@@ -17,6 +17,7 @@
 
 #include "fft/complex_passes.hpp"
 #include "fft/real_passes.hpp"
+#include "fft/simd_complex.hpp"
 #include "fft/simd_passes.hpp"
 #include "fft/simd_rotation.hpp"
 
@@ -460,10 +461,31 @@ bool try_real(Direction d, const Factors& factors, const float* p, float* q, flo
     return true;
 }
 
+// Lengths made of 2, 3 and 5, in the widest registers that they fill.
+template <int V>
+bool try_smooth(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
+                const float* twiddles)
+{
+    SmoothCut cut;
+    choose_smooth_cut<V>(factors, cut);
+    if (cut.first == 0) {
+        if constexpr (V > 4) {
+            return try_smooth<V / 2>(d, factors, p, q, scratch, twiddles);
+        }
+        return false;
+    }
+    return d == Direction::forward
+               ? complex_smooth<Direction::forward, V>(factors, cut, p, q, scratch, twiddles)
+               : complex_smooth<Direction::backward, V>(factors, cut, p, q, scratch, twiddles);
+}
+
 template <int V>
 bool try_complex(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
                  const float* twiddles)
 {
+    if (factors.ip[factors.count - 1] <= 5 && try_smooth<V>(d, factors, p, q, scratch, twiddles)) {
+        return true;
+    }
     const Cut cut = choose_cut<V>(factors, 2);
     if (cut.first == 0) {
         return try_scalar_complex<V>(d, factors, p, q, scratch, twiddles);

@@ -196,30 +196,176 @@ ZAVO_INLINE void store_pairs_falling(float* p, const Vector<V>& re, const Vector
     }
 }
 
-// ---- transposition ------------------------------------------------------------------
-
-// Rows r and r + s exchange the halves of every block of 2 s places.
-template <int s, int half, class T, std::size_t... I>
-ZAVO_INLINE T exchange(T a, T b, std::index_sequence<I...>)
+// In every four places, the first two (h = 0) or the last two of a and of b in turn.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T mixed_singles(T a, T b, std::index_sequence<I...>)
 {
     constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(
-        a, b, static_cast<int>(((I / s) % 2) * V + (I / (2 * s)) * (2 * s) + half * s + I % s)...);
+    return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + I / 4 * 4 + 2 * h + I % 4 / 2)...);
 }
 
-template <int V, int s = V / 2>
+// Orders that take fewer steps, and for loads no unit of the processor that only
+// moves values: lane t holds the pair laced<V>(t) or folded<V>(t).
+template <int V>
+constexpr int laced(int t)
+{
+    return t / 2 + t % 2 * (V / 2);
+}
+template <int V>
+constexpr int folded(int t)
+{
+    return t / 4 * 2 + t % 2 + t % 4 / 2 * (V / 2);
+}
+
+// Even places of a and of b in turn, and the odd ones. A load can repeat every
+// other value.
+template <int V>
+ZAVO_INLINE Vector<V> even_in_turn(const float* a, const float* b)
+{
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        return (Vector<16>)_mm512_mask_moveldup_ps((__m512)load<16>(a), 0xAAAA, (__m512)load<16>(b));
+    } else
+#endif
+        if constexpr (V == 8) {
+        return (Vector<8>)_mm256_blend_ps((__m256)load<8>(a), _mm256_moveldup_ps((__m256)load<8>(b)), 0xAA);
+    } else {
+        return (Vector<4>)_mm_blend_ps((__m128)load<4>(a), _mm_moveldup_ps((__m128)load<4>(b)), 0xA);
+    }
+}
+template <int V>
+ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
+{
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        return (Vector<16>)_mm512_mask_movehdup_ps((__m512)load<16>(b), 0x5555, (__m512)load<16>(a));
+    } else
+#endif
+        if constexpr (V == 8) {
+        return (Vector<8>)_mm256_blend_ps((__m256)load<8>(b), _mm256_movehdup_ps((__m256)load<8>(a)), 0x55);
+    } else {
+        return (Vector<4>)_mm_blend_ps((__m128)load<4>(b), _mm_movehdup_ps((__m128)load<4>(a)), 0x5);
+    }
+}
+
+// Has the line at p + ahead brought near; nothing need be there.
+template <int floats>
+ZAVO_INLINE void fetch_for_writing(const float* p, Index ahead)
+{
+    const std::uintptr_t at =
+        reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(ahead) * sizeof(float);
+    for (std::size_t byte = 0; byte < floats * sizeof(float); byte += 64) {
+        __builtin_prefetch(reinterpret_cast<const void*>(at + byte), 1);
+    }
+}
+
+template <int V>
+ZAVO_INLINE Pairs<V> load_laced(const float* p)
+{
+    return {even_in_turn<V>(p, p + V), odd_in_turn<V>(p, p + V)};
+}
+
+template <int V>
+ZAVO_INLINE void store_folded(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    store<V>(p, mixed_singles<0>(re, im, Places<V>{}));
+    store<V>(p + V, mixed_singles<1>(re, im, Places<V>{}));
+}
+
+// ---- transposition ------------------------------------------------------------------
+
+// In every four places, the first two (h = 0) or the last two of a and then of b.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T mixed_doubles(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>(I % 4 / 2 * V + I / 4 * 4 + 2 * h + I % 2)...);
+}
+// The even (h = 0) or odd quarters, four places each, of a and then of b.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T every_other_quarter(T a, T b, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, b, static_cast<int>(I / 4 * 8 + 4 * h + I % 4)...);
+}
+
+// rows[r][c] becomes rows[c][r]: first within blocks of 4 by 4, then the blocks.
+template <int V>
 ZAVO_INLINE void transpose(Vector<V>* rows)
 {
-    if constexpr (s >= 1) {
-        for (int r = 0; r < V; ++r) {
-            if ((r & s) == 0) {
-                const Vector<V> a = rows[r], b = rows[r + s];
-                rows[r] = exchange<s, 0>(a, b, Places<V>{});
-                rows[r + s] = exchange<s, 1>(a, b, Places<V>{});
+    constexpr Places<V> places;
+    for (int r = 0; r < V; r += 4) {
+        const Vector<V> a = mixed_singles<0>(rows[r], rows[r + 1], places);
+        const Vector<V> b = mixed_singles<1>(rows[r], rows[r + 1], places);
+        const Vector<V> c = mixed_singles<0>(rows[r + 2], rows[r + 3], places);
+        const Vector<V> d = mixed_singles<1>(rows[r + 2], rows[r + 3], places);
+        rows[r] = mixed_doubles<0>(a, c, places);
+        rows[r + 1] = mixed_doubles<1>(a, c, places);
+        rows[r + 2] = mixed_doubles<0>(b, d, places);
+        rows[r + 3] = mixed_doubles<1>(b, d, places);
+    }
+    constexpr int blocks = V / 4;
+    for (int c = 0; c < 4; ++c) {
+        for (int moved = 1; moved < blocks; moved *= 2) {
+            Vector<V> x[blocks];
+            for (int i = 0; i < blocks; ++i) {
+                x[i] = rows[4 * i + c];
+            }
+            for (int i = 0; i < blocks / 2; ++i) {
+                rows[4 * i + c] = every_other_quarter<0>(x[2 * i], x[2 * i + 1], places);
+                rows[4 * (i + blocks / 2) + c] = every_other_quarter<1>(x[2 * i], x[2 * i + 1], places);
             }
         }
-        transpose<V, s / 2>(rows);
     }
+}
+
+// The quarters' blocks of 4 by 4 of four rows, as in the first step of transpose.
+template <int V>
+ZAVO_INLINE void transpose_quarters(const float* a, const float* b, const float* c, const float* d,
+                                    Vector<V>* rows)
+{
+    constexpr Places<V> places;
+    const Vector<V> even_ab = even_in_turn<V>(a, b);
+    const Vector<V> even_cd = even_in_turn<V>(c, d);
+    const Vector<V> odd_ab = odd_in_turn<V>(a, b);
+    const Vector<V> odd_cd = odd_in_turn<V>(c, d);
+    rows[0] = mixed_doubles<0>(even_ab, even_cd, places);
+    rows[1] = mixed_doubles<0>(odd_ab, odd_cd, places);
+    rows[2] = mixed_doubles<1>(even_ab, even_cd, places);
+    rows[3] = mixed_doubles<1>(odd_ab, odd_cd, places);
+}
+
+// Quarters of a and b in turn: those of the first half (h = 0) or of the second.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T mixed_quarters(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>(I % 8 / 4 * V + h * V / 2 + I / 8 * 4 + I % 4)...);
+}
+// Eight places of v.
+template <int V, int which>
+ZAVO_INLINE void store_eight(float* p, Vector<V> v)
+{
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        // the plain form makes g++ 12 warn about its own header
+        _mm256_storeu_ps(p, _mm512_maskz_extractf32x8_ps(0xFF, (__m512)v, which));
+    } else
+#endif
+    {
+        store<8>(p, v);
+    }
+}
+
+// work(0), work(1) ... work(count - 1), each number a type's.
+template <class Work, int... i>
+ZAVO_INLINE void unroll(const Work& work, std::integer_sequence<int, i...>)
+{
+    (work(std::integral_constant<int, i>{}), ...);
+}
+template <int count, class Work>
+ZAVO_INLINE void unroll(const Work& work)
+{
+    unroll(work, std::make_integer_sequence<int, count>{});
 }
 
 // ---- lanes -----------------------------------------------------------------------------
