@@ -16,10 +16,35 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see shape.hpp
 
+// The frequencies that a pass works on: all of them.
+struct AllFrequencies {
+    static constexpr Index inner = 2; // i of the first complex one
+    static ZAVO_INLINE bool has_half(Index ido) { return ido % 2 == 0; }
+    static ZAVO_INLINE const float* twiddle(const float* wa, Index ido, int j, Index i)
+    {
+        return wa + (j - 1) * ido + i - 2;
+    }
+};
+
+// Every `spread`-th frequency of sub-transforms that are as many times as long; the
+// pass has the shape of the short ones. Either from frequency zero on or, with
+// inner = 1, half a step behind it: then frequency zero is not among them, and the
+// half frequency is with odd ido.
+template <Index from>
+struct SpreadFrequencies {
+    static constexpr Index inner = from;
+    Index spread;
+    static ZAVO_INLINE bool has_half(Index ido) { return (ido - inner) % 2 == 0; }
+    ZAVO_INLINE const float* twiddle(const float* wa, Index ido, int j, Index i) const
+    {
+        return wa + spread * ((j - 1) * ido + i) - 2;
+    }
+};
+
 // Reads split, writes joined. wa: ip - 1 blocks of ido values, (cos, sin) pairs.
-template <class Radix, class Lanes>
+template <class Radix, class Lanes, class Frequencies = AllFrequencies>
 void forward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
-                  const float* __restrict wa)
+                  const float* __restrict wa, const Frequencies frequencies = {})
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
@@ -28,24 +53,25 @@ void forward_pass(const Shape& shape, const float* __restrict cc, float* __restr
     const JoinedView<Lanes> out{ido, ip};
     for (Index k = 0; k < shape.l1; ++k) {
         L x[ip], y[ip];
-        for (int j = 0; j < ip; ++j) {
-            x[j] = Lanes::load(cc + in.at(0, k, j));
+        if constexpr (Frequencies::inner == 2) {
+            for (int j = 0; j < ip; ++j) {
+                x[j] = Lanes::load(cc + in.at(0, k, j));
+            }
+            Radix::forward_first(x, y);
+            for (int j = 0; j < ip; ++j) {
+                Lanes::store(ch + out.at(j % 2 != 0 ? ido - 1 : 0, j, k), y[j]);
+            }
         }
-        Radix::forward_first(x, y);
-        for (int j = 0; j < ip; ++j) {
-            Lanes::store(ch + out.at(j % 2 != 0 ? ido - 1 : 0, j, k), y[j]);
-        }
-        for (Index i = 2; i < ido; i += 2) {
+        for (Index i = Frequencies::inner; i < ido; i += 2) {
             L re[ip], im[ip], yre[ip], yim[ip];
             re[0] = Lanes::load(cc + in.at(i - 1, k, 0));
             im[0] = Lanes::load(cc + in.at(i, k, 0));
             for (int j = 1; j < ip; ++j) {
                 const L xr = Lanes::load(cc + in.at(i - 1, k, j));
                 const L xi = Lanes::load(cc + in.at(i, k, j));
-                const float wr = wa[(j - 1) * ido + i - 2];
-                const float wi = wa[(j - 1) * ido + i - 1];
-                re[j] = wr * xr + wi * xi;
-                im[j] = wr * xi - wi * xr;
+                const float* const w = frequencies.twiddle(wa, ido, j, i);
+                re[j] = w[0] * xr + w[1] * xi;
+                im[j] = w[0] * xi - w[1] * xr;
             }
             Radix::forward_inner(re, im, yre, yim);
             for (int j = 0; j < ip; ++j) {
@@ -55,7 +81,7 @@ void forward_pass(const Shape& shape, const float* __restrict cc, float* __restr
             }
         }
         if constexpr (ip % 2 == 0) {
-            if (ido % 2 == 0) {
+            if (frequencies.has_half(ido)) {
                 for (int j = 0; j < ip; ++j) {
                     x[j] = Lanes::load(cc + in.at(ido - 1, k, j));
                 }
@@ -69,9 +95,9 @@ void forward_pass(const Shape& shape, const float* __restrict cc, float* __restr
 }
 
 // Reads joined, writes split.
-template <class Radix, class Lanes>
+template <class Radix, class Lanes, class Frequencies = AllFrequencies>
 void backward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
-                   const float* __restrict wa)
+                   const float* __restrict wa, const Frequencies frequencies = {})
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
@@ -80,14 +106,16 @@ void backward_pass(const Shape& shape, const float* __restrict cc, float* __rest
     const SplitView<Lanes> out{ido, shape.l1};
     for (Index k = 0; k < shape.l1; ++k) {
         L x[ip], y[ip];
-        for (int j = 0; j < ip; ++j) {
-            x[j] = Lanes::load(cc + in.at(j % 2 != 0 ? ido - 1 : 0, j, k));
+        if constexpr (Frequencies::inner == 2) {
+            for (int j = 0; j < ip; ++j) {
+                x[j] = Lanes::load(cc + in.at(j % 2 != 0 ? ido - 1 : 0, j, k));
+            }
+            Radix::backward_first(x, y);
+            for (int j = 0; j < ip; ++j) {
+                Lanes::store(ch + out.at(0, k, j), y[j]);
+            }
         }
-        Radix::backward_first(x, y);
-        for (int j = 0; j < ip; ++j) {
-            Lanes::store(ch + out.at(0, k, j), y[j]);
-        }
-        for (Index i = 2; i < ido; i += 2) {
+        for (Index i = Frequencies::inner; i < ido; i += 2) {
             L re[ip], im[ip], yre[ip], yim[ip];
             for (int j = 0; j < ip; ++j) {
                 const Index at = j % 2 != 0 ? ido - i : i;
@@ -98,14 +126,13 @@ void backward_pass(const Shape& shape, const float* __restrict cc, float* __rest
             Lanes::store(ch + out.at(i - 1, k, 0), yre[0]);
             Lanes::store(ch + out.at(i, k, 0), yim[0]);
             for (int j = 1; j < ip; ++j) {
-                const float wr = wa[(j - 1) * ido + i - 2];
-                const float wi = wa[(j - 1) * ido + i - 1];
-                Lanes::store(ch + out.at(i - 1, k, j), wr * yre[j] - wi * yim[j]);
-                Lanes::store(ch + out.at(i, k, j), wr * yim[j] + wi * yre[j]);
+                const float* const w = frequencies.twiddle(wa, ido, j, i);
+                Lanes::store(ch + out.at(i - 1, k, j), w[0] * yre[j] - w[1] * yim[j]);
+                Lanes::store(ch + out.at(i, k, j), w[0] * yim[j] + w[1] * yre[j]);
             }
         }
         if constexpr (ip % 2 == 0) {
-            if (ido % 2 == 0) {
+            if (frequencies.has_half(ido)) {
                 for (int j = 0; j < ip; ++j) {
                     x[j] = Lanes::load(cc + in.at(j % 2 != 0 ? 0 : ido - 1, j, k));
                 }
@@ -249,13 +276,14 @@ void backward_general_pass(const Shape& shape, const float* in, float* out, floa
 
 // ---- drivers ------------------------------------------------------------------
 
-template <Direction d, class Radix, class Lanes>
-void real_radix_pass(const Shape& shape, const float* in, float* out, const float* wa)
+template <Direction d, class Radix, class Lanes, class Frequencies = AllFrequencies>
+void real_radix_pass(const Shape& shape, const float* in, float* out, const float* wa,
+                     const Frequencies frequencies = {})
 {
     if constexpr (d == Direction::forward) {
-        forward_pass<Radix, Lanes>(shape, in, out, wa);
+        forward_pass<Radix, Lanes>(shape, in, out, wa, frequencies);
     } else {
-        backward_pass<Radix, Lanes>(shape, in, out, wa);
+        backward_pass<Radix, Lanes>(shape, in, out, wa, frequencies);
     }
 }
 

@@ -208,36 +208,13 @@ ZAVO_INLINE void find_results(const Factors& factors, const SmoothCut& cut, cons
     }
 }
 
-// V results of V columns, to V slots whose lanes are results, in folded order. The
-// two inner steps of the transposition work on registers; the outer ones are the
-// places where the parts of these go.
+// V results of V columns, to V slots whose lanes are results, in folded order.
 template <int V>
 ZAVO_INLINE void turn_block(const float* const* result, float* to)
 {
     for (int part = 0; part < 2 * V; part += V) {
-        Vector<V> block[V];
-        unroll<V / 4>([&](auto i) {
-            constexpr int t = 4 * i;
-            transpose_quarters<V>(result[folded<V>(t)] + part, result[folded<V>(t + 1)] + part,
-                                  result[folded<V>(t + 2)] + part, result[folded<V>(t + 3)] + part,
-                                  block + t);
-        });
-        if constexpr (V == 4) {
-            unroll<4>([&](auto c) { store<4>(to + 2 * V * laced<V>(c) + part, block[c]); });
-            continue;
-        }
-        unroll<4>([&](auto c) {
-            unroll<V / 8>([&](auto pair) {
-                const Vector<V> a = block[8 * pair + c];
-                const Vector<V> b = block[8 * pair + 4 + c];
-                const Vector<V> halves[2] = {mixed_quarters<0>(a, b, Places<V>{}),
-                                             mixed_quarters<1>(a, b, Places<V>{})};
-                unroll<V / 4>([&](auto q) {
-                    float* const slot = to + 2 * V * laced<V>(4 * q + c) + part;
-                    store_eight<V, q % (V / 8)>(slot + 8 * pair, halves[q / (V / 8)]);
-                });
-            });
-        });
+        transpose<V>([&](int k) { return result[folded<V>(k)] + part; },
+                     [&](int r) { return to + 2 * V * laced<V>(r) + part; });
     }
 }
 

@@ -19,6 +19,7 @@
 #include "fft/real_passes.hpp"
 #include "fft/simd_complex.hpp"
 #include "fft/simd_passes.hpp"
+#include "fft/simd_real.hpp"
 #include "fft/simd_rotation.hpp"
 
 namespace zavo::fft {
@@ -449,6 +450,13 @@ template <int V>
 bool try_real(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
               const float* twiddles)
 {
+    RealCut whole;
+    choose_real_cut<V>(factors, whole);
+    if (whole.first != 0) {
+        return d == Direction::forward
+                   ? real_whole_of_widths<Direction::forward, V, V>(factors, whole, p, q, scratch, twiddles)
+                   : real_whole_of_widths<Direction::backward, V, V>(factors, whole, p, q, scratch, twiddles);
+    }
     const Cut cut = choose_cut<V>(factors, 1);
     if (cut.first == 0) {
         return try_scalar_real<V>(d, factors, p, q, scratch, twiddles);

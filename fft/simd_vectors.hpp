@@ -248,6 +248,19 @@ ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
     }
 }
 
+// Even (h = 0) or odd places of re and of im in turn.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(re, im, static_cast<int>(I % 2 * V + I / 2 * 2 + h)...);
+}
+template <class T, std::size_t... I>
+ZAVO_INLINE T pairs_reversed(T a, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, a, static_cast<int>((sizeof...(I) / 2 - 1 - I / 2) * 2 + I % 2)...);
+}
+
 // Has the line at p + ahead brought near; nothing need be there.
 template <int floats>
 ZAVO_INLINE void fetch_for_writing(const float* p, Index ahead)
@@ -263,6 +276,29 @@ template <int V>
 ZAVO_INLINE Pairs<V> load_laced(const float* p)
 {
     return {even_in_turn<V>(p, p + V), odd_in_turn<V>(p, p + V)};
+}
+
+template <int V>
+ZAVO_INLINE void store_laced(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    store<V>(p, laced_half<0>(re, im, Places<V>{}));
+    store<V>(p + V, laced_half<1>(re, im, Places<V>{}));
+}
+
+// The same with pair t at p - 2 t.
+template <int V>
+ZAVO_INLINE Pairs<V> load_laced_falling(const float* p)
+{
+    const float* const low = p - 2 * (V - 1);
+    return {pairs_reversed(even_in_turn<V>(low + V, low), Places<V>{}),
+            pairs_reversed(odd_in_turn<V>(low + V, low), Places<V>{})};
+}
+template <int V>
+ZAVO_INLINE void store_laced_falling(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    float* const low = p - 2 * (V - 1);
+    store<V>(low, pairs_reversed(laced_half<1>(re, im, Places<V>{}), Places<V>{}));
+    store<V>(low + V, pairs_reversed(laced_half<0>(re, im, Places<V>{}), Places<V>{}));
 }
 
 template <int V>
@@ -341,21 +377,14 @@ ZAVO_INLINE T mixed_quarters(T a, T b, std::index_sequence<I...>)
     constexpr std::size_t V = sizeof...(I);
     return __builtin_shufflevector(a, b, static_cast<int>(I % 8 / 4 * V + h * V / 2 + I / 8 * 4 + I % 4)...);
 }
-// Eight places of v.
-template <int V, int which>
-ZAVO_INLINE void store_eight(float* p, Vector<V> v)
+// Half h of a and half h of b.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T halves_joined(T a, T b, std::index_sequence<I...>)
 {
-#ifdef __AVX512F__
-    if constexpr (V == 16) {
-        // the plain form makes g++ 12 warn about its own header
-        _mm256_storeu_ps(p, _mm512_maskz_extractf32x8_ps(0xFF, (__m512)v, which));
-    } else
-#endif
-    {
-        store<8>(p, v);
-    }
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b,
+                                   static_cast<int>(I / (V / 2) * V + h * V / 2 + I % (V / 2))...);
 }
-
 // work(0), work(1) ... work(count - 1), each number a type's.
 template <class Work, int... i>
 ZAVO_INLINE void unroll(const Work& work, std::integer_sequence<int, i...>)
@@ -366,6 +395,35 @@ template <int count, class Work>
 ZAVO_INLINE void unroll(const Work& work)
 {
     unroll(work, std::make_integer_sequence<int, count>{});
+}
+
+// V rows of V values, each at from(i), to rows at to(i).
+template <int V, class From, class To>
+ZAVO_INLINE void transpose(const From& from, const To& to)
+{
+    constexpr Places<V> places;
+    Vector<V> block[V];
+    unroll<V / 4>([&](auto i) {
+        constexpr int r = 4 * i;
+        transpose_quarters<V>(from(r), from(r + 1), from(r + 2), from(r + 3), block + r);
+    });
+    unroll<4>([&](auto c) {
+        if constexpr (V == 4) {
+            store<4>(to(c), block[c]);
+        } else if constexpr (V == 8) {
+            store<8>(to(c), mixed_quarters<0>(block[c], block[4 + c], places));
+            store<8>(to(4 + c), mixed_quarters<1>(block[c], block[4 + c], places));
+        } else {
+            const Vector<V> low[2] = {mixed_quarters<0>(block[c], block[4 + c], places),
+                                      mixed_quarters<1>(block[c], block[4 + c], places)};
+            const Vector<V> high[2] = {mixed_quarters<0>(block[8 + c], block[12 + c], places),
+                                       mixed_quarters<1>(block[8 + c], block[12 + c], places)};
+            unroll<4>([&](auto q) {
+                constexpr int h = q / 2;
+                store<V>(to(4 * q + c), halves_joined<q % 2>(low[h], high[h], places));
+            });
+        }
+    });
 }
 
 // ---- lanes -----------------------------------------------------------------------------

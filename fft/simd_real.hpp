@@ -1,0 +1,518 @@
+// Whole real transforms in registers of V floats.
+//
+// The factors are cut in two: G is the product of the first, R = n / G that of the
+// others. Forward, the values x[g + G m] take this way:
+//
+//     rows      G transforms of length R, V neighbouring g side by side: a chunk
+//     turn      blocks of V by V values are transposed, so that V neighbouring
+//               frequencies t of one g lie side by side
+//     columns   the passes of the first factors. The frequencies that come of one t
+//               are R m + t and R m - t, the members of t; G of them, for V
+//               neighbouring t, stay in the innermost cache
+//
+// and backward the same way back. The frequencies without a partner, t = 0 and
+// t = R / 2, are one transform of G values each, taken one value at a time. Where V
+// does not divide G or the number of t, the last block overlaps the one before it
+// and computes the same again.
+//
+// The butterflies are those of run_real with ScalarLanes and so are the bits.
+#pragma once
+
+#include "core/memory.hpp"
+#include "fft/real_passes.hpp"
+#include "fft/simd_complex.hpp"
+#include "fft/simd_vectors.hpp"
+
+#include <algorithm>
+
+namespace zavo::fft {
+
+namespace { // compiled for several instruction sets: see shape.hpp
+
+// Most results of a block of columns: 32 KB of the widest registers.
+constexpr Index most_real_members = 256;
+// Work storage that is taken from the stack.
+constexpr Index stack_floats = 16 * 1024;
+
+// Where the factor list is cut. first = 0: nowhere.
+struct RealCut {
+    int first = 0;
+    int rows_width = 0;        // registers of the rows and of the columns
+    int columns_width = 0;
+    Index group = 1;           // G
+    Index rows = 1;            // R
+    Index columns = 0;         // t = 1 .. columns
+    Index inner[most_factors]; // product of the factors behind, up to the cut
+};
+
+// The widest registers that `count` values fill; 0 below 4.
+template <int V>
+ZAVO_INLINE int width_for(Index count)
+{
+    return count >= V ? V : V > 4 ? width_for<(V > 4 ? V / 2 : V)>(count) : 0;
+}
+
+// Time for a value of each of `count` neighbours, in no unit: a register takes longer
+// when it is wide.
+ZAVO_INLINE Index padded_work(Index count, int width)
+{
+    return (count + width - 1) / width * (width == 16 ? 3 : 2);
+}
+
+// With even R the registers may reach t = R / 2, whose values are put right
+// afterwards.
+template <int V>
+ZAVO_INLINE void choose_real_cut(const Factors& factors, RealCut& cut)
+{
+    Index least = 0;
+    for (int first = 1; first < factors.count && factors.ip[first - 1] <= 5; ++first) {
+        const Index group = factors.l1(first);
+        const Index rows = factors.after[first];
+        const Index partners = (rows - 1) / 2;
+        const int rows_width = width_for<V>(group);
+        int columns_width = width_for<V>(partners);
+        Index columns = partners;
+        if (rows % 2 == 0 && width_for<V>(rows / 2) > columns_width) {
+            columns = rows / 2;
+            columns_width = width_for<V>(columns);
+        }
+        if (rows_width == 0 || columns_width == 0 || group > most_real_members) {
+            continue;
+        }
+        const Index work = padded_work(group, rows_width) * rows * (factors.count - first) +
+                           2 * padded_work(columns, columns_width) * group * first;
+        if (cut.first == 0 || work < least) {
+            cut.first = first;
+            cut.rows_width = rows_width;
+            cut.columns_width = columns_width;
+            cut.group = group;
+            cut.rows = rows;
+            cut.columns = columns;
+            least = work;
+        }
+    }
+    Index product = 1;
+    for (int t = cut.first - 1; t >= 0; --t) {
+        cut.inner[t] = product;
+        product *= factors.ip[t];
+    }
+}
+
+// ---- rows ----------------------------------------------------------------------------
+
+// The pass of the last factor, whose values stand `stride` apart outside and come
+// or go as lanes.
+template <Direction d, class Radix, int V>
+void outer_rows_pass(Index l1, const float* from, float* to, Index stride)
+{
+    constexpr int ip = Radix::ip;
+    for (Index k = 0; k < l1; ++k) {
+        Vector<V> x[ip], y[ip];
+        for (int j = 0; j < ip; ++j) {
+            x[j] = load<V>(d == Direction::forward ? from + stride * (k + l1 * j) : from + V * (j + ip * k));
+        }
+        if constexpr (d == Direction::forward) {
+            Radix::forward_first(x, y);
+        } else {
+            Radix::backward_first(x, y);
+        }
+        for (int j = 0; j < ip; ++j) {
+            store<V>(d == Direction::forward ? to + V * (j + ip * k) : to + stride * (k + l1 * j), y[j]);
+        }
+    }
+}
+
+// Calls work() with an object of the radix's type; false when there is none.
+template <class Work>
+ZAVO_INLINE bool for_real_radix(Index ip, const Work& work)
+{
+    switch (ip) {
+    case 2:
+        work(RealRadix2{});
+        return true;
+    case 3:
+        work(RealRadix3{});
+        return true;
+    case 4:
+        work(RealRadix4{});
+        return true;
+    case 5:
+        work(RealRadix5{});
+        return true;
+    default:
+        return false;
+    }
+}
+
+// V transforms of length R: forward from p, values `group` apart, to a chunk;
+// backward from a chunk to such places. `other` is as long as a chunk.
+template <int V>
+void rows_forward(const Factors& factors, const RealCut& cut, const float* p, float* chunk, float* other,
+                  const float* twiddles)
+{
+    const int last = factors.count - 1;
+    const int passes = factors.count - cut.first;
+    float* to = passes % 2 != 0 ? chunk : other;
+    float* from = to == chunk ? other : chunk;
+    const bool direct = for_real_radix(factors.ip[last], [&](auto radix) {
+        const Index l1 = factors.shape_within(cut.first, last).l1;
+        outer_rows_pass<Direction::forward, decltype(radix), V>(l1, p, to, cut.group);
+    });
+    if (!direct) {
+        for (Index m = 0; m < cut.rows; ++m) {
+            store<V>(from + V * m, load<V>(p + cut.group * m));
+        }
+        std::swap(from, to);
+    }
+    for (int which = direct ? last - 1 : last; which >= cut.first; --which) {
+        std::swap(from, to);
+        real_pass<Direction::forward, VectorLanes<V>>(factors.shape_within(cut.first, which), from, to, from,
+                                                      twiddles + factors.twiddle_offset(which));
+    }
+}
+
+template <int V>
+void rows_backward(const Factors& factors, const RealCut& cut, float* chunk, float* other, float* q,
+                   const float* twiddles)
+{
+    const int last = factors.count - 1;
+    float* from = chunk;
+    float* to = other;
+    const auto pass = [&](int which) {
+        real_pass<Direction::backward, VectorLanes<V>>(factors.shape_within(cut.first, which), from, to, from,
+                                                       twiddles + factors.twiddle_offset(which));
+        std::swap(from, to);
+    };
+    for (int which = cut.first; which < last; ++which) {
+        pass(which);
+    }
+    const bool direct = for_real_radix(factors.ip[last], [&](auto radix) {
+        const Index l1 = factors.shape_within(cut.first, last).l1;
+        outer_rows_pass<Direction::backward, decltype(radix), V>(l1, from, q, cut.group);
+    });
+    if (!direct) {
+        pass(last);
+        for (Index m = 0; m < cut.rows; ++m) {
+            store<V>(q + cut.group * m, load<V>(from + V * m));
+        }
+    }
+}
+
+// ---- columns -----------------------------------------------------------------------------
+
+// The frequency base + sign * t.
+struct Member {
+    int base;
+    int sign;
+};
+
+// The members of t before (forward) or after (backward) the pass of factor `which`
+// are first(which) .. and 1, ip, ip ip' ... of them; those of the whole transform
+// are first(-1).
+struct Members {
+    Member all[2 * most_real_members];
+    int start[most_factors + 1];
+
+    void find(const Factors& factors, int first)
+    {
+        start[first] = 0;
+        all[0] = {0, 1};
+        int count = 1;
+        for (int which = first - 1; which >= 0; --which) {
+            const Member* const from = all + start[which + 1];
+            Member* to = all + start[which + 1] + count;
+            start[which] = start[which + 1] + count;
+            const int ip = static_cast<int>(factors.ip[which]);
+            const int ido = static_cast<int>(factors.ido(which));
+            for (int e = 0; e < count; ++e) {
+                for (int j = 0; j < ip; ++j) {
+                    *to++ = j % 2 == 0 ? Member{ido * (j / 2) + from[e].base, from[e].sign}
+                                       : Member{ido * ((j + 1) / 2) - from[e].base, -from[e].sign};
+                }
+            }
+            count *= ip;
+        }
+    }
+    ZAVO_INLINE const Member* before(int which) const { return all + start[which + 1]; }
+    ZAVO_INLINE const Member* whole() const { return all + start[0]; }
+};
+
+// The pairs of a member for the V frequencies from t on, in laced order; `pairs` is
+// where frequency 0 would stand.
+template <int V, int sign>
+ZAVO_INLINE Pairs<V> load_member(const float* pairs, Member member, Index t)
+{
+    if constexpr (sign > 0) {
+        return load_laced<V>(pairs + 2 * (member.base + t));
+    } else {
+        return load_laced_falling<V>(pairs + 2 * (member.base - t));
+    }
+}
+template <int V, int sign>
+ZAVO_INLINE void store_member(float* pairs, Member member, Index t, const Vector<V>& re, const Vector<V>& im)
+{
+    if constexpr (sign > 0) {
+        store_laced<V>(pairs + 2 * (member.base + t), re, im);
+    } else {
+        store_laced_falling<V>(pairs + 2 * (member.base - t), re, im);
+    }
+}
+
+// One pass in the slots of the V columns from t on, for one member of `sign`. That of
+// factor 0, the outermost, has the spectrum in place of the slots of its members.
+template <Direction d, class Radix, int V, bool outermost, int sign, class Spectrum>
+ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Member* outer, Index t,
+                                  float* slots, Spectrum* spectrum, const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    Slots<V> at{slots, 2 * V * shape.l1};
+    Pairs<V> w[ip];
+    for (int j = 1; j < ip; ++j) {
+        w[j] = load_member<V, sign>(wa + (j - 1) * shape.ido - 2, member, t);
+    }
+    for (Index k = 0; k < shape.l1; ++k) {
+        Vector<V> re[ip], im[ip], yre[ip], yim[ip];
+        unroll<ip>([&](auto j) {
+            if constexpr (outermost && d == Direction::backward) {
+                const Pairs<V> x = load_member<V, j % 2 == 0 ? sign : -sign>(spectrum - 1, outer[j], t);
+                re[j] = x.re;
+                im[j] = x.im;
+            } else {
+                at.load(j, re[j], im[j]);
+            }
+            if constexpr (d == Direction::forward && j > 0) {
+                apply_twiddle<d>(w[j].re, w[j].im, re[j], im[j]);
+            }
+        });
+        if constexpr (d == Direction::forward) {
+            Radix::forward_inner(re, im, yre, yim);
+        } else {
+            Radix::backward_inner(re, im, yre, yim);
+        }
+        unroll<ip>([&](auto j) {
+            if constexpr (d == Direction::backward && j > 0) {
+                apply_twiddle<d>(w[j].re, w[j].im, yre[j], yim[j]);
+            }
+            if constexpr (outermost && d == Direction::forward) {
+                store_member<V, j % 2 == 0 ? sign : -sign>(spectrum - 1, outer[j], t, yre[j], yim[j]);
+            } else {
+                at.store(j, yre[j], yim[j]);
+            }
+        });
+        at.first += 2 * V;
+    }
+}
+
+template <Direction d, class Radix, int V, bool outermost, class Spectrum>
+void real_columns_pass(const Shape& shape, Index count, const Member* members, const Member* outer, Index t,
+                       float* slots, Spectrum* spectrum, const float* __restrict wa)
+{
+    for (Index e = 0; e < count; ++e) {
+        if (members[e].sign > 0) {
+            real_member_pass<d, Radix, V, outermost, 1>(shape, members[e], outer, t, slots, spectrum, wa);
+        } else {
+            real_member_pass<d, Radix, V, outermost, -1>(shape, members[e], outer, t, slots, spectrum, wa);
+        }
+        slots += 2 * V * shape.l1 * Radix::ip;
+        outer += Radix::ip;
+    }
+}
+
+template <Direction d, int V, class Spectrum>
+void columns_block(const Factors& factors, const RealCut& cut, const Members& members, Index t, float* slots,
+                   Spectrum* spectrum, const float* twiddles)
+{
+    for (int n = 0; n < cut.first; ++n) {
+        const int which = d == Direction::forward ? cut.first - 1 - n : n;
+        const Shape shape = factors.shape(which);
+        const Index count = members.start[which] - members.start[which + 1];
+        const float* const wa = twiddles + factors.twiddle_offset(which);
+        for_real_radix(factors.ip[which], [&](auto radix) {
+            using Radix = decltype(radix);
+            if (which == 0) {
+                real_columns_pass<d, Radix, V, true>(shape, count, members.before(0), members.whole(), t, slots,
+                                                     spectrum, wa);
+            } else {
+                real_columns_pass<d, Radix, V, false>(shape, count, members.before(which), members.whole(), t,
+                                                      slots, spectrum, wa);
+            }
+        });
+    }
+}
+
+// ---- the frequencies without a partner ----------------------------------------------------
+
+// The frequencies R m (inner = 2) or R (m + 1/2) (inner = 1) of the whole transform
+// and their packed result: work(i, at) for value i of it and its place.
+template <Index inner, class Work>
+ZAVO_INLINE void for_unpaired(const RealCut& cut, const Work& work)
+{
+    Index i = 0;
+    if (inner == 2) {
+        work(i++, 0);
+    }
+    for (Index at = inner * cut.rows - 1; i + 1 < cut.group; i += 2, at += 2 * cut.rows) {
+        work(i, at);
+        work(i + 1, at + 1);
+    }
+    if (i < cut.group) {
+        work(i, cut.group * cut.rows - 1);
+    }
+}
+
+// The passes of the first factors over these frequencies, to and fro between the
+// halves of `values`; says which one it ends in.
+template <Direction d, Index inner>
+int unpaired_passes(const Factors& factors, const RealCut& cut, float (*values)[most_real_members],
+                    const float* twiddles)
+{
+    int at = 0;
+    for (int n = 0; n < cut.first; ++n) {
+        const int which = d == Direction::forward ? cut.first - 1 - n : n;
+        const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
+        for_real_radix(shape.ip, [&](auto radix) {
+            real_radix_pass<d, decltype(radix), ScalarLanes>(
+                shape, values[at], values[1 - at], twiddles + factors.twiddle_offset(which),
+                SpreadFrequencies<inner>{cut.rows});
+        });
+        at = 1 - at;
+    }
+    return at;
+}
+
+// All of these frequencies, between a row of the chunks and the spectrum.
+template <Direction d, int V, Index inner, class Chunk, class Spectrum>
+void unpaired(const Factors& factors, const RealCut& cut, const Chunk& chunk, Index row, Spectrum* spectrum,
+              const float* twiddles)
+{
+    float values[2][most_real_members];
+    if constexpr (d == Direction::forward) {
+        for_blocks<V>(cut.group, [&](Index g) { store<V>(values[0] + g, load<V>(chunk(g) + V * row)); });
+        const float* const found = values[unpaired_passes<d, inner>(factors, cut, values, twiddles)];
+        for_unpaired<inner>(cut, [&](Index i, Index at) { spectrum[at] = found[i]; });
+    } else {
+        for_unpaired<inner>(cut, [&](Index i, Index at) { values[0][i] = spectrum[at]; });
+        const float* const found = values[unpaired_passes<d, inner>(factors, cut, values, twiddles)];
+        for_blocks<V>(cut.group, [&](Index g) { store<V>(chunk(g) + V * row, load<V>(found + g)); });
+    }
+}
+
+// ---- all ---------------------------------------------------------------------------------------
+
+// Storage beside the table's scratch: slots, a chunk's partner, and the chunk that
+// overlaps another. From the stack while it is small.
+struct RealWork {
+    alignas(64) float on_stack[stack_floats];
+    float* taken = nullptr;
+    float* slots = nullptr;
+    float* other = nullptr;
+    float* tail = nullptr;
+
+    explicit RealWork(const RealCut& cut)
+    {
+        const Index slot_floats = 2 * cut.columns_width * cut.group;
+        const Index chunk_floats = (cut.rows_width * cut.rows + 15) / 16 * 16;
+        const Index floats = slot_floats + 2 * chunk_floats;
+        if (floats <= stack_floats) {
+            slots = on_stack;
+        } else {
+            slots = taken = core::take_work<float>(static_cast<std::size_t>(floats));
+        }
+        if (slots != nullptr) {
+            other = slots + slot_floats;
+            tail = other + chunk_floats;
+        }
+    }
+    RealWork(const RealWork&) = delete;
+    RealWork& operator=(const RealWork&) = delete;
+    ~RealWork() { core::give_back_work(taken); }
+};
+
+// The columns from t on between W-wide chunks, which begin at chunk(g), and C-wide
+// slots.
+template <Direction d, int W, int C, class Chunk>
+ZAVO_INLINE void turn_real(const RealCut& cut, const Chunk& chunk, Index t, float* slots)
+{
+    constexpr int V = W < C ? W : C;
+    for_blocks<W>(cut.group, [&](Index g) {
+        for (int part = 0; part < 2; ++part) {
+            for (int w = 0; w < W; w += V) {
+                for (int c = 0; c < C; c += V) {
+                    // there is no second part of t = R / 2
+                    const auto rows = [&](int i) {
+                        return chunk(g) + W * std::min(2 * (t + laced<C>(c + i)) - 1 + part, cut.rows - 1) + w;
+                    };
+                    const auto columns = [&](int i) { return slots + 2 * C * (g + w + i) + C * part + c; };
+                    if constexpr (d == Direction::forward) {
+                        transpose<V>(rows, columns);
+                    } else {
+                        transpose<V>(columns, rows);
+                    }
+                }
+            }
+        }
+    });
+}
+
+template <Direction d, int W, int C>
+bool real_whole(const Factors& factors, const RealCut& cut, const float* p, float* q, float* scratch,
+                const float* twiddles)
+{
+    RealWork work(cut);
+    if (work.slots == nullptr) {
+        return false;
+    }
+    Members members;
+    members.find(factors, cut.first);
+    const auto chunk = [&](Index g) { return g % W == 0 ? scratch + cut.rows * g : work.tail; };
+    const auto columns = [&](auto* spectrum) {
+        for_blocks<C>(cut.columns, [&](Index before_t) {
+            const Index t = before_t + 1;
+            if constexpr (d == Direction::forward) {
+                turn_real<d, W, C>(cut, chunk, t, work.slots);
+            }
+            columns_block<d, C>(factors, cut, members, t, work.slots, spectrum, twiddles);
+            if constexpr (d == Direction::backward) {
+                turn_real<d, W, C>(cut, chunk, t, work.slots);
+            }
+        });
+        unpaired<d, W, 2>(factors, cut, chunk, 0, spectrum, twiddles);
+        if (cut.rows % 2 == 0) {
+            unpaired<d, W, 1>(factors, cut, chunk, cut.rows - 1, spectrum, twiddles);
+        }
+    };
+    if constexpr (d == Direction::forward) {
+        float* const other = p != q ? q : work.other;
+        for_blocks<W>(cut.group,
+                      [&](Index g) { rows_forward<W>(factors, cut, p + g, chunk(g), other, twiddles); });
+        columns(q);
+    } else {
+        columns(p);
+        for_blocks<W>(cut.group, [&](Index g) {
+            rows_backward<W>(factors, cut, chunk(g), work.other, q + g, twiddles);
+        });
+    }
+    return true;
+}
+
+// The same with the widths that the cut names, W and C at most.
+template <Direction d, int W, int C>
+bool real_whole_of_widths(const Factors& factors, const RealCut& cut, const float* p, float* q, float* scratch,
+                          const float* twiddles)
+{
+    if constexpr (W > 4) {
+        if (cut.rows_width < W) {
+            return real_whole_of_widths<d, W / 2, C>(factors, cut, p, q, scratch, twiddles);
+        }
+    }
+    if constexpr (C > 4) {
+        if (cut.columns_width < C) {
+            return real_whole_of_widths<d, W, C / 2>(factors, cut, p, q, scratch, twiddles);
+        }
+    }
+    return real_whole<d, W, C>(factors, cut, p, q, scratch, twiddles);
+}
+
+} // namespace
+
+} // namespace zavo::fft
