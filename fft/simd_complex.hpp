@@ -263,7 +263,7 @@ void last_rows_pass(const Factors& factors, const SmoothCut& cut, int which, flo
                                       [&](int j, const Vector<V>& re, const Vector<V>& im) {
                                           store_folded<V>(to + result_step * j, re, im);
                                           if constexpr (far) {
-                                              fetch_for_writing<2 * V>(to + result_step * j, 2 * q_step);
+                                              fetch<2 * V, for_writing>(to + result_step * j, 2 * q_step);
                                           }
                                       });
             in.first += slot_step;

@@ -31,13 +31,17 @@ namespace { // compiled for several instruction sets: see shape.hpp
 
 // Most results of a block of columns: 32 KB of the widest registers.
 constexpr Index most_real_members = 256;
+// Two chunks up to this size fit the cache behind the innermost one.
+constexpr Index middle_floats = 256 * 1024;
+// From this length on the outer values are fetched ahead.
+constexpr Index far_real_length = 32 * 1024;
 // Work storage that is taken from the stack.
 constexpr Index stack_floats = 16 * 1024;
 
 // Where the factor list is cut. first = 0: nowhere.
 struct RealCut {
     int first = 0;
-    int rows_width = 0;        // registers of the rows and of the columns
+    int rows_width = 0; // registers of the rows and of the columns
     int columns_width = 0;
     Index group = 1;           // G
     Index rows = 1;            // R
@@ -79,7 +83,9 @@ ZAVO_INLINE void choose_real_cut(const Factors& factors, RealCut& cut)
         if (rows_width == 0 || columns_width == 0 || group > most_real_members) {
             continue;
         }
-        const Index work = padded_work(group, rows_width) * rows * (factors.count - first) +
+        const Index chunks = 2 * rows_width * rows; // one and its partner
+        const Index distance = chunks <= middle_floats ? 1 : 2;
+        const Index work = padded_work(group, rows_width) * rows * (factors.count - first) * distance +
                            2 * padded_work(columns, columns_width) * group * first;
         if (cut.first == 0 || work < least) {
             cut.first = first;
@@ -101,15 +107,21 @@ ZAVO_INLINE void choose_real_cut(const Factors& factors, RealCut& cut)
 // ---- rows ----------------------------------------------------------------------------
 
 // The pass of the last factor, whose values stand `stride` apart outside and come
-// or go as lanes.
-template <Direction d, class Radix, int V>
+// or go as lanes; with `far` those of the next lanes are fetched.
+template <Direction d, class Radix, int V, bool far>
 void outer_rows_pass(Index l1, const float* from, float* to, Index stride)
 {
     constexpr int ip = Radix::ip;
     for (Index k = 0; k < l1; ++k) {
         Vector<V> x[ip], y[ip];
         for (int j = 0; j < ip; ++j) {
-            x[j] = load<V>(d == Direction::forward ? from + stride * (k + l1 * j) : from + V * (j + ip * k));
+            const Index outside = stride * (k + l1 * j);
+            x[j] = load<V>(d == Direction::forward ? from + outside : from + V * (j + ip * k));
+            if constexpr (far && d == Direction::forward) {
+                fetch<V, for_reading>(from + outside, V);
+            } else if constexpr (far) {
+                fetch<V, for_writing>(to + outside, V);
+            }
         }
         if constexpr (d == Direction::forward) {
             Radix::forward_first(x, y);
@@ -156,7 +168,11 @@ void rows_forward(const Factors& factors, const RealCut& cut, const float* p, fl
     float* from = to == chunk ? other : chunk;
     const bool direct = for_real_radix(factors.ip[last], [&](auto radix) {
         const Index l1 = factors.shape_within(cut.first, last).l1;
-        outer_rows_pass<Direction::forward, decltype(radix), V>(l1, p, to, cut.group);
+        if (factors.n < far_real_length) {
+            outer_rows_pass<Direction::forward, decltype(radix), V, false>(l1, p, to, cut.group);
+        } else {
+            outer_rows_pass<Direction::forward, decltype(radix), V, true>(l1, p, to, cut.group);
+        }
     });
     if (!direct) {
         for (Index m = 0; m < cut.rows; ++m) {
@@ -188,7 +204,11 @@ void rows_backward(const Factors& factors, const RealCut& cut, float* chunk, flo
     }
     const bool direct = for_real_radix(factors.ip[last], [&](auto radix) {
         const Index l1 = factors.shape_within(cut.first, last).l1;
-        outer_rows_pass<Direction::backward, decltype(radix), V>(l1, from, q, cut.group);
+        if (factors.n < far_real_length) {
+            outer_rows_pass<Direction::backward, decltype(radix), V, false>(l1, from, q, cut.group);
+        } else {
+            outer_rows_pass<Direction::backward, decltype(radix), V, true>(l1, from, q, cut.group);
+        }
     });
     if (!direct) {
         pass(last);
@@ -274,7 +294,7 @@ ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Membe
         Vector<V> re[ip], im[ip], yre[ip], yim[ip];
         unroll<ip>([&](auto j) {
             if constexpr (outermost && d == Direction::backward) {
-                const Pairs<V> x = load_member<V, j % 2 == 0 ? sign : -sign>(spectrum - 1, outer[j], t);
+                const Pairs<V> x = load_member < V, j % 2 == 0 ? sign : -sign > (spectrum - 1, outer[j], t);
                 re[j] = x.re;
                 im[j] = x.im;
             } else {
@@ -318,10 +338,24 @@ void real_columns_pass(const Shape& shape, Index count, const Member* members, c
     }
 }
 
+// The pairs that the next columns have in the spectrum.
+template <Direction d, int V, class Spectrum>
+void fetch_columns(const Member* members, Index count, Index t, Spectrum* spectrum)
+{
+    constexpr Fetch what = d == Direction::forward ? for_writing : for_reading;
+    for (Index e = 0; e < count; ++e) {
+        const Index first = members[e].sign > 0 ? members[e].base + t : members[e].base - t - (V - 1);
+        fetch<2 * V, what>(spectrum, 2 * first - 1);
+    }
+}
+
 template <Direction d, int V, class Spectrum>
 void columns_block(const Factors& factors, const RealCut& cut, const Members& members, Index t, float* slots,
                    Spectrum* spectrum, const float* twiddles)
 {
+    if (factors.n >= far_real_length) {
+        fetch_columns<d, V>(members.whole(), cut.group, t + V, spectrum);
+    }
     for (int n = 0; n < cut.first; ++n) {
         const int which = d == Direction::forward ? cut.first - 1 - n : n;
         const Shape shape = factors.shape(which);
@@ -330,8 +364,8 @@ void columns_block(const Factors& factors, const RealCut& cut, const Members& me
         for_real_radix(factors.ip[which], [&](auto radix) {
             using Radix = decltype(radix);
             if (which == 0) {
-                real_columns_pass<d, Radix, V, true>(shape, count, members.before(0), members.whole(), t, slots,
-                                                     spectrum, wa);
+                real_columns_pass<d, Radix, V, true>(shape, count, members.before(0), members.whole(), t,
+                                                     slots, spectrum, wa);
             } else {
                 real_columns_pass<d, Radix, V, false>(shape, count, members.before(which), members.whole(), t,
                                                       slots, spectrum, wa);
@@ -371,9 +405,9 @@ int unpaired_passes(const Factors& factors, const RealCut& cut, float (*values)[
         const int which = d == Direction::forward ? cut.first - 1 - n : n;
         const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
         for_real_radix(shape.ip, [&](auto radix) {
-            real_radix_pass<d, decltype(radix), ScalarLanes>(
-                shape, values[at], values[1 - at], twiddles + factors.twiddle_offset(which),
-                SpreadFrequencies<inner>{cut.rows});
+            real_radix_pass<d, decltype(radix), ScalarLanes>(shape, values[at], values[1 - at],
+                                                             twiddles + factors.twiddle_offset(which),
+                                                             SpreadFrequencies<inner>{cut.rows});
         });
         at = 1 - at;
     }
@@ -435,12 +469,19 @@ ZAVO_INLINE void turn_real(const RealCut& cut, const Chunk& chunk, Index t, floa
 {
     constexpr int V = W < C ? W : C;
     for_blocks<W>(cut.group, [&](Index g) {
+        if (cut.group * cut.rows >= far_real_length) { // the rows of the next columns
+            constexpr Fetch what = d == Direction::forward ? for_reading : for_writing;
+            for (Index row = 2 * t + 2 * C - 1; row < 2 * t + 4 * C - 1; ++row) {
+                fetch<W, what>(chunk(g), W * row);
+            }
+        }
         for (int part = 0; part < 2; ++part) {
             for (int w = 0; w < W; w += V) {
                 for (int c = 0; c < C; c += V) {
                     // there is no second part of t = R / 2
                     const auto rows = [&](int i) {
-                        return chunk(g) + W * std::min(2 * (t + laced<C>(c + i)) - 1 + part, cut.rows - 1) + w;
+                        return chunk(g) + W * std::min(2 * (t + laced<C>(c + i)) - 1 + part, cut.rows - 1) +
+                               w;
                     };
                     const auto columns = [&](int i) { return slots + 2 * C * (g + w + i) + C * part + c; };
                     if constexpr (d == Direction::forward) {
@@ -497,8 +538,8 @@ bool real_whole(const Factors& factors, const RealCut& cut, const float* p, floa
 
 // The same with the widths that the cut names, W and C at most.
 template <Direction d, int W, int C>
-bool real_whole_of_widths(const Factors& factors, const RealCut& cut, const float* p, float* q, float* scratch,
-                          const float* twiddles)
+bool real_whole_of_widths(const Factors& factors, const RealCut& cut, const float* p, float* q,
+                          float* scratch, const float* twiddles)
 {
     if constexpr (W > 4) {
         if (cut.rows_width < W) {

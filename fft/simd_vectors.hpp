@@ -261,14 +261,14 @@ ZAVO_INLINE T pairs_reversed(T a, std::index_sequence<I...>)
     return __builtin_shufflevector(a, a, static_cast<int>((sizeof...(I) / 2 - 1 - I / 2) * 2 + I % 2)...);
 }
 
-// Has the line at p + ahead brought near; nothing need be there.
-template <int floats>
-ZAVO_INLINE void fetch_for_writing(const float* p, Index ahead)
+// Has the floats from p + ahead on brought near; nothing need be there.
+enum Fetch { for_reading, for_writing };
+template <int floats, Fetch what>
+ZAVO_INLINE void fetch(const float* p, Index ahead)
 {
-    const std::uintptr_t at =
-        reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(ahead) * sizeof(float);
+    const auto at = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(ahead) * sizeof(float);
     for (std::size_t byte = 0; byte < floats * sizeof(float); byte += 64) {
-        __builtin_prefetch(reinterpret_cast<const void*>(at + byte), 1);
+        __builtin_prefetch(reinterpret_cast<const void*>(at + byte), what == for_writing ? 1 : 0);
     }
 }
 
@@ -382,8 +382,7 @@ template <int h, class T, std::size_t... I>
 ZAVO_INLINE T halves_joined(T a, T b, std::index_sequence<I...>)
 {
     constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(a, b,
-                                   static_cast<int>(I / (V / 2) * V + h * V / 2 + I % (V / 2))...);
+    return __builtin_shufflevector(a, b, static_cast<int>(I / (V / 2) * V + h * V / 2 + I % (V / 2))...);
 }
 // work(0), work(1) ... work(count - 1), each number a type's.
 template <class Work, int... i>
