@@ -24,8 +24,8 @@ void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* _
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const JoinedView<Lanes> in{ido, ip};
-    const SplitView<OutLanes> out{ido, shape.l1};
+    const JoinedView<Lanes> in(shape);
+    const SplitView<OutLanes> out(shape);
     for (Index k = 0; k < shape.l1; ++k) {
         for (Index i = 0; i < ido; ++i) {
             L re[ip], im[ip], yre[ip], yim[ip];
@@ -58,8 +58,9 @@ void complex_general_pass(const Shape& shape, const float* in, float* out, float
     const Index ido = shape.ido;
     const Index ip = shape.ip;
     const Index slab = 2 * ido * shape.l1;
-    const JoinedView<Lanes> joined{2 * ido, ip};
-    const SplitView<Lanes> split{2 * ido, shape.l1};
+    const Shape parts{2 * ido, shape.l1, ip}; // real and imaginary ones alike
+    const JoinedView<Lanes> joined(parts);
+    const SplitView<Lanes> split(parts);
 
     for (Index k = 0; k < shape.l1; ++k) {
         for (Index i = 0; i < 2 * ido; ++i) {

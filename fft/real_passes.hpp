@@ -41,16 +41,18 @@ struct SpreadFrequencies {
     }
 };
 
-// Reads split, writes joined. wa: ip - 1 blocks of ido values, (cos, sin) pairs.
-template <class Radix, class Lanes, class Frequencies = AllFrequencies>
+// Reads apart, split as a rule, and writes joined. wa: ip - 1 blocks of ido values,
+// (cos, sin) pairs.
+template <class Radix, class Lanes, class Frequencies = AllFrequencies,
+          template <class> class Apart = SplitView>
 void forward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
                   const float* __restrict wa, const Frequencies frequencies = {})
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const SplitView<Lanes> in{ido, shape.l1};
-    const JoinedView<Lanes> out{ido, ip};
+    const Apart<Lanes> in(shape);
+    const JoinedView<Lanes> out(shape);
     for (Index k = 0; k < shape.l1; ++k) {
         L x[ip], y[ip];
         if constexpr (Frequencies::inner == 2) {
@@ -94,16 +96,17 @@ void forward_pass(const Shape& shape, const float* __restrict cc, float* __restr
     }
 }
 
-// Reads joined, writes split.
-template <class Radix, class Lanes, class Frequencies = AllFrequencies>
+// Reads joined, writes apart.
+template <class Radix, class Lanes, class Frequencies = AllFrequencies,
+          template <class> class Apart = SplitView>
 void backward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
                    const float* __restrict wa, const Frequencies frequencies = {})
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const JoinedView<Lanes> in{ido, ip};
-    const SplitView<Lanes> out{ido, shape.l1};
+    const JoinedView<Lanes> in(shape);
+    const Apart<Lanes> out(shape);
     for (Index k = 0; k < shape.l1; ++k) {
         L x[ip], y[ip];
         if constexpr (Frequencies::inner == 2) {
@@ -158,8 +161,8 @@ void forward_general_pass(const Shape& shape, const float* in, float* out, float
     const Index ido = shape.ido;
     const Index ip = shape.ip;
     const Index slab = ido * shape.l1;
-    const SplitView<Lanes> split{ido, shape.l1};
-    const JoinedView<Lanes> joined{ido, ip};
+    const SplitView<Lanes> split(shape);
+    const JoinedView<Lanes> joined(shape);
 
     copy_values<Lanes>(slab, in, out);
     for (Index j = 1; j < (ip + 1) / 2; ++j) {
@@ -219,8 +222,8 @@ void backward_general_pass(const Shape& shape, const float* in, float* out, floa
     const Index ido = shape.ido;
     const Index ip = shape.ip;
     const Index slab = ido * shape.l1;
-    const SplitView<Lanes> split{ido, shape.l1};
-    const JoinedView<Lanes> joined{ido, ip};
+    const SplitView<Lanes> split(shape);
+    const JoinedView<Lanes> joined(shape);
 
     for (Index k = 0; k < shape.l1; ++k) {
         for (Index i = 0; i < ido; ++i) {
@@ -276,14 +279,15 @@ void backward_general_pass(const Shape& shape, const float* in, float* out, floa
 
 // ---- drivers ------------------------------------------------------------------
 
-template <Direction d, class Radix, class Lanes, class Frequencies = AllFrequencies>
+template <Direction d, class Radix, class Lanes, class Frequencies = AllFrequencies,
+          template <class> class Apart = SplitView>
 void real_radix_pass(const Shape& shape, const float* in, float* out, const float* wa,
                      const Frequencies frequencies = {})
 {
     if constexpr (d == Direction::forward) {
-        forward_pass<Radix, Lanes>(shape, in, out, wa, frequencies);
+        forward_pass<Radix, Lanes, Frequencies, Apart>(shape, in, out, wa, frequencies);
     } else {
-        backward_pass<Radix, Lanes>(shape, in, out, wa, frequencies);
+        backward_pass<Radix, Lanes, Frequencies, Apart>(shape, in, out, wa, frequencies);
     }
 }
 

@@ -5,7 +5,8 @@
 //
 //     split  (i, k, j):  i + ido * (k + l1 * j)    ip slabs, far apart
 //     joined (i, j, k):  i + ido * (j + ip * k)    ip rows, side by side
-//
+//     nested (i, k, j):  the same places; the sub-transforms that a butterfly joins
+//                        lie side by side, so that a part of the array is a whole//
 // A forward real pass reads split and writes joined, a backward one the reverse;
 // a complex pass reads joined and writes split in both directions.
 //
@@ -53,13 +54,22 @@ struct ScalarLanes {
 template <class Lanes>
 struct SplitView {
     Index ido, l1;
+    explicit ZAVO_INLINE SplitView(const Shape& shape) : ido(shape.ido), l1(shape.l1) {}
     ZAVO_INLINE Index at(Index i, Index k, Index j) const { return Lanes::stride * (i + ido * (k + l1 * j)); }
 };
 
 template <class Lanes>
 struct JoinedView {
     Index ido, ip;
+    explicit ZAVO_INLINE JoinedView(const Shape& shape) : ido(shape.ido), ip(shape.ip) {}
     ZAVO_INLINE Index at(Index i, Index j, Index k) const { return Lanes::stride * (i + ido * (j + ip * k)); }
+};
+
+// The places of a joined array in the order of indices of a split one.
+template <class Lanes>
+struct NestedView : JoinedView<Lanes> {
+    using JoinedView<Lanes>::JoinedView;
+    ZAVO_INLINE Index at(Index i, Index k, Index j) const { return JoinedView<Lanes>::at(i, j, k); }
 };
 
 template <class Lanes>

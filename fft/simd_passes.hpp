@@ -18,8 +18,8 @@ ZAVO_INLINE void forward_run(const Shape& shape, const float* __restrict cc, flo
     using L = Vector<V>;
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const SplitView<ScalarLanes> in{ido, shape.l1};
-    const JoinedView<ScalarLanes> out{ido, ip};
+    const SplitView<ScalarLanes> in(shape);
+    const JoinedView<ScalarLanes> out(shape);
     L re[ip], im[ip], yre[ip], yim[ip];
     for (int j = 0; j < ip; ++j) {
         const Pairs<V> x = load_pairs<V, full>(cc + in.at(2 * t + 1, k, j), count);
@@ -47,8 +47,8 @@ void forward_pass_along(const Shape& shape, const float* __restrict cc, float* _
 {
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const SplitView<ScalarLanes> in{ido, shape.l1};
-    const JoinedView<ScalarLanes> out{ido, ip};
+    const SplitView<ScalarLanes> in(shape);
+    const JoinedView<ScalarLanes> out(shape);
     const Index frequencies = (ido - 1) / 2;
     for (Index k = 0; k < shape.l1; ++k) {
         float x[ip], y[ip];
@@ -88,8 +88,8 @@ ZAVO_INLINE void backward_run(const Shape& shape, const float* __restrict cc, fl
     using L = Vector<V>;
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const JoinedView<ScalarLanes> in{ido, ip};
-    const SplitView<ScalarLanes> out{ido, shape.l1};
+    const JoinedView<ScalarLanes> in(shape);
+    const SplitView<ScalarLanes> out(shape);
     L re[ip], im[ip], yre[ip], yim[ip];
     for (int j = 0; j < ip; ++j) {
         const Pairs<V> x = j % 2 == 0 ? load_pairs<V, full>(cc + in.at(2 * t + 1, j, k), count)
@@ -115,8 +115,8 @@ void backward_pass_along(const Shape& shape, const float* __restrict cc, float* 
 {
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const JoinedView<ScalarLanes> in{ido, ip};
-    const SplitView<ScalarLanes> out{ido, shape.l1};
+    const JoinedView<ScalarLanes> in(shape);
+    const SplitView<ScalarLanes> out(shape);
     const Index frequencies = (ido - 1) / 2;
     for (Index k = 0; k < shape.l1; ++k) {
         float x[ip], y[ip];
@@ -185,8 +185,8 @@ ZAVO_INLINE void complex_run(const Shape& shape, const float* __restrict cc, flo
     using L = Vector<V>;
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
-    const JoinedView<ScalarLanes> in{ido, ip};
-    const SplitView<ScalarLanes> out{ido, shape.l1};
+    const JoinedView<ScalarLanes> in(shape);
+    const SplitView<ScalarLanes> out(shape);
     L re[ip], im[ip], yre[ip], yim[ip];
     for (int j = 0; j < ip; ++j) {
         const Pairs<V> x = load_pairs<V, full>(cc + 2 * in.at(t, j, k), count);

@@ -43,10 +43,11 @@ struct RealCut {
     int first = 0;
     int rows_width = 0; // registers of the rows and of the columns
     int columns_width = 0;
-    Index group = 1;           // G
-    Index rows = 1;            // R
-    Index columns = 0;         // t = 1 .. columns
-    Index inner[most_factors]; // product of the factors behind, up to the cut
+    Index group = 1;            // G
+    Index rows = 1;             // R
+    Index columns = 0;          // t = 1 .. columns
+    Index inner[most_factors];  // product of the factors behind, up to the cut
+    Index weight[most_factors]; // product of the factors before, from the cut on
 };
 
 // The widest registers that `count` values fill; 0 below 4.
@@ -102,35 +103,10 @@ ZAVO_INLINE void choose_real_cut(const Factors& factors, RealCut& cut)
         cut.inner[t] = product;
         product *= factors.ip[t];
     }
-}
-
-// ---- rows ----------------------------------------------------------------------------
-
-// The pass of the last factor, whose values stand `stride` apart outside and come
-// or go as lanes; with `far` those of the next lanes are fetched.
-template <Direction d, class Radix, int V, bool far>
-void outer_rows_pass(Index l1, const float* from, float* to, Index stride)
-{
-    constexpr int ip = Radix::ip;
-    for (Index k = 0; k < l1; ++k) {
-        Vector<V> x[ip], y[ip];
-        for (int j = 0; j < ip; ++j) {
-            const Index outside = stride * (k + l1 * j);
-            x[j] = load<V>(d == Direction::forward ? from + outside : from + V * (j + ip * k));
-            if constexpr (far && d == Direction::forward) {
-                fetch<V, for_reading>(from + outside, V);
-            } else if constexpr (far) {
-                fetch<V, for_writing>(to + outside, V);
-            }
-        }
-        if constexpr (d == Direction::forward) {
-            Radix::forward_first(x, y);
-        } else {
-            Radix::backward_first(x, y);
-        }
-        for (int j = 0; j < ip; ++j) {
-            store<V>(d == Direction::forward ? to + V * (j + ip * k) : to + stride * (k + l1 * j), y[j]);
-        }
+    product = 1;
+    for (int t = cut.first; t < factors.count; ++t) {
+        cut.weight[t] = product;
+        product *= factors.ip[t];
     }
 }
 
@@ -156,65 +132,175 @@ ZAVO_INLINE bool for_real_radix(Index ip, const Work& work)
     }
 }
 
-// V transforms of length R: forward from p, values `group` apart, to a chunk;
-// backward from a chunk to such places. `other` is as long as a chunk.
+// ---- rows ----------------------------------------------------------------------------
+// V transforms of length R between places `group` apart and a chunk.
+
+// Of radices 2 to 5. The transforms of length after[t] that factor t makes lie one
+// after the other, those that it makes one of side by side; so a part of the chunk
+// can go through many passes while it is near. Even and odd factors write to the
+// chunk and to its partner in turn, the first one to the chunk.
+template <Direction d, int V>
+struct SmoothRows {
+    const Factors& factors;
+    const RealCut& cut;
+    float* chunk;
+    float* partner;
+    const float* twiddles;
+
+    float* made_by(int t) const { return (t - cut.first) % 2 == 0 ? chunk : partner; }
+
+    // The pass of factor t in `count` transforms that begin with value `start`.
+    void pass(int t, Index start, Index count) const
+    {
+        float* const joined = made_by(t) + V * start;
+        float* const apart = made_by(t + 1) + V * start;
+        const Shape shape{factors.ido(t), count, factors.ip[t]};
+        const float* const wa = twiddles + factors.twiddle_offset(t);
+        for_real_radix(shape.ip, [&](auto radix) {
+            real_radix_pass<d, decltype(radix), VectorLanes<V>, AllFrequencies, NestedView>(
+                shape, d == Direction::forward ? apart : joined, d == Direction::forward ? joined : apart,
+                wa);
+        });
+    }
+
+    // The pass of the last factor, in the transforms that factors t to the last one
+    // but one join. outside: value 0 of the whole of them.
+    template <class Radix, bool far, class Outside>
+    void outer_pass(int t, Index start, Outside* outside) const
+    {
+        constexpr int ip = Radix::ip;
+        const int last = factors.count - 1;
+        const Index step = cut.group * cut.weight[last];
+        float* at = made_by(last) + V * start;
+        Index digit[most_factors] = {};
+        for (;;) {
+            const Index innermost = t < last ? factors.ip[last - 1] : 1;
+            Outside* leaf = outside;
+            for (Index n = 0; n < innermost; ++n) {
+                Vector<V> x[ip], y[ip];
+                for (int j = 0; j < ip; ++j) {
+                    x[j] = load<V>(d == Direction::forward ? leaf + step * j : at + V * j);
+                    if constexpr (far) { // what the next lanes have there
+                        fetch<V, d == Direction::forward ? for_reading : for_writing>(leaf + step * j, V);
+                    }
+                }
+                if constexpr (d == Direction::forward) {
+                    Radix::forward_first(x, y);
+                } else {
+                    Radix::backward_first(x, y);
+                }
+                for (int j = 0; j < ip; ++j) {
+                    if constexpr (d == Direction::forward) {
+                        store<V>(at + V * j, y[j]);
+                    } else {
+                        store<V>(leaf + step * j, y[j]);
+                    }
+                }
+                at += V * ip;
+                leaf += t < last ? cut.group * cut.weight[last - 1] : 0;
+            }
+            int carry = last - 2;
+            for (; carry >= t; --carry) {
+                outside += cut.group * cut.weight[carry];
+                if (++digit[carry] < factors.ip[carry]) {
+                    break;
+                }
+                outside -= cut.group * cut.weight[carry] * factors.ip[carry];
+                digit[carry] = 0;
+            }
+            if (carry < t) {
+                return;
+            }
+        }
+    }
+
+    template <class Outside>
+    void outer(int t, Index start, Outside* outside) const
+    {
+        for_real_radix(factors.ip[factors.count - 1], [&](auto radix) {
+            if (factors.n < far_real_length) {
+                outer_pass<decltype(radix), false>(t, start, outside);
+            } else {
+                outer_pass<decltype(radix), true>(t, start, outside);
+            }
+        });
+    }
+
+    // The transform of factors t and on that begins with value `start`.
+    template <class Outside>
+    void run(int t, Index start, Outside* outside) const
+    {
+        const int last = factors.count - 1;
+        const Index length = factors.after[t];
+        if (2 * V * length > near_floats && t < last) {
+            if constexpr (d == Direction::backward) {
+                pass(t, start, 1);
+            }
+            for (Index j = 0; j < factors.ip[t]; ++j) {
+                run(t + 1, start + factors.after[t + 1] * j, outside + cut.group * cut.weight[t] * j);
+            }
+            if constexpr (d == Direction::forward) {
+                pass(t, start, 1);
+            }
+            return;
+        }
+        Index count = 1;
+        if constexpr (d == Direction::backward) {
+            for (int s = t; s < last; ++s) {
+                pass(s, start, count);
+                count *= factors.ip[s];
+            }
+            outer(t, start, outside);
+        } else {
+            outer(t, start, outside);
+            count = length / factors.ip[last];
+            for (int s = last - 1; s >= t; --s) {
+                count /= factors.ip[s];
+                pass(s, start, count);
+            }
+        }
+    }
+};
+
+// Of any radices.
 template <int V>
-void rows_forward(const Factors& factors, const RealCut& cut, const float* p, float* chunk, float* other,
+void rows_forward(const Factors& factors, const RealCut& cut, const float* p, float* chunk, float* partner,
                   const float* twiddles)
 {
-    const int last = factors.count - 1;
-    const int passes = factors.count - cut.first;
-    float* to = passes % 2 != 0 ? chunk : other;
-    float* from = to == chunk ? other : chunk;
-    const bool direct = for_real_radix(factors.ip[last], [&](auto radix) {
-        const Index l1 = factors.shape_within(cut.first, last).l1;
-        if (factors.n < far_real_length) {
-            outer_rows_pass<Direction::forward, decltype(radix), V, false>(l1, p, to, cut.group);
-        } else {
-            outer_rows_pass<Direction::forward, decltype(radix), V, true>(l1, p, to, cut.group);
-        }
-    });
-    if (!direct) {
-        for (Index m = 0; m < cut.rows; ++m) {
-            store<V>(from + V * m, load<V>(p + cut.group * m));
-        }
-        std::swap(from, to);
+    if (factors.ip[factors.count - 1] <= 5) {
+        SmoothRows<Direction::forward, V>{factors, cut, chunk, partner, twiddles}.run(cut.first, 0, p);
+        return;
     }
-    for (int which = direct ? last - 1 : last; which >= cut.first; --which) {
-        std::swap(from, to);
+    const bool odd = (factors.count - cut.first) % 2 != 0;
+    float* from = odd ? partner : chunk;
+    float* to = odd ? chunk : partner;
+    for (Index m = 0; m < cut.rows; ++m) {
+        store<V>(from + V * m, load<V>(p + cut.group * m));
+    }
+    for (int which = factors.count - 1; which >= cut.first; --which) {
         real_pass<Direction::forward, VectorLanes<V>>(factors.shape_within(cut.first, which), from, to, from,
                                                       twiddles + factors.twiddle_offset(which));
+        std::swap(from, to);
     }
 }
 
 template <int V>
-void rows_backward(const Factors& factors, const RealCut& cut, float* chunk, float* other, float* q,
+void rows_backward(const Factors& factors, const RealCut& cut, float* chunk, float* partner, float* q,
                    const float* twiddles)
 {
-    const int last = factors.count - 1;
+    if (factors.ip[factors.count - 1] <= 5) {
+        SmoothRows<Direction::backward, V>{factors, cut, chunk, partner, twiddles}.run(cut.first, 0, q);
+        return;
+    }
     float* from = chunk;
-    float* to = other;
-    const auto pass = [&](int which) {
+    float* to = partner;
+    for (int which = cut.first; which < factors.count; ++which) {
         real_pass<Direction::backward, VectorLanes<V>>(factors.shape_within(cut.first, which), from, to, from,
                                                        twiddles + factors.twiddle_offset(which));
         std::swap(from, to);
-    };
-    for (int which = cut.first; which < last; ++which) {
-        pass(which);
     }
-    const bool direct = for_real_radix(factors.ip[last], [&](auto radix) {
-        const Index l1 = factors.shape_within(cut.first, last).l1;
-        if (factors.n < far_real_length) {
-            outer_rows_pass<Direction::backward, decltype(radix), V, false>(l1, from, q, cut.group);
-        } else {
-            outer_rows_pass<Direction::backward, decltype(radix), V, true>(l1, from, q, cut.group);
-        }
-    });
-    if (!direct) {
-        pass(last);
-        for (Index m = 0; m < cut.rows; ++m) {
-            store<V>(q + cut.group * m, load<V>(from + V * m));
-        }
+    for (Index m = 0; m < cut.rows; ++m) {
+        store<V>(q + cut.group * m, load<V>(from + V * m));
     }
 }
 
