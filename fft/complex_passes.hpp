@@ -15,9 +15,7 @@ namespace { // compiled for several instruction sets: see shape.hpp
 // wa: ip - 1 blocks of ido (cos, sin) pairs. With ido = 1 there is no twiddle,
 // otherwise even the pair (1, 0) of i = 0 is multiplied with: it can turn a
 // negative zero.
-// OutLanes says how the results are stored; it differs from Lanes where the last
-// pass of a group of transforms leaves the lanes.
-template <Direction d, class Radix, class Lanes, class OutLanes>
+template <Direction d, class Radix, class Lanes>
 void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
                         const float* __restrict wa)
 {
@@ -25,7 +23,7 @@ void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* _
     constexpr int ip = Radix::ip;
     const Index ido = shape.ido;
     const JoinedView<Lanes> in(shape);
-    const SplitView<OutLanes> out(shape);
+    const SplitView<Lanes> out(shape);
     for (Index k = 0; k < shape.l1; ++k) {
         for (Index i = 0; i < ido; ++i) {
             L re[ip], im[ip], yre[ip], yim[ip];
@@ -42,7 +40,9 @@ void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* _
                 }
             }
             for (int j = 0; j < ip; ++j) {
-                OutLanes::store_pair(ch + 2 * out.at(i, k, j), yre[j], yim[j]);
+                float* const to = ch + 2 * out.at(i, k, j);
+                Lanes::store(to, yre[j]);
+                Lanes::store(to + Lanes::stride, yim[j]);
             }
         }
     }
@@ -104,21 +104,21 @@ void complex_general_pass(const Shape& shape, const float* in, float* out, float
     }
 }
 
-template <Direction d, class Lanes, class OutLanes = Lanes>
+template <Direction d, class Lanes>
 void complex_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
     switch (shape.ip) {
     case 2:
-        complex_radix_pass<d, ComplexRadix2<d>, Lanes, OutLanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix2<d>, Lanes>(shape, in, out, wa);
         return;
     case 3:
-        complex_radix_pass<d, ComplexRadix3<d>, Lanes, OutLanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix3<d>, Lanes>(shape, in, out, wa);
         return;
     case 4:
-        complex_radix_pass<d, ComplexRadix4<d>, Lanes, OutLanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix4<d>, Lanes>(shape, in, out, wa);
         return;
     case 5:
-        complex_radix_pass<d, ComplexRadix5<d>, Lanes, OutLanes>(shape, in, out, wa);
+        complex_radix_pass<d, ComplexRadix5<d>, Lanes>(shape, in, out, wa);
         return;
     default:
         complex_general_pass<d, Lanes>(shape, in, out, work, wa);

@@ -44,11 +44,6 @@ struct ScalarLanes {
     static constexpr Index stride = 1;
     static ZAVO_INLINE Value load(const float* p) { return *p; }
     static ZAVO_INLINE void store(float* p, Value v) { *p = v; }
-    static ZAVO_INLINE void store_pair(float* p, Value re, Value im)
-    {
-        p[0] = re;
-        p[1] = im;
-    }
 };
 
 template <class Lanes>

@@ -1,7 +1,5 @@
-// Whole complex transforms of lengths made of 2, 3 and 5, in registers of V values.
-//
-// The factors are cut in two: G is the product of the first, R = n / G that of the
-// others. Value r + R g of the input takes this way:
+// Whole complex transforms in registers of V values; simd_whole.hpp says what G and R
+// are. Value r + R g of the input takes this way:
 //
 //     columns   the passes of the first factors, V neighbouring r at a time, in
 //               the G slots of a block that stays in the innermost cache
@@ -10,72 +8,22 @@
 //     rows      the passes of the other factors, chunk by chunk; the last one
 //               leaves for the result, frequency k + G times the row's
 //
-// A slot is V real parts and V imaginary parts. All passes but the last stay in
-// place: digits come out in reverse order, and the two places that read a finished
-// block, the turn and the last pass, count in that order. Where V does not divide
-// R or G, the last block overlaps the one before it and computes the same again.
+// All passes of radix 2 to 5 but the last stay in place: digits come out in reverse
+// order, and the two places that read a finished block, the turn and the last pass,
+// count in that order.
 //
 // The butterflies are those of run_complex with ScalarLanes and so are the bits.
 #pragma once
 
-#include "core/memory.hpp"
-#include "fft/complex_radices.hpp"
-#include "fft/factors.hpp"
-#include "fft/simd_vectors.hpp"
+#include "fft/complex_passes.hpp"
+#include "fft/simd_whole.hpp"
 
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see shape.hpp
 
-// Most slots of a block of columns: 32 KB of the widest registers.
-constexpr Index most_column_slots = 256;
-// A block of rows up to this size runs pass by pass, a larger one depth first.
-constexpr Index near_floats = 8 * 1024;
 // From this length on the result is fetched ahead of its writing.
-constexpr Index far_length = 2048;
-
-// Where the factor list is cut. first = 0: nowhere.
-struct SmoothCut {
-    int first = 0;
-    Index group = 1;            // G
-    Index rows = 1;             // R
-    Index inner[most_factors];  // product of the factors behind, up to the cut
-    Index weight[most_factors]; // product of the factors before, from the cut on
-};
-
-// The work of the passes, padded to full registers, is least.
-template <int V>
-ZAVO_INLINE void choose_smooth_cut(const Factors& factors, SmoothCut& cut)
-{
-    Index least = 0;
-    for (int first = 1; first < factors.count; ++first) {
-        const Index group = factors.l1(first);
-        const Index rows = factors.after[first];
-        if (group < V || rows < V || group > most_column_slots) {
-            continue;
-        }
-        const Index columns_work = ((rows + V - 1) & -V) * group * first;
-        const Index rows_work = ((group + V - 1) & -V) * rows * (factors.count - first);
-        if (cut.first == 0 || columns_work + rows_work < least) {
-            cut.first = first;
-            cut.group = group;
-            cut.rows = rows;
-            least = columns_work + rows_work;
-        }
-    }
-    if (cut.first != 0) {
-        Index product = 1;
-        for (int t = cut.first - 1; t >= 0; --t) {
-            cut.inner[t] = product;
-            product *= factors.ip[t];
-        }
-        product = 1;
-        for (int t = cut.first; t < factors.count; ++t) {
-            cut.weight[t] = product;
-            product *= factors.ip[t];
-        }
-    }
-}
+constexpr Index far_complex_length = 2048;
 
 // ---- butterflies of V lanes ----------------------------------------------------------
 
@@ -116,23 +64,6 @@ ZAVO_INLINE void for_radix(Index ip, const Work& work)
         work(ComplexRadix5<d>{});
     }
 }
-
-// V slots a distance apart, as a pass reads and writes them.
-template <int V>
-struct Slots {
-    float* first;
-    Index step;
-    ZAVO_INLINE void load(int j, Vector<V>& re, Vector<V>& im) const
-    {
-        re = fft::load<V>(first + step * j);
-        im = fft::load<V>(first + step * j + V);
-    }
-    ZAVO_INLINE void store(int j, const Vector<V>& re, const Vector<V>& im) const
-    {
-        fft::store<V>(first + step * j, re);
-        fft::store<V>(first + step * j + V, im);
-    }
-};
 
 // ---- columns -----------------------------------------------------------------------------
 
@@ -194,7 +125,7 @@ void columns_pass(Index rows, Index inner, Index l1, float* slots, const float* 
 
 // Where the results of the columns stand.
 template <int V>
-ZAVO_INLINE void find_results(const Factors& factors, const SmoothCut& cut, const float* slots,
+ZAVO_INLINE void find_results(const Factors& factors, const Cut& cut, const float* slots,
                               const float** result)
 {
     result[0] = slots;
@@ -245,8 +176,7 @@ void rows_pass(Index ido, Index blocks, float* slots, const float* __restrict wa
 // open. Frequency f of the block goes to q + stride * f. `far`: into memory that is
 // not in a near cache.
 template <Direction d, class Radix, int V, bool far>
-void last_rows_pass(const Factors& factors, const SmoothCut& cut, int which, float* slots, float* q,
-                    Index stride)
+void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* slots, float* q, Index stride)
 {
     const int last = factors.count - 1;
     const Index innermost = which < last ? factors.ip[which] : 1;
@@ -288,7 +218,7 @@ void last_rows_pass(const Factors& factors, const SmoothCut& cut, int which, flo
 
 // The passes of the factors from `which` on over one block of rows.
 template <Direction d, int V>
-void rows_block(const Factors& factors, const SmoothCut& cut, int which, float* slots, float* q, Index stride,
+void rows_block(const Factors& factors, const Cut& cut, int which, float* slots, float* q, Index stride,
                 const float* twiddles)
 {
     const int last = factors.count - 1;
@@ -312,7 +242,7 @@ void rows_block(const Factors& factors, const SmoothCut& cut, int which, float* 
         blocks *= factors.ip[t];
     }
     for_radix<d>(factors.ip[last], [&](auto radix) {
-        if (factors.n < far_length) {
+        if (factors.n < far_complex_length) {
             last_rows_pass<d, decltype(radix), V, false>(factors, cut, which, slots, q, stride);
         } else {
             last_rows_pass<d, decltype(radix), V, true>(factors, cut, which, slots, q, stride);
@@ -320,36 +250,60 @@ void rows_block(const Factors& factors, const SmoothCut& cut, int which, float* 
     });
 }
 
+// ---- rows of any radix --------------------------------------------------------------------------
+
+// The passes of the factors from `first` on over w transforms side by side, to and
+// fro between `from` and `to`; says where the values are.
+template <Direction d, int w>
+float* complex_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
+{
+    for (int which = first; which < factors.count; ++which) {
+        complex_pass<d, typename LanesOf<w>::Type>(factors.shape_within(first, which), from, to, from,
+                                                   twiddles + 2 * factors.twiddle_offset(which));
+        float* const swap = from;
+        from = to;
+        to = swap;
+    }
+    return from;
+}
+
+// Of a chunk, which may have a large prime factor at its end.
+template <Direction d, int V>
+void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
+              const float* twiddles)
+{
+    const float* const found = complex_lanes<d, V>(factors, cut.first, chunk, partner, twiddles);
+    for (Index m = 0; m < cut.rows; ++m) {
+        store_folded<V>(q + 2 * cut.group * m, load<V>(found + 2 * V * m), load<V>(found + 2 * V * m + V));
+    }
+}
+
 // ---- all ---------------------------------------------------------------------------------------
 
-// Starts of blocks of V among `count`: work(start).
-template <int V, class Work>
-ZAVO_INLINE void for_blocks(Index count, const Work& work)
+template <int V>
+ZAVO_INLINE Cut choose_complex_cut(const Factors& factors)
 {
-    Index start = 0;
-    for (; count - start > V; start += V) {
-        work(start);
-    }
-    work(count - V);
+    return choose_cut<V>(factors, 1, [](Index group, Index rows, int& width) {
+        width = group >= V && rows >= V ? V : 0;
+        return rows;
+    });
 }
 
 template <Direction d, int V>
-bool complex_smooth(const Factors& factors, const SmoothCut& cut, const float* p, float* q, float* scratch,
-                    const float* twiddles)
+bool complex_whole(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
+                   const float* twiddles)
 {
     const Index rows = cut.rows;
     const Index group = cut.group;
-    alignas(64) float slots[2 * V * most_column_slots];
-    const float* result[most_column_slots];
-    float* tail = nullptr; // the chunk that overlaps another
-    if (group % V != 0) {
-        tail = core::take_work<float>(static_cast<std::size_t>(2 * V * rows));
-        if (tail == nullptr) {
-            return false;
-        }
+    const bool smooth = factors.ip[factors.count - 1] <= 5;
+    WholeWork work(cut, 2, !smooth);
+    if (work.slots == nullptr) {
+        return false;
     }
-    const auto chunk = [&](Index k) { return k % V == 0 ? scratch + 2 * rows * k : tail; };
+    float* const slots = work.slots;
+    const auto chunk = [&](Index k) { return k % V == 0 ? scratch + 2 * rows * k : work.tail; };
 
+    const float* result[most_slots];
     find_results<V>(factors, cut, slots, result);
     for_blocks<V>(rows, [&](Index r) {
         for_radix<d>(factors.ip[0], [&](auto radix) {
@@ -364,10 +318,29 @@ bool complex_smooth(const Factors& factors, const SmoothCut& cut, const float* p
         for_blocks<V>(group, [&](Index k) { turn_block<V>(result + k, chunk(k) + 2 * V * r); });
     });
     for_blocks<V>(group, [&](Index k) {
-        rows_block<d, V>(factors, cut, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+        if (smooth) {
+            rows_block<d, V>(factors, cut, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+        } else {
+            rows_any<d, V>(factors, cut, chunk(k), work.partner, q + 2 * k, twiddles);
+        }
     });
-    core::give_back_work(tail);
     return true;
+}
+
+// In the widest registers, V at most, that rows and columns fill; false when there
+// are none.
+template <Direction d, int V>
+bool complex_whole_up_to(const Factors& factors, const float* p, float* q, float* scratch,
+                         const float* twiddles)
+{
+    const Cut cut = choose_complex_cut<V>(factors);
+    if (cut.first != 0) {
+        return complex_whole<d, V>(factors, cut, p, q, scratch, twiddles);
+    }
+    if constexpr (V > 4) {
+        return complex_whole_up_to<d, V / 2>(factors, p, q, scratch, twiddles);
+    }
+    return false;
 }
 
 } // namespace

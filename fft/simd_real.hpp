@@ -1,113 +1,47 @@
-// Whole real transforms in registers of V floats.
+// Whole real transforms in registers; simd_whole.hpp says what G and R are. Forward, the
+// values x[g + G m] take this way:
 //
-// The factors are cut in two: G is the product of the first, R = n / G that of the
-// others. Forward, the values x[g + G m] take this way:
-//
-//     rows      G transforms of length R, V neighbouring g side by side: a chunk
-//     turn      blocks of V by V values are transposed, so that V neighbouring
-//               frequencies t of one g lie side by side
+//     rows      G transforms of length R, W neighbouring g side by side: a chunk
+//     turn      blocks are transposed, so that C neighbouring frequencies t of one g
+//               lie side by side
 //     columns   the passes of the first factors. The frequencies that come of one t
-//               are R m + t and R m - t, the members of t; G of them, for V
+//               are R m + t and R m - t, the members of t; G of them, for C
 //               neighbouring t, stay in the innermost cache
 //
 // and backward the same way back. The frequencies without a partner, t = 0 and
-// t = R / 2, are one transform of G values each, taken one value at a time. Where V
-// does not divide G or the number of t, the last block overlaps the one before it
-// and computes the same again.
+// t = R / 2, are one transform of G values each, taken one value at a time.
 //
 // The butterflies are those of run_real with ScalarLanes and so are the bits.
 #pragma once
 
-#include "core/memory.hpp"
+#include "fft/complex_radices.hpp"
 #include "fft/real_passes.hpp"
-#include "fft/simd_complex.hpp"
-#include "fft/simd_vectors.hpp"
+#include "fft/simd_whole.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see shape.hpp
 
-// Most results of a block of columns: 32 KB of the widest registers.
-constexpr Index most_real_members = 256;
-// Two chunks up to this size fit the cache behind the innermost one.
-constexpr Index middle_floats = 256 * 1024;
-// From this length on the outer values are fetched ahead.
+// From this length on the values outside are fetched ahead.
 constexpr Index far_real_length = 32 * 1024;
-// Work storage that is taken from the stack.
-constexpr Index stack_floats = 16 * 1024;
-
-// Where the factor list is cut. first = 0: nowhere.
-struct RealCut {
-    int first = 0;
-    int rows_width = 0; // registers of the rows and of the columns
-    int columns_width = 0;
-    Index group = 1;            // G
-    Index rows = 1;             // R
-    Index columns = 0;          // t = 1 .. columns
-    Index inner[most_factors];  // product of the factors behind, up to the cut
-    Index weight[most_factors]; // product of the factors before, from the cut on
-};
-
-// The widest registers that `count` values fill; 0 below 4.
-template <int V>
-ZAVO_INLINE int width_for(Index count)
-{
-    return count >= V ? V : V > 4 ? width_for<(V > 4 ? V / 2 : V)>(count) : 0;
-}
-
-// Time for a value of each of `count` neighbours, in no unit: a register takes longer
-// when it is wide.
-ZAVO_INLINE Index padded_work(Index count, int width)
-{
-    return (count + width - 1) / width * (width == 16 ? 3 : 2);
-}
 
 // With even R the registers may reach t = R / 2, whose values are put right
 // afterwards.
 template <int V>
-ZAVO_INLINE void choose_real_cut(const Factors& factors, RealCut& cut)
+ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 {
-    Index least = 0;
-    for (int first = 1; first < factors.count && factors.ip[first - 1] <= 5; ++first) {
-        const Index group = factors.l1(first);
-        const Index rows = factors.after[first];
+    return choose_cut<V>(factors, 2, [](Index, Index rows, int& width) {
         const Index partners = (rows - 1) / 2;
-        const int rows_width = width_for<V>(group);
-        int columns_width = width_for<V>(partners);
-        Index columns = partners;
-        if (rows % 2 == 0 && width_for<V>(rows / 2) > columns_width) {
-            columns = rows / 2;
-            columns_width = width_for<V>(columns);
+        width = width_for<V>(partners);
+        if (rows % 2 == 0 && width_for<V>(rows / 2) > width) {
+            width = width_for<V>(rows / 2);
+            return rows / 2;
         }
-        if (rows_width == 0 || columns_width == 0 || group > most_real_members) {
-            continue;
-        }
-        const Index chunks = 2 * rows_width * rows; // one and its partner
-        const Index distance = chunks <= middle_floats ? 1 : 2;
-        const Index work = padded_work(group, rows_width) * rows * (factors.count - first) * distance +
-                           2 * padded_work(columns, columns_width) * group * first;
-        if (cut.first == 0 || work < least) {
-            cut.first = first;
-            cut.rows_width = rows_width;
-            cut.columns_width = columns_width;
-            cut.group = group;
-            cut.rows = rows;
-            cut.columns = columns;
-            least = work;
-        }
-    }
-    Index product = 1;
-    for (int t = cut.first - 1; t >= 0; --t) {
-        cut.inner[t] = product;
-        product *= factors.ip[t];
-    }
-    product = 1;
-    for (int t = cut.first; t < factors.count; ++t) {
-        cut.weight[t] = product;
-        product *= factors.ip[t];
-    }
+        return partners;
+    });
 }
 
 // Calls work() with an object of the radix's type; false when there is none.
@@ -142,7 +76,7 @@ ZAVO_INLINE bool for_real_radix(Index ip, const Work& work)
 template <Direction d, int V>
 struct SmoothRows {
     const Factors& factors;
-    const RealCut& cut;
+    const Cut& cut;
     float* chunk;
     float* partner;
     const float* twiddles;
@@ -264,7 +198,7 @@ struct SmoothRows {
 
 // Of any radices.
 template <int V>
-void rows_forward(const Factors& factors, const RealCut& cut, const float* p, float* chunk, float* partner,
+void rows_forward(const Factors& factors, const Cut& cut, const float* p, float* chunk, float* partner,
                   const float* twiddles)
 {
     if (factors.ip[factors.count - 1] <= 5) {
@@ -285,7 +219,7 @@ void rows_forward(const Factors& factors, const RealCut& cut, const float* p, fl
 }
 
 template <int V>
-void rows_backward(const Factors& factors, const RealCut& cut, float* chunk, float* partner, float* q,
+void rows_backward(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
                    const float* twiddles)
 {
     if (factors.ip[factors.count - 1] <= 5) {
@@ -316,7 +250,7 @@ struct Member {
 // are first(which) .. and 1, ip, ip ip' ... of them; those of the whole transform
 // are first(-1).
 struct Members {
-    Member all[2 * most_real_members];
+    Member all[2 * most_slots];
     int start[most_factors + 1];
 
     void find(const Factors& factors, int first)
@@ -436,7 +370,7 @@ void fetch_columns(const Member* members, Index count, Index t, Spectrum* spectr
 }
 
 template <Direction d, int V, class Spectrum>
-void columns_block(const Factors& factors, const RealCut& cut, const Members& members, Index t, float* slots,
+void columns_block(const Factors& factors, const Cut& cut, const Members& members, Index t, float* slots,
                    Spectrum* spectrum, const float* twiddles)
 {
     if (factors.n >= far_real_length) {
@@ -465,7 +399,7 @@ void columns_block(const Factors& factors, const RealCut& cut, const Members& me
 // The frequencies R m (inner = 2) or R (m + 1/2) (inner = 1) of the whole transform
 // and their packed result: work(i, at) for value i of it and its place.
 template <Index inner, class Work>
-ZAVO_INLINE void for_unpaired(const RealCut& cut, const Work& work)
+ZAVO_INLINE void for_unpaired(const Cut& cut, const Work& work)
 {
     Index i = 0;
     if (inner == 2) {
@@ -483,7 +417,7 @@ ZAVO_INLINE void for_unpaired(const RealCut& cut, const Work& work)
 // The passes of the first factors over these frequencies, to and fro between the
 // halves of `values`; says which one it ends in.
 template <Direction d, Index inner>
-int unpaired_passes(const Factors& factors, const RealCut& cut, float (*values)[most_real_members],
+int unpaired_passes(const Factors& factors, const Cut& cut, float (*values)[most_slots],
                     const float* twiddles)
 {
     int at = 0;
@@ -502,10 +436,10 @@ int unpaired_passes(const Factors& factors, const RealCut& cut, float (*values)[
 
 // All of these frequencies, between a row of the chunks and the spectrum.
 template <Direction d, int V, Index inner, class Chunk, class Spectrum>
-void unpaired(const Factors& factors, const RealCut& cut, const Chunk& chunk, Index row, Spectrum* spectrum,
+void unpaired(const Factors& factors, const Cut& cut, const Chunk& chunk, Index row, Spectrum* spectrum,
               const float* twiddles)
 {
-    float values[2][most_real_members];
+    float values[2][most_slots];
     if constexpr (d == Direction::forward) {
         for_blocks<V>(cut.group, [&](Index g) { store<V>(values[0] + g, load<V>(chunk(g) + V * row)); });
         const float* const found = values[unpaired_passes<d, inner>(factors, cut, values, twiddles)];
@@ -519,39 +453,10 @@ void unpaired(const Factors& factors, const RealCut& cut, const Chunk& chunk, In
 
 // ---- all ---------------------------------------------------------------------------------------
 
-// Storage beside the table's scratch: slots, a chunk's partner, and the chunk that
-// overlaps another. From the stack while it is small.
-struct RealWork {
-    alignas(64) float on_stack[stack_floats];
-    float* taken = nullptr;
-    float* slots = nullptr;
-    float* other = nullptr;
-    float* tail = nullptr;
-
-    explicit RealWork(const RealCut& cut)
-    {
-        const Index slot_floats = 2 * cut.columns_width * cut.group;
-        const Index chunk_floats = (cut.rows_width * cut.rows + 15) / 16 * 16;
-        const Index floats = slot_floats + 2 * chunk_floats;
-        if (floats <= stack_floats) {
-            slots = on_stack;
-        } else {
-            slots = taken = core::take_work<float>(static_cast<std::size_t>(floats));
-        }
-        if (slots != nullptr) {
-            other = slots + slot_floats;
-            tail = other + chunk_floats;
-        }
-    }
-    RealWork(const RealWork&) = delete;
-    RealWork& operator=(const RealWork&) = delete;
-    ~RealWork() { core::give_back_work(taken); }
-};
-
 // The columns from t on between W-wide chunks, which begin at chunk(g), and C-wide
 // slots.
 template <Direction d, int W, int C, class Chunk>
-ZAVO_INLINE void turn_real(const RealCut& cut, const Chunk& chunk, Index t, float* slots)
+ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* slots)
 {
     constexpr int V = W < C ? W : C;
     for_blocks<W>(cut.group, [&](Index g) {
@@ -582,10 +487,10 @@ ZAVO_INLINE void turn_real(const RealCut& cut, const Chunk& chunk, Index t, floa
 }
 
 template <Direction d, int W, int C>
-bool real_whole(const Factors& factors, const RealCut& cut, const float* p, float* q, float* scratch,
+bool real_whole(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
                 const float* twiddles)
 {
-    RealWork work(cut);
+    WholeWork work(cut, 1, true);
     if (work.slots == nullptr) {
         return false;
     }
@@ -609,14 +514,14 @@ bool real_whole(const Factors& factors, const RealCut& cut, const float* p, floa
         }
     };
     if constexpr (d == Direction::forward) {
-        float* const other = p != q ? q : work.other;
+        float* const partner = p != q ? q : work.partner;
         for_blocks<W>(cut.group,
-                      [&](Index g) { rows_forward<W>(factors, cut, p + g, chunk(g), other, twiddles); });
+                      [&](Index g) { rows_forward<W>(factors, cut, p + g, chunk(g), partner, twiddles); });
         columns(q);
     } else {
         columns(p);
         for_blocks<W>(cut.group, [&](Index g) {
-            rows_backward<W>(factors, cut, chunk(g), work.other, q + g, twiddles);
+            rows_backward<W>(factors, cut, chunk(g), work.partner, q + g, twiddles);
         });
     }
     return true;
@@ -624,17 +529,17 @@ bool real_whole(const Factors& factors, const RealCut& cut, const float* p, floa
 
 // The same with the widths that the cut names, W and C at most.
 template <Direction d, int W, int C>
-bool real_whole_of_widths(const Factors& factors, const RealCut& cut, const float* p, float* q,
-                          float* scratch, const float* twiddles)
+bool real_whole_up_to(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
+                      const float* twiddles)
 {
     if constexpr (W > 4) {
         if (cut.rows_width < W) {
-            return real_whole_of_widths<d, W / 2, C>(factors, cut, p, q, scratch, twiddles);
+            return real_whole_up_to<d, W / 2, C>(factors, cut, p, q, scratch, twiddles);
         }
     }
     if constexpr (C > 4) {
         if (cut.columns_width < C) {
-            return real_whole_of_widths<d, W, C / 2>(factors, cut, p, q, scratch, twiddles);
+            return real_whole_up_to<d, W, C / 2>(factors, cut, p, q, scratch, twiddles);
         }
     }
     return real_whole<d, W, C>(factors, cut, p, q, scratch, twiddles);

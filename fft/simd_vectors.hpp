@@ -104,28 +104,12 @@ ZAVO_INLINE T odd_places(T a, T b, std::index_sequence<I...>)
 {
     return __builtin_shufflevector(a, b, static_cast<int>(2 * I + 1)...);
 }
-template <class T, std::size_t... I>
-ZAVO_INLINE T even_places_falling(T a, T b, std::index_sequence<I...>)
-{
-    return __builtin_shufflevector(a, b, static_cast<int>(2 * (sizeof...(I) - 1 - I))...);
-}
-template <class T, std::size_t... I>
-ZAVO_INLINE T odd_places_falling(T a, T b, std::index_sequence<I...>)
-{
-    return __builtin_shufflevector(a, b, static_cast<int>(2 * (sizeof...(I) - 1 - I) + 1)...);
-}
 // Half h (0 or 1) of the pairs a[0] b[0] a[1] b[1] ...
 template <int h, class T, std::size_t... I>
 ZAVO_INLINE T interleaved(T a, T b, std::index_sequence<I...>)
 {
     constexpr std::size_t V = sizeof...(I);
     return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + h * V / 2 + I / 2)...);
-}
-template <int h, class T, std::size_t... I>
-ZAVO_INLINE T interleaved_falling(T a, T b, std::index_sequence<I...>)
-{
-    constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + V - 1 - (h * V / 2 + I / 2))...);
 }
 template <int V>
 using Places = std::make_index_sequence<static_cast<std::size_t>(V)>;
@@ -163,45 +147,6 @@ ZAVO_INLINE void store_pairs(float* p, const Vector<V>& re, const Vector<V>& im,
         store_places<V>(p, a, 0, 2 * count);
         store_places<V>(p + V, b, 0, 2 * count - V);
     }
-}
-
-// Lane t holds the pair at p - 2 t.
-template <int V, bool full>
-ZAVO_INLINE Pairs<V> load_pairs_falling(const float* p, int count)
-{
-    const float* const low = p - 2 * (V - 1);
-    Vector<V> a, b;
-    if constexpr (full) {
-        a = load<V>(low);
-        b = load<V>(low + V);
-    } else {
-        a = load_places<V>(low, 2 * (V - count), V);
-        b = load_places<V>(low + V, 2 * (V - count) - V, V);
-    }
-    return {even_places_falling(a, b, Places<V>{}), odd_places_falling(a, b, Places<V>{})};
-}
-
-template <int V, bool full>
-ZAVO_INLINE void store_pairs_falling(float* p, const Vector<V>& re, const Vector<V>& im, int count)
-{
-    const Vector<V> a = interleaved_falling<0>(re, im, Places<V>{});
-    const Vector<V> b = interleaved_falling<1>(re, im, Places<V>{});
-    float* const low = p - 2 * (V - 1);
-    if constexpr (full) {
-        store<V>(low, a);
-        store<V>(low + V, b);
-    } else {
-        store_places<V>(low, a, 2 * (V - count), V);
-        store_places<V>(low + V, b, 2 * (V - count) - V, V);
-    }
-}
-
-// In every four places, the first two (h = 0) or the last two of a and of b in turn.
-template <int h, class T, std::size_t... I>
-ZAVO_INLINE T mixed_singles(T a, T b, std::index_sequence<I...>)
-{
-    constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + I / 4 * 4 + 2 * h + I % 4 / 2)...);
 }
 
 // Orders that take fewer steps, and for loads no unit of the processor that only
@@ -248,6 +193,13 @@ ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
     }
 }
 
+// In every four places, the first two (h = 0) or the last two of a and of b in turn.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T mixed_singles(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + I / 4 * 4 + 2 * h + I % 4 / 2)...);
+}
 // Even (h = 0) or odd places of re and of im in turn.
 template <int h, class T, std::size_t... I>
 ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
@@ -435,20 +387,15 @@ struct VectorLanes {
     static constexpr Index stride = V;
     static ZAVO_INLINE Value load(const float* p) { return fft::load<V>(p); }
     static ZAVO_INLINE void store(float* p, const Value& v) { fft::store<V>(p, v); }
-    static ZAVO_INLINE void store_pair(float* p, const Value& re, const Value& im)
-    {
-        fft::store<V>(p, re);
-        fft::store<V>(p + V, im);
-    }
 };
 
-// The same places, but complex values leave as V pairs.
-template <int V>
-struct PairLanes : VectorLanes<V> {
-    static ZAVO_INLINE void store_pair(float* p, const Vector<V>& re, const Vector<V>& im)
-    {
-        store_pairs<V, true>(p, re, im, V);
-    }
+template <int w>
+struct LanesOf {
+    using Type = VectorLanes<w>;
+};
+template <>
+struct LanesOf<1> {
+    using Type = ScalarLanes;
 };
 
 } // namespace

@@ -1,0 +1,158 @@
+// What whole transforms in registers share: where the factor list is cut, blocks of
+// registers, and storage.
+//
+// The factors are cut in two: G is the product of the first, R = n / G that of the
+// others. Complex transforms and backward real ones take the first factors in columns
+// of G values and the others in rows of R; forward real ones come from the rows.
+#pragma once
+
+#include "core/memory.hpp"
+#include "fft/factors.hpp"
+#include "fft/simd_vectors.hpp"
+
+namespace zavo::fft {
+
+namespace { // compiled for several instruction sets: see shape.hpp
+
+// Most slots of a block of columns: 32 KB of the widest registers.
+constexpr Index most_slots = 256;
+// A block of rows up to this size runs pass by pass, a larger one depth first.
+constexpr Index near_floats = 8 * 1024;
+// Work storage that is taken from the stack.
+constexpr Index stack_floats = 16 * 1024;
+
+// first = 0: nowhere.
+struct Cut {
+    int first = 0;
+    int rows_width = 0; // registers of the rows and of the columns
+    int columns_width = 0;
+    Index group = 1;            // G
+    Index rows = 1;             // R
+    Index columns = 0;          // how many, see choose_cut
+    Index inner[most_factors];  // product of the factors behind, up to the cut
+    Index weight[most_factors]; // product of the factors before, from the cut on
+
+    void multiply_up(const Factors& factors)
+    {
+        Index product = 1;
+        for (int t = first - 1; t >= 0; --t) {
+            inner[t] = product;
+            product *= factors.ip[t];
+        }
+        product = 1;
+        for (int t = first; t < factors.count; ++t) {
+            weight[t] = product;
+            product *= factors.ip[t];
+        }
+    }
+};
+
+// The widest registers, V at most, that `count` values fill; 0 below 4.
+template <int V>
+ZAVO_INLINE int width_for(Index count)
+{
+    return count >= V ? V : V > 4 ? width_for<(V > 4 ? V / 2 : V)>(count) : 0;
+}
+
+// Time for a value of each of `count` neighbours, in no unit: a register takes longer
+// when it is wide.
+ZAVO_INLINE Index padded_work(Index count, int width)
+{
+    return (count + width - 1) / width * (width == 16 ? 3 : 2);
+}
+
+// The cut with the least work. columns(group, rows, width) says how many columns there
+// are, of `values` values of a row each, and which registers they fill.
+template <int V, class Columns>
+ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& columns)
+{
+    Cut cut;
+    Index least = 0;
+    for (int first = 1; first < factors.count && factors.ip[first - 1] <= 5; ++first) {
+        const Index group = factors.l1(first);
+        const Index rows = factors.after[first];
+        const int rows_width = width_for<V>(group);
+        int columns_width = 0;
+        const Index count = columns(group, rows, columns_width);
+        if (rows_width == 0 || columns_width == 0 || group > most_slots) {
+            continue;
+        }
+        const Index work = padded_work(group, rows_width) * rows * (factors.count - first) +
+                           padded_work(count, columns_width) * group * first * values;
+        if (cut.first == 0 || work < least) {
+            cut.first = first;
+            cut.rows_width = rows_width;
+            cut.columns_width = columns_width;
+            cut.group = group;
+            cut.rows = rows;
+            cut.columns = count;
+            least = work;
+        }
+    }
+    cut.multiply_up(factors);
+    return cut;
+}
+
+// Calls work(start) for blocks of V among `count` >= V; where V does not divide count,
+// the last block overlaps the one before it.
+template <int V, class Work>
+ZAVO_INLINE void for_blocks(Index count, const Work& work)
+{
+    Index start = 0;
+    for (; count - start > V; start += V) {
+        work(start);
+    }
+    work(count - V);
+}
+
+// Slots a distance apart: V real parts and then V imaginary parts each.
+template <int V>
+struct Slots {
+    float* first;
+    Index step;
+    ZAVO_INLINE void load(int j, Vector<V>& re, Vector<V>& im) const
+    {
+        re = fft::load<V>(first + step * j);
+        im = fft::load<V>(first + step * j + V);
+    }
+    ZAVO_INLINE void store(int j, const Vector<V>& re, const Vector<V>& im) const
+    {
+        fft::store<V>(first + step * j, re);
+        fft::store<V>(first + step * j + V, im);
+    }
+};
+
+// Storage beside the table's scratch: the slots of a block of columns, a partner for
+// chunks of rows, and the chunk that overlaps another. Null slots: memory is short.
+struct WholeWork {
+    alignas(64) float on_stack[stack_floats];
+    float* taken = nullptr;
+    float* slots = nullptr;
+    float* partner = nullptr;
+    float* tail = nullptr;
+
+    // parts: floats a value.
+    WholeWork(const Cut& cut, int parts, bool has_partner)
+    {
+        const Index slot_floats = 2 * cut.columns_width * cut.group;
+        const Index chunk_floats = (parts * cut.rows_width * cut.rows + 15) / 16 * 16;
+        const bool has_tail = cut.group % cut.rows_width != 0;
+        const Index floats = slot_floats + chunk_floats * (has_partner + has_tail);
+        if (floats <= stack_floats) {
+            slots = on_stack;
+        } else {
+            slots = taken = core::take_work<float>(static_cast<std::size_t>(floats));
+        }
+        if (slots != nullptr) {
+            partner = slots + slot_floats;
+            tail = partner + (has_partner ? chunk_floats : 0);
+        }
+    }
+    WholeWork(const WholeWork&) = delete;
+    WholeWork& operator=(const WholeWork&) = delete;
+    ~WholeWork() { core::give_back_work(taken); }
+};
+
+} // namespace
+
+} // namespace zavo::fft
