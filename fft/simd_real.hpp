@@ -262,15 +262,22 @@ struct Members {
             const Member* const from = all + start[which + 1];
             Member* to = all + start[which + 1] + count;
             start[which] = start[which + 1] + count;
-            const int ip = static_cast<int>(factors.ip[which]);
             const int ido = static_cast<int>(factors.ido(which));
-            for (int e = 0; e < count; ++e) {
-                for (int j = 0; j < ip; ++j) {
-                    *to++ = j % 2 == 0 ? Member{ido * (j / 2) + from[e].base, from[e].sign}
-                                       : Member{ido * ((j + 1) / 2) - from[e].base, -from[e].sign};
+            for_real_radix(factors.ip[which], [&](auto radix) {
+                constexpr int ip = decltype(radix)::ip;
+                for (int e = 0; e < count; ++e) {
+                    const Member member = from[e];
+                    unroll<ip>([&](auto j) {
+                        if constexpr (j % 2 == 0) {
+                            to[j] = {ido * (j / 2) + member.base, member.sign};
+                        } else {
+                            to[j] = {ido * ((j + 1) / 2) - member.base, -member.sign};
+                        }
+                    });
+                    to += ip;
                 }
-            }
-            count *= ip;
+                count *= ip;
+            });
         }
     }
     ZAVO_INLINE const Member* before(int which) const { return all + start[which + 1]; }
@@ -411,6 +418,36 @@ ZAVO_INLINE void for_unpaired(const Cut& cut, const Work& work)
     }
     if (i < cut.group) {
         work(i, cut.group * cut.rows - 1);
+    }
+}
+
+// The pass next to the rows, which joins one value each of the columns, for four
+// columns at a time.
+template <Direction d, Index inner>
+void four_unpaired(Index l1, const float* from, float* to)
+{
+    using Radix = RealRadix4;
+    for (Index k = 0; k < l1; k += 4) {
+        float joined[4 * 4];
+        const auto row = [&](int j) { return joined + 4 * j; };
+        Vector<4> x[4], y[4];
+        if constexpr (d == Direction::backward) {
+            transpose<4>([&](int c) { return from + 4 * (k + c); }, row);
+        }
+        for (int j = 0; j < 4; ++j) {
+            x[j] = load<4>(d == Direction::forward ? from + k + l1 * j : row(j));
+        }
+        if constexpr (d == Direction::forward) {
+            inner == 2 ? Radix::forward_first(x, y) : Radix::forward_last(x, y);
+        } else {
+            inner == 2 ? Radix::backward_first(x, y) : Radix::backward_last(x, y);
+        }
+        for (int j = 0; j < 4; ++j) {
+            store<4>(d == Direction::forward ? row(j) : to + k + l1 * j, y[j]);
+        }
+        if constexpr (d == Direction::forward) {
+            transpose<4>(row, [&](int c) { return to + 4 * (k + c); });
+        }
     }
 }
 
