@@ -437,10 +437,14 @@ void four_unpaired(Index l1, const float* from, float* to)
         for (int j = 0; j < 4; ++j) {
             x[j] = load<4>(d == Direction::forward ? from + k + l1 * j : row(j));
         }
-        if constexpr (d == Direction::forward) {
-            inner == 2 ? Radix::forward_first(x, y) : Radix::forward_last(x, y);
+        if constexpr (d == Direction::forward && inner == 2) {
+            Radix::forward_first(x, y);
+        } else if constexpr (d == Direction::forward) {
+            Radix::forward_last(x, y);
+        } else if constexpr (inner == 2) {
+            Radix::backward_first(x, y);
         } else {
-            inner == 2 ? Radix::backward_first(x, y) : Radix::backward_last(x, y);
+            Radix::backward_last(x, y);
         }
         for (int j = 0; j < 4; ++j) {
             store<4>(d == Direction::forward ? row(j) : to + k + l1 * j, y[j]);
@@ -461,11 +465,15 @@ int unpaired_passes(const Factors& factors, const Cut& cut, float (*values)[most
     for (int n = 0; n < cut.first; ++n) {
         const int which = d == Direction::forward ? cut.first - 1 - n : n;
         const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
-        for_real_radix(shape.ip, [&](auto radix) {
-            real_radix_pass<d, decltype(radix), ScalarLanes>(shape, values[at], values[1 - at],
-                                                             twiddles + factors.twiddle_offset(which),
-                                                             SpreadFrequencies<inner>{cut.rows});
-        });
+        if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
+            four_unpaired<d, inner>(shape.l1, values[at], values[1 - at]);
+        } else {
+            for_real_radix(shape.ip, [&](auto radix) {
+                real_radix_pass<d, decltype(radix), ScalarLanes>(shape, values[at], values[1 - at],
+                                                                 twiddles + factors.twiddle_offset(which),
+                                                                 SpreadFrequencies<inner>{cut.rows});
+            });
+        }
         at = 1 - at;
     }
     return at;
