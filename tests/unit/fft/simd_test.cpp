@@ -1,10 +1,12 @@
 // Every code path gives the bits of the scalar one.
 
+#include "core/memory.hpp"
 #include "core/zavo.h"
 #include "fft/transforms.hpp"
 #include "fft/twiddle.hpp"
 #include "tests/unit/fft/reference.hpp"
 
+#include <bit>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
@@ -63,13 +65,24 @@ std::vector<float> by_path(Path path, Transform transform, Direction d, int n, c
     return {result, result + size};
 }
 
-void expect_same_bits(int n)
+// What a transform may not change of its table: all behind the scratch.
+std::vector<float> kept_part(int n, int kind, const float* table)
+{
+    const int parts = kind + 1;
+    return table == nullptr ? std::vector<float>{}
+                            : std::vector<float>{table + parts * n, table + 2 * parts * n + 15};
+}
+
+// values(kind) makes the input: n values for kind 0, real, and 2 n for kind 1, complex.
+template <class Values>
+void expect_same_bits(int n, const Values& values)
 {
     const Table tables[] = {Table{zavo_f_fft_real_init(n)}, Table{zavo_c_fft_complex_init(n)}};
     const Transform transforms[] = {transform_real, transform_complex};
     for (int kind = 0; kind < 2; ++kind) {
-        const auto x = noise((kind + 1) * n, static_cast<std::uint64_t>(n));
+        const std::vector<float> x = values(kind);
         float* const table = tables[kind].get();
+        const std::vector<float> kept = kept_part(n, kind, table);
         for (const Direction d : {Direction::forward, Direction::backward}) {
             const auto expected = by_path(Path::scalar, transforms[kind], d, n, x, table, false);
             for (const Path path : wide_paths()) {
@@ -81,7 +94,13 @@ void expect_same_bits(int n)
                 }
             }
         }
+        EXPECT_TRUE(same_bits(kept_part(n, kind, table), kept)) << "n " << n << " complex " << kind;
     }
+}
+
+void expect_same_bits(int n)
+{
+    expect_same_bits(n, [&](int kind) { return noise((kind + 1) * n, static_cast<std::uint64_t>(n)); });
 }
 
 TEST(simd, every_path_gives_the_scalar_bits_up_to_2048)
@@ -103,6 +122,45 @@ TEST(simd, every_path_gives_the_scalar_bits_for_a_sample_up_to_a_million)
           12000,  16384,  15625,  30030,  32768,  3 * 16384,  65536,    78125,   100000, 101 * 1024,
           131072, 177147, 200000, 262144, 390625, 3 * 131072, 500000,   1000000, 1 << 20}) {
         expect_same_bits(n);
+    }
+}
+
+// A product with a cosine of 1 and a sine of 0 can turn a negative zero.
+TEST(simd, zeros_of_both_signs_keep_theirs)
+{
+    for (const int n : {16, 36, 60, 64, 75, 128, 250, 256, 343, 405, 512, 1000, 1024, 1792, 4096}) {
+        for (const unsigned mask : {1U, 2U, 3U, 5U, 7U}) {
+            expect_same_bits(n, [&](int kind) {
+                std::vector<float> x(static_cast<std::size_t>((kind + 1) * n));
+                for (std::size_t i = 0; i < x.size(); ++i) {
+                    x[i] = std::popcount(static_cast<unsigned>(i) & mask) % 2 == 0 ? -0.0F : 0.0F;
+                }
+                return x;
+            });
+        }
+    }
+}
+
+TEST(simd, without_work_storage_the_scalar_path_takes_over)
+{
+    if (wide_paths().empty()) {
+        GTEST_SKIP() << "no wide registers";
+    }
+    const int n = 531441; // 3 to the 12th: chunks overlap, and are too long for the stack
+    const Table tables[] = {Table{zavo_f_fft_real_init(n)}, Table{zavo_c_fft_complex_init(n)}};
+    const Transform transforms[] = {transform_real, transform_complex};
+    for (int kind = 0; kind < 2; ++kind) {
+        const auto x = noise((kind + 1) * n, 5);
+        for (const Direction d : {Direction::forward, Direction::backward}) {
+            float* const table = tables[kind].get();
+            const auto expected = by_path(best_path(), transforms[kind], d, n, x, table, false);
+            zavo_fail_allocation(1);
+            const auto found = by_path(best_path(), transforms[kind], d, n, x, table, false);
+            const long asked = zavo_allocation_count();
+            zavo_fail_allocation(0);
+            EXPECT_TRUE(same_bits(found, expected)) << kind;
+            EXPECT_EQ(asked, 1) << kind;
+        }
     }
 }
 
