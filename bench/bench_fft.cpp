@@ -9,6 +9,7 @@
 #include "bench/ratio_report.hpp"
 #include "core/zavo.h"
 #include "fft/complex_fft.h"
+#include "fft/complex_radices.hpp"
 #include "fft/convolution.h"
 #include "fft/factors.hpp"
 #include "fft/real_fft.h"
@@ -206,6 +207,68 @@ void add_complex(int n, double limit)
     compare(forward, forward + " gsl", 0);
 }
 
+// ---- what the arithmetic takes ---------------------------------------------------------
+
+// The operations of a complex transform of length 4^passes and nothing else: no loads,
+// no stores, no result. A transform with registers of 16 floats cannot be faster; each
+// value changes places six times, see docs/packed_spectrum.md.
+using Wide = float __attribute__((vector_size(64)));
+
+#define AVX512 __attribute__((target("avx512f,avx512dq,avx512bw,avx512vl")))
+
+template <int moves, bool twiddled>
+AVX512 void butterflies(int count)
+{
+    constexpr auto forward = zavo::fft::Direction::forward;
+    Wide value = {};
+    asm volatile("" : "+v"(value));
+    for (int n = 0; n < count; ++n) {
+        Wide re[4], im[4], yre[4], yim[4];
+        for (int j = 0; j < 4; ++j) {
+            re[j] = im[j] = value;
+            asm volatile("" : "+v"(re[j]), "+v"(im[j])); // unknown from here on
+        }
+        zavo::fft::ComplexRadix4<forward>::butterfly(re, im, yre, yim);
+        for (int j = 1; j < 4 && twiddled; ++j) {
+            Wide wr = value, wi = value;
+            asm volatile("" : "+v"(wr), "+v"(wi));
+            zavo::fft::apply_twiddle<forward>(wr, wi, yre[j], yim[j]);
+        }
+        for (int m = 0; m < moves; ++m) {
+            Wide moved = value;
+            asm volatile("vunpcklps %0, %0, %0" : "+v"(moved));
+        }
+        for (int j = 0; j < 4; ++j) {
+            asm volatile("" : : "v"(yre[j]), "v"(yim[j]));
+        }
+    }
+}
+
+// moves: six for each of the 8 registers of a butterfly, spread over the passes and
+// rounded down.
+template <int passes>
+AVX512 void butterflies_alone()
+{
+    constexpr int moves = 6 * 8 / passes;
+    constexpr int a_pass = (1 << 2 * passes) / 4 / 16;
+    butterflies<moves, true>(a_pass * (passes - 1));
+    butterflies<moves, false>(a_pass);
+}
+
+template <int passes>
+void add_butterflies_alone()
+{
+    if (zavo::fft::best_path() != Path::avx512) {
+        return;
+    }
+    const int n = 1 << 2 * passes;
+    const std::string name = "butterflies alone " + std::to_string(n);
+    add(name, estimated_ns(n), [] { butterflies_alone<passes>(); });
+    compare(name, "complex forward " + std::to_string(n) + " fftw-estimate", 0);
+    pairs.push_back({keep(name + " / " + std::to_string(n)), keep(name),
+                     keep("complex forward " + std::to_string(n)), 0});
+}
+
 // The public routine, tables and all, beside a plan's execution alone.
 void add_2d(int side, double limit)
 {
@@ -400,6 +463,9 @@ int main(int argc, char** argv)
     for (const auto& length : lengths) {
         add_complex(length.n, length.limit);
     }
+    add_butterflies_alone<4>();
+    add_butterflies_alone<5>();
+    add_butterflies_alone<6>();
     add_2d(256, 0.5);
     add_2d(1024, 0.5);
     add_2d(1000, 0.7);
