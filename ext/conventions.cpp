@@ -22,15 +22,10 @@ void zavo_error_handler(int type, int, const char* routine, const char* message)
 
 int zavo_error_result(Tcl_Interp* interp)
 {
-    using zavo::core::is_failure;
     // Both types: an error that an earlier command left behind must not fail
     // this one, whose routine may have ended with a note of its own.
-    const bool failed =
-        zavo_error_code(1) != 0 && is_failure(zavo_error_type(1)) && is_failure(last_error_type);
-    if (failed) {
-        Tcl_SetResult(interp, last_error_text, TCL_STATIC);
-    }
-    return failed ? 1 : 0;
+    const bool ended_in_failure = zavo_error_code(1) != 0 && zavo::core::is_failure(zavo_error_type(1));
+    return ended_in_failure && zavo::ext::failure_reported(interp) ? 1 : 0;
 }
 
 namespace zavo::ext {

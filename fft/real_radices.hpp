@@ -15,7 +15,7 @@
 // and at the near end in `last`. The passes place the values by that rule.
 #pragma once
 
-#include "fft/shape.hpp"
+#include "fft/turns.hpp"
 
 namespace zavo::fft {
 
@@ -68,8 +68,9 @@ struct RealRadix2 {
 
 struct RealRadix3 {
     static constexpr int ip = 3;
-    static constexpr float taur = -0.5F;
-    static constexpr float taui = 0.8660254F; // sin 120 degrees
+    using BackwardTurns = ThirdTurns<Direction::backward>;
+    static constexpr float taur = BackwardTurns::taur;
+    static constexpr float taui = BackwardTurns::taui;
 
     template <class L>
     static ZAVO_INLINE void forward_first(const L* x, L* y)
@@ -108,18 +109,8 @@ struct RealRadix3 {
     template <class L>
     static ZAVO_INLINE void backward_inner(const L* re, const L* im, L* yre, L* yim)
     {
-        const L tr2 = re[2] + re[1];
-        const L cr2 = re[0] + taur * tr2;
-        yre[0] = re[0] + tr2;
-        const L ti2 = im[2] - im[1];
-        const L ci2 = im[0] + taur * ti2;
-        yim[0] = im[0] + ti2;
-        const L cr3 = taui * (re[2] - re[1]);
-        const L ci3 = taui * (im[2] + im[1]);
-        yre[1] = cr2 - ci3;
-        yre[2] = cr2 + ci3;
-        yim[1] = ci2 + cr3;
-        yim[2] = ci2 - cr3;
+        BackwardTurns::join(re[0], im[0], re[2] + re[1], im[2] - im[1], re[2] - re[1], im[2] + im[1], yre,
+                            yim);
     }
 };
 
@@ -216,11 +207,11 @@ struct RealRadix4 {
 
 struct RealRadix5 {
     static constexpr int ip = 5;
-    // cosines and sines of 72 and 144 degrees
-    static constexpr float tr11 = 0.309017F;
-    static constexpr float ti11 = 0.95105654F;
-    static constexpr float tr12 = -0.809017F;
-    static constexpr float ti12 = 0.58778524F;
+    using BackwardTurns = FifthTurns<Direction::backward>;
+    static constexpr float tr11 = BackwardTurns::tr11;
+    static constexpr float ti11 = BackwardTurns::ti11;
+    static constexpr float tr12 = BackwardTurns::tr12;
+    static constexpr float ti12 = BackwardTurns::ti12;
 
     template <class L>
     static ZAVO_INLINE void forward_first(const L* x, L* y)
@@ -285,32 +276,8 @@ struct RealRadix5 {
     template <class L>
     static ZAVO_INLINE void backward_inner(const L* re, const L* im, L* yre, L* yim)
     {
-        const L ti5 = im[2] + im[1];
-        const L ti2 = im[2] - im[1];
-        const L ti4 = im[4] + im[3];
-        const L ti3 = im[4] - im[3];
-        const L tr5 = re[2] - re[1];
-        const L tr2 = re[2] + re[1];
-        const L tr4 = re[4] - re[3];
-        const L tr3 = re[4] + re[3];
-        yre[0] = re[0] + tr2 + tr3;
-        yim[0] = im[0] + ti2 + ti3;
-        const L cr2 = re[0] + tr11 * tr2 + tr12 * tr3;
-        const L ci2 = im[0] + tr11 * ti2 + tr12 * ti3;
-        const L cr3 = re[0] + tr12 * tr2 + tr11 * tr3;
-        const L ci3 = im[0] + tr12 * ti2 + tr11 * ti3;
-        const L cr5 = ti11 * tr5 + ti12 * tr4;
-        const L ci5 = ti11 * ti5 + ti12 * ti4;
-        const L cr4 = ti12 * tr5 - ti11 * tr4;
-        const L ci4 = ti12 * ti5 - ti11 * ti4;
-        yre[2] = cr3 - ci4;
-        yre[3] = cr3 + ci4;
-        yim[2] = ci3 + cr4;
-        yim[3] = ci3 - cr4;
-        yre[4] = cr2 + ci5;
-        yre[1] = cr2 - ci5;
-        yim[4] = ci2 - cr5;
-        yim[1] = ci2 + cr5;
+        BackwardTurns::join(re[0], im[0], re[2] + re[1], re[4] + re[3], re[4] - re[3], re[2] - re[1],
+                            im[2] - im[1], im[4] - im[3], im[4] + im[3], im[2] + im[1], yre, yim);
     }
 };
 
