@@ -11,6 +11,7 @@
 #include "fft/simd_vectors.hpp"
 
 #include <bit>
+#include <cstdint>
 
 namespace zavo::fft {
 
@@ -58,7 +59,7 @@ ZAVO_INLINE int width_for(Index count)
 
 // Time for a value of each of `count` neighbours, in no unit: a register takes longer
 // when it is wide.
-ZAVO_INLINE Index padded_work(Index count, int width)
+ZAVO_INLINE std::int64_t padded_work(Index count, int width)
 {
     const int shift = std::countr_zero(static_cast<unsigned>(width)); // a division would take its time
     return ((count + width - 1) >> shift) * (width == 16 ? 3 : 2);
@@ -70,7 +71,7 @@ template <int V, class Columns>
 ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& columns)
 {
     Cut cut;
-    Index least = 0;
+    std::int64_t least = 0;
     for (int first = 1; first < factors.count && factors.ip[first - 1] <= 5; ++first) {
         const Index group = factors.l1(first);
         const Index rows = factors.after[first];
@@ -80,8 +81,8 @@ ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& co
         if (rows_width == 0 || columns_width == 0 || group > most_slots) {
             continue;
         }
-        const Index work = padded_work(group, rows_width) * rows * (factors.count - first) +
-                           padded_work(count, columns_width) * group * first * values;
+        const std::int64_t work = padded_work(group, rows_width) * rows * (factors.count - first) +
+                                  padded_work(count, columns_width) * group * first * values;
         if (cut.first == 0 || work < least) {
             cut.first = first;
             cut.rows_width = rows_width;

@@ -42,7 +42,8 @@ std::vector<Path> wide_paths()
 
 bool same_bits(const std::vector<float>& a, const std::vector<float>& b)
 {
-    return std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
+    return a.size() == b.size() &&
+           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0);
 }
 
 // One transform by one path, between guards that it must leave alone.
