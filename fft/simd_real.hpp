@@ -503,7 +503,7 @@ void unpaired(const Factors& factors, const Cut& cut, const Chunk& chunk, Index 
 template <Direction d, int W, int C, class Chunk>
 ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* slots)
 {
-    constexpr int V = W < C ? W : C;
+    constexpr int V = std::min(W, C);
     for_blocks<W>(cut.group, [&](Index g) {
         if (cut.group * cut.rows >= far_real_length) { // the rows of the next columns
             constexpr Fetch what = d == Direction::forward ? for_reading : for_writing;
