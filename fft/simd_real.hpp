@@ -246,9 +246,9 @@ struct Member {
     int sign;
 };
 
-// The members of t before (forward) or after (backward) the pass of factor `which`
-// are first(which) .. and 1, ip, ip ip' ... of them; those of the whole transform
-// are first(-1).
+// The members of t: before(which) begins those that the transforms have before (forward)
+// or after (backward) the pass of factor `which`, whole() those of the whole spectrum.
+// A pass of radix ip makes ip of one.
 struct Members {
     Member all[2 * most_slots];
     int start[most_factors + 1];
@@ -284,24 +284,25 @@ struct Members {
     ZAVO_INLINE const Member* whole() const { return all + start[0]; }
 };
 
-// The pairs of a member for the V frequencies from t on, in laced order; `pairs` is
-// where frequency 0 would stand.
+// The pairs of a member for the V frequencies from t on, in laced order. Frequency f
+// stands at values[2 f + zero].
 template <int V, int sign>
-ZAVO_INLINE Pairs<V> load_member(const float* pairs, Member member, Index t)
+ZAVO_INLINE Pairs<V> load_member(const float* values, Index zero, Member member, Index t)
 {
     if constexpr (sign > 0) {
-        return load_laced<V>(pairs + 2 * (member.base + t));
+        return load_laced<V>(values + (2 * (member.base + t) + zero));
     } else {
-        return load_laced_falling<V>(pairs + 2 * (member.base - t));
+        return load_laced_falling<V>(values + (2 * (member.base - t) + zero));
     }
 }
 template <int V, int sign>
-ZAVO_INLINE void store_member(float* pairs, Member member, Index t, const Vector<V>& re, const Vector<V>& im)
+ZAVO_INLINE void store_member(float* values, Index zero, Member member, Index t, const Vector<V>& re,
+                              const Vector<V>& im)
 {
     if constexpr (sign > 0) {
-        store_laced<V>(pairs + 2 * (member.base + t), re, im);
+        store_laced<V>(values + (2 * (member.base + t) + zero), re, im);
     } else {
-        store_laced_falling<V>(pairs + 2 * (member.base - t), re, im);
+        store_laced_falling<V>(values + (2 * (member.base - t) + zero), re, im);
     }
 }
 
@@ -315,13 +316,14 @@ ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Membe
     Slots<V> at{slots, 2 * V * shape.l1};
     Pairs<V> w[ip];
     for (int j = 1; j < ip; ++j) {
-        w[j] = load_member<V, sign>(wa + (j - 1) * shape.ido - 2, member, t);
+        w[j] = load_member<V, sign>(wa, (j - 1) * shape.ido - 2, member, t);
     }
     for (Index k = 0; k < shape.l1; ++k) {
         Vector<V> re[ip], im[ip], yre[ip], yim[ip];
         unroll<ip>([&](auto j) {
+            constexpr int outer_sign = j % 2 == 0 ? sign : -sign;
             if constexpr (outermost && d == Direction::backward) {
-                const Pairs<V> x = load_member < V, j % 2 == 0 ? sign : -sign > (spectrum - 1, outer[j], t);
+                const Pairs<V> x = load_member<V, outer_sign>(spectrum, -1, outer[j], t);
                 re[j] = x.re;
                 im[j] = x.im;
             } else {
@@ -337,11 +339,12 @@ ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Membe
             Radix::backward_inner(re, im, yre, yim);
         }
         unroll<ip>([&](auto j) {
+            constexpr int outer_sign = j % 2 == 0 ? sign : -sign;
             if constexpr (d == Direction::backward && j > 0) {
                 apply_twiddle<d>(w[j].re, w[j].im, yre[j], yim[j]);
             }
             if constexpr (outermost && d == Direction::forward) {
-                store_member<V, j % 2 == 0 ? sign : -sign>(spectrum - 1, outer[j], t, yre[j], yim[j]);
+                store_member<V, outer_sign>(spectrum, -1, outer[j], t, yre[j], yim[j]);
             } else {
                 at.store(j, yre[j], yim[j]);
             }
