@@ -295,7 +295,7 @@ bool complex_whole(const Factors& factors, const Cut& cut, const float* p, float
 {
     const Index rows = cut.rows;
     const Index group = cut.group;
-    const bool smooth = factors.ip[factors.count - 1] <= 5;
+    const bool smooth = is_smooth(factors);
     WholeWork work(cut, 2, !smooth);
     if (work.slots == nullptr) {
         return false;

@@ -201,7 +201,7 @@ template <int V>
 void rows_forward(const Factors& factors, const Cut& cut, const float* p, float* chunk, float* partner,
                   const float* twiddles)
 {
-    if (factors.ip[factors.count - 1] <= 5) {
+    if (is_smooth(factors)) {
         SmoothRows<Direction::forward, V>{factors, cut, chunk, partner, twiddles}.run(cut.first, 0, p);
         return;
     }
@@ -222,7 +222,7 @@ template <int V>
 void rows_backward(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
                    const float* twiddles)
 {
-    if (factors.ip[factors.count - 1] <= 5) {
+    if (is_smooth(factors)) {
         SmoothRows<Direction::backward, V>{factors, cut, chunk, partner, twiddles}.run(cut.first, 0, q);
         return;
     }
@@ -544,7 +544,19 @@ bool real_whole(const Factors& factors, const Cut& cut, const float* p, float* q
     }
     Members members;
     members.find(factors, cut.first);
-    const auto chunk = [&](Index g) { return g % W == 0 ? scratch + cut.rows * g : work.tail; };
+    // Storage that no cache has to hold besides: the result serves as a partner, forward
+    // until the columns write it; backward a single chunk or its partner can be there,
+    // the one that the last pass of the rows does not read.
+    float* chunks = scratch;
+    float* partner = work.partner;
+    if (d == Direction::forward && p != q) {
+        partner = q;
+    } else if (p != q && cut.group == W && is_smooth(factors) && 2 * W * cut.rows <= near_floats) {
+        const bool last_reads_partner = (factors.count - 1 - cut.first) % 2 != 0;
+        chunks = last_reads_partner ? q : scratch;
+        partner = last_reads_partner ? scratch : q;
+    }
+    const auto chunk = [&](Index g) { return g % W == 0 ? chunks + cut.rows * g : work.tail; };
     const auto columns = [&](auto* spectrum) {
         for_blocks<C>(cut.columns, [&](Index before_t) {
             const Index t = before_t + 1;
@@ -562,15 +574,13 @@ bool real_whole(const Factors& factors, const Cut& cut, const float* p, float* q
         }
     };
     if constexpr (d == Direction::forward) {
-        float* const partner = p != q ? q : work.partner;
         for_blocks<W>(cut.group,
                       [&](Index g) { rows_forward<W>(factors, cut, p + g, chunk(g), partner, twiddles); });
         columns(q);
     } else {
         columns(p);
-        for_blocks<W>(cut.group, [&](Index g) {
-            rows_backward<W>(factors, cut, chunk(g), work.partner, q + g, twiddles);
-        });
+        for_blocks<W>(cut.group,
+                      [&](Index g) { rows_backward<W>(factors, cut, chunk(g), partner, q + g, twiddles); });
     }
     return true;
 }

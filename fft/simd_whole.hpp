@@ -24,7 +24,13 @@ constexpr Index near_floats = 8 * 1024;
 // Work storage that is taken from the stack.
 constexpr Index stack_floats = 16 * 1024;
 
-// first = 0: nowhere.
+// Large factors stand last.
+ZAVO_INLINE bool is_smooth(const Factors& factors)
+{
+    return factors.ip[factors.count - 1] <= 5;
+}
+
+// Where the list is cut. first = 0: nowhere.
 struct Cut {
     int first = 0;
     int rows_width = 0; // registers of the rows and of the columns
