@@ -83,15 +83,7 @@ template <class Work>
 void add(const std::string& name, double estimate, Work work)
 {
     const auto iterations = static_cast<benchmark::IterationCount>(std::max(4.0, 2e6 / estimate));
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [=](benchmark::State& state) {
-                                     for (auto _ : state) {
-                                         work();
-                                         benchmark::ClobberMemory();
-                                     }
-                                 })
-        ->Iterations(iterations)
-        ->Repetitions(estimate > 5e6 ? 8 : 25);
+    ratio_report::add(name, iterations, estimate > 5e6 ? 8 : 25, work);
 }
 
 double estimated_ns(double n)

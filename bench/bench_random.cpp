@@ -33,31 +33,16 @@ void check(bool good, const char* what)
     }
 }
 
-// Times work(); what is reported is one run of it.
-template <class Work>
-void add(const std::string& name, int iterations, int repetitions, Work work)
-{
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [=](benchmark::State& state) {
-                                     for (auto _ : state) {
-                                         work();
-                                         benchmark::ClobberMemory();
-                                     }
-                                 })
-        ->Iterations(iterations)
-        ->Repetitions(repetitions);
-}
-
 template <class Work>
 void add_small(const std::string& name, Work work)
 {
-    add(name, 3, 60, work);
+    ratio_report::add(name, 3, 60, work);
 }
 
 template <class Work>
 void add_large(const std::string& name, Work work)
 {
-    add(name, 1, 40, work);
+    ratio_report::add(name, 1, 40, work);
 }
 
 // ---- Peers -------------------------------------------------------------------

@@ -68,6 +68,21 @@ private:
     std::map<std::string, double> shortest_;
 };
 
+// Registers a benchmark that runs work() `iterations` times in a row.
+template <class Work>
+void add(const std::string& name, benchmark::IterationCount iterations, int repetitions, Work work)
+{
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [=](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         work();
+                                         benchmark::ClobberMemory();
+                                     }
+                                 })
+        ->Iterations(iterations)
+        ->Repetitions(repetitions);
+}
+
 // The rest of main(): runs what is registered and prints the table.
 inline int run(int argc, char** argv, const std::vector<Pair>& pairs)
 {
