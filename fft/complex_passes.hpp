@@ -107,20 +107,9 @@ void complex_general_pass(const Shape& shape, const float* in, float* out, float
 template <Direction d, class Lanes>
 void complex_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
-    switch (shape.ip) {
-    case 2:
-        complex_radix_pass<d, ComplexRadix2<d>, Lanes>(shape, in, out, wa);
-        return;
-    case 3:
-        complex_radix_pass<d, ComplexRadix3<d>, Lanes>(shape, in, out, wa);
-        return;
-    case 4:
-        complex_radix_pass<d, ComplexRadix4<d>, Lanes>(shape, in, out, wa);
-        return;
-    case 5:
-        complex_radix_pass<d, ComplexRadix5<d>, Lanes>(shape, in, out, wa);
-        return;
-    default:
+    const bool done = for_complex_radix<d>(
+        shape.ip, [&](auto radix) { complex_radix_pass<d, decltype(radix), Lanes>(shape, in, out, wa); });
+    if (!done) {
         complex_general_pass<d, Lanes>(shape, in, out, work, wa);
     }
 }

@@ -91,6 +91,28 @@ struct ComplexRadix5 {
     }
 };
 
+// Calls work() with an object of the radix's type; false when there is none.
+template <Direction d, class Work>
+ZAVO_INLINE bool for_complex_radix(Index ip, const Work& work)
+{
+    switch (ip) {
+    case 2:
+        work(ComplexRadix2<d>{});
+        return true;
+    case 3:
+        work(ComplexRadix3<d>{});
+        return true;
+    case 4:
+        work(ComplexRadix4<d>{});
+        return true;
+    case 5:
+        work(ComplexRadix5<d>{});
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 } // namespace zavo::fft

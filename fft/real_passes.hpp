@@ -296,25 +296,15 @@ void real_radix_pass(const Shape& shape, const float* in, float* out, const floa
 template <Direction d, class Lanes>
 void real_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
-    switch (shape.ip) {
-    case 2:
-        real_radix_pass<d, RealRadix2, Lanes>(shape, in, out, wa);
+    const bool done = for_real_radix(
+        shape.ip, [&](auto radix) { real_radix_pass<d, decltype(radix), Lanes>(shape, in, out, wa); });
+    if (done) {
         return;
-    case 3:
-        real_radix_pass<d, RealRadix3, Lanes>(shape, in, out, wa);
-        return;
-    case 4:
-        real_radix_pass<d, RealRadix4, Lanes>(shape, in, out, wa);
-        return;
-    case 5:
-        real_radix_pass<d, RealRadix5, Lanes>(shape, in, out, wa);
-        return;
-    default:
-        if constexpr (d == Direction::forward) {
-            forward_general_pass<Lanes>(shape, in, out, work, wa);
-        } else {
-            backward_general_pass<Lanes>(shape, in, out, work, wa);
-        }
+    }
+    if constexpr (d == Direction::forward) {
+        forward_general_pass<Lanes>(shape, in, out, work, wa);
+    } else {
+        backward_general_pass<Lanes>(shape, in, out, work, wa);
     }
 }
 

@@ -281,6 +281,28 @@ struct RealRadix5 {
     }
 };
 
+// Calls work() with an object of the radix's type; false when there is none.
+template <class Work>
+ZAVO_INLINE bool for_real_radix(Index ip, const Work& work)
+{
+    switch (ip) {
+    case 2:
+        work(RealRadix2{});
+        return true;
+    case 3:
+        work(RealRadix3{});
+        return true;
+    case 4:
+        work(RealRadix4{});
+        return true;
+    case 5:
+        work(RealRadix5{});
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 } // namespace zavo::fft

@@ -60,8 +60,7 @@ void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
 {
     using L = typename Lanes::Value;
     constexpr Index step = Lanes::stride;
-    const CosSin w =
-        cos_sin(static_cast<double>(static_cast<float>(6.283185307179586 / static_cast<double>(ip))));
+    const CosSin w = rotation_of(ip);
     if constexpr (requires { Lanes::rotate_real_sums(slab, ip, w, x, y); }) {
         Lanes::rotate_real_sums(slab, ip, w, x, y);
         sum_slots<Lanes>(slab, ip, x, y);

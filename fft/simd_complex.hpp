@@ -18,6 +18,8 @@
 #include "fft/complex_passes.hpp"
 #include "fft/simd_whole.hpp"
 
+#include <utility>
+
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see shape.hpp
@@ -43,25 +45,6 @@ ZAVO_INLINE void complex_step(const Load& load, const Twiddle& twiddle, const St
             twiddle(j, yre[j], yim[j]);
         }
         store(j, yre[j], yim[j]);
-    }
-}
-
-// Calls work() with an object of the radix's type.
-template <Direction d, class Work>
-ZAVO_INLINE void for_radix(Index ip, const Work& work)
-{
-    switch (ip) {
-    case 2:
-        work(ComplexRadix2<d>{});
-        return;
-    case 3:
-        work(ComplexRadix3<d>{});
-        return;
-    case 4:
-        work(ComplexRadix4<d>{});
-        return;
-    default:
-        work(ComplexRadix5<d>{});
     }
 }
 
@@ -223,7 +206,7 @@ void rows_block(const Factors& factors, const Cut& cut, int which, float* slots,
 {
     const int last = factors.count - 1;
     const auto pass = [&](int t, Index blocks) {
-        for_radix<d>(factors.ip[t], [&](auto radix) {
+        for_complex_radix<d>(factors.ip[t], [&](auto radix) {
             rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots,
                                              twiddles + 2 * factors.twiddle_offset(t));
         });
@@ -241,7 +224,7 @@ void rows_block(const Factors& factors, const Cut& cut, int which, float* slots,
         pass(t, blocks);
         blocks *= factors.ip[t];
     }
-    for_radix<d>(factors.ip[last], [&](auto radix) {
+    for_complex_radix<d>(factors.ip[last], [&](auto radix) {
         if (factors.n < far_complex_length) {
             last_rows_pass<d, decltype(radix), V, false>(factors, cut, which, slots, q, stride);
         } else {
@@ -260,9 +243,7 @@ float* complex_lanes(const Factors& factors, int first, float* from, float* to, 
     for (int which = first; which < factors.count; ++which) {
         complex_pass<d, typename LanesOf<w>::Type>(factors.shape_within(first, which), from, to, from,
                                                    twiddles + 2 * factors.twiddle_offset(which));
-        float* const swap = from;
-        from = to;
-        to = swap;
+        std::swap(from, to);
     }
     return from;
 }
@@ -306,12 +287,12 @@ bool complex_whole(const Factors& factors, const Cut& cut, const float* p, float
     const float* result[most_slots];
     find_results<V>(factors, cut, slots, result);
     for_blocks<V>(rows, [&](Index r) {
-        for_radix<d>(factors.ip[0], [&](auto radix) {
+        for_complex_radix<d>(factors.ip[0], [&](auto radix) {
             first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots, twiddles + 2 * r);
         });
         for (int t = 1; t < cut.first; ++t) {
             const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
-            for_radix<d>(factors.ip[t], [&](auto radix) {
+            for_complex_radix<d>(factors.ip[t], [&](auto radix) {
                 columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
             });
         }

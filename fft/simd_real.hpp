@@ -44,28 +44,6 @@ ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
     });
 }
 
-// Calls work() with an object of the radix's type; false when there is none.
-template <class Work>
-ZAVO_INLINE bool for_real_radix(Index ip, const Work& work)
-{
-    switch (ip) {
-    case 2:
-        work(RealRadix2{});
-        return true;
-    case 3:
-        work(RealRadix3{});
-        return true;
-    case 4:
-        work(RealRadix4{});
-        return true;
-    case 5:
-        work(RealRadix5{});
-        return true;
-    default:
-        return false;
-    }
-}
-
 // ---- rows ----------------------------------------------------------------------------
 // V transforms of length R between places `group` apart and a chunk.
 
@@ -538,23 +516,21 @@ template <Direction d, int W, int C>
 bool real_whole(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
                 const float* twiddles)
 {
-    WholeWork work(cut, 1, true);
+    // The result can serve as a partner, which no cache has to hold besides: forward
+    // until the columns write it; backward beside a single chunk, and in its place where
+    // the last pass of the rows reads the partner.
+    const bool result_serves = p != q && (d == Direction::forward || (cut.group == W && is_smooth(factors) &&
+                                                                      2 * W * cut.rows <= near_floats));
+    WholeWork work(cut, 1, !result_serves);
     if (work.slots == nullptr) {
         return false;
     }
     Members members;
     members.find(factors, cut.first);
-    // Storage that no cache has to hold besides: the result serves as a partner, forward
-    // until the columns write it; backward a single chunk or its partner can be there,
-    // the one that the last pass of the rows does not read.
     float* chunks = scratch;
-    float* partner = work.partner;
-    if (d == Direction::forward && p != q) {
-        partner = q;
-    } else if (p != q && cut.group == W && is_smooth(factors) && 2 * W * cut.rows <= near_floats) {
-        const bool last_reads_partner = (factors.count - 1 - cut.first) % 2 != 0;
-        chunks = last_reads_partner ? q : scratch;
-        partner = last_reads_partner ? scratch : q;
+    float* partner = result_serves ? q : work.partner;
+    if (d == Direction::backward && result_serves && (factors.count - 1 - cut.first) % 2 != 0) {
+        std::swap(chunks, partner);
     }
     const auto chunk = [&](Index g) { return g % W == 0 ? chunks + cut.rows * g : work.tail; };
     const auto columns = [&](auto* spectrum) {

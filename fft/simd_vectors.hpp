@@ -269,44 +269,7 @@ ZAVO_INLINE T mixed_doubles(T a, T b, std::index_sequence<I...>)
     constexpr std::size_t V = sizeof...(I);
     return __builtin_shufflevector(a, b, static_cast<int>(I % 4 / 2 * V + I / 4 * 4 + 2 * h + I % 2)...);
 }
-// The even (h = 0) or odd quarters, four places each, of a and then of b.
-template <int h, class T, std::size_t... I>
-ZAVO_INLINE T every_other_quarter(T a, T b, std::index_sequence<I...>)
-{
-    return __builtin_shufflevector(a, b, static_cast<int>(I / 4 * 8 + 4 * h + I % 4)...);
-}
-
-// rows[r][c] becomes rows[c][r]: first within blocks of 4 by 4, then the blocks.
-template <int V>
-ZAVO_INLINE void transpose(Vector<V>* rows)
-{
-    constexpr Places<V> places;
-    for (int r = 0; r < V; r += 4) {
-        const Vector<V> a = mixed_singles<0>(rows[r], rows[r + 1], places);
-        const Vector<V> b = mixed_singles<1>(rows[r], rows[r + 1], places);
-        const Vector<V> c = mixed_singles<0>(rows[r + 2], rows[r + 3], places);
-        const Vector<V> d = mixed_singles<1>(rows[r + 2], rows[r + 3], places);
-        rows[r] = mixed_doubles<0>(a, c, places);
-        rows[r + 1] = mixed_doubles<1>(a, c, places);
-        rows[r + 2] = mixed_doubles<0>(b, d, places);
-        rows[r + 3] = mixed_doubles<1>(b, d, places);
-    }
-    constexpr int blocks = V / 4;
-    for (int c = 0; c < 4; ++c) {
-        for (int moved = 1; moved < blocks; moved *= 2) {
-            Vector<V> x[blocks];
-            for (int i = 0; i < blocks; ++i) {
-                x[i] = rows[4 * i + c];
-            }
-            for (int i = 0; i < blocks / 2; ++i) {
-                rows[4 * i + c] = every_other_quarter<0>(x[2 * i], x[2 * i + 1], places);
-                rows[4 * (i + blocks / 2) + c] = every_other_quarter<1>(x[2 * i], x[2 * i + 1], places);
-            }
-        }
-    }
-}
-
-// The quarters' blocks of 4 by 4 of four rows, as in the first step of transpose.
+// Four rows of quarters of four places: each block of 4 by 4 transposed.
 template <int V>
 ZAVO_INLINE void transpose_quarters(const float* a, const float* b, const float* c, const float* d,
                                     Vector<V>* rows)
@@ -336,6 +299,7 @@ ZAVO_INLINE T halves_joined(T a, T b, std::index_sequence<I...>)
     constexpr std::size_t V = sizeof...(I);
     return __builtin_shufflevector(a, b, static_cast<int>(I / (V / 2) * V + h * V / 2 + I % (V / 2))...);
 }
+
 // work(0), work(1) ... work(count - 1), each number a type's.
 template <class Work, int... i>
 ZAVO_INLINE void unroll(const Work& work, std::integer_sequence<int, i...>)
