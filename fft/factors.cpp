@@ -37,18 +37,6 @@ void append(Factors& factors, Index ip)
     ++factors.count;
 }
 
-void multiply_up(Factors& factors)
-{
-    factors.before[0] = 1;
-    for (int i = 0; i < factors.count; ++i) {
-        factors.before[i + 1] = factors.before[i] * factors.ip[i];
-    }
-    factors.after[factors.count] = 1;
-    for (int i = factors.count; i > 0; --i) {
-        factors.after[i - 1] = factors.after[i] * factors.ip[i - 1];
-    }
-}
-
 void factorise(Index n, const Trials& trials, Factors& factors)
 {
     factors.n = n;
@@ -63,7 +51,7 @@ void factorise(Index n, const Trials& trials, Factors& factors)
             append(factors, ip);
         }
     }
-    multiply_up(factors);
+    factors.multiply_up();
 }
 
 // A stored integer, rounded to nearest; 0 for what can be none.
@@ -91,7 +79,7 @@ void read_record(Index n, const float* record, const Trials& trials, Factors& fa
         factorise(n, trials, factors);
         return;
     }
-    multiply_up(factors);
+    factors.multiply_up();
 }
 
 void write_record(const Factors& factors, float* record)

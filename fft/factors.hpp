@@ -19,13 +19,26 @@ struct Factors {
     Index before[most_factors + 1]; // product of the factors before each
     Index after[most_factors + 1];  // product of each and those behind it
 
+    // The products, once count and ip stand.
+    constexpr ZAVO_INLINE void multiply_up()
+    {
+        before[0] = 1;
+        for (int i = 0; i < count; ++i) {
+            before[i + 1] = before[i] * ip[i];
+        }
+        after[count] = 1;
+        for (int i = count; i > 0; --i) {
+            after[i - 1] = after[i] * ip[i - 1];
+        }
+    }
+
     // l1 of a pass: the product of the factors before it.
-    ZAVO_INLINE Index l1(int which) const { return before[which]; }
-    ZAVO_INLINE Index ido(int which) const { return after[which + 1]; }
-    ZAVO_INLINE Shape shape(int which) const { return {ido(which), l1(which), ip[which]}; }
+    constexpr ZAVO_INLINE Index l1(int which) const { return before[which]; }
+    constexpr ZAVO_INLINE Index ido(int which) const { return after[which + 1]; }
+    constexpr ZAVO_INLINE Shape shape(int which) const { return {ido(which), l1(which), ip[which]}; }
     // The same for one of the l1(first) transforms that the factors from `first`
     // on make up.
-    ZAVO_INLINE Shape shape_within(int first, int which) const
+    constexpr ZAVO_INLINE Shape shape_within(int first, int which) const
     {
         Index inner = 1;
         for (int i = first; i < which; ++i) {
@@ -35,7 +48,7 @@ struct Factors {
     }
     // Where a factor's block starts in the real table's twiddle region; twice
     // that in the complex table's. The blocks before it hold n - n/l1 values.
-    ZAVO_INLINE Index twiddle_offset(int which) const { return n - after[which]; }
+    constexpr ZAVO_INLINE Index twiddle_offset(int which) const { return n - after[which]; }
 };
 
 // n as a product of 4, 3, 2, 5 and odd numbers, tried in the order of the kind

@@ -45,8 +45,8 @@ struct SpreadFrequencies {
 // (cos, sin) pairs.
 template <class Radix, class Lanes, class Frequencies = AllFrequencies,
           template <class> class Apart = SplitView>
-void forward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
-                  const float* __restrict wa, const Frequencies frequencies = {})
+ZAVO_INLINE void forward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
+                              const float* __restrict wa, const Frequencies frequencies = {})
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
@@ -99,8 +99,8 @@ void forward_pass(const Shape& shape, const float* __restrict cc, float* __restr
 // Reads joined, writes apart.
 template <class Radix, class Lanes, class Frequencies = AllFrequencies,
           template <class> class Apart = SplitView>
-void backward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
-                   const float* __restrict wa, const Frequencies frequencies = {})
+ZAVO_INLINE void backward_pass(const Shape& shape, const float* __restrict cc, float* __restrict ch,
+                               const float* __restrict wa, const Frequencies frequencies = {})
 {
     using L = typename Lanes::Value;
     constexpr int ip = Radix::ip;
@@ -281,8 +281,8 @@ void backward_general_pass(const Shape& shape, const float* in, float* out, floa
 
 template <Direction d, class Radix, class Lanes, class Frequencies = AllFrequencies,
           template <class> class Apart = SplitView>
-void real_radix_pass(const Shape& shape, const float* in, float* out, const float* wa,
-                     const Frequencies frequencies = {})
+ZAVO_INLINE void real_radix_pass(const Shape& shape, const float* in, float* out, const float* wa,
+                                 const Frequencies frequencies = {})
 {
     if constexpr (d == Direction::forward) {
         forward_pass<Radix, Lanes, Frequencies, Apart>(shape, in, out, wa, frequencies);

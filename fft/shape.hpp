@@ -25,6 +25,8 @@
 #include <limits>
 
 #define ZAVO_INLINE inline __attribute__((always_inline))
+// The same for a lambda, behind its parameters.
+#define ZAVO_INLINED __attribute__((always_inline))
 
 namespace zavo::fft {
 

@@ -12,6 +12,12 @@ struct SimdPath {
     bool (*real)(Direction, const Factors&, const float* p, float* q, float* scratch, const float* twiddles);
     bool (*complex)(Direction, const Factors&, const float* p, float* q, float* scratch,
                     const float* twiddles);
+    // The same for a table's record; false when the path has no transform of its own
+    // for that length.
+    bool (*known_real)(Direction, Index n, const float* record, const float* p, float* q, float* scratch,
+                       const float* twiddles);
+    bool (*known_complex)(Direction, Index n, const float* record, const float* p, float* q, float* scratch,
+                          const float* twiddles);
     // Complex transforms of length factors.n of n columns, by rows with the column
     // dimensions ldp and ldq. work: column_work(factors.n) floats.
     void (*columns)(Direction, const Factors&, Index n, const float* p, Index ldp, float* q, Index ldq,

@@ -64,8 +64,8 @@ struct ColumnTwiddles {
 
 // The first pass of the columns whose first value is at p.
 template <Direction d, class Radix, int V>
-void first_columns_pass(Index rows, Index inner, const float* __restrict p, float* __restrict slots,
-                        const float* __restrict wa)
+ZAVO_INLINE void first_columns_pass(Index rows, Index inner, const float* __restrict p,
+                                    float* __restrict slots, const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
     const Index block = 2 * rows * inner;
@@ -73,13 +73,14 @@ void first_columns_pass(Index rows, Index inner, const float* __restrict p, floa
         const ColumnTwiddles<V, ip> w(wa, block);
         const Slots<V> out{slots, 2 * V * inner};
         complex_step<d, Radix, V>(
-            [&](int j, Vector<V>& re, Vector<V>& im) {
+            [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
                 const Pairs<V> x = load_laced<V>(p + block * j);
                 re = x.re;
                 im = x.im;
             },
-            [&](int j, Vector<V>& re, Vector<V>& im) { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
-            [&](int j, const Vector<V>& re, const Vector<V>& im) { out.store(j, re, im); });
+            [&](int j, Vector<V>& re, Vector<V>& im)
+                ZAVO_INLINED { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
+            [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { out.store(j, re, im); });
         p += 2 * rows;
         wa += 2 * rows;
         slots += 2 * V;
@@ -88,7 +89,7 @@ void first_columns_pass(Index rows, Index inner, const float* __restrict p, floa
 
 // A later pass; l1 results of the earlier ones share a twiddle.
 template <Direction d, class Radix, int V>
-void columns_pass(Index rows, Index inner, Index l1, float* slots, const float* __restrict wa)
+ZAVO_INLINE void columns_pass(Index rows, Index inner, Index l1, float* slots, const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
     for (Index u = 0; u < inner; ++u) {
@@ -96,9 +97,10 @@ void columns_pass(Index rows, Index inner, Index l1, float* slots, const float* 
         Slots<V> at{slots, 2 * V * inner};
         for (Index k = 0; k < l1; ++k) {
             complex_step<d, Radix, V>(
-                [&](int j, Vector<V>& re, Vector<V>& im) { at.load(j, re, im); },
-                [&](int j, Vector<V>& re, Vector<V>& im) { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
-                [&](int j, const Vector<V>& re, const Vector<V>& im) { at.store(j, re, im); });
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { at.load(j, re, im); },
+                [&](int j, Vector<V>& re, Vector<V>& im)
+                    ZAVO_INLINED { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
+                [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { at.store(j, re, im); });
             at.first += at.step * ip;
         }
         wa += 2 * rows;
@@ -106,29 +108,30 @@ void columns_pass(Index rows, Index inner, Index l1, float* slots, const float* 
     }
 }
 
-// Where the results of the columns stand.
-template <int V>
-ZAVO_INLINE void find_results(const Factors& factors, const Cut& cut, const float* slots,
-                              const float** result)
-{
-    result[0] = slots;
-    Index found = 1;
-    for (int t = 0; t < cut.first; ++t) {
-        const Index more = found * (factors.ip[t] - 1);
-        for (Index k = 0; k < more; ++k) {
-            result[found + k] = result[k] + 2 * V * cut.inner[t];
+// The slots where the results of the columns stand.
+struct Results {
+    Index slot[most_slots] = {};
+
+    constexpr ZAVO_INLINE void find(const Factors& factors, const Cut& cut)
+    {
+        Index found = 1;
+        for (int t = 0; t < cut.first; ++t) {
+            const Index more = found * (factors.ip[t] - 1);
+            for (Index k = 0; k < more; ++k) {
+                slot[found + k] = slot[k] + cut.inner[t];
+            }
+            found += more;
         }
-        found += more;
     }
-}
+};
 
 // V results of V columns, to V slots whose lanes are results, in folded order.
 template <int V>
-ZAVO_INLINE void turn_block(const float* const* result, float* to)
+ZAVO_INLINE void turn_block(const float* slots, const Index* result, float* to)
 {
     for (int part = 0; part < 2 * V; part += V) {
-        transpose<V>([&](int k) { return result[folded<V>(k)] + part; },
-                     [&](int r) { return to + 2 * V * laced<V>(r) + part; });
+        transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * result[folded<V>(k)] + part; },
+                     [&](int r) ZAVO_INLINED { return to + 2 * V * laced<V>(r) + part; });
     }
 }
 
@@ -136,7 +139,7 @@ ZAVO_INLINE void turn_block(const float* const* result, float* to)
 
 // A pass of `blocks` blocks.
 template <Direction d, class Radix, int V>
-void rows_pass(Index ido, Index blocks, float* slots, const float* __restrict wa)
+ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
     Slots<V> at{slots, 2 * V * ido};
@@ -144,11 +147,11 @@ void rows_pass(Index ido, Index blocks, float* slots, const float* __restrict wa
         for (Index u = 0; u < ido; ++u) {
             const float* const w = wa + 2 * u;
             complex_step<d, Radix, V>(
-                [&](int j, Vector<V>& re, Vector<V>& im) { at.load(j, re, im); },
-                [&](int j, Vector<V>& re, Vector<V>& im) {
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { at.load(j, re, im); },
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
                     apply_twiddle<d>(w[2 * (j - 1) * ido], w[2 * (j - 1) * ido + 1], re, im);
                 },
-                [&](int j, const Vector<V>& re, const Vector<V>& im) { at.store(j, re, im); });
+                [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { at.store(j, re, im); });
             at.first += 2 * V;
         }
         at.first += at.step * (ip - 1);
@@ -159,7 +162,8 @@ void rows_pass(Index ido, Index blocks, float* slots, const float* __restrict wa
 // open. Frequency f of the block goes to q + stride * f. `far`: into memory that is
 // not in a near cache.
 template <Direction d, class Radix, int V, bool far>
-void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* slots, float* q, Index stride)
+ZAVO_INLINE void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* slots, float* q,
+                                Index stride)
 {
     const int last = factors.count - 1;
     const Index innermost = which < last ? factors.ip[which] : 1;
@@ -171,9 +175,10 @@ void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* sl
         Slots<V> in{slots, 2 * V};
         float* to = q;
         for (Index k = 0; k < innermost; ++k) {
-            complex_step<d, Radix, V>([&](int j, Vector<V>& re, Vector<V>& im) { in.load(j, re, im); },
-                                      [](int, Vector<V>&, Vector<V>&) {},
-                                      [&](int j, const Vector<V>& re, const Vector<V>& im) {
+            complex_step<d, Radix, V>([&](int j, Vector<V>& re, Vector<V>& im)
+                                          ZAVO_INLINED { in.load(j, re, im); },
+                                      [](int, Vector<V>&, Vector<V>&) ZAVO_INLINED {},
+                                      [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
                                           store_folded<V>(to + result_step * j, re, im);
                                           if constexpr (far) {
                                               fetch<2 * V, for_writing>(to + result_step * j, 2 * q_step);
@@ -199,38 +204,55 @@ void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* sl
     }
 }
 
-// The passes of the factors from `which` on over one block of rows.
-template <Direction d, int V>
-void rows_block(const Factors& factors, const Cut& cut, int which, float* slots, float* q, Index stride,
-                const float* twiddles)
+// The passes of the factors from `which` on over one block of rows, pass by pass.
+template <Direction d, int V, class Plan>
+ZAVO_INLINE void near_rows(const Plan& plan, int which, float* slots, float* q, Index stride,
+                           const float* twiddles)
 {
+    const Factors& factors = plan.factors;
     const int last = factors.count - 1;
-    const auto pass = [&](int t, Index blocks) {
-        for_complex_radix<d>(factors.ip[t], [&](auto radix) {
-            rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots,
-                                             twiddles + 2 * factors.twiddle_offset(t));
-        });
-    };
-    if (2 * V * factors.after[which] > near_floats && which + 1 < last) {
-        pass(which, 1);
-        for (Index j = 0; j < factors.ip[which]; ++j) {
-            rows_block<d, V>(factors, cut, which + 1, slots + 2 * V * factors.ido(which) * j,
-                             q + stride * cut.weight[which] * j, stride, twiddles);
-        }
-        return;
-    }
     Index blocks = 1;
-    for (int t = which; t < last; ++t) {
-        pass(t, blocks);
+    plan.for_factors(which, last, [&](int t) ZAVO_INLINED {
+        for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+            plan.loops([&]() ZAVO_INLINED {
+                rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots,
+                                                 twiddles + 2 * factors.twiddle_offset(t));
+            });
+        });
         blocks *= factors.ip[t];
-    }
-    for_complex_radix<d>(factors.ip[last], [&](auto radix) {
+    });
+    for_complex_radix<d>(factors.ip[last], [&](auto radix) ZAVO_INLINED {
         if (factors.n < far_complex_length) {
-            last_rows_pass<d, decltype(radix), V, false>(factors, cut, which, slots, q, stride);
+            plan.loops([&]() ZAVO_INLINED {
+                last_rows_pass<d, decltype(radix), V, false>(factors, plan.cut, which, slots, q, stride);
+            });
         } else {
-            last_rows_pass<d, decltype(radix), V, true>(factors, cut, which, slots, q, stride);
+            plan.loops([&]() ZAVO_INLINED {
+                last_rows_pass<d, decltype(radix), V, true>(factors, plan.cut, which, slots, q, stride);
+            });
         }
     });
+}
+
+// The same for a block of any size, a large one depth first.
+template <Direction d, int V>
+void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index stride, const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    if (2 * V * factors.after[which] <= near_floats || which + 1 == factors.count) {
+        near_rows<d, V>(plan, which, slots, q, stride, twiddles);
+        return;
+    }
+    for_complex_radix<d>(factors.ip[which], [&](auto radix) ZAVO_INLINED {
+        plan.loops([&]() ZAVO_INLINED {
+            rows_pass<d, decltype(radix), V>(factors.ido(which), 1, slots,
+                                             twiddles + 2 * factors.twiddle_offset(which));
+        });
+    });
+    for (Index j = 0; j < factors.ip[which]; ++j) {
+        rows_block<d, V>(plan, which + 1, slots + 2 * V * factors.ido(which) * j,
+                         q + stride * plan.cut.weight[which] * j, stride, twiddles);
+    }
 }
 
 // ---- rows of any radix --------------------------------------------------------------------------
@@ -262,18 +284,34 @@ void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partn
 // ---- all ---------------------------------------------------------------------------------------
 
 template <int V>
-ZAVO_INLINE Cut choose_complex_cut(const Factors& factors)
+constexpr ZAVO_INLINE Cut choose_complex_cut(const Factors& factors)
 {
-    return choose_cut<V>(factors, 1, [](Index group, Index rows, int& width) {
+    return choose_cut<V>(factors, 1, [](Index group, Index rows, int& width) ZAVO_INLINED {
         width = group >= V && rows >= V ? V : 0;
         return rows;
     });
 }
 
-template <Direction d, int V>
-bool complex_whole(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
-                   const float* twiddles)
+struct FoundComplexPlan : FoundPlan {
+    Results results;
+};
+
+template <int V, class List>
+struct KnownComplexPlan : KnownPlan<List> {
+    static constexpr Cut cut = choose_complex_cut<V>(List::factors);
+    static constexpr Results results = [] {
+        Results found;
+        found.find(List::factors, cut);
+        return found;
+    }();
+};
+
+template <Direction d, int V, class Plan>
+ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float* scratch,
+                               const float* twiddles)
 {
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
     const Index rows = cut.rows;
     const Index group = cut.group;
     const bool smooth = is_smooth(factors);
@@ -282,25 +320,32 @@ bool complex_whole(const Factors& factors, const Cut& cut, const float* p, float
         return false;
     }
     float* const slots = work.slots;
-    const auto chunk = [&](Index k) { return k % V == 0 ? scratch + 2 * rows * k : work.tail; };
+    const auto chunk = [&](Index k) ZAVO_INLINED { return k % V == 0 ? scratch + 2 * rows * k : work.tail; };
 
-    const float* result[most_slots];
-    find_results<V>(factors, cut, slots, result);
-    for_blocks<V>(rows, [&](Index r) {
-        for_complex_radix<d>(factors.ip[0], [&](auto radix) {
-            first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots, twiddles + 2 * r);
-        });
-        for (int t = 1; t < cut.first; ++t) {
-            const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
-            for_complex_radix<d>(factors.ip[t], [&](auto radix) {
-                columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
+    for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
+        for_complex_radix<d>(factors.ip[0], [&](auto radix) ZAVO_INLINED {
+            plan.loops([&]() ZAVO_INLINED {
+                first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots,
+                                                          twiddles + 2 * r);
             });
-        }
-        for_blocks<V>(group, [&](Index k) { turn_block<V>(result + k, chunk(k) + 2 * V * r); });
+        });
+        plan.for_factors(1, cut.first, [&](int t) ZAVO_INLINED {
+            const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
+            for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+                plan.loops([&]() ZAVO_INLINED {
+                    columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
+                });
+            });
+        });
+        for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
+            turn_block<V>(slots, plan.results.slot + k, chunk(k) + 2 * V * r);
+        });
     });
-    for_blocks<V>(group, [&](Index k) {
-        if (smooth) {
-            rows_block<d, V>(factors, cut, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+    for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
+        if constexpr (Plan::is_near) {
+            near_rows<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+        } else if (smooth) {
+            rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
         } else {
             rows_any<d, V>(factors, cut, chunk(k), work.partner, q + 2 * k, twiddles);
         }
@@ -316,7 +361,9 @@ bool complex_whole_up_to(const Factors& factors, const float* p, float* q, float
 {
     const Cut cut = choose_complex_cut<V>(factors);
     if (cut.first != 0) {
-        return complex_whole<d, V>(factors, cut, p, q, scratch, twiddles);
+        FoundComplexPlan plan{{factors, cut}, {}};
+        plan.results.find(factors, cut);
+        return complex_whole<d, V>(plan, p, q, scratch, twiddles);
     }
     if constexpr (V > 4) {
         return complex_whole_up_to<d, V / 2>(factors, p, q, scratch, twiddles);

@@ -135,6 +135,21 @@ bool try_scalar_complex(Direction d, const Factors& factors, const float* p, flo
 // ---- the faces: false when the length is not one for this path --------------------------------
 
 template <int V>
+bool try_known_real(Direction d, Index n, const float* record, const float* p, float* q, float* scratch,
+                    const float* twiddles)
+{
+    return for_known_length(n, record, [&](auto list) ZAVO_INLINED {
+        // A short transform waits for its results rather than for room in the processor.
+        constexpr int widest = list.factors.n < 1024 ? std::min(V, 8) : V;
+        const KnownRealPlan<widest, decltype(list)> plan;
+        constexpr int W = plan.cut.rows_width;
+        constexpr int C = plan.cut.columns_width;
+        return d == Direction::forward ? real_whole<Direction::forward, W, C>(plan, p, q, scratch, twiddles)
+                                       : real_whole<Direction::backward, W, C>(plan, p, q, scratch, twiddles);
+    });
+}
+
+template <int V>
 bool try_real(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
               const float* twiddles)
 {
@@ -145,6 +160,17 @@ bool try_real(Direction d, const Factors& factors, const float* p, float* q, flo
     return d == Direction::forward
                ? real_whole_up_to<Direction::forward, V, V>(factors, cut, p, q, scratch, twiddles)
                : real_whole_up_to<Direction::backward, V, V>(factors, cut, p, q, scratch, twiddles);
+}
+
+template <int V>
+bool try_known_complex(Direction d, Index n, const float* record, const float* p, float* q, float* scratch,
+                       const float* twiddles)
+{
+    return for_known_length(n, record, [&](auto list) ZAVO_INLINED {
+        const KnownComplexPlan<V, decltype(list)> plan;
+        return d == Direction::forward ? complex_whole<Direction::forward, V>(plan, p, q, scratch, twiddles)
+                                       : complex_whole<Direction::backward, V>(plan, p, q, scratch, twiddles);
+    });
 }
 
 template <int V>

@@ -31,9 +31,9 @@ constexpr Index far_real_length = 32 * 1024;
 // With even R the registers may reach t = R / 2, whose values are put right
 // afterwards.
 template <int V>
-ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
+constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 {
-    return choose_cut<V>(factors, 2, [](Index, Index rows, int& width) {
+    return choose_cut<V>(factors, 2, [](Index, Index rows, int& width) ZAVO_INLINED {
         const Index partners = (rows - 1) / 2;
         width = width_for<V>(partners);
         if (rows % 2 == 0 && width_for<V>(rows / 2) > width) {
@@ -51,36 +51,40 @@ ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 // after the other, those that it makes one of side by side; so a part of the chunk
 // can go through many passes while it is near. Even and odd factors write to the
 // chunk and to its partner in turn, the first one to the chunk.
-template <Direction d, int V>
+template <Direction d, int V, class Plan>
 struct SmoothRows {
-    const Factors& factors;
-    const Cut& cut;
+    const Plan& plan;
     float* chunk;
     float* partner;
     const float* twiddles;
 
-    float* made_by(int t) const { return (t - cut.first) % 2 == 0 ? chunk : partner; }
+    ZAVO_INLINE float* made_by(int t) const { return (t - plan.cut.first) % 2 == 0 ? chunk : partner; }
 
     // The pass of factor t in `count` transforms that begin with value `start`.
-    void pass(int t, Index start, Index count) const
+    ZAVO_INLINE void pass(int t, Index start, Index count) const
     {
+        const Factors& factors = plan.factors;
         float* const joined = made_by(t) + V * start;
         float* const apart = made_by(t + 1) + V * start;
         const Shape shape{factors.ido(t), count, factors.ip[t]};
         const float* const wa = twiddles + factors.twiddle_offset(t);
-        for_real_radix(shape.ip, [&](auto radix) {
-            real_radix_pass<d, decltype(radix), VectorLanes<V>, AllFrequencies, NestedView>(
-                shape, d == Direction::forward ? apart : joined, d == Direction::forward ? joined : apart,
-                wa);
+        for_real_radix(shape.ip, [&](auto radix) ZAVO_INLINED {
+            plan.loops([&]() ZAVO_INLINED {
+                real_radix_pass<d, decltype(radix), VectorLanes<V>, AllFrequencies, NestedView>(
+                    shape, d == Direction::forward ? apart : joined, d == Direction::forward ? joined : apart,
+                    wa);
+            });
         });
     }
 
     // The pass of the last factor, in the transforms that factors t to the last one
     // but one join. outside: value 0 of the whole of them.
     template <class Radix, bool far, class Outside>
-    void outer_pass(int t, Index start, Outside* outside) const
+    ZAVO_INLINE void outer_pass(int t, Index start, Outside* outside) const
     {
         constexpr int ip = Radix::ip;
+        const Factors& factors = plan.factors;
+        const Cut& cut = plan.cut;
         const int last = factors.count - 1;
         const Index step = cut.group * cut.weight[last];
         float* at = made_by(last) + V * start;
@@ -127,60 +131,82 @@ struct SmoothRows {
     }
 
     template <class Outside>
-    void outer(int t, Index start, Outside* outside) const
+    ZAVO_INLINE void outer(int t, Index start, Outside* outside) const
     {
-        for_real_radix(factors.ip[factors.count - 1], [&](auto radix) {
+        const Factors& factors = plan.factors;
+        for_real_radix(factors.ip[factors.count - 1], [&](auto radix) ZAVO_INLINED {
             if (factors.n < far_real_length) {
-                outer_pass<decltype(radix), false>(t, start, outside);
+                plan.loops([&]() ZAVO_INLINED { outer_pass<decltype(radix), false>(t, start, outside); });
             } else {
-                outer_pass<decltype(radix), true>(t, start, outside);
+                plan.loops([&]() ZAVO_INLINED { outer_pass<decltype(radix), true>(t, start, outside); });
             }
         });
     }
 
-    // The transform of factors t and on that begins with value `start`.
+    // The transform of factors t and on that begins with value `start`, pass by pass.
     template <class Outside>
-    void run(int t, Index start, Outside* outside) const
+    ZAVO_INLINE void run_near(int t, Index start, Outside* outside) const
     {
+        const Factors& factors = plan.factors;
         const int last = factors.count - 1;
-        const Index length = factors.after[t];
-        if (2 * V * length > near_floats && t < last) {
-            if constexpr (d == Direction::backward) {
-                pass(t, start, 1);
-            }
-            for (Index j = 0; j < factors.ip[t]; ++j) {
-                run(t + 1, start + factors.after[t + 1] * j, outside + cut.group * cut.weight[t] * j);
-            }
-            if constexpr (d == Direction::forward) {
-                pass(t, start, 1);
-            }
-            return;
-        }
-        Index count = 1;
         if constexpr (d == Direction::backward) {
-            for (int s = t; s < last; ++s) {
+            Index count = 1;
+            plan.for_factors(t, last, [&](int s) ZAVO_INLINED {
                 pass(s, start, count);
                 count *= factors.ip[s];
-            }
+            });
             outer(t, start, outside);
         } else {
             outer(t, start, outside);
-            count = length / factors.ip[last];
-            for (int s = last - 1; s >= t; --s) {
+            Index count = factors.after[t] / factors.ip[last];
+            plan.for_factors_falling(t, last, [&](int s) ZAVO_INLINED {
                 count /= factors.ip[s];
                 pass(s, start, count);
-            }
+            });
+        }
+    }
+
+    // The same for one of any size, a large one depth first.
+    template <class Outside>
+    void run(int t, Index start, Outside* outside) const
+    {
+        const Factors& factors = plan.factors;
+        const Cut& cut = plan.cut;
+        if (2 * V * factors.after[t] <= near_floats || t + 1 == factors.count) {
+            run_near(t, start, outside);
+            return;
+        }
+        if constexpr (d == Direction::backward) {
+            pass(t, start, 1);
+        }
+        for (Index j = 0; j < factors.ip[t]; ++j) {
+            run(t + 1, start + factors.after[t + 1] * j, outside + cut.group * cut.weight[t] * j);
+        }
+        if constexpr (d == Direction::forward) {
+            pass(t, start, 1);
+        }
+    }
+
+    template <class Outside>
+    ZAVO_INLINE void run_all(Outside* outside) const
+    {
+        if constexpr (Plan::is_near) {
+            run_near(plan.cut.first, 0, outside);
+        } else {
+            run(plan.cut.first, 0, outside);
         }
     }
 };
 
 // Of any radices.
-template <int V>
-void rows_forward(const Factors& factors, const Cut& cut, const float* p, float* chunk, float* partner,
-                  const float* twiddles)
+template <int V, class Plan>
+ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, float* chunk, float* partner,
+                              const float* twiddles)
 {
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
     if (is_smooth(factors)) {
-        SmoothRows<Direction::forward, V>{factors, cut, chunk, partner, twiddles}.run(cut.first, 0, p);
+        SmoothRows<Direction::forward, V, Plan>{plan, chunk, partner, twiddles}.run_all(p);
         return;
     }
     const bool odd = (factors.count - cut.first) % 2 != 0;
@@ -196,12 +222,14 @@ void rows_forward(const Factors& factors, const Cut& cut, const float* p, float*
     }
 }
 
-template <int V>
-void rows_backward(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
-                   const float* twiddles)
+template <int V, class Plan>
+ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, float* q,
+                               const float* twiddles)
 {
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
     if (is_smooth(factors)) {
-        SmoothRows<Direction::backward, V>{factors, cut, chunk, partner, twiddles}.run(cut.first, 0, q);
+        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles}.run_all(q);
         return;
     }
     float* from = chunk;
@@ -228,10 +256,10 @@ struct Member {
 // or after (backward) the pass of factor `which`, whole() those of the whole spectrum.
 // A pass of radix ip makes ip of one.
 struct Members {
-    Member all[2 * most_slots];
-    int start[most_factors + 1];
+    Member all[2 * most_slots] = {};
+    int start[most_factors + 1] = {};
 
-    void find(const Factors& factors, int first)
+    constexpr ZAVO_INLINE void find(const Factors& factors, int first)
     {
         start[first] = 0;
         all[0] = {0, 1};
@@ -241,21 +269,14 @@ struct Members {
             Member* to = all + start[which + 1] + count;
             start[which] = start[which + 1] + count;
             const int ido = static_cast<int>(factors.ido(which));
-            for_real_radix(factors.ip[which], [&](auto radix) {
-                constexpr int ip = decltype(radix)::ip;
-                for (int e = 0; e < count; ++e) {
-                    const Member member = from[e];
-                    unroll<ip>([&](auto j) {
-                        if constexpr (j % 2 == 0) {
-                            to[j] = {ido * (j / 2) + member.base, member.sign};
-                        } else {
-                            to[j] = {ido * ((j + 1) / 2) - member.base, -member.sign};
-                        }
-                    });
-                    to += ip;
+            const int ip = static_cast<int>(factors.ip[which]);
+            for (int e = 0; e < count; ++e) {
+                for (int j = 0; j < ip; ++j) {
+                    *to++ = j % 2 == 0 ? Member{ido * (j / 2) + from[e].base, from[e].sign}
+                                       : Member{ido * ((j + 1) / 2) - from[e].base, -from[e].sign};
                 }
-                count *= ip;
-            });
+            }
+            count *= ip;
         }
     }
     ZAVO_INLINE const Member* before(int which) const { return all + start[which + 1]; }
@@ -298,7 +319,7 @@ ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Membe
     }
     for (Index k = 0; k < shape.l1; ++k) {
         Vector<V> re[ip], im[ip], yre[ip], yim[ip];
-        unroll<ip>([&](auto j) {
+        unroll<ip>([&](auto j) ZAVO_INLINED {
             constexpr int outer_sign = j % 2 == 0 ? sign : -sign;
             if constexpr (outermost && d == Direction::backward) {
                 const Pairs<V> x = load_member<V, outer_sign>(spectrum, -1, outer[j], t);
@@ -316,7 +337,7 @@ ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Membe
         } else {
             Radix::backward_inner(re, im, yre, yim);
         }
-        unroll<ip>([&](auto j) {
+        unroll<ip>([&](auto j) ZAVO_INLINED {
             constexpr int outer_sign = j % 2 == 0 ? sign : -sign;
             if constexpr (d == Direction::backward && j > 0) {
                 apply_twiddle<d>(w[j].re, w[j].im, yre[j], yim[j]);
@@ -332,8 +353,9 @@ ZAVO_INLINE void real_member_pass(const Shape& shape, Member member, const Membe
 }
 
 template <Direction d, class Radix, int V, bool outermost, class Spectrum>
-void real_columns_pass(const Shape& shape, Index count, const Member* members, const Member* outer, Index t,
-                       float* slots, Spectrum* spectrum, const float* __restrict wa)
+ZAVO_INLINE void real_columns_pass(const Shape& shape, Index count, const Member* members,
+                                   const Member* outer, Index t, float* slots, Spectrum* spectrum,
+                                   const float* __restrict wa)
 {
     for (Index e = 0; e < count; ++e) {
         if (members[e].sign > 0) {
@@ -357,28 +379,39 @@ void fetch_columns(const Member* members, Index count, Index t, Spectrum* spectr
     }
 }
 
-template <Direction d, int V, class Spectrum>
-void columns_block(const Factors& factors, const Cut& cut, const Members& members, Index t, float* slots,
-                   Spectrum* spectrum, const float* twiddles)
+template <Direction d, int V, class Plan, class Spectrum>
+ZAVO_INLINE void columns_block(const Plan& plan, Index t, float* slots, Spectrum* spectrum,
+                               const float* twiddles)
 {
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
+    const Members& members = plan.members;
     if (factors.n >= far_real_length) {
         fetch_columns<d, V>(members.whole(), cut.group, t + V, spectrum);
     }
-    for (int n = 0; n < cut.first; ++n) {
-        const int which = d == Direction::forward ? cut.first - 1 - n : n;
+    const auto pass = [&](int which) ZAVO_INLINED {
         const Shape shape = factors.shape(which);
         const Index count = members.start[which] - members.start[which + 1];
         const float* const wa = twiddles + factors.twiddle_offset(which);
-        for_real_radix(factors.ip[which], [&](auto radix) {
+        for_real_radix(factors.ip[which], [&](auto radix) ZAVO_INLINED {
             using Radix = decltype(radix);
             if (which == 0) {
-                real_columns_pass<d, Radix, V, true>(shape, count, members.before(0), members.whole(), t,
-                                                     slots, spectrum, wa);
+                plan.loops([&]() ZAVO_INLINED {
+                    real_columns_pass<d, Radix, V, true>(shape, count, members.before(0), members.whole(), t,
+                                                         slots, spectrum, wa);
+                });
             } else {
-                real_columns_pass<d, Radix, V, false>(shape, count, members.before(which), members.whole(), t,
-                                                      slots, spectrum, wa);
+                plan.loops([&]() ZAVO_INLINED {
+                    real_columns_pass<d, Radix, V, false>(shape, count, members.before(which),
+                                                          members.whole(), t, slots, spectrum, wa);
+                });
             }
         });
+    };
+    if constexpr (d == Direction::forward) {
+        plan.for_factors_falling(0, cut.first, pass);
+    } else {
+        plan.for_factors(0, cut.first, pass);
     }
 }
 
@@ -405,15 +438,15 @@ ZAVO_INLINE void for_unpaired(const Cut& cut, const Work& work)
 // The pass next to the rows, which joins one value each of the columns, for four
 // columns at a time.
 template <Direction d, Index inner>
-void four_unpaired(Index l1, const float* from, float* to)
+ZAVO_INLINE void four_unpaired(Index l1, const float* from, float* to)
 {
     using Radix = RealRadix4;
     for (Index k = 0; k < l1; k += 4) {
         float joined[4 * 4];
-        const auto row = [&](int j) { return joined + 4 * j; };
+        const auto row = [&](int j) ZAVO_INLINED { return joined + 4 * j; };
         Vector<4> x[4], y[4];
         if constexpr (d == Direction::backward) {
-            transpose<4>([&](int c) { return from + 4 * (k + c); }, row);
+            transpose<4>([&](int c) ZAVO_INLINED { return from + 4 * (k + c); }, row);
         }
         for (int j = 0; j < 4; ++j) {
             x[j] = load<4>(d == Direction::forward ? from + k + l1 * j : row(j));
@@ -431,51 +464,72 @@ void four_unpaired(Index l1, const float* from, float* to)
             store<4>(d == Direction::forward ? row(j) : to + k + l1 * j, y[j]);
         }
         if constexpr (d == Direction::forward) {
-            transpose<4>(row, [&](int c) { return to + 4 * (k + c); });
+            transpose<4>(row, [&](int c) ZAVO_INLINED { return to + 4 * (k + c); });
         }
     }
 }
 
-// The passes of the first factors over these frequencies, to and fro between the
-// halves of `values`; says which one it ends in.
-template <Direction d, Index inner>
-int unpaired_passes(const Factors& factors, const Cut& cut, float (*values)[most_slots],
-                    const float* twiddles)
-{
-    int at = 0;
-    for (int n = 0; n < cut.first; ++n) {
-        const int which = d == Direction::forward ? cut.first - 1 - n : n;
-        const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
-        if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
-            four_unpaired<d, inner>(shape.l1, values[at], values[1 - at]);
-        } else {
-            for_real_radix(shape.ip, [&](auto radix) {
-                real_radix_pass<d, decltype(radix), ScalarLanes>(shape, values[at], values[1 - at],
-                                                                 twiddles + factors.twiddle_offset(which),
-                                                                 SpreadFrequencies<inner>{cut.rows});
-            });
-        }
-        at = 1 - at;
-    }
-    return at;
-}
-
-// All of these frequencies, between a row of the chunks and the spectrum.
-template <Direction d, int V, Index inner, class Chunk, class Spectrum>
-void unpaired(const Factors& factors, const Cut& cut, const Chunk& chunk, Index row, Spectrum* spectrum,
-              const float* twiddles)
-{
+// All of these frequencies. They are worked out before the columns and go to their
+// places afterwards: the columns may write there, and the processor works on both at
+// the same time.
+template <Direction d, Index inner, class Plan>
+struct Unpaired {
+    const Plan& plan;
     float values[2][most_slots];
-    if constexpr (d == Direction::forward) {
-        for_blocks<V>(cut.group, [&](Index g) { store<V>(values[0] + g, load<V>(chunk(g) + V * row)); });
-        const float* const found = values[unpaired_passes<d, inner>(factors, cut, values, twiddles)];
-        for_unpaired<inner>(cut, [&](Index i, Index at) { spectrum[at] = found[i]; });
-    } else {
-        for_unpaired<inner>(cut, [&](Index i, Index at) { values[0][i] = spectrum[at]; });
-        const float* const found = values[unpaired_passes<d, inner>(factors, cut, values, twiddles)];
-        for_blocks<V>(cut.group, [&](Index g) { store<V>(chunk(g) + V * row, load<V>(found + g)); });
+    int at = 0; // which of the two arrays
+
+    explicit ZAVO_INLINE Unpaired(const Plan& of) : plan(of) {}
+
+    // Takes them from a row of the chunks (forward) or from the spectrum.
+    template <int W, class Chunk>
+    ZAVO_INLINE void take_row(const Chunk& chunk, Index row)
+    {
+        for_blocks<W>(plan.cut.group,
+                      [&](Index g) ZAVO_INLINED { store<W>(values[0] + g, load<W>(chunk(g) + W * row)); });
     }
-}
+    ZAVO_INLINE void take_spectrum(const float* spectrum)
+    {
+        for_unpaired<inner>(plan.cut, [&](Index i, Index f) ZAVO_INLINED { values[0][i] = spectrum[f]; });
+    }
+
+    template <int W, class Chunk>
+    ZAVO_INLINE void give_row(const Chunk& chunk, Index row) const
+    {
+        for_blocks<W>(plan.cut.group,
+                      [&](Index g) ZAVO_INLINED { store<W>(chunk(g) + W * row, load<W>(values[at] + g)); });
+    }
+    ZAVO_INLINE void give_spectrum(float* spectrum) const
+    {
+        for_unpaired<inner>(plan.cut, [&](Index i, Index f) ZAVO_INLINED { spectrum[f] = values[at][i]; });
+    }
+
+    // The passes of the first factors.
+    ZAVO_INLINE void transform(const float* twiddles)
+    {
+        const Factors& factors = plan.factors;
+        const Cut& cut = plan.cut;
+        const auto pass = [&](int which) ZAVO_INLINED {
+            const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
+            if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
+                four_unpaired<d, inner>(shape.l1, values[at], values[1 - at]);
+            } else {
+                for_real_radix(shape.ip, [&](auto radix) ZAVO_INLINED {
+                    plan.loops([&]() ZAVO_INLINED {
+                        real_radix_pass<d, decltype(radix), ScalarLanes>(
+                            shape, values[at], values[1 - at], twiddles + factors.twiddle_offset(which),
+                            SpreadFrequencies<inner>{cut.rows});
+                    });
+                });
+            }
+            at = 1 - at;
+        };
+        if constexpr (d == Direction::forward) {
+            plan.for_factors_falling(0, cut.first, pass);
+        } else {
+            plan.for_factors(0, cut.first, pass);
+        }
+    }
+};
 
 // ---- all ---------------------------------------------------------------------------------------
 
@@ -485,7 +539,7 @@ template <Direction d, int W, int C, class Chunk>
 ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* slots)
 {
     constexpr int V = std::min(W, C);
-    for_blocks<W>(cut.group, [&](Index g) {
+    for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
         if (cut.group * cut.rows >= far_real_length) { // the rows of the next columns
             constexpr Fetch what = d == Direction::forward ? for_reading : for_writing;
             for (Index row = 2 * t + 2 * C - 1; row < 2 * t + 4 * C - 1; ++row) {
@@ -496,11 +550,13 @@ ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* s
             for (int w = 0; w < W; w += V) {
                 for (int c = 0; c < C; c += V) {
                     // there is no second part of t = R / 2
-                    const auto rows = [&](int i) {
+                    const auto rows = [&](int i) ZAVO_INLINED {
                         return chunk(g) + W * std::min(2 * (t + laced<C>(c + i)) - 1 + part, cut.rows - 1) +
                                w;
                     };
-                    const auto columns = [&](int i) { return slots + 2 * C * (g + w + i) + C * part + c; };
+                    const auto columns = [&](int i) ZAVO_INLINED {
+                        return slots + 2 * C * (g + w + i) + C * part + c;
+                    };
                     if constexpr (d == Direction::forward) {
                         transpose<V>(rows, columns);
                     } else {
@@ -512,10 +568,25 @@ ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* s
     });
 }
 
-template <Direction d, int W, int C>
-bool real_whole(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
-                const float* twiddles)
+struct FoundRealPlan : FoundPlan {
+    Members members;
+};
+
+template <int V, class List>
+struct KnownRealPlan : KnownPlan<List> {
+    static constexpr Cut cut = choose_real_cut<V>(List::factors);
+    static constexpr Members members = [] {
+        Members found;
+        found.find(List::factors, cut.first);
+        return found;
+    }();
+};
+
+template <Direction d, int W, int C, class Plan>
+ZAVO_INLINE bool real_whole(const Plan& plan, const float* p, float* q, float* scratch, const float* twiddles)
 {
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
     // The result can serve as a partner, which no cache has to hold besides: forward
     // until the columns write it; backward beside a single chunk, and in its place where
     // the last pass of the rows reads the partner.
@@ -525,38 +596,57 @@ bool real_whole(const Factors& factors, const Cut& cut, const float* p, float* q
     if (work.slots == nullptr) {
         return false;
     }
-    Members members;
-    members.find(factors, cut.first);
     float* chunks = scratch;
     float* partner = result_serves ? q : work.partner;
     if (d == Direction::backward && result_serves && (factors.count - 1 - cut.first) % 2 != 0) {
         std::swap(chunks, partner);
     }
-    const auto chunk = [&](Index g) { return g % W == 0 ? chunks + cut.rows * g : work.tail; };
-    const auto columns = [&](auto* spectrum) {
-        for_blocks<C>(cut.columns, [&](Index before_t) {
+    const auto chunk = [&](Index g) ZAVO_INLINED { return g % W == 0 ? chunks + cut.rows * g : work.tail; };
+    const auto columns = [&](auto* spectrum) ZAVO_INLINED {
+        for_blocks<C>(cut.columns, [&](Index before_t) ZAVO_INLINED {
             const Index t = before_t + 1;
             if constexpr (d == Direction::forward) {
                 turn_real<d, W, C>(cut, chunk, t, work.slots);
             }
-            columns_block<d, C>(factors, cut, members, t, work.slots, spectrum, twiddles);
+            columns_block<d, C>(plan, t, work.slots, spectrum, twiddles);
             if constexpr (d == Direction::backward) {
                 turn_real<d, W, C>(cut, chunk, t, work.slots);
             }
         });
-        unpaired<d, W, 2>(factors, cut, chunk, 0, spectrum, twiddles);
-        if (cut.rows % 2 == 0) {
-            unpaired<d, W, 1>(factors, cut, chunk, cut.rows - 1, spectrum, twiddles);
-        }
     };
+    const bool has_half = cut.rows % 2 == 0;
+    Unpaired<d, 2, Plan> zero{plan};
+    Unpaired<d, 1, Plan> half{plan};
     if constexpr (d == Direction::forward) {
-        for_blocks<W>(cut.group,
-                      [&](Index g) { rows_forward<W>(factors, cut, p + g, chunk(g), partner, twiddles); });
+        for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
+            rows_forward<W>(plan, p + g, chunk(g), partner, twiddles);
+        });
+        zero.template take_row<W>(chunk, 0);
+        zero.transform(twiddles);
+        if (has_half) {
+            half.template take_row<W>(chunk, cut.rows - 1);
+            half.transform(twiddles);
+        }
         columns(q);
+        zero.give_spectrum(q);
+        if (has_half) {
+            half.give_spectrum(q);
+        }
     } else {
+        zero.take_spectrum(p);
+        zero.transform(twiddles);
+        if (has_half) {
+            half.take_spectrum(p);
+            half.transform(twiddles);
+        }
         columns(p);
-        for_blocks<W>(cut.group,
-                      [&](Index g) { rows_backward<W>(factors, cut, chunk(g), partner, q + g, twiddles); });
+        zero.template give_row<W>(chunk, 0);
+        if (has_half) {
+            half.template give_row<W>(chunk, cut.rows - 1);
+        }
+        for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
+            rows_backward<W>(plan, chunk(g), partner, q + g, twiddles);
+        });
     }
     return true;
 }
@@ -576,7 +666,9 @@ bool real_whole_up_to(const Factors& factors, const Cut& cut, const float* p, fl
             return real_whole_up_to<d, W, C / 2>(factors, cut, p, q, scratch, twiddles);
         }
     }
-    return real_whole<d, W, C>(factors, cut, p, q, scratch, twiddles);
+    FoundRealPlan plan{{factors, cut}, {}};
+    plan.members.find(factors, cut.first);
+    return real_whole<d, W, C>(plan, p, q, scratch, twiddles);
 }
 
 } // namespace

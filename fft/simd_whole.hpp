@@ -10,6 +10,7 @@
 #include "fft/factors.hpp"
 #include "fft/simd_vectors.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -25,7 +26,7 @@ constexpr Index near_floats = 8 * 1024;
 constexpr Index stack_floats = 16 * 1024;
 
 // Large factors stand last.
-ZAVO_INLINE bool is_smooth(const Factors& factors)
+constexpr ZAVO_INLINE bool is_smooth(const Factors& factors)
 {
     return factors.ip[factors.count - 1] <= 5;
 }
@@ -35,13 +36,13 @@ struct Cut {
     int first = 0;
     int rows_width = 0; // registers of the rows and of the columns
     int columns_width = 0;
-    Index group = 1;            // G
-    Index rows = 1;             // R
-    Index columns = 0;          // how many, see choose_cut
-    Index inner[most_factors];  // product of the factors behind, up to the cut
-    Index weight[most_factors]; // product of the factors before, from the cut on
+    Index group = 1;                 // G
+    Index rows = 1;                  // R
+    Index columns = 0;               // how many, see choose_cut
+    Index inner[most_factors] = {};  // product of the factors behind, up to the cut
+    Index weight[most_factors] = {}; // product of the factors before, from the cut on
 
-    void multiply_up(const Factors& factors)
+    constexpr ZAVO_INLINE void multiply_up(const Factors& factors)
     {
         Index product = 1;
         for (int t = first - 1; t >= 0; --t) {
@@ -58,14 +59,14 @@ struct Cut {
 
 // The widest registers, V at most, that `count` values fill; 0 below 4.
 template <int V>
-ZAVO_INLINE int width_for(Index count)
+constexpr ZAVO_INLINE int width_for(Index count)
 {
     return count >= V ? V : V > 4 ? width_for<(V > 4 ? V / 2 : V)>(count) : 0;
 }
 
 // Time for a value of each of `count` neighbours, in no unit: a register takes longer
 // when it is wide.
-ZAVO_INLINE std::int64_t padded_work(Index count, int width)
+constexpr ZAVO_INLINE std::int64_t padded_work(Index count, int width)
 {
     const int shift = std::countr_zero(static_cast<unsigned>(width)); // a division would take its time
     return ((count + width - 1) >> shift) * (width == 16 ? 3 : 2);
@@ -74,7 +75,7 @@ ZAVO_INLINE std::int64_t padded_work(Index count, int width)
 // The cut with the least work. columns(group, rows, width) says how many columns there
 // are, of `values` values of a row each, and which registers they fill.
 template <int V, class Columns>
-ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& columns)
+constexpr ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& columns)
 {
     Cut cut;
     std::int64_t least = 0;
@@ -103,16 +104,125 @@ ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& co
     return cut;
 }
 
+// ---- plans -----------------------------------------------------------------------
+// A plan is a factor list and its cut, and says how to go through the factors. What
+// is known when compiling leaves no loops over factors and no strides to look up,
+// which is half the time of a short transform.
+
+struct FoundPlan {
+    static constexpr bool is_near = false; // a block of rows is known to be a near one
+    const Factors& factors;
+    const Cut& cut;
+
+    // work(), the loops of one pass: in a function of their own, with all its registers.
+    template <class Work>
+    static __attribute__((noinline)) void loops(const Work& work)
+    {
+        work();
+    }
+
+    // work(t) for the factors first <= t < end.
+    template <class Work>
+    ZAVO_INLINE void for_factors(int first, int end, const Work& work) const
+    {
+        for (int t = first; t < end; ++t) {
+            work(t);
+        }
+    }
+    template <class Work>
+    ZAVO_INLINE void for_factors_falling(int first, int end, const Work& work) const
+    {
+        for (int t = end - 1; t >= first; --t) {
+            work(t);
+        }
+    }
+};
+
+template <int... ip>
+struct FactorList {
+    static constexpr Factors factors = [] {
+        Factors list{};
+        list.n = (Index{1} * ... * ip);
+        for (const int factor : {ip...}) {
+            list.ip[list.count++] = factor;
+        }
+        list.multiply_up();
+        return list;
+    }();
+
+    // Whether a table's record lists these factors.
+    static ZAVO_INLINE bool is_in(const float* record)
+    {
+        const float* at = record + 2;
+        return record[1] == static_cast<float>(sizeof...(ip)) && (... && (*at++ == static_cast<float>(ip)));
+    }
+};
+
+template <class List>
+struct KnownPlan {
+    static constexpr bool is_near = true;
+    static constexpr const Factors& factors = List::factors;
+
+    template <class Work>
+    static ZAVO_INLINE void loops(const Work& work)
+    {
+        work();
+    }
+    template <class Work>
+    ZAVO_INLINE void for_factors(int first, int end, const Work& work) const
+    {
+        unroll<factors.count>([&](auto t) ZAVO_INLINED {
+            if (t >= first && t < end) {
+                work(t);
+            }
+        });
+    }
+    template <class Work>
+    ZAVO_INLINE void for_factors_falling(int first, int end, const Work& work) const
+    {
+        unroll<factors.count>([&](auto n) ZAVO_INLINED {
+            const int t = factors.count - 1 - n;
+            if (t >= first && t < end) {
+                work(t);
+            }
+        });
+    }
+};
+
+// Calls work(list) for the factor list that is in the record of a table for length n;
+// false when it is none of the known ones. Both kinds of transform have these alike.
+template <class Work>
+ZAVO_INLINE bool for_known_length(Index n, const float* record, const Work& work)
+{
+    const auto try_list = [&](auto list) ZAVO_INLINED { return list.is_in(record) && work(list); };
+    switch (n) {
+    case 256:
+        return try_list(FactorList<4, 4, 4, 4>{});
+    case 512:
+        return try_list(FactorList<2, 4, 4, 4, 4>{});
+    case 1024:
+        return try_list(FactorList<4, 4, 4, 4, 4>{});
+    case 2048:
+        return try_list(FactorList<2, 4, 4, 4, 4, 4>{});
+    case 4096:
+        return try_list(FactorList<4, 4, 4, 4, 4, 4>{});
+    default:
+        return false;
+    }
+}
+
+// ---- storage ---------------------------------------------------------------------
+
 // Calls work(start) for blocks of V among `count` >= V; where V does not divide count,
 // the last block overlaps the one before it.
 template <int V, class Work>
 ZAVO_INLINE void for_blocks(Index count, const Work& work)
 {
     Index start = 0;
-    for (; count - start > V; start += V) {
-        work(start);
-    }
-    work(count - V);
+    do {
+        work(std::min(start, count - V));
+        start += V;
+    } while (start < count);
 }
 
 // Slots a distance apart: V real parts and then V imaginary parts each.

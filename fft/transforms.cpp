@@ -74,8 +74,12 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
     }
     float* const scratch = params;
     const float* const twiddles = params + n;
-    const Factors factors = read_real_record(n, params + 2 * n);
+    const float* const record = params + 2 * n;
     const SimdPath* const simd = simd_path();
+    if (simd != nullptr && simd->known_real(d, n, record, p, q, scratch, twiddles)) {
+        return;
+    }
+    const Factors factors = read_real_record(n, record);
     if (simd != nullptr && simd->real(d, factors, p, q, scratch, twiddles)) {
         return;
     }
@@ -96,8 +100,12 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
     }
     float* const scratch = params;
     const float* const twiddles = params + 2 * n;
-    const Factors factors = read_complex_record(n, params + 4 * n);
+    const float* const record = params + 4 * n;
     const SimdPath* const simd = simd_path();
+    if (simd != nullptr && simd->known_complex(d, n, record, p, q, scratch, twiddles)) {
+        return;
+    }
+    const Factors factors = read_complex_record(n, record);
     if (simd != nullptr && simd->complex(d, factors, p, q, scratch, twiddles)) {
         return;
     }
