@@ -26,6 +26,9 @@ namespace { // compiled for several instruction sets: see shape.hpp
 
 // From this length on the result is fetched ahead of its writing.
 constexpr Index far_complex_length = 2048;
+// From this length on the next columns are fetched while those before are worked on:
+// in the processor's eyes they are too many streams to foresee.
+constexpr Index scattered_complex_length = 64 * 1024;
 
 // ---- butterflies of V lanes ----------------------------------------------------------
 
@@ -61,6 +64,15 @@ struct ColumnTwiddles {
         }
     }
 };
+
+// The pairs of the next V columns, in each of `count` rows.
+template <int V>
+ZAVO_INLINE void fetch_next_columns(const float* p, Index rows, Index count)
+{
+    for (Index g = 0; g < count; ++g) {
+        fetch<2 * V, for_reading>(p + 2 * rows * g, 2 * V);
+    }
+}
 
 // The first pass of the columns whose first value is at p.
 template <Direction d, class Radix, int V>
@@ -323,6 +335,10 @@ ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float
     const auto chunk = [&](Index k) ZAVO_INLINED { return k % V == 0 ? scratch + 2 * rows * k : work.tail; };
 
     for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
+        if (factors.n >= scattered_complex_length) {
+            fetch_next_columns<V>(p + 2 * r, rows, group);
+            fetch_next_columns<V>(twiddles + 2 * r, rows, group - 1);
+        }
         for_complex_radix<d>(factors.ip[0], [&](auto radix) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
                 first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots,
