@@ -10,7 +10,8 @@
 //
 // All passes of radix 2 to 5 but the last stay in place: digits come out in reverse
 // order, and the two places that read a finished block, the turn and the last pass,
-// count in that order.
+// count in that order. Where rows can end in order ("rows in order"), the chunks are
+// parts of the result.
 //
 // The butterflies are those of run_complex with ScalarLanes and so are the bits.
 #pragma once
@@ -122,10 +123,11 @@ ZAVO_INLINE void columns_pass(Index rows, Index inner, Index l1, float* slots, c
 
 // The slots where the results of the columns stand.
 struct Results {
-    Index slot[most_slots] = {};
+    Index slot[most_slots];
 
     constexpr ZAVO_INLINE void find(const Factors& factors, const Cut& cut)
     {
+        slot[0] = 0;
         Index found = 1;
         for (int t = 0; t < cut.first; ++t) {
             const Index more = found * (factors.ip[t] - 1);
@@ -137,24 +139,25 @@ struct Results {
     }
 };
 
-// V results of V columns, to V slots whose lanes are results, in folded order.
+// V results of V columns, to V slots `step` apart whose lanes are results, in folded
+// order.
 template <int V>
-ZAVO_INLINE void turn_block(const float* slots, const Index* result, float* to)
+ZAVO_INLINE void turn_block(const float* slots, const Index* result, float* to, Index step)
 {
     for (int part = 0; part < 2 * V; part += V) {
         transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * result[folded<V>(k)] + part; },
-                     [&](int r) ZAVO_INLINED { return to + 2 * V * laced<V>(r) + part; });
+                     [&](int r) ZAVO_INLINED { return to + step * laced<V>(r) + part; });
     }
 }
 
 // ---- rows -----------------------------------------------------------------------------------
 
-// A pass of `blocks` blocks.
+// A pass of `blocks` blocks over slots `step` apart.
 template <Direction d, class Radix, int V>
-ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, const float* __restrict wa)
+ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, Index step, const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
-    Slots<V> at{slots, 2 * V * ido};
+    Slots<V> at{slots, step * ido};
     for (Index b = 0; b < blocks; ++b) {
         for (Index u = 0; u < ido; ++u) {
             const float* const w = wa + 2 * u;
@@ -164,7 +167,7 @@ ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, const float* _
                     apply_twiddle<d>(w[2 * (j - 1) * ido], w[2 * (j - 1) * ido + 1], re, im);
                 },
                 [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { at.store(j, re, im); });
-            at.first += 2 * V;
+            at.first += step;
         }
         at.first += at.step * (ip - 1);
     }
@@ -227,7 +230,7 @@ ZAVO_INLINE void near_rows(const Plan& plan, int which, float* slots, float* q, 
     plan.for_factors(which, last, [&](int t) ZAVO_INLINED {
         for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
-                rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots,
+                rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots, 2 * V,
                                                  twiddles + 2 * factors.twiddle_offset(t));
             });
         });
@@ -257,7 +260,7 @@ void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index 
     }
     for_complex_radix<d>(factors.ip[which], [&](auto radix) ZAVO_INLINED {
         plan.loops([&]() ZAVO_INLINED {
-            rows_pass<d, decltype(radix), V>(factors.ido(which), 1, slots,
+            rows_pass<d, decltype(radix), V>(factors.ido(which), 1, slots, 2 * V,
                                              twiddles + 2 * factors.twiddle_offset(which));
         });
     });
@@ -265,6 +268,98 @@ void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index 
         rows_block<d, V>(plan, which + 1, slots + 2 * V * factors.ido(which) * j,
                          q + stride * plan.cut.weight[which] * j, stride, twiddles);
     }
+}
+
+// ---- rows in order ------------------------------------------------------------------------------
+// Where R has the same radices from both ends, a row can end where its frequencies
+// belong: slot m of V neighbouring k stands 2 G m floats behind the first. Every pass of
+// the second half puts its digit in the place of the one that stands as far from the
+// other end, and so the digits come out in order. The slots are the result's own, and
+// the transform takes one array less of the innermost cache.
+
+constexpr ZAVO_INLINE bool rows_are_symmetric(const Factors& factors, const Cut& cut)
+{
+    for (int t = cut.first; t < factors.count; ++t) {
+        if (factors.ip[t] != factors.ip[cut.first + factors.count - 1 - t]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A pass with an exchange of its digit and that of `far`, which count slots in steps of
+// ido and far_ido. outer: blocks that share the digits before far's.
+template <Direction d, class Radix, int V, bool last>
+ZAVO_INLINE void exchanging_pass(Index far_ido, Index ido, Index outer, float* q, Index step,
+                                 const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    const auto tile = [&](Index slot, const float* w) ZAVO_INLINED {
+        const auto row = [&](int e) ZAVO_INLINED {
+            return Slots<V>{q + step * (slot + far_ido * e), step * ido};
+        };
+        const auto put = [&](int e, int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+            const Slots<V> out = row(e);
+            if constexpr (last) {
+                store_folded<V>(out.first + out.step * j, re, im);
+            } else {
+                out.store(j, re, im);
+            }
+        };
+        // What belongs to a row that has not been read is held until then.
+        Vector<V> held_re[ip][ip], held_im[ip][ip];
+        unroll<ip>([&](auto e) ZAVO_INLINED {
+            complex_step<d, Radix, V>(
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { row(e).load(j, re, im); },
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                    if constexpr (!last) {
+                        apply_twiddle<d>(w[2 * (j - 1) * ido], w[2 * (j - 1) * ido + 1], re, im);
+                    }
+                },
+                [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+                    if (j < e) {
+                        put(e, j, held_re[j][e], held_im[j][e]);
+                    }
+                    if (j <= e) {
+                        put(j, e, re, im);
+                    } else {
+                        held_re[e][j] = re;
+                        held_im[e][j] = im;
+                    }
+                });
+        });
+    };
+    for (Index block = 0; block < outer; ++block) {
+        for (Index between = 0; between < far_ido; between += ip * ido) {
+            for (Index u = 0; u < ido; ++u) {
+                tile(ip * far_ido * block + between + u, wa + 2 * u);
+            }
+        }
+    }
+}
+
+// All passes over the rows of V neighbouring k.
+template <Direction d, int V, class Plan>
+ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    const Index step = 2 * plan.cut.group;
+    const int last = factors.count - 1;
+    plan.for_factors(plan.cut.first, factors.count, [&](int t) ZAVO_INLINED {
+        const int far = plan.cut.first + last - t;
+        const float* const wa = twiddles + 2 * factors.twiddle_offset(t);
+        for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+            using Radix = decltype(radix);
+            if (t <= far) {
+                rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
+            } else if (t < last) {
+                exchanging_pass<d, Radix, V, false>(factors.ido(far), factors.ido(t), plan.cut.weight[far], q,
+                                                    step, wa);
+            } else {
+                exchanging_pass<d, Radix, V, true>(factors.ido(far), 1, plan.cut.weight[far], q, step, wa);
+            }
+        });
+    });
 }
 
 // ---- rows of any radix --------------------------------------------------------------------------
@@ -305,14 +400,22 @@ constexpr ZAVO_INLINE Cut choose_complex_cut(const Factors& factors)
 }
 
 struct FoundComplexPlan : FoundPlan {
+    static constexpr bool has_order = false; // whether rows can end in order, and gain by it
     Results results;
+
+    ZAVO_INLINE FoundComplexPlan(const Factors& list, const Cut& place) : FoundPlan{list, place}
+    {
+        results.find(list, place);
+    }
 };
 
 template <int V, class List>
 struct KnownComplexPlan : KnownPlan<List> {
     static constexpr Cut cut = choose_complex_cut<V>(List::factors);
+    static constexpr bool has_order =
+        List::factors.n >= far_complex_length && rows_are_symmetric(List::factors, cut);
     static constexpr Results results = [] {
-        Results found;
+        Results found{};
         found.find(List::factors, cut);
         return found;
     }();
@@ -332,7 +435,14 @@ ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float
         return false;
     }
     float* const slots = work.slots;
-    const auto chunk = [&](Index k) ZAVO_INLINED { return k % V == 0 ? scratch + 2 * rows * k : work.tail; };
+    // Rows in order have to lie in a result that is not read any more, and slots across
+    // two lines of the cache would cost more than an array does.
+    const bool in_order =
+        Plan::has_order && p != q && reinterpret_cast<std::uintptr_t>(q) % (sizeof(float) * V) == 0;
+    const Index step = in_order ? 2 * group : 2 * V;
+    const auto chunk = [&](Index k) ZAVO_INLINED {
+        return in_order ? q + 2 * k : k % V == 0 ? scratch + 2 * rows * k : work.tail;
+    };
 
     for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
         if (factors.n >= scattered_complex_length) {
@@ -354,11 +464,15 @@ ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float
             });
         });
         for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
-            turn_block<V>(slots, plan.results.slot + k, chunk(k) + 2 * V * r);
+            turn_block<V>(slots, plan.results.slot + k, chunk(k) + step * r, step);
         });
     });
     for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
-        if constexpr (Plan::is_near) {
+        if (in_order) {
+            if constexpr (Plan::has_order) {
+                rows_in_order<d, V>(plan, chunk(k), twiddles);
+            }
+        } else if constexpr (Plan::is_near) {
             near_rows<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
         } else if (smooth) {
             rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
@@ -369,17 +483,27 @@ ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float
     return true;
 }
 
-// In the widest registers, V at most, that rows and columns fill; false when there
-// are none.
+// The widest registers, V at most, that rows and columns fill; 0 when there are none.
+template <int V>
+constexpr ZAVO_INLINE int complex_width(const Factors& factors)
+{
+    if (choose_complex_cut<V>(factors).first != 0) {
+        return V;
+    }
+    if constexpr (V > 4) {
+        return complex_width<V / 2>(factors);
+    }
+    return 0;
+}
+
+// False when no registers fit.
 template <Direction d, int V>
 bool complex_whole_up_to(const Factors& factors, const float* p, float* q, float* scratch,
                          const float* twiddles)
 {
     const Cut cut = choose_complex_cut<V>(factors);
     if (cut.first != 0) {
-        FoundComplexPlan plan{{factors, cut}, {}};
-        plan.results.find(factors, cut);
-        return complex_whole<d, V>(plan, p, q, scratch, twiddles);
+        return complex_whole<d, V>(FoundComplexPlan{factors, cut}, p, q, scratch, twiddles);
     }
     if constexpr (V > 4) {
         return complex_whole_up_to<d, V / 2>(factors, p, q, scratch, twiddles);

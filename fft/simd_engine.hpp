@@ -134,18 +134,30 @@ bool try_scalar_complex(Direction d, const Factors& factors, const float* p, flo
 
 // ---- the faces: false when the length is not one for this path --------------------------------
 
+// A function for each length and direction: the optimiser does worse on all in one.
+template <Direction d, int V, class List>
+__attribute__((noinline)) bool real_known(const float* p, float* q, float* scratch, const float* twiddles)
+{
+    // A short transform waits for its results rather than for room in the processor.
+    constexpr int widest = List::factors.n < 1024 ? std::min(V, 8) : V;
+    const KnownRealPlan<widest, List> plan;
+    return real_whole<d, plan.cut.rows_width, plan.cut.columns_width>(plan, p, q, scratch, twiddles);
+}
+template <Direction d, int V, class List>
+__attribute__((noinline)) bool complex_known(const float* p, float* q, float* scratch, const float* twiddles)
+{
+    constexpr int width = complex_width<V>(List::factors);
+    return complex_whole<d, width>(KnownComplexPlan<width, List>{}, p, q, scratch, twiddles);
+}
+
 template <int V>
 bool try_known_real(Direction d, Index n, const float* record, const float* p, float* q, float* scratch,
                     const float* twiddles)
 {
     return for_known_length(n, record, [&](auto list) ZAVO_INLINED {
-        // A short transform waits for its results rather than for room in the processor.
-        constexpr int widest = list.factors.n < 1024 ? std::min(V, 8) : V;
-        const KnownRealPlan<widest, decltype(list)> plan;
-        constexpr int W = plan.cut.rows_width;
-        constexpr int C = plan.cut.columns_width;
-        return d == Direction::forward ? real_whole<Direction::forward, W, C>(plan, p, q, scratch, twiddles)
-                                       : real_whole<Direction::backward, W, C>(plan, p, q, scratch, twiddles);
+        using List = decltype(list);
+        return d == Direction::forward ? real_known<Direction::forward, V, List>(p, q, scratch, twiddles)
+                                       : real_known<Direction::backward, V, List>(p, q, scratch, twiddles);
     });
 }
 
@@ -167,9 +179,9 @@ bool try_known_complex(Direction d, Index n, const float* record, const float* p
                        const float* twiddles)
 {
     return for_known_length(n, record, [&](auto list) ZAVO_INLINED {
-        const KnownComplexPlan<V, decltype(list)> plan;
-        return d == Direction::forward ? complex_whole<Direction::forward, V>(plan, p, q, scratch, twiddles)
-                                       : complex_whole<Direction::backward, V>(plan, p, q, scratch, twiddles);
+        using List = decltype(list);
+        return d == Direction::forward ? complex_known<Direction::forward, V, List>(p, q, scratch, twiddles)
+                                       : complex_known<Direction::backward, V, List>(p, q, scratch, twiddles);
     });
 }
 

@@ -256,8 +256,8 @@ struct Member {
 // or after (backward) the pass of factor `which`, whole() those of the whole spectrum.
 // A pass of radix ip makes ip of one.
 struct Members {
-    Member all[2 * most_slots] = {};
-    int start[most_factors + 1] = {};
+    Member all[2 * most_slots];
+    int start[most_factors + 1];
 
     constexpr ZAVO_INLINE void find(const Factors& factors, int first)
     {
@@ -570,13 +570,18 @@ ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* s
 
 struct FoundRealPlan : FoundPlan {
     Members members;
+
+    ZAVO_INLINE FoundRealPlan(const Factors& list, const Cut& place) : FoundPlan{list, place}
+    {
+        members.find(list, place.first);
+    }
 };
 
 template <int V, class List>
 struct KnownRealPlan : KnownPlan<List> {
     static constexpr Cut cut = choose_real_cut<V>(List::factors);
     static constexpr Members members = [] {
-        Members found;
+        Members found{};
         found.find(List::factors, cut.first);
         return found;
     }();
@@ -666,9 +671,7 @@ bool real_whole_up_to(const Factors& factors, const Cut& cut, const float* p, fl
             return real_whole_up_to<d, W, C / 2>(factors, cut, p, q, scratch, twiddles);
         }
     }
-    FoundRealPlan plan{{factors, cut}, {}};
-    plan.members.find(factors, cut.first);
-    return real_whole<d, W, C>(plan, p, q, scratch, twiddles);
+    return real_whole<d, W, C>(FoundRealPlan{factors, cut}, p, q, scratch, twiddles);
 }
 
 } // namespace

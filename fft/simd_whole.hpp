@@ -196,6 +196,10 @@ ZAVO_INLINE bool for_known_length(Index n, const float* record, const Work& work
 {
     const auto try_list = [&](auto list) ZAVO_INLINED { return list.is_in(record) && work(list); };
     switch (n) {
+    case 64:
+        return try_list(FactorList<4, 4, 4>{});
+    case 128:
+        return try_list(FactorList<2, 4, 4, 4>{});
     case 256:
         return try_list(FactorList<4, 4, 4, 4>{});
     case 512:
