@@ -350,14 +350,17 @@ ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles
         const float* const wa = twiddles + 2 * factors.twiddle_offset(t);
         for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
             using Radix = decltype(radix);
-            if (t <= far) {
-                rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
-            } else if (t < last) {
-                exchanging_pass<d, Radix, V, false>(factors.ido(far), factors.ido(t), plan.cut.weight[far], q,
-                                                    step, wa);
-            } else {
-                exchanging_pass<d, Radix, V, true>(factors.ido(far), 1, plan.cut.weight[far], q, step, wa);
-            }
+            plan.loops([&]() ZAVO_INLINED {
+                if (t <= far) {
+                    rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
+                } else if (t < last) {
+                    exchanging_pass<d, Radix, V, false>(factors.ido(far), factors.ido(t),
+                                                        plan.cut.weight[far], q, step, wa);
+                } else {
+                    exchanging_pass<d, Radix, V, true>(factors.ido(far), 1, plan.cut.weight[far], q, step,
+                                                       wa);
+                }
+            });
         });
     });
 }

@@ -244,6 +244,17 @@ ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, f
     }
 }
 
+// Calls work(t) for the factors before the cut; forward, the last of them is the first.
+template <Direction d, class Plan, class Work>
+ZAVO_INLINE void for_first_factors(const Plan& plan, const Work& work)
+{
+    if constexpr (d == Direction::forward) {
+        plan.for_factors_falling(0, plan.cut.first, work);
+    } else {
+        plan.for_factors(0, plan.cut.first, work);
+    }
+}
+
 // ---- columns -----------------------------------------------------------------------------
 
 // The frequency base + sign * t.
@@ -408,11 +419,7 @@ ZAVO_INLINE void columns_block(const Plan& plan, Index t, float* slots, Spectrum
             }
         });
     };
-    if constexpr (d == Direction::forward) {
-        plan.for_factors_falling(0, cut.first, pass);
-    } else {
-        plan.for_factors(0, cut.first, pass);
-    }
+    for_first_factors<d>(plan, pass);
 }
 
 // ---- the frequencies without a partner ----------------------------------------------------
@@ -523,11 +530,7 @@ struct Unpaired {
             }
             at = 1 - at;
         };
-        if constexpr (d == Direction::forward) {
-            plan.for_factors_falling(0, cut.first, pass);
-        } else {
-            plan.for_factors(0, cut.first, pass);
-        }
+        for_first_factors<d>(plan, pass);
     }
 };
 

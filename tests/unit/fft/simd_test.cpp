@@ -148,6 +148,13 @@ TEST(simd, every_path_gives_the_scalar_bits_for_a_sample_up_to_a_million)
     }
 }
 
+TEST(simd, powers_of_two_with_code_of_their_own_have_the_scalar_bits)
+{
+    for (int n = 32; n <= 8192; n *= 2) {
+        expect_same_bits(n);
+    }
+}
+
 // A record may list the factors otherwise than the table's builder does; what is made
 // for the usual list may not be used then.
 TEST(simd, every_path_goes_by_the_record)
