@@ -285,12 +285,12 @@ ZAVO_INLINE void transpose_quarters(const float* a, const float* b, const float*
     rows[3] = mixed_doubles<1>(odd_ab, odd_cd, places);
 }
 
-// Quarters of a and b in turn: those of the first half (h = 0) or of the second.
+// Even (h = 0) or odd quarters of a and then of b.
 template <int h, class T, std::size_t... I>
-ZAVO_INLINE T mixed_quarters(T a, T b, std::index_sequence<I...>)
+ZAVO_INLINE T quarters_joined(T a, T b, std::index_sequence<I...>)
 {
     constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(a, b, static_cast<int>(I % 8 / 4 * V + h * V / 2 + I / 8 * 4 + I % 4)...);
+    return __builtin_shufflevector(a, b, static_cast<int>((I / 4 * 2 + h) * V / 4 + I % 4)...);
 }
 // Half h of a and half h of b.
 template <int h, class T, std::size_t... I>
@@ -326,16 +326,14 @@ ZAVO_INLINE void transpose(const From& from, const To& to)
         if constexpr (V == 4) {
             store<4>(to(c), block[c]);
         } else if constexpr (V == 8) {
-            store<8>(to(c), mixed_quarters<0>(block[c], block[4 + c], places));
-            store<8>(to(4 + c), mixed_quarters<1>(block[c], block[4 + c], places));
+            store<8>(to(c), halves_joined<0>(block[c], block[4 + c], places));
+            store<8>(to(4 + c), halves_joined<1>(block[c], block[4 + c], places));
         } else {
-            const Vector<V> low[2] = {mixed_quarters<0>(block[c], block[4 + c], places),
-                                      mixed_quarters<1>(block[c], block[4 + c], places)};
-            const Vector<V> high[2] = {mixed_quarters<0>(block[8 + c], block[12 + c], places),
-                                       mixed_quarters<1>(block[8 + c], block[12 + c], places)};
-            unroll<4>([&](auto q) {
-                constexpr int h = q / 2;
-                store<V>(to(4 * q + c), halves_joined<q % 2>(low[h], high[h], places));
+            unroll<2>([&](auto h) {
+                const Vector<V> low = halves_joined<h>(block[c], block[4 + c], places);
+                const Vector<V> high = halves_joined<h>(block[8 + c], block[12 + c], places);
+                store<V>(to(8 * h + c), quarters_joined<0>(low, high, places));
+                store<V>(to(8 * h + 4 + c), quarters_joined<1>(low, high, places));
             });
         }
     });
