@@ -61,18 +61,38 @@ struct Offsets {
     typedef int Type __attribute__((vector_size(4 * V)));
 };
 
-template <int V>
-ZAVO_INLINE Vector<V> look_up(const float* table, typename Offsets<V>::Type at)
+// Half h of a.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE auto half_of(T a, std::index_sequence<I...>)
 {
+    return __builtin_shufflevector(a, a, static_cast<int>(h * sizeof...(I) + I)...);
+}
+
+// The pairs at table + at[t], each as one value of twice the size: the processor looks
+// up one value at a time.
+template <int V>
+ZAVO_INLINE Pairs<V> look_up(const float* table, typename Offsets<V>::Type at)
+{
+    const auto low_places = half_of<0>(at, Places<V / 2>{});
+    const auto high_places = half_of<1>(at, Places<V / 2>{});
+    Vector<V> low, high;
 #ifdef __AVX512F__
     if constexpr (V == 16) {
-        return (Vector<16>)_mm512_mask_i32gather_ps(_mm512_setzero_ps(), 0xFFFF, (__m512i)at, table,
+        low = (Vector<16>)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)low_places, table,
+                                                   sizeof(float));
+        high = (Vector<16>)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)high_places, table,
                                                     sizeof(float));
     }
 #endif
     if constexpr (V == 8) {
-        return (Vector<8>)_mm256_i32gather_ps(table, (__m256i)at, sizeof(float));
+        const auto* const pairs = reinterpret_cast<const double*>(table);
+        const __m256d all = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
+        low = (Vector<8>)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, (__m128i)low_places, all,
+                                                  sizeof(float));
+        high = (Vector<8>)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, (__m128i)high_places, all,
+                                                   sizeof(float));
     }
+    return {even_places(low, high, Places<V>{}), odd_places(low, high, Places<V>{})};
 }
 
 // The output slots l .. l + V - 1 of the two values x[0] and x[1] of every slot, by
@@ -91,9 +111,9 @@ ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, cons
     }
     O at = advance - step;
     for (Index j = 1; j <= half; ++j) {
-        const Vector<V> wr = look_up<V>(wa, at);
-        const Vector<V> w = look_up<V>(wa + 1, at);
-        const Vector<V> wi = d == Direction::forward ? -w : w;
+        const Pairs<V> w = look_up<V>(wa, at);
+        const Vector<V> wr = w.re;
+        const Vector<V> wi = d == Direction::forward ? -w.im : w.im;
         for (int part = 0; part < 2; ++part) {
             const float xj = x[slab * j + part];
             const float xc = x[slab * (ip - j) + part];
