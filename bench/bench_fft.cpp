@@ -9,10 +9,10 @@
 #include "bench/ratio_report.hpp"
 #include "core/zavo.h"
 #include "fft/complex_fft.h"
-#include "fft/complex_radices.hpp"
 #include "fft/convolution.h"
-#include "fft/factors.hpp"
+#include "fft/passes/complex_radices.hpp"
 #include "fft/real_fft.h"
+#include "fft/tables/factors.hpp"
 #include "fft/transforms.hpp"
 
 #include <cmath>

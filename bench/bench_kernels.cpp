@@ -2,9 +2,9 @@
 // shapes of two-dimensional transforms: 1024 is the hard one, rows a power of two
 // apart. Elementary functions beside the C library's.
 #include "bench/ratio_report.hpp"
-#include "core/elementary.hpp"
-#include "core/memory.hpp"
-#include "core/vector_kernels.h"
+#include "core/kernels/elementary.hpp"
+#include "core/kernels/vector_kernels.h"
+#include "core/system/memory.hpp"
 
 #include <benchmark/benchmark.h>
 #include <gsl/gsl_matrix.h>

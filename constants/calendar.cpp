@@ -10,9 +10,9 @@
 
 #include "constants/calendar.h"
 
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
 
 #include <algorithm>
 #include <array>

@@ -3,9 +3,9 @@
 #include "constants/name_key.hpp"
 #include "constants/tables.hpp"
 #include "constants/units.h"
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
 
 namespace zavo::constants {
 namespace {

@@ -5,8 +5,8 @@
 #include "constants/units.h"
 
 #include "constants/tables.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 
 #include <cstdint>
 

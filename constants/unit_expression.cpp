@@ -12,9 +12,9 @@
 
 #include "constants/name_key.hpp"
 #include "constants/tables.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
-#include "core/vector_kernels.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/kernels/vector_kernels.h"
 
 #include <algorithm>
 #include <array>

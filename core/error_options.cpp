@@ -1,11 +1,11 @@
 // The error policy: per type whether errors print, stop the process and print a
 // traceback; where messages go; the trapping switch.
 
-#include "core/catalogue.hpp"
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_settings.hpp"
-#include "core/option_reader.hpp"
+#include "core/catalogue/catalogue.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/frame/entry_frame.hpp"
+#include "core/frame/option_reader.hpp"
+#include "core/system/error_settings.hpp"
 
 namespace zavo::core {
 

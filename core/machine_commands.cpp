@@ -1,6 +1,6 @@
 // The commands zavo_i_machine and zavo_f_machine: one entry of a table of
 // machine constants each.
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 #include "ext/conventions.hpp"
 
 namespace zavo::ext {

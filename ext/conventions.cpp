@@ -1,6 +1,6 @@
 #include "ext/conventions.hpp"
 
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 
 #include <cstdio>
 #include <cstdlib>

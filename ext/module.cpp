@@ -1,6 +1,6 @@
 // The module's entry point and its table of commands.
 
-#include "core/platform.hpp"
+#include "core/system/platform.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 

@@ -5,9 +5,9 @@
 
 #include "fft/complex_fft.h"
 
-#include "core/entry_frame.hpp"
-#include "core/memory.hpp"
-#include "fft/factors.hpp"
+#include "core/frame/entry_frame.hpp"
+#include "core/system/memory.hpp"
+#include "fft/tables/factors.hpp"
 #include "fft/transform_arguments.hpp"
 
 #include <cstdarg>

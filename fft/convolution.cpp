@@ -5,15 +5,15 @@
 
 #include "fft/convolution.h"
 
-#include "core/entry_frame.hpp"
-#include "core/memory.hpp"
-#include "core/option_reader.hpp"
-#include "core/vector_kernels.h"
+#include "core/frame/entry_frame.hpp"
+#include "core/frame/option_reader.hpp"
+#include "core/kernels/vector_kernels.h"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
-#include "fft/factors.hpp"
-#include "fft/padded_length.hpp"
 #include "fft/posting.hpp"
 #include "fft/real_fft.h"
+#include "fft/tables/factors.hpp"
+#include "fft/tables/padded_length.hpp"
 #include "fft/transforms.hpp"
 
 #include <algorithm>

@@ -5,9 +5,9 @@
 
 #include "fft/fft_2d.h"
 
-#include "core/entry_frame.hpp"
-#include "core/memory.hpp"
-#include "core/option_reader.hpp"
+#include "core/frame/entry_frame.hpp"
+#include "core/frame/option_reader.hpp"
+#include "core/system/memory.hpp"
 #include "fft/posting.hpp"
 #include "fft/transforms.hpp"
 

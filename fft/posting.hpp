@@ -1,8 +1,8 @@
 // The forms of error that the transforms post. All are terminal.
 #pragma once
 
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 
 namespace zavo::fft {
 

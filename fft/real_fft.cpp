@@ -6,9 +6,9 @@
 
 #include "fft/real_fft.h"
 
-#include "core/entry_frame.hpp"
-#include "core/memory.hpp"
-#include "fft/factors.hpp"
+#include "core/frame/entry_frame.hpp"
+#include "core/system/memory.hpp"
+#include "fft/tables/factors.hpp"
 #include "fft/transform_arguments.hpp"
 
 #include <cstdarg>

@@ -2,7 +2,7 @@
 // complex one read the same options and check them alike.
 #pragma once
 
-#include "core/option_reader.hpp"
+#include "core/frame/option_reader.hpp"
 #include "core/zavo.h"
 #include "fft/posting.hpp"
 #include "fft/transforms.hpp"

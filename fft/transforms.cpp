@@ -1,12 +1,12 @@
 #include "fft/transforms.hpp"
 
-#include "core/memory.hpp"
-#include "fft/complex_passes.hpp"
-#include "fft/factors.hpp"
-#include "fft/real_passes.hpp"
-#include "fft/simd.hpp"
-#include "fft/twiddle.hpp"
-#include "fft/twiddle_block.hpp"
+#include "core/system/memory.hpp"
+#include "fft/passes/complex_passes.hpp"
+#include "fft/passes/real_passes.hpp"
+#include "fft/tables/factors.hpp"
+#include "fft/tables/twiddle.hpp"
+#include "fft/tables/twiddle_block.hpp"
+#include "fft/wide/simd.hpp"
 
 namespace zavo::fft {
 

@@ -1,7 +1,7 @@
 // The transforms without checks, through the fastest path that the processor has.
 #pragma once
 
-#include "fft/spectrum_product.hpp"
+#include "fft/passes/spectrum_product.hpp"
 
 namespace zavo::fft {
 

@@ -12,7 +12,7 @@
 // A bound's normal has one element, so most of these products cost nothing.
 #include "minimize/active_set.hpp"
 
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
 
 #include <cmath>
 #include <limits>

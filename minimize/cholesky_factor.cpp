@@ -4,7 +4,7 @@
 //   J. E. Dennis, R. B. Schnabel (1983), section 9.2, algorithms A3.2.3, A9.4.2, A3.4.1.
 #include "minimize/quasi_newton.hpp"
 
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
 
 #include <cmath>
 #include <cstddef>

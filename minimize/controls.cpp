@@ -1,9 +1,9 @@
 // Checks the controls of the unconstrained minimiser and replaces bad ones.
 #include "minimize/controls.hpp"
 
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
-#include "core/vector_kernels.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/kernels/vector_kernels.h"
 #include "minimize/minimize.h"
 
 #include <cmath>

@@ -9,8 +9,8 @@
 // and Nonlinear Equations (1983), section 5.6, algorithms A5.6.3 and A5.6.4.
 #include "minimize/minimize.h"
 
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 #include "minimize/user_call.hpp"
 
 #include <cmath>

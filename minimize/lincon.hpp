@@ -29,9 +29,9 @@
 // the ends of its bracket.
 #pragma once
 
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
-#include "core/vector_kernels.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/kernels/vector_kernels.h"
 #include "minimize/minimize.h"
 #include "minimize/tolerant_set.hpp"
 #include "minimize/user_call.hpp"

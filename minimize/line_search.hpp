@@ -14,7 +14,7 @@
 // x_new, the trial; `low`, the best trial of a bracket.
 #pragma once
 
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
 #include "minimize/controls.hpp"
 #include "minimize/relative_measures.hpp"
 

@@ -1,11 +1,11 @@
 // Linearly constrained minimisation: drivers under their fixed names and the
 // public routine.
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
-#include "core/memory.hpp"
-#include "core/option_reader.hpp"
-#include "core/vector_kernels.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
+#include "core/frame/option_reader.hpp"
+#include "core/kernels/vector_kernels.h"
+#include "core/system/memory.hpp"
 #include "minimize/lincon.hpp"
 #include "minimize/minimize.h"
 

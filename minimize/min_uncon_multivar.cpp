@@ -1,11 +1,11 @@
 // Unconstrained minimisation: the named faces of search, iteration and drivers,
 // and the public routine.
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
-#include "core/memory.hpp"
-#include "core/option_reader.hpp"
-#include "core/vector_kernels.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
+#include "core/frame/option_reader.hpp"
+#include "core/kernels/vector_kernels.h"
+#include "core/system/memory.hpp"
 #include "minimize/controls.hpp"
 #include "minimize/line_search.hpp"
 #include "minimize/minimize.h"

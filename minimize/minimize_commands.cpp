@@ -2,11 +2,11 @@
 // zavo_min_con_gen_lin function guess lower_bounds upper_bounds
 //     ?ncon neq lhs_gradients rhs_constraints?
 
-#include "core/error_stack.h"
-#include "core/memory.hpp"
+#include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
-#include "minimize/script_objective.hpp"
+#include "minimize/objective_commands.hpp"
 
 #include <algorithm>
 #include <cstddef>

@@ -3,10 +3,10 @@
 // each number in fixed notation with six decimals. A plain name goes to
 // Tcl_EvalObjv: no text is put together or parsed, the interpreter keeps the
 // command that it found for the name, and the procedure gets the same texts.
-#include "minimize/script_objective.hpp"
+#include "minimize/objective_commands.hpp"
 
-#include "core/error_stack.h"
-#include "core/memory.hpp"
+#include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
 #include "minimize/number_text.hpp"
 
 #include <algorithm>

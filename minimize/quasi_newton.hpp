@@ -15,7 +15,7 @@
 #include "minimize/minimize.h"
 #include "minimize/user_call.hpp"
 
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 
 namespace zavo::minimize {
 

@@ -2,8 +2,8 @@
 // failed line search, step, the search's other reports, limits, steps of the
 // greatest length.
 //   J. E. Dennis, R. B. Schnabel (1983), algorithm A7.2.1.
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 #include "minimize/controls.hpp"
 #include "minimize/line_search.hpp"
 #include "minimize/minimize.h"

@@ -15,7 +15,7 @@
 // rounding errors; a count of rounds ends those cases.
 #include "minimize/tolerant_set.hpp"
 
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
 #include "core/zavo.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // so that what fails in there is reported as the user's own affair.
 #pragma once
 
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 
 namespace zavo::minimize {
 

@@ -1,9 +1,9 @@
 #include "random/deliver.hpp"
 
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/memory.hpp"
-#include "core/option_reader.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/frame/entry_frame.hpp"
+#include "core/frame/option_reader.hpp"
+#include "core/system/memory.hpp"
 
 namespace zavo::random {
 

@@ -1,6 +1,6 @@
 // Standard exponential deviates by inversion: -ln u, one uniform deviate each.
 
-#include "core/entry_frame.hpp"
+#include "core/frame/entry_frame.hpp"
 #include "random/deliver.hpp"
 #include "random/exact_log.hpp"
 #include "random/kernels.hpp"

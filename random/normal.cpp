@@ -1,8 +1,8 @@
 // Standard normal deviates by inversion, and the inverse of the standard normal
 // distribution function itself; see inverse_normal.hpp.
 
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/frame/entry_frame.hpp"
 #include "random/deliver.hpp"
 #include "random/exact_log.hpp"
 #include "random/inverse_normal.hpp"

@@ -5,9 +5,9 @@
 // Seed 1, option 1: states 16807, 282475249, 1622650073, ...; the first deviate
 // is 16807 / 2^31 = 7.826369e-06.
 
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/platform.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/frame/entry_frame.hpp"
+#include "core/system/platform.hpp"
 #include "random/deliver.hpp"
 #include "random/kernels.hpp"
 #include "random/random.h"

@@ -63,6 +63,23 @@ check_shell() {
     shellcheck -x -S warning -s bash "${scripts[@]}" || failed+=("shellcheck")
 }
 
+# Every include against the table of arrows; that the check bites is shown first.
+check_arrows() {
+    say "includes (tools/arrows.txt)"
+    local sources trial
+    trial=$(mktemp -d)
+    mkdir -p "$trial/core"
+    printf '#include "fft/tables/factors.hpp"\n' >"$trial/core/trial.cpp"
+    if tclsh8.6 tools/check_arrows.tcl tools/arrows.txt "$trial" core/trial.cpp >/dev/null; then
+        failed+=("tools/check_arrows.tcl lets core include fft")
+    fi
+    rm -rf "$trial"
+    mapfile -t sources < <(select_files '\.(c|h|cpp|hpp)$' | grep -v '^tests/\|^bench/')
+    [[ ${#sources[@]} -eq 0 ]] && return 0
+    tclsh8.6 tools/check_arrows.tcl tools/arrows.txt . "${sources[@]}" ||
+        failed+=("includes that tools/arrows.txt does not allow")
+}
+
 # Debian has no checker for Tcl; braces and brackets at least must close.
 check_tcl() {
     say "Tcl scripts are complete"
@@ -121,6 +138,7 @@ check_blanks
 check_format
 check_shell
 check_tcl
+check_arrows
 check_tidy
 
 if [[ ${#failed[@]} -gt 0 ]]; then

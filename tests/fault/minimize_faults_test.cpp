@@ -1,6 +1,6 @@
 // What goes wrong around the minimisers: memory that runs out at any place, and
 // functions that fault.
-#include "core/memory.hpp"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
 #include "tests/support/captured_errors.hpp"
 

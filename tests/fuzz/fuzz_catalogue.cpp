@@ -3,8 +3,8 @@
 // is put in place, so that the fuzzer need not find it; the first byte of the
 // input chooses the byte order.
 
-#include "core/catalogue.hpp"
-#include "core/catalogue_file.hpp"
+#include "core/catalogue/catalogue.hpp"
+#include "core/catalogue/catalogue_file.hpp"
 
 #include <cstdint>
 #include <cstdio>

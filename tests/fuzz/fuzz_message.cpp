@@ -1,6 +1,6 @@
 // Message texts of any content: every place where one is expanded or printed.
 
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 // expression to convert from, the one to convert into, a constant's name.
 
 #include "constants/units.h"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 
 #include <algorithm>
 #include <cmath>

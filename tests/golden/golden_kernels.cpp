@@ -1,9 +1,9 @@
 // Machine constants, kernels, elementary and complex functions: with float
 // arguments of every size, so that a function of the C library in their place
 // would show.
-#include "core/complex.h"
-#include "core/elementary.hpp"
-#include "core/vector_kernels.h"
+#include "core/kernels/complex.h"
+#include "core/kernels/elementary.hpp"
+#include "core/kernels/vector_kernels.h"
 #include "tests/golden/golden.hpp"
 
 #include <bit>

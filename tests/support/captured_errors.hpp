@@ -2,7 +2,7 @@
 // process, and puts the default policy back afterwards.
 #pragma once
 
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 #include "core/zavo.h"
 
 #include <string>

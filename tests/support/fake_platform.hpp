@@ -1,7 +1,7 @@
 // What fake_platform.cpp answers and records, in place of the system's services.
 #pragma once
 
-#include "core/platform.hpp"
+#include "core/system/platform.hpp"
 
 #include <map>
 #include <string>

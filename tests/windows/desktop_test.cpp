@@ -2,9 +2,9 @@
 // console open on the desktop (a virtual one in the ordinary run), and the test
 // reads back what they show.
 
-#include "core/catalogue.hpp"
-#include "core/error_stack.h"
-#include "core/platform.hpp"
+#include "core/catalogue/catalogue.hpp"
+#include "core/errors/error_stack.h"
+#include "core/system/platform.hpp"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -2,9 +2,9 @@
 // every way that the trap knows, over and over and nested, within an interpreter
 // that has a start-up code and exception handlers of its own.
 
-#include "core/entry_frame.hpp"
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
 
 namespace {
 

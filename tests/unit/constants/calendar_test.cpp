@@ -2,7 +2,7 @@
 // count by leap years of a range; the errors and the ends of the range.
 
 #include "constants/calendar.h"
-#include "core/memory.hpp"
+#include "core/system/memory.hpp"
 #include "tests/unit/constants/reporting_test.hpp"
 
 #include <climits>

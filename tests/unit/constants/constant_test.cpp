@@ -1,8 +1,8 @@
 // zavo_f_constant and l_cunit.
 
 #include "constants/units.h"
-#include "core/memory.hpp"
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
+#include "core/system/memory.hpp"
 #include "tests/unit/constants/reporting_test.hpp"
 
 #include <string>

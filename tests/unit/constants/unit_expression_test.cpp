@@ -2,7 +2,7 @@
 
 #include "constants/tables.hpp"
 #include "constants/units.h"
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
 #include "tests/unit/constants/reporting_test.hpp"
 
 #include <array>

@@ -1,7 +1,7 @@
-#include "core/catalogue.hpp"
-#include "core/catalogue_file.hpp"
-#include "core/error_stack.h"
-#include "core/memory.hpp"
+#include "core/catalogue/catalogue.hpp"
+#include "core/catalogue/catalogue_file.hpp"
+#include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
 #include "tests/support/captured_errors.hpp"
 #include "tests/support/catalogue_builder.hpp"
 

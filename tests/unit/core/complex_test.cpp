@@ -1,5 +1,5 @@
-#include "core/complex.h"
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
+#include "core/kernels/complex.h"
 #include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>

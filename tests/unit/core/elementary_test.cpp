@@ -1,4 +1,4 @@
-#include "core/elementary.hpp"
+#include "core/kernels/elementary.hpp"
 
 #include <gtest/gtest.h>
 

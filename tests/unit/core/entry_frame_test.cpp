@@ -1,4 +1,4 @@
-#include "core/entry_frame.hpp"
+#include "core/frame/entry_frame.hpp"
 
 #include "tests/support/captured_errors.hpp"
 

@@ -1,4 +1,4 @@
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 #include "core/zavo.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 
-#include "core/error_codes.hpp"
+#include "core/errors/error_codes.hpp"
 #include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>

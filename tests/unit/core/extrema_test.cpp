@@ -1,4 +1,4 @@
-#include "core/error_stack.h"
+#include "core/errors/error_stack.h"
 #include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "core/error_codes.hpp"
-#include "core/error_stack.h"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 #include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>

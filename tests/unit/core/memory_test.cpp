@@ -1,6 +1,6 @@
-#include "core/memory.hpp"
+#include "core/system/memory.hpp"
 
-#include "core/platform.hpp"
+#include "core/system/platform.hpp"
 
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,5 @@
-#include "core/error_stack.h"
-#include "core/memory.hpp"
+#include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
 #include "tests/support/captured_errors.hpp"
 
 #include <climits>

@@ -1,6 +1,6 @@
-#include "core/error_stack.h"
-#include "core/memory.hpp"
-#include "core/vector_kernels.h"
+#include "core/errors/error_stack.h"
+#include "core/kernels/vector_kernels.h"
+#include "core/system/memory.hpp"
 #include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>

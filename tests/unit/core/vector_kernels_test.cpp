@@ -1,4 +1,4 @@
-#include "core/vector_kernels.h"
+#include "core/kernels/vector_kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // system's services substituted (tests/support/fake_platform.cpp). The services
 // themselves are shown on a desktop by tests/unit/desktop/.
 
-#include "core/catalogue.hpp"
-#include "core/error_stack.h"
+#include "core/catalogue/catalogue.hpp"
+#include "core/errors/error_stack.h"
 #include "tests/support/catalogue_builder.hpp"
 #include "tests/support/fake_platform.hpp"
 

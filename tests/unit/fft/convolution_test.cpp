@@ -1,9 +1,9 @@
 #include "fft/convolution.h"
 
-#include "core/error_codes.hpp"
-#include "core/memory.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
-#include "fft/padded_length.hpp"
+#include "fft/tables/padded_length.hpp"
 #include "tests/support/captured_errors.hpp"
 #include "tests/unit/fft/reference.hpp"
 

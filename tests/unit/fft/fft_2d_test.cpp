@@ -1,7 +1,7 @@
 #include "fft/fft_2d.h"
 
-#include "core/error_codes.hpp"
-#include "core/memory.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/system/memory.hpp"
 #include "tests/support/captured_errors.hpp"
 #include "tests/unit/fft/reference.hpp"
 

@@ -1,7 +1,7 @@
 #include "fft/real_fft.h"
 
-#include "core/error_codes.hpp"
-#include "core/memory.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
 #include "tests/support/captured_errors.hpp"
 #include "tests/unit/fft/reference.hpp"

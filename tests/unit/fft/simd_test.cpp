@@ -1,9 +1,9 @@
 // Every code path gives the bits of the scalar one.
 
-#include "core/memory.hpp"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
+#include "fft/tables/twiddle.hpp"
 #include "fft/transforms.hpp"
-#include "fft/twiddle.hpp"
 #include "tests/unit/fft/reference.hpp"
 
 #include <array>

@@ -1,0 +1,295 @@
+// The error stack: routines name themselves on it, errors are recorded in the
+// entry of the routine that posts them and carried outwards as routines return.
+// An error is reported once: at posting for the immediate types, else when the
+// routine that the user called returns.
+
+#include "core/errors/error_stack.h"
+
+#include "core/catalogue/catalogue.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_state.hpp"
+#include "core/system/error_settings.hpp"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace zavo::core {
+
+namespace {
+
+constinit ErrorState the_state;
+
+constexpr bool reported_at_once(int type)
+{
+    return type >= ZAVO_TERMINAL && type <= ZAVO_INTERNAL;
+}
+
+bool same_name(const char* a, const char* b)
+{
+    return a == b || std::strcmp(a, b) == 0;
+}
+
+[[noreturn]] void stop_process()
+{
+    std::exit(error_state().current().type);
+}
+
+void call_handler(const StackEntry& entry)
+{
+    const ErrorSettings& settings = error_settings();
+    settings.handler(entry.type, entry.code, entry.name, error_state().message.c_str());
+    if (settings.policy[entry.type].traceback == 1) {
+        zavo_error_traceback();
+    }
+}
+
+void call_hook(const StackEntry& entry)
+{
+    if (error_settings().hook != nullptr) {
+        error_settings().hook(entry.type, entry.code, error_state().message.c_str());
+    }
+}
+
+void report_at_once()
+{
+    ErrorState& state = error_state();
+    const StackEntry& entry = state.current();
+    call_hook(entry);
+    if (error_settings().policy[entry.type].print == 1) {
+        call_handler(entry);
+    }
+    state.message.clear(); // so that the pop does not report it again
+    if (entry.type == ZAVO_INTERNAL) {
+        stop_process();
+    }
+}
+
+// The routine that the user called returns.
+void report_at_return()
+{
+    ErrorState& state = error_state();
+    const StackEntry& entry = state.current();
+    if (entry.type == 0) {
+        return;
+    }
+    call_hook(entry);
+    const Policy& policy = error_settings().policy[entry.type];
+    if (!state.message.empty() && policy.print == 1) {
+        call_handler(entry);
+    }
+    if (policy.stop == 1) {
+        stop_process();
+    }
+}
+
+void recover_from_fault(const char* name)
+{
+    ErrorState& state = error_state();
+    state.fault_pending = false;
+    int level = state.top;
+    while (level > 0 && !same_name(state.stack[level].name, name)) {
+        --level;
+    }
+    if (level > 0) {
+        state.top = level;
+    }
+}
+
+void post_bad_type(int type, const char* message)
+{
+    ErrorState& state = error_state();
+    zavo_error_push("zavo_e1mes");
+    state.message.clear();
+    state.message.format("Error type must be -1,...,8, but type = %d.  Message = ", type);
+    state.message.format("\"%s\"", message != nullptr ? message : "");
+    error_settings().handler(ZAVO_INTERNAL, code::bad_error_type, "zavo_e1mes", state.message.c_str());
+    if (error_settings().policy[ZAVO_INTERNAL].traceback == 1) {
+        zavo_error_traceback();
+    }
+    // Kept: the new entry holds no type, so the exit status is 0
+    // (error_stack.bad_type_stops_with_status_zero).
+    stop_process();
+}
+
+} // namespace
+
+ErrorState& error_state()
+{
+    return the_state;
+}
+
+int pending_type()
+{
+    return error_state().current().type;
+}
+
+int stack_room()
+{
+    return stack_size - 1 - error_state().top;
+}
+
+PostedError posted_error()
+{
+    const StackEntry& entry = error_state().current();
+    return {entry.type, entry.code};
+}
+
+void restore_posted_error(PostedError error)
+{
+    StackEntry& entry = error_state().current();
+    entry.type = static_cast<unsigned char>(error.type);
+    entry.code = error.code;
+}
+
+void clear_queries()
+{
+    ErrorState& state = error_state();
+    state.popped_type = state.popped_code = 0;
+    state.carried_type = state.carried_code = 0;
+}
+
+void unwind_error_stack(int level)
+{
+    ErrorState& state = error_state();
+    if (level < state.top) {
+        state.top = level;
+    }
+    state.current().user_level = 0;
+}
+
+const char* routine_called_by_user()
+{
+    const ErrorState& state = error_state();
+    int level = state.top;
+    while (level > 0 && state.stack[level].user_level == 0) {
+        --level;
+    }
+    return state.stack[level < state.top ? level + 1 : level].name;
+}
+
+} // namespace zavo::core
+
+using namespace zavo::core;
+
+void zavo_error_push(const char* name)
+{
+    ErrorState& state = error_state();
+    if (state.top == 0) {
+        state.message.clear();
+    }
+    if (state.top + 1 >= stack_size) {
+        zavo_error_post(ZAVO_INTERNAL, code::stack_overflow);
+        stop_process();
+    }
+    ++state.top;
+    state.current() = {0, 0, 0, name};
+    clear_queries();
+}
+
+int zavo_error_pop(const char* name)
+{
+    ErrorState& state = error_state();
+    if (state.fault_pending) {
+        recover_from_fault(name);
+    }
+    if (state.top == 0 || !same_name(state.current().name, name)) {
+        zavo_error_set_string(1, name);
+        zavo_error_set_string(2, state.current().name);
+        zavo_error_post(ZAVO_INTERNAL, code::pop_mismatch);
+    }
+    const StackEntry popped = state.current();
+    StackEntry& below = state.stack[state.top - 1];
+    if (below.user_level != 0) {
+        report_at_return();
+    }
+    if (below.type <= popped.type) {
+        below.type = popped.type;
+        below.code = popped.code;
+        state.carried_type = popped.type;
+        state.carried_code = popped.code;
+    }
+    state.popped_type = popped.type;
+    state.popped_code = popped.code;
+    --state.top;
+    return popped.code;
+}
+
+void zavo_e1mes(int type, int code, const char* message)
+{
+    ErrorState& state = error_state();
+    StackEntry& entry = state.current();
+    if (type == -1 && code == -1) {
+        type = entry.type;
+        code = entry.code;
+    }
+    if (type == -1) {
+        if (code > 0) {
+            entry.code = code;
+        }
+        return;
+    }
+    if (type == 0 && code == 0) {
+        state.message.clear();
+        entry.type = 0;
+        entry.code = 0;
+        return;
+    }
+    if (type < -1 || type > highest_type) {
+        post_bad_type(type, message);
+        return;
+    }
+    entry.type = static_cast<unsigned char>(type);
+    entry.code = code;
+    state.message.clear();
+    if (message != nullptr && std::strcmp(message, " ") != 0) {
+        expand_message(message, state.message);
+    }
+    if (reported_at_once(type)) {
+        report_at_once();
+    }
+    state.carried_type = type;
+    state.carried_code = code;
+}
+
+void zavo_error_post(int type, int code)
+{
+    zavo_e1mes(type, code, catalogue_message(code));
+}
+
+void zavo_error_user_level(const char* switch_text)
+{
+    const bool on = switch_text[0] != '\0' && (switch_text[1] == 'N' || switch_text[1] == 'n');
+    error_state().current().user_level = on ? 1 : 0;
+}
+
+namespace {
+
+void check_level(int level)
+{
+    if (level != 0 && level != 1) {
+        zavo_error_set_int(1, 0);
+        zavo_error_set_int(2, 1);
+        zavo_error_set_int(3, level);
+        zavo_error_set_string(1, "level");
+        zavo_error_post(ZAVO_INTERNAL, code::bad_level);
+    }
+}
+
+} // namespace
+
+int zavo_error_type(int level)
+{
+    check_level(level);
+    return level == 0 ? error_state().carried_type : error_state().popped_type;
+}
+
+int zavo_error_code(int level)
+{
+    check_level(level);
+    return level == 0 ? error_state().carried_code : error_state().popped_code;
+}
+
+void zavo_error_hook(zavo_error_hook_fn hook)
+{
+    error_settings().hook = hook;
+}

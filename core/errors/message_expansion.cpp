@@ -1,0 +1,241 @@
+// Message parameters and their place in a message text:
+//   %(I1)      integer parameter 1; R real, C complex, S string, by kind
+//   %(I1%05d)  the same in a format of the text's own
+//   %/         a line feed
+// An unknown kind stays visible: "%(Q1)" gives "%(Q1)".
+
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/errors/error_state.hpp"
+
+#include <cstring>
+
+namespace zavo::core {
+
+namespace {
+
+constexpr int parameter_count = 9;
+
+struct ComplexParameter {
+    double re;
+    double im;
+};
+
+struct Parameters {
+    int integer[parameter_count] = {};
+    double real[parameter_count] = {};
+    ComplexParameter complex[parameter_count] = {};
+    TextBuffer string[parameter_count] = {};
+};
+
+constinit Parameters parameters;
+
+enum class Kind { complex, real, integer, string, unknown };
+
+Kind kind_of(char letter)
+{
+    switch (letter) {
+    case 'C':
+    case 'Z':
+    case 'c':
+    case 'z':
+        return Kind::complex;
+    case 'D':
+    case 'F':
+    case 'R':
+    case 'd':
+    case 'f':
+    case 'r':
+        return Kind::real;
+    case 'I':
+    case 'i':
+        return Kind::integer;
+    case 'L':
+    case 'S':
+    case 'l':
+    case 's':
+        return Kind::string;
+    default:
+        return Kind::unknown;
+    }
+}
+
+const char* conversions_of(Kind kind)
+{
+    switch (kind) {
+    case Kind::integer:
+        return "dixXuoc";
+    case Kind::string:
+        return "s";
+    default:
+        return "eEfFgGaA";
+    }
+}
+
+// Digits of a width or precision; false when there are more than three, which
+// no message needs and which would ask for a text of any size.
+bool skip_number(const char*& at)
+{
+    const std::size_t digits = std::strspn(at, "0123456789");
+    at += digits;
+    return digits <= 3;
+}
+
+// True when `format` holds exactly one conversion, and that of the kind.
+bool fits(const char* format, Kind kind)
+{
+    int conversions = 0;
+    for (const char* at = format; *at != '\0'; ++at) {
+        if (*at != '%') {
+            continue;
+        }
+        ++at;
+        if (*at == '%') {
+            continue;
+        }
+        at += std::strspn(at, "-+ #0");
+        if (!skip_number(at)) {
+            return false;
+        }
+        if (*at == '.') {
+            ++at;
+            if (!skip_number(at)) {
+                return false;
+            }
+        }
+        if (*at == '\0' || std::strchr(conversions_of(kind), *at) == nullptr) {
+            return false;
+        }
+        ++conversions;
+    }
+    return conversions == 1;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
+// format: one that fits() has accepted, or the kind's ordinary one.
+void append_value(Kind kind, int i, const char* format, TextBuffer& out)
+{
+    switch (kind) {
+    case Kind::integer:
+        out.format(format, parameters.integer[i]);
+        break;
+    case Kind::real:
+        out.format(format, parameters.real[i]);
+        break;
+    case Kind::complex:
+        out.append('(');
+        out.format(format, parameters.complex[i].re);
+        out.append(',');
+        out.format(format, parameters.complex[i].im);
+        out.append(')');
+        break;
+    case Kind::string:
+        out.format(format, parameters.string[i].c_str());
+        break;
+    case Kind::unknown:
+        break;
+    }
+}
+
+#pragma GCC diagnostic pop
+
+const char* ordinary_format(Kind kind)
+{
+    return kind == Kind::integer ? "%d" : kind == Kind::string ? "%s" : "%e";
+}
+
+// text: behind "%("; returns the place behind the closing ")".
+const char* append_parameter(const char* text, TextBuffer& out)
+{
+    constexpr std::size_t longest_format = 63;
+    const Kind kind = kind_of(text[0]);
+    const int i = text[1] - '1';
+    const char* const behind = text + 2;
+    const std::size_t length = std::strcspn(behind, ")");
+    if (kind == Kind::unknown || i < 0) {
+        out.format("%%(%c%c)", text[0], text[1]);
+    } else {
+        char own[longest_format + 1] = "";
+        if (*behind == '%' && length <= longest_format) {
+            std::memcpy(own, behind, length);
+        }
+        append_value(kind, i, fits(own, kind) ? own : ordinary_format(kind), out);
+    }
+    return behind + length + (behind[length] == ')' ? 1 : 0);
+}
+
+bool is_letter(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+template <class T, class Value>
+void set_parameter(T (&kind)[parameter_count], int n, const Value& value)
+{
+    if (n >= 1 && n <= parameter_count) {
+        kind[n - 1] = value;
+    }
+}
+
+} // namespace
+
+void expand_message(const char* text, TextBuffer& out)
+{
+    while (*text != '\0') {
+        if (text[0] == '%' && text[1] == '(' && is_letter(text[2]) && is_digit(text[3])) {
+            text = append_parameter(text + 2, out);
+        } else if (text[0] == '%' && text[1] == '/') {
+            out.append('\n');
+            text += 2;
+        } else {
+            const std::size_t plain = 1 + std::strcspn(text + 1, "%");
+            out.append(text, plain);
+            text += plain;
+        }
+    }
+    if (out.out_of_memory()) {
+        static const char complaint[] = "Out of memory in error handler.";
+        out.set_static(complaint);
+    }
+}
+
+} // namespace zavo::core
+
+using namespace zavo::core;
+
+void zavo_error_set_int(int n, int value)
+{
+    set_parameter(parameters.integer, n, value);
+}
+
+void zavo_error_set_real(int n, double value)
+{
+    set_parameter(parameters.real, n, value);
+}
+
+void zavo_error_set_complex(int n, double re, double im)
+{
+    set_parameter(parameters.complex, n, ComplexParameter{re, im});
+}
+
+void zavo_error_set_f_complex(int n, float re, float im)
+{
+    zavo_error_set_complex(n, static_cast<double>(re), static_cast<double>(im));
+}
+
+void zavo_error_set_string(int n, const char* text)
+{
+    // Not abs(): the smallest int has no positive twin.
+    const int i = n < 0 ? -1 - n : n - 1;
+    if (i >= 0 && i < parameter_count) {
+        parameters.string[i].clear();
+        parameters.string[i].append(text != nullptr ? text : "(null)");
+    }
+}

@@ -1,0 +1,60 @@
+// The frame that every public routine enters: its name on the error stack, its
+// work storage, and a trap for faults in its worker.
+#pragma once
+
+#include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
+
+#include <type_traits>
+
+extern "C" {
+
+// Arms (nonzero) or disarms (0) the trap at one more or one less level.
+void zavo_entry_trap(int on);
+
+// Shared argument checks; both add 1 to *position. 5/601 when value > bound.
+void zavo_arg_check_le(int value, const char* value_name, int bound, const char* bound_name, int* position);
+// 5/602 when value is outside low..high; with low > high there is no upper
+// bound and 5/603 is posted when value < low.
+void zavo_arg_check_range(int value, const char* name, int low, int high, int* position);
+
+} // extern "C"
+
+namespace zavo::core {
+
+// Calls work(context) under the fault trap, when trapping is on. A fault in it
+// is posted as 5/504 or 5/511 and then as 5/102, at the level of the routine
+// that called this, and control comes back as if work had returned.
+void run_trapped(void (*work)(void* context), void* context);
+
+class EntryFrame {
+public:
+    // name: a literal; pushed here, popped by the destructor.
+    explicit EntryFrame(const char* name) : name_(name), mark_(work_mark()) { zavo_error_push(name); }
+    ~EntryFrame()
+    {
+        release_work_since(mark_);
+        zavo_error_pop(name_);
+    }
+    EntryFrame(const EntryFrame&) = delete;
+    EntryFrame& operator=(const EntryFrame&) = delete;
+
+    // Runs the worker under the trap. No object with a destructor may live in
+    // it across a place that can fault: the way out of a fault is a jump.
+    template <class Work>
+    void run(Work&& work)
+    {
+        // Through a pointer, so that what the worker changes lives in memory
+        // and not in registers that the jump would set back.
+        run_trapped([](void* context) { (*static_cast<std::remove_reference_t<Work>*>(context))(); }, &work);
+    }
+
+    // True when an error of type 4 or 5 stands at this routine's level.
+    bool failed() const { return is_failure(pending_type()); }
+
+private:
+    const char* name_;
+    void* mark_;
+};
+
+} // namespace zavo::core

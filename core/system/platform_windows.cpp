@@ -1,0 +1,141 @@
+// The system services on 32-bit Windows: nine calls of the kernel and of the
+// user interface, and the C runtime (msvcrt). Nothing else of the system is
+// called; a test reads the import tables.
+
+#include "core/system/platform.hpp"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+namespace zavo::platform {
+
+unsigned tick_count()
+{
+    return GetTickCount();
+}
+
+std::size_t environment(const char* name, char* buffer, std::size_t capacity)
+{
+    const DWORD length = GetEnvironmentVariableA(name, buffer, static_cast<DWORD>(capacity));
+    // A value that does not fit gives the size that it needs.
+    return length < capacity ? length : 0;
+}
+
+bool search_path(const char* path, const char* name, char* buffer, std::size_t capacity)
+{
+    // An empty path would mean the system's own search order.
+    if (path[0] == '\0') {
+        return false;
+    }
+    const DWORD length = SearchPathA(path, name, nullptr, static_cast<DWORD>(capacity), buffer, nullptr);
+    return length > 0 && length < capacity;
+}
+
+void program_name(char* buffer, std::size_t capacity)
+{
+    char path[MAX_PATH + 1] = "";
+    GetModuleFileNameA(nullptr, path, MAX_PATH);
+    const char* const last = std::strrchr(path, '\\');
+    const char* const name = last != nullptr ? last + 1 : path;
+    const std::size_t length = std::min(std::strlen(name), capacity - 1);
+    std::memcpy(buffer, name, length);
+    buffer[length] = '\0';
+}
+
+void message_box(const char* title, const char* text, BoxIcon icon)
+{
+    const UINT style = icon == BoxIcon::error ? MB_ICONERROR : MB_ICONINFORMATION;
+    MessageBoxA(nullptr, text, title, style | MB_SETFOREGROUND);
+}
+
+namespace {
+
+HANDLE standard_output()
+{
+    HANDLE const handle = GetStdHandle(STD_OUTPUT_HANDLE);
+    return handle != INVALID_HANDLE_VALUE ? handle : nullptr;
+}
+
+} // namespace
+
+void* console()
+{
+    HANDLE handle = standard_output();
+    if (handle == nullptr) {
+        // A window program has no standard output; it gets a console.
+        FreeConsole();
+        AllocConsole();
+        handle = standard_output();
+    }
+    return handle;
+}
+
+void write_console(void* console, const char* text, std::size_t length)
+{
+    DWORD written = 0;
+    WriteConsoleA(console, text, static_cast<DWORD>(length), &written, nullptr);
+}
+
+// Large pages need a privilege here that hardly a user has.
+void* allocate_large(std::size_t bytes)
+{
+    return std::malloc(bytes);
+}
+
+// free() takes what malloc() gave, and nothing else.
+void* allocate_aligned(std::size_t bytes)
+{
+    return std::malloc(bytes);
+}
+
+bool clock_time(std::tm* now)
+{
+    const __time32_t seconds = _time32(nullptr);
+    const std::tm* broken_down = _gmtime32(&seconds);
+    if (broken_down == nullptr) {
+        broken_down = _localtime32(&seconds);
+    }
+    if (broken_down == nullptr) {
+        return false;
+    }
+    *now = *broken_down;
+    return true;
+}
+
+// The runtime delivers a hardware fault as a signal from the exception filter
+// that the host's start-up code has installed, and sets the signal back to its
+// default as it does so. The trap needs no more: it installs its handler each
+// time that it is armed, and puts the replaced one back when it is disarmed,
+// which after a fault also undoes the runtime's reset. longjmp from the handler
+// unwinds the exception frames down to those that stood when setjmp was called,
+// so that the system considers the fault dealt with and the next one is
+// delivered like the first.
+using Handler = void (*)(int);
+static_assert(sizeof(Handler) <= saved_handler_bytes);
+
+void install_fault_handler(int signal, Handler handler, SavedHandler* saved)
+{
+    const Handler replaced = std::signal(signal, handler);
+    std::memcpy(saved->bytes, &replaced, sizeof replaced);
+}
+
+void restore_fault_handler(int signal, const SavedHandler* saved)
+{
+    Handler replaced;
+    std::memcpy(&replaced, saved->bytes, sizeof replaced);
+    if (replaced != SIG_ERR) {
+        std::signal(signal, replaced);
+    }
+}
+
+void default_fault_handler(int signal)
+{
+    std::signal(signal, SIG_DFL);
+}
+
+} // namespace zavo::platform

@@ -1,0 +1,17 @@
+// The transforms for processors with AVX-512. Compiled with its flags; nothing in
+// here runs before the processor has been asked.
+
+#include "fft/wide/simd.hpp"
+
+#include "fft/tables/twiddle_block.hpp"
+#include "fft/wide/simd_engine.hpp"
+#include "fft/wide/simd_spectrum.hpp"
+
+namespace zavo::fft {
+
+const SimdPath avx512_path = {
+    try_real<16>, try_complex<16>,         try_known_real<16>, try_known_complex<16>,
+    columns<16>,  multiply_spectra_by<16>, divide_by<16>,      fill_cos_sin_by<DoubleLanes<64>>,
+};
+
+} // namespace zavo::fft

@@ -1,0 +1,519 @@
+// Whole complex transforms in registers of V values; simd_whole.hpp says what G and R
+// are. Value r + R g of the input takes this way:
+//
+//     columns   the passes of the first factors, V neighbouring r at a time, in
+//               the G slots of a block that stays in the innermost cache
+//     turn      blocks of V by V values are transposed, so that V neighbouring
+//               results k of the columns lie side by side: a chunk of R slots
+//     rows      the passes of the other factors, chunk by chunk; the last one
+//               leaves for the result, frequency k + G times the row's
+//
+// All passes of radix 2 to 5 but the last stay in place: digits come out in reverse
+// order, and the two places that read a finished block, the turn and the last pass,
+// count in that order. Where rows can end in order ("rows in order"), the chunks are
+// parts of the result.
+//
+// The butterflies are those of run_complex with ScalarLanes and so are the bits.
+#pragma once
+
+#include "fft/passes/complex_passes.hpp"
+#include "fft/wide/simd_whole.hpp"
+
+#include <utility>
+
+namespace zavo::fft {
+
+namespace { // compiled for several instruction sets: see shape.hpp
+
+// From this length on the result is fetched ahead of its writing.
+constexpr Index far_complex_length = 2048;
+// From this length on the next columns are fetched while those before are worked on:
+// in the processor's eyes they are too many streams to foresee.
+constexpr Index scattered_complex_length = 64 * 1024;
+
+// ---- butterflies of V lanes ----------------------------------------------------------
+
+// load(j, re, im) and store(j, re, im) say where; twiddle(j, re, im) multiplies
+// result j.
+template <Direction d, class Radix, int V, class Load, class Twiddle, class Store>
+ZAVO_INLINE void complex_step(const Load& load, const Twiddle& twiddle, const Store& store)
+{
+    constexpr int ip = Radix::ip;
+    Vector<V> re[ip], im[ip], yre[ip], yim[ip];
+    for (int j = 0; j < ip; ++j) {
+        load(j, re[j], im[j]);
+    }
+    Radix::butterfly(re, im, yre, yim);
+    for (int j = 0; j < ip; ++j) {
+        if (j > 0) {
+            twiddle(j, yre[j], yim[j]);
+        }
+        store(j, yre[j], yim[j]);
+    }
+}
+
+// ---- columns -----------------------------------------------------------------------------
+
+// The twiddles of V neighbouring columns, in laced order like all values here.
+template <int V, int ip>
+struct ColumnTwiddles {
+    Pairs<V> w[ip];
+    ZAVO_INLINE ColumnTwiddles(const float* wa, Index block)
+    {
+        for (int j = 1; j < ip; ++j) {
+            w[j] = load_laced<V>(wa + (j - 1) * block);
+        }
+    }
+};
+
+// The pairs of the next V columns, in each of `count` rows.
+template <int V>
+ZAVO_INLINE void fetch_next_columns(const float* p, Index rows, Index count)
+{
+    for (Index g = 0; g < count; ++g) {
+        fetch<2 * V, for_reading>(p + 2 * rows * g, 2 * V);
+    }
+}
+
+// The first pass of the columns whose first value is at p.
+template <Direction d, class Radix, int V>
+ZAVO_INLINE void first_columns_pass(Index rows, Index inner, const float* __restrict p,
+                                    float* __restrict slots, const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    const Index block = 2 * rows * inner;
+    for (Index u = 0; u < inner; ++u) {
+        const ColumnTwiddles<V, ip> w(wa, block);
+        const Slots<V> out{slots, 2 * V * inner};
+        complex_step<d, Radix, V>(
+            [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                const Pairs<V> x = load_laced<V>(p + block * j);
+                re = x.re;
+                im = x.im;
+            },
+            [&](int j, Vector<V>& re, Vector<V>& im)
+                ZAVO_INLINED { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
+            [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { out.store(j, re, im); });
+        p += 2 * rows;
+        wa += 2 * rows;
+        slots += 2 * V;
+    }
+}
+
+// A later pass; l1 results of the earlier ones share a twiddle.
+template <Direction d, class Radix, int V>
+ZAVO_INLINE void columns_pass(Index rows, Index inner, Index l1, float* slots, const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    for (Index u = 0; u < inner; ++u) {
+        const ColumnTwiddles<V, ip> w(wa, 2 * rows * inner);
+        Slots<V> at{slots, 2 * V * inner};
+        for (Index k = 0; k < l1; ++k) {
+            complex_step<d, Radix, V>(
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { at.load(j, re, im); },
+                [&](int j, Vector<V>& re, Vector<V>& im)
+                    ZAVO_INLINED { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
+                [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { at.store(j, re, im); });
+            at.first += at.step * ip;
+        }
+        wa += 2 * rows;
+        slots += 2 * V;
+    }
+}
+
+// The slots where the results of the columns stand.
+struct Results {
+    Index slot[most_slots];
+
+    constexpr ZAVO_INLINE void find(const Factors& factors, const Cut& cut)
+    {
+        slot[0] = 0;
+        Index found = 1;
+        for (int t = 0; t < cut.first; ++t) {
+            const Index more = found * (factors.ip[t] - 1);
+            for (Index k = 0; k < more; ++k) {
+                slot[found + k] = slot[k] + cut.inner[t];
+            }
+            found += more;
+        }
+    }
+};
+
+// V results of V columns, to V slots `step` apart whose lanes are results, in folded
+// order.
+template <int V>
+ZAVO_INLINE void turn_block(const float* slots, const Index* result, float* to, Index step)
+{
+    for (int part = 0; part < 2 * V; part += V) {
+        transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * result[folded<V>(k)] + part; },
+                     [&](int r) ZAVO_INLINED { return to + step * laced<V>(r) + part; });
+    }
+}
+
+// ---- rows -----------------------------------------------------------------------------------
+
+// A pass of `blocks` blocks over slots `step` apart.
+template <Direction d, class Radix, int V>
+ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, Index step, const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    Slots<V> at{slots, step * ido};
+    for (Index b = 0; b < blocks; ++b) {
+        for (Index u = 0; u < ido; ++u) {
+            const float* const w = wa + 2 * u;
+            complex_step<d, Radix, V>(
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { at.load(j, re, im); },
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                    apply_twiddle<d>(w[2 * (j - 1) * ido], w[2 * (j - 1) * ido + 1], re, im);
+                },
+                [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { at.store(j, re, im); });
+            at.first += step;
+        }
+        at.first += at.step * (ip - 1);
+    }
+}
+
+// The last pass of a block in which the digits of the factors from `which` on are
+// open. Frequency f of the block goes to q + stride * f. `far`: into memory that is
+// not in a near cache.
+template <Direction d, class Radix, int V, bool far>
+ZAVO_INLINE void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* slots, float* q,
+                                Index stride)
+{
+    const int last = factors.count - 1;
+    const Index innermost = which < last ? factors.ip[which] : 1;
+    const Index slot_step = 2 * V * factors.ido(which);
+    const Index q_step = stride * cut.weight[which];
+    const Index result_step = stride * cut.weight[last];
+    Index digit[most_factors] = {};
+    for (;;) {
+        Slots<V> in{slots, 2 * V};
+        float* to = q;
+        for (Index k = 0; k < innermost; ++k) {
+            complex_step<d, Radix, V>([&](int j, Vector<V>& re, Vector<V>& im)
+                                          ZAVO_INLINED { in.load(j, re, im); },
+                                      [](int, Vector<V>&, Vector<V>&) ZAVO_INLINED {},
+                                      [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+                                          store_folded<V>(to + result_step * j, re, im);
+                                          if constexpr (far) {
+                                              fetch<2 * V, for_writing>(to + result_step * j, 2 * q_step);
+                                          }
+                                      });
+            in.first += slot_step;
+            to += q_step;
+        }
+        int t = which + 1;
+        for (; t < last; ++t) {
+            slots += 2 * V * factors.ido(t);
+            q += stride * cut.weight[t];
+            if (++digit[t] < factors.ip[t]) {
+                break;
+            }
+            slots -= 2 * V * factors.ido(t) * factors.ip[t];
+            q -= stride * cut.weight[t] * factors.ip[t];
+            digit[t] = 0;
+        }
+        if (t >= last) {
+            return;
+        }
+    }
+}
+
+// The passes of the factors from `which` on over one block of rows, pass by pass.
+template <Direction d, int V, class Plan>
+ZAVO_INLINE void near_rows(const Plan& plan, int which, float* slots, float* q, Index stride,
+                           const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    const int last = factors.count - 1;
+    Index blocks = 1;
+    plan.for_factors(which, last, [&](int t) ZAVO_INLINED {
+        for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+            plan.loops([&]() ZAVO_INLINED {
+                rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots, 2 * V,
+                                                 twiddles + 2 * factors.twiddle_offset(t));
+            });
+        });
+        blocks *= factors.ip[t];
+    });
+    for_complex_radix<d>(factors.ip[last], [&](auto radix) ZAVO_INLINED {
+        if (factors.n < far_complex_length) {
+            plan.loops([&]() ZAVO_INLINED {
+                last_rows_pass<d, decltype(radix), V, false>(factors, plan.cut, which, slots, q, stride);
+            });
+        } else {
+            plan.loops([&]() ZAVO_INLINED {
+                last_rows_pass<d, decltype(radix), V, true>(factors, plan.cut, which, slots, q, stride);
+            });
+        }
+    });
+}
+
+// The same for a block of any size, a large one depth first.
+template <Direction d, int V>
+void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index stride, const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    if (2 * V * factors.after[which] <= near_floats || which + 1 == factors.count) {
+        near_rows<d, V>(plan, which, slots, q, stride, twiddles);
+        return;
+    }
+    for_complex_radix<d>(factors.ip[which], [&](auto radix) ZAVO_INLINED {
+        plan.loops([&]() ZAVO_INLINED {
+            rows_pass<d, decltype(radix), V>(factors.ido(which), 1, slots, 2 * V,
+                                             twiddles + 2 * factors.twiddle_offset(which));
+        });
+    });
+    for (Index j = 0; j < factors.ip[which]; ++j) {
+        rows_block<d, V>(plan, which + 1, slots + 2 * V * factors.ido(which) * j,
+                         q + stride * plan.cut.weight[which] * j, stride, twiddles);
+    }
+}
+
+// ---- rows in order ------------------------------------------------------------------------------
+// Where R has the same radices from both ends, a row can end where its frequencies
+// belong: slot m of V neighbouring k stands 2 G m floats behind the first. Every pass of
+// the second half puts its digit in the place of the one that stands as far from the
+// other end, and so the digits come out in order. The slots are the result's own, and
+// the transform takes one array less of the innermost cache.
+
+constexpr ZAVO_INLINE bool rows_are_symmetric(const Factors& factors, const Cut& cut)
+{
+    for (int t = cut.first; t < factors.count; ++t) {
+        if (factors.ip[t] != factors.ip[cut.first + factors.count - 1 - t]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A pass with an exchange of its digit and that of `far`, which count slots in steps of
+// ido and far_ido. outer: blocks that share the digits before far's.
+template <Direction d, class Radix, int V, bool last>
+ZAVO_INLINE void exchanging_pass(Index far_ido, Index ido, Index outer, float* q, Index step,
+                                 const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    const auto tile = [&](Index slot, const float* w) ZAVO_INLINED {
+        const auto row = [&](int e) ZAVO_INLINED {
+            return Slots<V>{q + step * (slot + far_ido * e), step * ido};
+        };
+        const auto put = [&](int e, int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+            const Slots<V> out = row(e);
+            if constexpr (last) {
+                store_folded<V>(out.first + out.step * j, re, im);
+            } else {
+                out.store(j, re, im);
+            }
+        };
+        // What belongs to a row that has not been read is held until then.
+        Vector<V> held_re[ip][ip], held_im[ip][ip];
+        unroll<ip>([&](auto e) ZAVO_INLINED {
+            complex_step<d, Radix, V>(
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { row(e).load(j, re, im); },
+                [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                    if constexpr (!last) {
+                        apply_twiddle<d>(w[2 * (j - 1) * ido], w[2 * (j - 1) * ido + 1], re, im);
+                    }
+                },
+                [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+                    if (j < e) {
+                        put(e, j, held_re[j][e], held_im[j][e]);
+                    }
+                    if (j <= e) {
+                        put(j, e, re, im);
+                    } else {
+                        held_re[e][j] = re;
+                        held_im[e][j] = im;
+                    }
+                });
+        });
+    };
+    for (Index block = 0; block < outer; ++block) {
+        for (Index between = 0; between < far_ido; between += ip * ido) {
+            for (Index u = 0; u < ido; ++u) {
+                tile(ip * far_ido * block + between + u, wa + 2 * u);
+            }
+        }
+    }
+}
+
+// All passes over the rows of V neighbouring k.
+template <Direction d, int V, class Plan>
+ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    const Index step = 2 * plan.cut.group;
+    const int last = factors.count - 1;
+    plan.for_factors(plan.cut.first, factors.count, [&](int t) ZAVO_INLINED {
+        const int far = plan.cut.first + last - t;
+        const float* const wa = twiddles + 2 * factors.twiddle_offset(t);
+        for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+            using Radix = decltype(radix);
+            plan.loops([&]() ZAVO_INLINED {
+                if (t <= far) {
+                    rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
+                } else if (t < last) {
+                    exchanging_pass<d, Radix, V, false>(factors.ido(far), factors.ido(t),
+                                                        plan.cut.weight[far], q, step, wa);
+                } else {
+                    exchanging_pass<d, Radix, V, true>(factors.ido(far), 1, plan.cut.weight[far], q, step,
+                                                       wa);
+                }
+            });
+        });
+    });
+}
+
+// ---- rows of any radix --------------------------------------------------------------------------
+
+// The passes of the factors from `first` on over w transforms side by side, to and
+// fro between `from` and `to`; says where the values are.
+template <Direction d, int w>
+float* complex_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
+{
+    for (int which = first; which < factors.count; ++which) {
+        complex_pass<d, typename LanesOf<w>::Type>(factors.shape_within(first, which), from, to, from,
+                                                   twiddles + 2 * factors.twiddle_offset(which));
+        std::swap(from, to);
+    }
+    return from;
+}
+
+// Of a chunk, which may have a large prime factor at its end.
+template <Direction d, int V>
+void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
+              const float* twiddles)
+{
+    const float* const found = complex_lanes<d, V>(factors, cut.first, chunk, partner, twiddles);
+    for (Index m = 0; m < cut.rows; ++m) {
+        store_folded<V>(q + 2 * cut.group * m, load<V>(found + 2 * V * m), load<V>(found + 2 * V * m + V));
+    }
+}
+
+// ---- all ---------------------------------------------------------------------------------------
+
+template <int V>
+constexpr ZAVO_INLINE Cut choose_complex_cut(const Factors& factors)
+{
+    return choose_cut<V>(factors, 1, [](Index group, Index rows, int& width) ZAVO_INLINED {
+        width = group >= V && rows >= V ? V : 0;
+        return rows;
+    });
+}
+
+struct FoundComplexPlan : FoundPlan {
+    static constexpr bool has_order = false; // whether rows can end in order, and gain by it
+    Results results;
+
+    ZAVO_INLINE FoundComplexPlan(const Factors& list, const Cut& place) : FoundPlan{list, place}
+    {
+        results.find(list, place);
+    }
+};
+
+template <int V, class List>
+struct KnownComplexPlan : KnownPlan<List> {
+    static constexpr Cut cut = choose_complex_cut<V>(List::factors);
+    static constexpr bool has_order =
+        List::factors.n >= far_complex_length && rows_are_symmetric(List::factors, cut);
+    static constexpr Results results = [] {
+        Results found{};
+        found.find(List::factors, cut);
+        return found;
+    }();
+};
+
+template <Direction d, int V, class Plan>
+ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float* scratch,
+                               const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
+    const Index rows = cut.rows;
+    const Index group = cut.group;
+    const bool smooth = is_smooth(factors);
+    WholeWork work(cut, 2, !smooth);
+    if (work.slots == nullptr) {
+        return false;
+    }
+    float* const slots = work.slots;
+    // Rows in order have to lie in a result that is not read any more, and slots across
+    // two lines of the cache would cost more than an array does.
+    const bool in_order =
+        Plan::has_order && p != q && reinterpret_cast<std::uintptr_t>(q) % (sizeof(float) * V) == 0;
+    const Index step = in_order ? 2 * group : 2 * V;
+    const auto chunk = [&](Index k) ZAVO_INLINED {
+        return in_order ? q + 2 * k : k % V == 0 ? scratch + 2 * rows * k : work.tail;
+    };
+
+    for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
+        if (factors.n >= scattered_complex_length) {
+            fetch_next_columns<V>(p + 2 * r, rows, group);
+            fetch_next_columns<V>(twiddles + 2 * r, rows, group - 1);
+        }
+        for_complex_radix<d>(factors.ip[0], [&](auto radix) ZAVO_INLINED {
+            plan.loops([&]() ZAVO_INLINED {
+                first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots,
+                                                          twiddles + 2 * r);
+            });
+        });
+        plan.for_factors(1, cut.first, [&](int t) ZAVO_INLINED {
+            const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
+            for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+                plan.loops([&]() ZAVO_INLINED {
+                    columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
+                });
+            });
+        });
+        for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
+            turn_block<V>(slots, plan.results.slot + k, chunk(k) + step * r, step);
+        });
+    });
+    for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
+        if (in_order) {
+            if constexpr (Plan::has_order) {
+                rows_in_order<d, V>(plan, chunk(k), twiddles);
+            }
+        } else if constexpr (Plan::is_near) {
+            near_rows<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+        } else if (smooth) {
+            rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+        } else {
+            rows_any<d, V>(factors, cut, chunk(k), work.partner, q + 2 * k, twiddles);
+        }
+    });
+    return true;
+}
+
+// The widest registers, V at most, that rows and columns fill; 0 when there are none.
+template <int V>
+constexpr ZAVO_INLINE int complex_width(const Factors& factors)
+{
+    if (choose_complex_cut<V>(factors).first != 0) {
+        return V;
+    }
+    if constexpr (V > 4) {
+        return complex_width<V / 2>(factors);
+    }
+    return 0;
+}
+
+// False when no registers fit.
+template <Direction d, int V>
+bool complex_whole_up_to(const Factors& factors, const float* p, float* q, float* scratch,
+                         const float* twiddles)
+{
+    const Cut cut = choose_complex_cut<V>(factors);
+    if (cut.first != 0) {
+        return complex_whole<d, V>(FoundComplexPlan{factors, cut}, p, q, scratch, twiddles);
+    }
+    if constexpr (V > 4) {
+        return complex_whole_up_to<d, V / 2>(factors, p, q, scratch, twiddles);
+    }
+    return false;
+}
+
+} // namespace
+
+} // namespace zavo::fft

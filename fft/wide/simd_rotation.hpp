@@ -1,0 +1,174 @@
+// The rotation of the general odd-radix passes for few values a slot: V output
+// slots at a time, each lane with its own recurrence.
+#pragma once
+
+#include "fft/passes/rotation.hpp"
+#include "fft/wide/simd_vectors.hpp"
+
+namespace zavo::fft {
+
+namespace { // compiled for several instruction sets: see shape.hpp
+
+// Registers in flight: a recurrence alone would wait for its own results.
+constexpr int rotation_registers = 4;
+
+// The rotations by w, 2 w, 3 w ..., as the recurrence has them.
+struct RotationRun {
+    Rotation<float> at{1.0F, 0.0F};
+    CosSin w;
+
+    template <int V>
+    ZAVO_INLINE void next(Rotation<Vector<V>>* lanes)
+    {
+        float re[V * rotation_registers], im[V * rotation_registers];
+        for (int t = 0; t < V * rotation_registers; ++t) {
+            at.advance(w.cos, w.sin);
+            re[t] = at.re;
+            im[t] = at.im;
+        }
+        for (int r = 0; r < rotation_registers; ++r) {
+            lanes[r].re = load<V>(re + V * r);
+            lanes[r].im = load<V>(im + V * r);
+        }
+    }
+};
+
+// The output slots l .. of one value: cosines[...] and sines[...] of a run.
+template <int V>
+ZAVO_INLINE void rotate_run(Index slab, Index ip, const Rotation<Vector<V>>* by_l, const float* x,
+                            Vector<V>* cosines, Vector<V>* sines)
+{
+    Rotation<Vector<V>> by_lj[rotation_registers];
+    for (int r = 0; r < rotation_registers; ++r) {
+        by_lj[r] = by_l[r];
+        cosines[r] = x[0] + by_l[r].re * x[slab];
+        sines[r] = by_l[r].im * x[slab * (ip - 1)];
+    }
+    for (Index j = 2; j < (ip + 1) / 2; ++j) {
+        const float xj = x[slab * j];
+        const float xc = x[slab * (ip - j)];
+        for (int r = 0; r < rotation_registers; ++r) {
+            by_lj[r].advance(by_l[r].re, by_l[r].im);
+            cosines[r] = cosines[r] + by_lj[r].re * xj;
+            sines[r] = sines[r] + by_lj[r].im * xc;
+        }
+    }
+}
+
+// Places of floats in a table.
+template <int V>
+struct Offsets {
+    typedef int Type __attribute__((vector_size(4 * V)));
+};
+
+// Half h of a.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE auto half_of(T a, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, a, static_cast<int>(h * sizeof...(I) + I)...);
+}
+
+// The pairs at table + at[t], each as one value of twice the size: the processor looks
+// up one value at a time.
+template <int V>
+ZAVO_INLINE Pairs<V> look_up(const float* table, typename Offsets<V>::Type at)
+{
+    const auto low_places = half_of<0>(at, Places<V / 2>{});
+    const auto high_places = half_of<1>(at, Places<V / 2>{});
+    Vector<V> low, high;
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        low = (Vector<16>)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)low_places, table,
+                                                   sizeof(float));
+        high = (Vector<16>)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)high_places, table,
+                                                    sizeof(float));
+    }
+#endif
+    if constexpr (V == 8) {
+        const auto* const pairs = reinterpret_cast<const double*>(table);
+        const __m256d all = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
+        low = (Vector<8>)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, (__m128i)low_places, all,
+                                                  sizeof(float));
+        high = (Vector<8>)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, (__m128i)high_places, all,
+                                                   sizeof(float));
+    }
+    return {even_places(low, high, Places<V>{}), odd_places(low, high, Places<V>{})};
+}
+
+// The output slots l .. l + V - 1 of the two values x[0] and x[1] of every slot, by
+// the rotations in the table: see rotate_complex_sums. Slots beyond `half` come out
+// as copies of slot 1.
+template <Direction d, int V>
+ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, const float* wa, int step,
+                             Vector<V>* cosines, Vector<V>* sines)
+{
+    using O = typename Offsets<V>::Type;
+    const Index half = (ip - 1) / 2;
+    const int turn = step * static_cast<int>(ip);
+    O advance;
+    for (int t = 0; t < V; ++t) {
+        advance[t] = step * static_cast<int>(l + t <= half ? l + t : 1);
+    }
+    O at = advance - step;
+    for (Index j = 1; j <= half; ++j) {
+        const Pairs<V> w = look_up<V>(wa, at);
+        const Vector<V> wr = w.re;
+        const Vector<V> wi = d == Direction::forward ? -w.im : w.im;
+        for (int part = 0; part < 2; ++part) {
+            const float xj = x[slab * j + part];
+            const float xc = x[slab * (ip - j) + part];
+            cosines[part] = (j == 1 ? broadcast<V>(x[part]) : cosines[part]) + wr * xj;
+            sines[part] = j == 1 ? wi * xc : sines[part] + wi * xc;
+        }
+        at += advance;
+        at -= (at >= turn - step) & turn;
+    }
+}
+
+// ScalarLanes with the sums of the general passes taken V slots at a time.
+template <int V>
+struct WideScalarLanes : ScalarLanes {
+    static void rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
+    {
+        constexpr Index run = V * rotation_registers;
+        const Index half = (ip - 1) / 2;
+        RotationRun rotations{{1.0F, 0.0F}, w};
+        for (Index l = 1; l <= half; l += run) {
+            Rotation<Vector<V>> by_l[rotation_registers];
+            rotations.next<V>(by_l);
+            const Index count = half + 1 - l < run ? half + 1 - l : run;
+            for (Index i = 0; i < slab; ++i) {
+                Vector<V> cosines[rotation_registers], sines[rotation_registers];
+                rotate_run<V>(slab, ip, by_l, x + i, cosines, sines);
+                for (Index t = 0; t < count; ++t) {
+                    y[i + slab * (l + t)] = cosines[t / V][t % V];
+                    y[i + slab * (ip - l - t)] = sines[t / V][t % V];
+                }
+            }
+        }
+    }
+
+    template <Direction d>
+    static void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
+                                    Index step)
+    {
+        const Index half = (ip - 1) / 2;
+        for (Index l = 1; l <= half; l += V) {
+            const Index count = half + 1 - l < V ? half + 1 - l : V;
+            for (Index i = 0; i < slab; i += 2) {
+                Vector<V> cosines[2], sines[2];
+                look_up_run<d, V>(slab, ip, l, x + i, wa, static_cast<int>(step), cosines, sines);
+                for (Index t = 0; t < count; ++t) {
+                    for (int part = 0; part < 2; ++part) {
+                        y[i + part + slab * (l + t)] = cosines[part][t];
+                        y[i + part + slab * (ip - l - t)] = sines[part][t];
+                    }
+                }
+            }
+        }
+    }
+};
+
+} // namespace
+
+} // namespace zavo::fft

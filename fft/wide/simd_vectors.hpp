@@ -1,0 +1,365 @@
+// Registers of V floats and how values get in and out of them: pairs (real and
+// imaginary part side by side in memory, apart in registers), the same in falling
+// order, and transposition. Arithmetic is that of the compiler's vector types.
+//
+// Included by the sources that are compiled for one instruction set each.
+#pragma once
+
+#include "fft/tables/shape.hpp"
+
+#include <immintrin.h>
+#include <utility>
+
+namespace zavo::fft {
+
+namespace { // compiled for several instruction sets: see shape.hpp
+
+template <int V>
+struct Register {
+    typedef float Type __attribute__((vector_size(4 * V)));
+    typedef float Unaligned __attribute__((vector_size(4 * V), aligned(4), may_alias));
+};
+template <int V>
+using Vector = typename Register<V>::Type;
+
+template <int V>
+ZAVO_INLINE Vector<V> load(const float* p)
+{
+    return *reinterpret_cast<const typename Register<V>::Unaligned*>(p);
+}
+template <int V>
+ZAVO_INLINE void store(float* p, Vector<V> v)
+{
+    *reinterpret_cast<typename Register<V>::Unaligned*>(p) = v;
+}
+
+template <class T, std::size_t... I>
+ZAVO_INLINE T broadcast_to(float value, std::index_sequence<I...>)
+{
+    return T{(static_cast<void>(I), value)...};
+}
+template <int V>
+ZAVO_INLINE Vector<V> broadcast(float value)
+{
+    return broadcast_to<Vector<V>>(value, std::make_index_sequence<static_cast<std::size_t>(V)>{});
+}
+
+// ---- parts of registers ----------------------------------------------------------
+// Only the places first <= i < last of a register are read or written; the rest
+// is zero, and its memory need not exist.
+
+#ifdef __AVX512F__
+ZAVO_INLINE __mmask16 places(int first, int last)
+{
+    const unsigned below_last = last >= 16 ? 0xFFFFU : last <= 0 ? 0U : (1U << last) - 1U;
+    const unsigned below_first = first >= 16 ? 0xFFFFU : first <= 0 ? 0U : (1U << first) - 1U;
+    return static_cast<__mmask16>(below_last & ~below_first);
+}
+template <int V>
+ZAVO_INLINE Vector<V> load_places(const float* p, int first, int last)
+{
+    if constexpr (V == 16) {
+        return (Vector<16>)_mm512_maskz_loadu_ps(places(first, last), p);
+    } else {
+        return (Vector<8>)_mm256_maskz_loadu_ps(static_cast<__mmask8>(places(first, last)), p);
+    }
+}
+template <int V>
+ZAVO_INLINE void store_places(float* p, Vector<V> v, int first, int last)
+{
+    if constexpr (V == 16) {
+        _mm512_mask_storeu_ps(p, places(first, last), (__m512)v);
+    } else {
+        _mm256_mask_storeu_ps(p, static_cast<__mmask8>(places(first, last)), (__m256)v);
+    }
+}
+#else
+ZAVO_INLINE __m256i places(int first, int last)
+{
+    const __m256i place = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    return _mm256_andnot_si256(_mm256_cmpgt_epi32(_mm256_set1_epi32(first), place),
+                               _mm256_cmpgt_epi32(_mm256_set1_epi32(last), place));
+}
+template <int V>
+ZAVO_INLINE Vector<V> load_places(const float* p, int first, int last)
+{
+    return (Vector<8>)_mm256_maskload_ps(p, places(first, last));
+}
+template <int V>
+ZAVO_INLINE void store_places(float* p, Vector<V> v, int first, int last)
+{
+    _mm256_maskstore_ps(p, places(first, last), (__m256)v);
+}
+#endif
+
+// ---- pairs ---------------------------------------------------------------------------
+
+template <class T, std::size_t... I>
+ZAVO_INLINE T even_places(T a, T b, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, b, static_cast<int>(2 * I)...);
+}
+template <class T, std::size_t... I>
+ZAVO_INLINE T odd_places(T a, T b, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, b, static_cast<int>(2 * I + 1)...);
+}
+// Half h (0 or 1) of the pairs a[0] b[0] a[1] b[1] ...
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T interleaved(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + h * V / 2 + I / 2)...);
+}
+template <int V>
+using Places = std::make_index_sequence<static_cast<std::size_t>(V)>;
+
+// The complex values of a run of V pairs.
+template <int V>
+struct Pairs {
+    Vector<V> re, im;
+};
+
+// Lane t holds the pair at p + 2 t; with `full` false only t < count exist.
+template <int V, bool full>
+ZAVO_INLINE Pairs<V> load_pairs(const float* p, int count)
+{
+    Vector<V> a, b;
+    if constexpr (full) {
+        a = load<V>(p);
+        b = load<V>(p + V);
+    } else {
+        a = load_places<V>(p, 0, 2 * count);
+        b = load_places<V>(p + V, 0, 2 * count - V);
+    }
+    return {even_places(a, b, Places<V>{}), odd_places(a, b, Places<V>{})};
+}
+
+template <int V, bool full>
+ZAVO_INLINE void store_pairs(float* p, const Vector<V>& re, const Vector<V>& im, int count)
+{
+    const Vector<V> a = interleaved<0>(re, im, Places<V>{});
+    const Vector<V> b = interleaved<1>(re, im, Places<V>{});
+    if constexpr (full) {
+        store<V>(p, a);
+        store<V>(p + V, b);
+    } else {
+        store_places<V>(p, a, 0, 2 * count);
+        store_places<V>(p + V, b, 0, 2 * count - V);
+    }
+}
+
+// Orders that take fewer steps, and for loads no unit of the processor that only
+// moves values: lane t holds the pair laced<V>(t) or folded<V>(t).
+template <int V>
+constexpr int laced(int t)
+{
+    return t / 2 + t % 2 * (V / 2);
+}
+template <int V>
+constexpr int folded(int t)
+{
+    return t / 4 * 2 + t % 2 + t % 4 / 2 * (V / 2);
+}
+
+// Even places of a and of b in turn, and the odd ones. A load can repeat every
+// other value.
+template <int V>
+ZAVO_INLINE Vector<V> even_in_turn(const float* a, const float* b)
+{
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        return (Vector<16>)_mm512_mask_moveldup_ps((__m512)load<16>(a), 0xAAAA, (__m512)load<16>(b));
+    } else
+#endif
+        if constexpr (V == 8) {
+        return (Vector<8>)_mm256_blend_ps((__m256)load<8>(a), _mm256_moveldup_ps((__m256)load<8>(b)), 0xAA);
+    } else {
+        return (Vector<4>)_mm_blend_ps((__m128)load<4>(a), _mm_moveldup_ps((__m128)load<4>(b)), 0xA);
+    }
+}
+template <int V>
+ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
+{
+#ifdef __AVX512F__
+    if constexpr (V == 16) {
+        return (Vector<16>)_mm512_mask_movehdup_ps((__m512)load<16>(b), 0x5555, (__m512)load<16>(a));
+    } else
+#endif
+        if constexpr (V == 8) {
+        return (Vector<8>)_mm256_blend_ps((__m256)load<8>(b), _mm256_movehdup_ps((__m256)load<8>(a)), 0x55);
+    } else {
+        return (Vector<4>)_mm_blend_ps((__m128)load<4>(b), _mm_movehdup_ps((__m128)load<4>(a)), 0x5);
+    }
+}
+
+// In every four places, the first two (h = 0) or the last two of a and of b in turn.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T mixed_singles(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + I / 4 * 4 + 2 * h + I % 4 / 2)...);
+}
+// Even (h = 0) or odd places of re and of im in turn.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(re, im, static_cast<int>(I % 2 * V + I / 2 * 2 + h)...);
+}
+template <class T, std::size_t... I>
+ZAVO_INLINE T pairs_reversed(T a, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, a, static_cast<int>((sizeof...(I) / 2 - 1 - I / 2) * 2 + I % 2)...);
+}
+
+// Has the floats from p + ahead on brought near; nothing need be there.
+enum Fetch { for_reading, for_writing };
+template <int floats, Fetch what>
+ZAVO_INLINE void fetch(const float* p, Index ahead)
+{
+    const auto at = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(ahead) * sizeof(float);
+    for (std::size_t byte = 0; byte < floats * sizeof(float); byte += 64) {
+        __builtin_prefetch(reinterpret_cast<const void*>(at + byte), what == for_writing ? 1 : 0);
+    }
+}
+
+template <int V>
+ZAVO_INLINE Pairs<V> load_laced(const float* p)
+{
+    return {even_in_turn<V>(p, p + V), odd_in_turn<V>(p, p + V)};
+}
+
+template <int V>
+ZAVO_INLINE void store_laced(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    store<V>(p, laced_half<0>(re, im, Places<V>{}));
+    store<V>(p + V, laced_half<1>(re, im, Places<V>{}));
+}
+
+// The same with pair t at p - 2 t.
+template <int V>
+ZAVO_INLINE Pairs<V> load_laced_falling(const float* p)
+{
+    const float* const low = p - 2 * (V - 1);
+    return {pairs_reversed(even_in_turn<V>(low + V, low), Places<V>{}),
+            pairs_reversed(odd_in_turn<V>(low + V, low), Places<V>{})};
+}
+template <int V>
+ZAVO_INLINE void store_laced_falling(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    float* const low = p - 2 * (V - 1);
+    store<V>(low, pairs_reversed(laced_half<1>(re, im, Places<V>{}), Places<V>{}));
+    store<V>(low + V, pairs_reversed(laced_half<0>(re, im, Places<V>{}), Places<V>{}));
+}
+
+template <int V>
+ZAVO_INLINE void store_folded(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    store<V>(p, mixed_singles<0>(re, im, Places<V>{}));
+    store<V>(p + V, mixed_singles<1>(re, im, Places<V>{}));
+}
+
+// ---- transposition ------------------------------------------------------------------
+
+// In every four places, the first two (h = 0) or the last two of a and then of b.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T mixed_doubles(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>(I % 4 / 2 * V + I / 4 * 4 + 2 * h + I % 2)...);
+}
+// Four rows of quarters of four places: each block of 4 by 4 transposed.
+template <int V>
+ZAVO_INLINE void transpose_quarters(const float* a, const float* b, const float* c, const float* d,
+                                    Vector<V>* rows)
+{
+    constexpr Places<V> places;
+    const Vector<V> even_ab = even_in_turn<V>(a, b);
+    const Vector<V> even_cd = even_in_turn<V>(c, d);
+    const Vector<V> odd_ab = odd_in_turn<V>(a, b);
+    const Vector<V> odd_cd = odd_in_turn<V>(c, d);
+    rows[0] = mixed_doubles<0>(even_ab, even_cd, places);
+    rows[1] = mixed_doubles<0>(odd_ab, odd_cd, places);
+    rows[2] = mixed_doubles<1>(even_ab, even_cd, places);
+    rows[3] = mixed_doubles<1>(odd_ab, odd_cd, places);
+}
+
+// Even (h = 0) or odd quarters of a and then of b.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T quarters_joined(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>((I / 4 * 2 + h) * V / 4 + I % 4)...);
+}
+// Half h of a and half h of b.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T halves_joined(T a, T b, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(a, b, static_cast<int>(I / (V / 2) * V + h * V / 2 + I % (V / 2))...);
+}
+
+// work(0), work(1) ... work(count - 1), each number a type's.
+template <class Work, int... i>
+ZAVO_INLINE void unroll(const Work& work, std::integer_sequence<int, i...>)
+{
+    (work(std::integral_constant<int, i>{}), ...);
+}
+template <int count, class Work>
+ZAVO_INLINE void unroll(const Work& work)
+{
+    unroll(work, std::make_integer_sequence<int, count>{});
+}
+
+// V rows of V values, each at from(i), to rows at to(i).
+template <int V, class From, class To>
+ZAVO_INLINE void transpose(const From& from, const To& to)
+{
+    constexpr Places<V> places;
+    Vector<V> block[V];
+    unroll<V / 4>([&](auto i) {
+        constexpr int r = 4 * i;
+        transpose_quarters<V>(from(r), from(r + 1), from(r + 2), from(r + 3), block + r);
+    });
+    unroll<4>([&](auto c) {
+        if constexpr (V == 4) {
+            store<4>(to(c), block[c]);
+        } else if constexpr (V == 8) {
+            store<8>(to(c), halves_joined<0>(block[c], block[4 + c], places));
+            store<8>(to(4 + c), halves_joined<1>(block[c], block[4 + c], places));
+        } else {
+            unroll<2>([&](auto h) {
+                const Vector<V> low = halves_joined<h>(block[c], block[4 + c], places);
+                const Vector<V> high = halves_joined<h>(block[8 + c], block[12 + c], places);
+                store<V>(to(8 * h + c), quarters_joined<0>(low, high, places));
+                store<V>(to(8 * h + 4 + c), quarters_joined<1>(low, high, places));
+            });
+        }
+    });
+}
+
+// ---- lanes -----------------------------------------------------------------------------
+
+// V transforms side by side: value i of transform t stands at i * V + t. Complex
+// values are V real parts, then V imaginary parts.
+template <int V>
+struct VectorLanes {
+    using Value = Vector<V>;
+    static constexpr Index stride = V;
+    static ZAVO_INLINE Value load(const float* p) { return fft::load<V>(p); }
+    static ZAVO_INLINE void store(float* p, const Value& v) { fft::store<V>(p, v); }
+};
+
+template <int w>
+struct LanesOf {
+    using Type = VectorLanes<w>;
+};
+template <>
+struct LanesOf<1> {
+    using Type = ScalarLanes;
+};
+
+} // namespace
+
+} // namespace zavo::fft
