@@ -34,6 +34,20 @@ constexpr std::uint32_t multiply_mod(std::uint32_t a, std::uint32_t b)
     return sum >= modulus ? sum - modulus : sum;
 }
 
+// The state that lies `count` steps behind x: a^count x mod m, by squaring.
+// Powers repeat after m - 1 at the latest (Fermat).
+constexpr std::uint32_t jumped(std::uint32_t x, std::uint32_t a, std::uint64_t count)
+{
+    for (count %= modulus - 1; count != 0; count /= 2) {
+        if (count % 2 != 0) {
+            x = multiply_mod(x, a);
+        }
+        a = multiply_mod(a, a);
+    }
+    return x;
+}
+static_assert(jumped(1, 16807, 10000) == 1043618065);
+
 // A multiplier and its powers: power[i] = a^(i+1) mod m.
 struct Multiplier {
     alignas(64) std::uint32_t power[max_lanes];

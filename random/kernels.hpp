@@ -45,6 +45,10 @@ void in_blocks(int n, float* r, Work&& work)
     }
 }
 
+// What the deviates 0 and 1 count as where they must not lie on the ends.
+inline constexpr float least_inside = unit_scale;
+inline constexpr float greatest_inside = 1.0F - 0x1p-24F;
+
 extern const Kernels scalar_kernels;
 extern const Kernels sse2_kernels;
 extern const Kernels avx2_kernels;

@@ -104,6 +104,17 @@ void post_marks(int n, float* r)
     }
 }
 
+// The neighbours' deviates in place of the marks.
+void replace_marks(int n, float* r)
+{
+    for (int i = 0; i < n; ++i) {
+        if (std::isnan(r[i])) {
+            const bool one = std::bit_cast<std::uint32_t>(r[i]) == std::bit_cast<std::uint32_t>(mark_of_one);
+            r[i] = l_inverse_normal(one ? greatest_inside : least_inside);
+        }
+    }
+}
+
 } // namespace
 
 } // namespace zavo::random
@@ -142,6 +153,16 @@ void l_rnnor(int n, float* r)
     if (outside) {
         post_marks(n, r);
     }
+}
+
+void zavo_random_normals(int n, float* r)
+{
+    in_blocks(n, r, [](int count, float* block) {
+        zavo_rnun(count, block);
+        if (kernels().normal(static_cast<std::size_t>(count), block)) {
+            replace_marks(count, block);
+        }
+    });
 }
 
 float* zavo_f_random_normal(int n, ...)

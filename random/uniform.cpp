@@ -12,6 +12,7 @@
 #include "random/kernels.hpp"
 #include "random/random.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <ctime>
 
@@ -120,6 +121,16 @@ void fill(int n, float* r, bool untouched)
     stream.seed = static_cast<int>(last);
 }
 
+bool is_state(const zavo_random_state& state)
+{
+    if (state.option < 1 || state.option > options || state.seed < 1 ||
+        state.seed >= static_cast<int>(modulus)) {
+        return false;
+    }
+    const float* const end = state.table + (state.filled != 0 ? table_size : 0);
+    return std::all_of(state.table, end, [](float v) { return v > 0.0F && v <= 1.0F; });
+}
+
 } // namespace
 
 } // namespace zavo::random
@@ -171,6 +182,46 @@ void zavo_random_option(int option)
         stream.option = option; // the shuffle table stays as it is
     }
     zavo_error_pop(name);
+}
+
+int zavo_random_option_get(void)
+{
+    return stream.option;
+}
+
+void zavo_random_state_get(zavo_random_state* state)
+{
+    seed_at_latest_now();
+    state->option = stream.option;
+    state->seed = stream.seed;
+    state->filled = stream.filled ? 1 : 0;
+    std::copy_n(stream.table, table_size, state->table);
+}
+
+int zavo_random_state_set(const zavo_random_state* state)
+{
+    if (!is_state(*state)) {
+        return 0;
+    }
+    stream.option = state->option;
+    stream.seed = state->seed;
+    stream.seeded = true;
+    stream.filled = state->filled != 0;
+    if (stream.filled) {
+        std::copy_n(state->table, table_size, stream.table);
+    }
+    return 1;
+}
+
+int zavo_random_jump(long long count)
+{
+    if (count < 0 || stream.option % 2 == 0) {
+        return 0;
+    }
+    seed_at_latest_now();
+    stream.seed = static_cast<int>(jumped(static_cast<std::uint32_t>(stream.seed), multiplier().power[0],
+                                          static_cast<std::uint64_t>(count)));
+    return 1;
 }
 
 void zavo_rnses(const float* table)
