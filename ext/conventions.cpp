@@ -10,14 +10,18 @@ namespace {
 // Static, because the interpreter's result points at the text. Longer messages
 // are cut: nine parameters of any length can stand in one.
 char last_error_text[4096];
+char last_error_routine[64];
 int last_error_type;
+int last_error_code;
 
 } // namespace
 
-void zavo_error_handler(int type, int, const char* routine, const char* message)
+void zavo_error_handler(int type, int code, const char* routine, const char* message)
 {
     std::snprintf(last_error_text, sizeof last_error_text, "%s: %s", routine, message);
+    std::snprintf(last_error_routine, sizeof last_error_routine, "%s", routine);
     last_error_type = type;
+    last_error_code = code;
 }
 
 int zavo_error_result(Tcl_Interp* interp)
@@ -33,6 +37,19 @@ namespace zavo::ext {
 void forget_last_error()
 {
     last_error_type = 0;
+    last_error_code = 0;
+    last_error_routine[0] = '\0';
+    last_error_text[0] = '\0';
+}
+
+int failure_seen()
+{
+    return core::is_failure(last_error_type) ? 1 : 0;
+}
+
+void describe_last_error(zavo_engine_error* error)
+{
+    *error = {last_error_type, last_error_code, last_error_routine, last_error_text};
 }
 
 bool failure_reported(Tcl_Interp* interp)

@@ -2,6 +2,8 @@
 // road from a library error to a script error.
 #pragma once
 
+#include "ext/engine.h"
+
 #include <morvel.h>
 #include <tcl.h>
 
@@ -32,6 +34,10 @@ int library_failure(Tcl_Interp* interp);                   // of the library's l
 // of type 4 or 5 was reported in between.
 void forget_last_error();
 bool failure_reported(Tcl_Interp* interp);
+
+// The same for the companions (ext/engine.h), which know no script of ours.
+int failure_seen();
+void describe_last_error(zavo_engine_error* error);
 
 // Keeps a list alive while a command reads it.
 class HeldList {

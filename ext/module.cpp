@@ -3,6 +3,7 @@
 #include "core/system/platform.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
+#include "ext/engine.h"
 
 #include <cstdint>
 
@@ -67,7 +68,7 @@ int Zavo_Init(Tcl_Interp* interp)
     static unsigned seed;
     seed = zavo::platform::tick_count();
     zavo_random_seed_set(static_cast<int>(seed));
-    Tcl_PkgProvide(interp, "zavo", "1.0");
+    Tcl_PkgProvideEx(interp, "zavo", "1.0", const_cast<zavo_engine*>(&zavo_engine_table));
     zavo_error_options(ZAVO_SET_ERROR_HANDLER, zavo_error_handler, ZAVO_SET_STOP, ZAVO_FATAL, 0,
                        ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);
     return TCL_OK;

@@ -48,6 +48,59 @@ MORVEL_API int tclDynListToTclList(Tcl_Interp* interp, DynList* list);
 MORVEL_API void morvelHoldList(Tcl_Interp* interp, DynList* list);
 MORVEL_API void morvelReleaseList(Tcl_Interp* interp, DynList* list);
 
+/* ---- Vectors ---------------------------------------------------------------
+ *
+ * A vector is a Tcl value: an array of floats that any number of values share.
+ * To a script it is a list of numbers; its string gives each float by the
+ * shortest decimals that read back as the same float. What holds a MorvelVector
+ * counts as a reference to it; a vector that has more than one is not written.
+ * Vectors belong to the thread of their interpreter.
+ */
+typedef struct MorvelVector {
+    int count;
+    int references; /* kept by the functions below */
+    float* values;  /* a malloc() array; may be null when count is 0 */
+} MorvelVector;
+
+/* A vector of the n floats in `values`, a malloc() array that it owns from now
+ * on (null is allowed for n = 0); nothing is copied. The caller holds the only
+ * reference. Null when memory is short; the array then still belongs to the
+ * caller. */
+MORVEL_API MorvelVector* morvelNewVector(int n, float* values);
+
+/* A vector of n floats of no particular value, to be filled by the caller, who
+ * holds the only reference. Null when memory is short or n is negative. */
+MORVEL_API MorvelVector* morvelAllocateVector(int n);
+
+/* One reference more, and one less: the last frees the vector. Null is ignored. */
+MORVEL_API void morvelHoldVector(MorvelVector* vector);
+MORVEL_API void morvelReleaseVector(MorvelVector* vector);
+
+/* Makes *vector one that nobody else refers to, so that its values may be
+ * written: itself, or a copy that takes over the caller's reference. Returns 0,
+ * or nonzero when memory is short, and *vector is then as it was. */
+MORVEL_API int morvelOwnVector(MorvelVector** vector);
+
+/* A Tcl value of the vector, with no reference counted on the value yet. The
+ * caller's reference to the vector becomes the value's. */
+MORVEL_API Tcl_Obj* morvelVectorValue(Tcl_Interp* interp, MorvelVector* vector);
+
+/* The vector of a Tcl value: its own, or that of the numbers in a list, rounded
+ * to the nearest float. *vector then carries a reference of the caller's, who
+ * releases it; it outlives whatever happens to the value. Inf, -Inf and NaN are
+ * numbers; a finite number that would round to infinity is refused. Returns
+ * TCL_OK, or TCL_ERROR with Tcl's message when interp is not null. */
+MORVEL_API int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector);
+
+/* The same when the value is a vector already: nothing is converted. Null, and
+ * no message, when it is not; no reference is added. */
+MORVEL_API MorvelVector* morvelVectorIfAny(Tcl_Obj* value);
+
+/* The index that a word means in a list of `count` elements: an integer or end,
+ * perhaps with an offset, as in lindex. Not held against the count. Returns
+ * TCL_OK, or TCL_ERROR with Tcl's message. */
+MORVEL_API int morvelGetIndex(Tcl_Interp* interp, Tcl_Obj* word, int count, Tcl_WideInt* index);
+
 /* Provides the package morvel 1.0 and the command dynlist. */
 MORVEL_API int Morvel_Init(Tcl_Interp* interp);
 

@@ -230,11 +230,7 @@ bool parse_index(Tcl_Obj* word, Tcl_WideInt last, Tcl_WideInt* index)
 int place_of(Tcl_Interp* interp, const DynList* list, Tcl_Obj* word, int* place)
 {
     Tcl_WideInt index = 0;
-    if (!parse_index(word, static_cast<Tcl_WideInt>(list->count) - 1, &index)) {
-        Tcl_SetObjResult(interp,
-                         Tcl_ObjPrintf("bad index \"%s\": must be integer?[+-]integer? or end?[+-]integer?",
-                                       Tcl_GetString(word)));
-        Tcl_SetErrorCode(interp, "TCL", "VALUE", "INDEX", nullptr);
+    if (morvelGetIndex(interp, word, list->count, &index) != TCL_OK) {
         return TCL_ERROR;
     }
     if (index < 0 || index >= list->count) {
@@ -351,6 +347,18 @@ Tcl_Obj* bytes_of(Tcl_Interp* interp, const DynList* list)
 }
 
 } // namespace morvel
+
+extern "C" int morvelGetIndex(Tcl_Interp* interp, Tcl_Obj* word, int count, Tcl_WideInt* index)
+{
+    if (morvel::parse_index(word, static_cast<Tcl_WideInt>(count) - 1, index)) {
+        return TCL_OK;
+    }
+    Tcl_SetObjResult(interp,
+                     Tcl_ObjPrintf("bad index \"%s\": must be integer?[+-]integer? or end?[+-]integer?",
+                                   Tcl_GetString(word)));
+    Tcl_SetErrorCode(interp, "TCL", "VALUE", "INDEX", nullptr);
+    return TCL_ERROR;
+}
 
 extern "C" int tclDynListToTclList(Tcl_Interp* interp, DynList* list)
 {

@@ -1,8 +1,8 @@
 # check_imports.tcl objdump dll ...
 #
 # Reads the import and export tables of the DLLs: the module exports Zavo_Init
-# alone, and all of them call nothing but the C runtime, the services of the
-# system named here, and each other.
+# alone and zavox Zavox_Init, and all of them call nothing but the C runtime, the
+# services of the system named here, and each other.
 
 # Services of the system, each with its use.
 set services {
@@ -26,7 +26,7 @@ set allowed [dict create \
 # Of the C runtime, not even these: they start threads, load libraries or end
 # the host behind its back.
 set refused {_beginthread _beginthreadex system _popen _spawnl _spawnv abort atexit _onexit __dllonexit}
-set exported {tcl_zavomath.dll Zavo_Init}
+set exported {tcl_zavomath.dll Zavo_Init zavox.dll Zavox_Init}
 
 # library -> names imported, and the names exported under "".
 proc read_tables {objdump dll} {

@@ -1,0 +1,241 @@
+#include "zavox/arguments.hpp"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace zavox {
+
+namespace {
+
+constexpr const char* fault_words[] = {"LENGTH", "EMPTY", "EXPRESSION", "VALUE"};
+
+// Longer words are cut here in messages; errorCode has them whole.
+constexpr int longest_quote = 60;
+
+// A list that the registry names, for the time of one conversion.
+int vector_of_list(Tcl_Interp* interp, const DynList* list, MorvelVector** vector)
+{
+    *vector = morvelAllocateVector(list->count);
+    if (*vector == nullptr) {
+        return memory_short(interp);
+    }
+    if (list->datatype == DFU_FLOAT) {
+        if (list->count > 0) {
+            std::memcpy((*vector)->values, list->values,
+                        static_cast<std::size_t>(list->count) * sizeof(float));
+        }
+        return TCL_OK;
+    }
+    const auto* const numbers = static_cast<const int*>(list->values);
+    for (int i = 0; i < list->count; ++i) {
+        (*vector)->values[i] = static_cast<float>(numbers[i]);
+    }
+    return TCL_OK;
+}
+
+bool looks_like_list_name(const char* text)
+{
+    constexpr char stem[] = "dynlist";
+    constexpr std::size_t stem_length = sizeof stem - 1;
+    return std::strncmp(text, stem, stem_length) == 0 && text[stem_length] != '\0' &&
+           text[stem_length + std::strspn(text + stem_length, "0123456789")] == '\0';
+}
+
+// Whether the message in the interpreter is the refusal of a number that no float
+// holds.
+bool is_range_error(Tcl_Interp* interp)
+{
+    return std::strcmp(Tcl_GetStringResult(interp), "floating-point value too large to represent") == 0;
+}
+
+} // namespace
+
+// ---- Errors ------------------------------------------------------------------
+
+int fail(Tcl_Interp* interp, Fault fault, const char* word, Tcl_Obj* message)
+{
+    Tcl_SetObjResult(interp, message);
+    Tcl_SetErrorCode(interp, "ZAVOX", fault_words[static_cast<int>(fault)], word, nullptr);
+    return TCL_ERROR;
+}
+
+int fail(Tcl_Interp* interp, Fault fault, const char* word, const char* message)
+{
+    return fail(interp, fault, word, Tcl_NewStringObj(message, -1));
+}
+
+int fail_empty(Tcl_Interp* interp, const char* what)
+{
+    return fail(interp, Fault::empty, what, Tcl_ObjPrintf("%s of an empty vector", what));
+}
+
+Tcl_Obj* quoted(const char* before, Tcl_Obj* word, const char* after)
+{
+    Tcl_Obj* const message = Tcl_NewStringObj(before, -1);
+    Tcl_AppendToObj(message, "\"", 1);
+    Tcl_AppendLimitedToObj(message, Tcl_GetString(word), -1, longest_quote, "...");
+    Tcl_AppendToObj(message, "\"", 1);
+    Tcl_AppendToObj(message, after, -1);
+    return message;
+}
+
+int memory_short(Tcl_Interp* interp)
+{
+    Tcl_SetObjResult(interp, Tcl_NewStringObj("not enough memory", -1));
+    Tcl_SetErrorCode(interp, "MORVEL", "MEMORY", nullptr);
+    return TCL_ERROR;
+}
+
+int library_failure(Tcl_Interp* interp)
+{
+    zavo_engine_error error{};
+    engine().error_last(&error);
+    char type[16];
+    char code[16];
+    std::snprintf(type, sizeof type, "%d", error.type);
+    std::snprintf(code, sizeof code, "%d", error.code);
+    Tcl_SetObjResult(interp, Tcl_NewStringObj(error.text, -1));
+    Tcl_SetErrorCode(interp, "ZAVO", type, code, error.routine, nullptr);
+    return TCL_ERROR;
+}
+
+// ---- Subcommands and options ---------------------------------------------------
+
+bool count_is_good(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[], int kept, int min, int max,
+                   const char* usage)
+{
+    const int words = objc - kept;
+    if (words < min || (max >= 0 && words > max)) {
+        Tcl_WrongNumArgs(interp, kept, objv, usage);
+        return false;
+    }
+    return true;
+}
+
+int run_subcommand(const Subcommand* table, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+{
+    if (objc < 2) {
+        Tcl_WrongNumArgs(interp, 1, objv, "subcommand ?argument ...?");
+        return TCL_ERROR;
+    }
+    int row = 0;
+    if (Tcl_GetIndexFromObjStruct(interp, objv[1], table, sizeof(Subcommand), "subcommand", 0, &row) !=
+        TCL_OK) {
+        return TCL_ERROR;
+    }
+    const Subcommand& chosen = table[row];
+    if (!count_is_good(interp, objc, objv, 2, chosen.min_words, chosen.max_words, chosen.usage)) {
+        return TCL_ERROR;
+    }
+    return chosen.procedure(nullptr, interp, objc, objv);
+}
+
+int OptionWords::next(int* row, Tcl_Obj** value)
+{
+    *row = -1;
+    *value = nullptr;
+    if (at_ >= objc_) {
+        return TCL_OK;
+    }
+    int found = 0;
+    if (Tcl_GetIndexFromObjStruct(interp_, objv_[at_], table_, sizeof(OptionRow), "option", 0, &found) !=
+        TCL_OK) {
+        return TCL_ERROR;
+    }
+    ++at_;
+    if (table_[found].takes_value) {
+        if (at_ == objc_) {
+            return fail(interp_, Fault::value, table_[found].name,
+                        Tcl_ObjPrintf("value for \"%s\" missing", table_[found].name));
+        }
+        *value = objv_[at_++];
+    }
+    *row = found;
+    return TCL_OK;
+}
+
+// ---- Numbers and vectors ----------------------------------------------------------
+
+int get_count(Tcl_Interp* interp, Tcl_Obj* word, int low, const char* what, int* count)
+{
+    if (Tcl_GetIntFromObj(interp, word, count) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    if (*count < low) {
+        return fail(interp, Fault::value, Tcl_GetString(word),
+                    Tcl_ObjPrintf("%s must be at least %d", what, low));
+    }
+    return TCL_OK;
+}
+
+// Tcl refuses a NaN where it reads a double, after having parsed it.
+int get_number(Tcl_Interp* interp, Tcl_Obj* word, double* number)
+{
+    if (Tcl_GetDoubleFromObj(nullptr, word, number) == TCL_OK) {
+        return TCL_OK;
+    }
+    if (word->typePtr != nullptr && std::strcmp(word->typePtr->name, "double") == 0) {
+        *number = word->internalRep.doubleValue;
+        return TCL_OK;
+    }
+    return Tcl_GetDoubleFromObj(interp, word, number); // once more, for its message
+}
+
+int Vector::get(Tcl_Interp* interp, Tcl_Obj* word)
+{
+    MorvelVector* found = morvelVectorIfAny(word);
+    if (found != nullptr) {
+        morvelHoldVector(found);
+        vector_ = found;
+        return TCL_OK;
+    }
+    if (word->bytes != nullptr && looks_like_list_name(word->bytes)) {
+        DynList* list = nullptr;
+        if (tclFindDynList(interp, word->bytes, &list) != TCL_OK) {
+            return TCL_ERROR;
+        }
+        if (list->datatype != DFU_LIST) {
+            return vector_of_list(interp, list, &vector_);
+        }
+    } else if (morvelGetVector(interp, word, &vector_) == TCL_OK) {
+        return TCL_OK;
+    } else if (is_range_error(interp)) {
+        return TCL_ERROR;
+    }
+    return fail(interp, Fault::value, Tcl_GetString(word), quoted("expected a vector but got ", word));
+}
+
+int Vector::allocate(Tcl_Interp* interp, int n)
+{
+    vector_ = morvelAllocateVector(n);
+    return vector_ != nullptr ? TCL_OK : memory_short(interp);
+}
+
+int Vector::adopt(Tcl_Interp* interp, int n, float* values)
+{
+    vector_ = morvelNewVector(n, values);
+    if (vector_ == nullptr) {
+        std::free(values);
+        return memory_short(interp);
+    }
+    return TCL_OK;
+}
+
+Tcl_Obj* Vector::value(Tcl_Interp* interp)
+{
+    return morvelVectorValue(interp, std::exchange(vector_, nullptr));
+}
+
+int Vector::put(Tcl_Interp* interp)
+{
+    Tcl_Obj* const result = value(interp);
+    if (result == nullptr) {
+        return TCL_ERROR;
+    }
+    Tcl_SetObjResult(interp, result);
+    return TCL_OK;
+}
+
+} // namespace zavox

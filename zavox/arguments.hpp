@@ -1,0 +1,125 @@
+// Conventions that the commands share: subcommands, options, vectors in and out,
+// errors. Functions that return an int return TCL_OK, or TCL_ERROR with the
+// message in the result and words in errorCode.
+#pragma once
+
+#include "zavox/zavox.hpp"
+
+#include <utility>
+
+namespace zavox {
+
+// ---- Errors ------------------------------------------------------------------
+
+// The second word of errorCode, behind ZAVOX.
+enum class Fault { length, empty, expression, value };
+
+// A message of the package; `word` is the offending one, the last of errorCode.
+int fail(Tcl_Interp* interp, Fault fault, const char* word, Tcl_Obj* message);
+int fail(Tcl_Interp* interp, Fault fault, const char* word, const char* message);
+
+// `mean of an empty vector` for what = "mean".
+int fail_empty(Tcl_Interp* interp, const char* what);
+
+// The word in quotation marks for a message, cut where it is long.
+Tcl_Obj* quoted(const char* before, Tcl_Obj* word, const char* after = "");
+
+// "not enough memory", as morvel says it.
+int memory_short(Tcl_Interp* interp);
+
+// The library's last error: its message, and ZAVO type code routine.
+int library_failure(Tcl_Interp* interp);
+
+// ---- Subcommands and options ---------------------------------------------------
+
+// A table of these ends with a row whose name is null.
+struct Subcommand {
+    const char* name;
+    int min_words; // that follow the subcommand
+    int max_words; // -1: any number
+    const char* usage;
+    Command* procedure; // gets all words of the call
+};
+
+// Finds the subcommand, counts its words and calls it.
+int run_subcommand(const Subcommand* table, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]);
+
+// False, with `wrong # args: should be "..."` in the result, when the words from
+// objv[kept] on are not min ... max (-1: any number). kept is 1 for a command, 2
+// for a subcommand.
+bool count_is_good(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[], int kept, int min, int max,
+                   const char* usage);
+
+// The options behind the fixed words. A table ends with a row whose name is
+// null and is static.
+struct OptionRow {
+    const char* name; // with its minus
+    bool takes_value;
+};
+
+class OptionWords {
+public:
+    OptionWords(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[], int first, const OptionRow* table)
+        : interp_(interp), objc_(objc), objv_(objv), at_(first), table_(table)
+    {
+    }
+    // Reads one option: *row is its place in the table, -1 after the last one;
+    // *value its value, null when it takes none.
+    int next(int* row, Tcl_Obj** value);
+
+private:
+    Tcl_Interp* interp_;
+    int objc_;
+    Tcl_Obj* const* objv_;
+    int at_;
+    const OptionRow* table_;
+};
+
+// ---- Numbers and vectors ----------------------------------------------------------
+
+// An integer of at least `low`; `what` names it in the message.
+int get_count(Tcl_Interp* interp, Tcl_Obj* word, int low, const char* what, int* count);
+
+// A double; Inf and NaN are numbers, too.
+int get_number(Tcl_Interp* interp, Tcl_Obj* word, double* number);
+
+// A vector that a command reads or makes. It keeps its own reference, so that it
+// stays whatever a script does meanwhile.
+class Vector {
+public:
+    Vector() = default;
+    ~Vector() { morvelReleaseVector(vector_); }
+    Vector(const Vector&) = delete;
+    Vector& operator=(const Vector&) = delete;
+    Vector(Vector&& other) noexcept : vector_(std::exchange(other.vector_, nullptr)) {}
+    Vector& operator=(Vector&& other) noexcept
+    {
+        std::swap(vector_, other.vector_);
+        return *this;
+    }
+
+    // From a word of a call: a vector, a list of numbers, one number, or the name
+    // of a list of floats or integers.
+    int get(Tcl_Interp* interp, Tcl_Obj* word);
+
+    // A new one of n floats to be filled, or of the malloc() array `values`, which
+    // is freed when that fails.
+    int allocate(Tcl_Interp* interp, int n);
+    int adopt(Tcl_Interp* interp, int n, float* values);
+
+    int size() const { return vector_->count; }
+    bool empty() const { return vector_->count == 0; }
+    const float* data() const { return vector_->values; }
+    float operator[](int i) const { return vector_->values[i]; }
+    // Only for a vector that this object has allocated.
+    float* writable() { return vector_->values; }
+
+    // A Tcl value; this object keeps nothing. put() makes it the result.
+    Tcl_Obj* value(Tcl_Interp* interp);
+    int put(Tcl_Interp* interp);
+
+private:
+    MorvelVector* vector_ = nullptr;
+};
+
+} // namespace zavox
