@@ -86,7 +86,7 @@ proc calendar::month {month year} {
     }
     set title "[lindex $months $month] $year"
     set rows [list [format %*s [expr {(20 + [string length $title]) / 2}] $title] "Mo Tu We Th Fr Sa Su"]
-    set row [lrepeat [weekday_index $first] "  "]
+    set row [lrange {"  " "  " "  " "  " "  " "  "} 1 [weekday_index $first]]
     foreach day $days {
         lappend row [format %2d $day]
         if {[llength $row] == 7} {

@@ -59,9 +59,11 @@ proc tapered {values} {
 
 # Period in years and power of each frequency of a monthly record.
 proc periodogram {values length} {
-    set padding [lrepeat [expr {$length - [llength $values]}] 0]
+    while {[llength $values] < $length} {
+        lappend values 0
+    }
     dynlist scope {
-        set spectrum [dynlist get [zavo_fft_real [dynlist create float [concat $values $padding]]]]
+        set spectrum [dynlist get [zavo_fft_real [dynlist create float $values]]]
     }
     # packed: r0, then real and imaginary part of coefficient 1, 2, ...
     set power {}

@@ -48,6 +48,21 @@ need_packages() {
         die "cannot install ${missing[*]}"
 }
 
+# tcl85_library LIBRARY TARGET: a copy of a Tcl 8.6's script library that gives every
+# interpreter the script level of 8.5 (tests/support/tcl85_level.tcl). A process
+# whose TCL_LIBRARY names it has the level, and so have its children.
+tcl85_library() {
+    rm -rf "$2"
+    mkdir -p "$2"
+    cp -rs "$(realpath "$1")"/. "$2"
+    rm "$2/init.tcl"
+    {
+        cat "$1/init.tcl"
+        printf 'source [file join $::tcl_library tcl85_level.tcl]\n'
+    } >"$2/init.tcl"
+    cp tests/support/tcl85_level.tcl "$2"
+}
+
 build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev)
 # shellcheck disable=SC2034 # for the scripts that source this one
 test_packages=(libgtest-dev)

@@ -21,9 +21,10 @@ test_script() {
     build_linux
     say "script tests"
     run_script_tests "$PWD/dist"
-    say "script tests, with the C interface of Tcl 8.5"
+    say "script tests, with the C interface and the script level of Tcl 8.5"
     cmake --build --preset release --target tcl85_interface
-    run_script_tests "$PWD/dist" \
+    tcl85_library "$(echo 'puts [info library]' | tclsh8.6)" "$PWD/build/release/tests/tcl85"
+    run_script_tests "$PWD/dist" TCL_LIBRARY="$PWD/build/release/tests/tcl85" \
         ZAVO_TCL85_INTERFACE="$PWD/build/release/tests/libtcl85_interface.so"
 }
 
