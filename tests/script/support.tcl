@@ -18,6 +18,16 @@ namespace eval ::support {
     variable root [file dirname [file dirname [file dirname [file normalize [info script]]]]]
 }
 
+# The results of the body for each of the values, as the lmap of Tcl 8.6 has them.
+proc map_each {name values body} {
+    upvar 1 $name value
+    set results {}
+    foreach value $values {
+        lappend results [uplevel 1 $body]
+    }
+    return $results
+}
+
 # Values of a result list, which is freed.
 proc values_of {name} {
     return [dynlist take $name]
