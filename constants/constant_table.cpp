@@ -3,6 +3,7 @@
 
 #include "constants/name_key.hpp"
 #include "constants/tables.hpp"
+#include "constants/units.h"
 
 namespace zavo::constants {
 namespace {
@@ -58,3 +59,8 @@ const ConstantRow* find_constant(std::string_view name)
 }
 
 } // namespace zavo::constants
+
+const char* zavo_constant_name(int i)
+{
+    return zavo::constants::name_of_row(zavo::constants::table, i);
+}

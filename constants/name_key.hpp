@@ -75,4 +75,12 @@ const Row* find_row(const std::array<Row, n>& table, const std::array<NameKey, n
     return place != keys.end() && *place == *key ? &table[place - keys.begin()] : nullptr;
 }
 
+// Names are literals, so each ends with a zero. Null for a row that is not there.
+template <class Row, std::size_t n>
+const char* name_of_row(const std::array<Row, n>& table, int i)
+{
+    return i >= 0 && static_cast<std::size_t>(i) < n ? table[static_cast<std::size_t>(i)].name.data()
+                                                     : nullptr;
+}
+
 } // namespace zavo::constants

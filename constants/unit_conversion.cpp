@@ -7,8 +7,10 @@
 #include "constants/tables.hpp"
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
 
 #include <cstdint>
+#include <cstring>
 
 namespace zavo::constants {
 namespace {
@@ -80,6 +82,13 @@ void warn_of_gravity()
     zavo_error_post(ZAVO_WARNING, core::code::gravity_bridge);
 }
 
+void post_difference(const char* from_unit, const char* to_unit)
+{
+    zavo_error_set_string(1, from_unit);
+    zavo_error_set_string(2, to_unit);
+    zavo_error_post(ZAVO_TERMINAL, core::code::units_differ);
+}
+
 void convert(float value, const char* from_unit, float* result, const char* to_unit)
 {
     Unit to;
@@ -97,10 +106,18 @@ void convert(float value, const char* from_unit, float* result, const char* to_u
         warn_of_gravity();
         *result = static_cast<float>(v * from.factor / (to.factor * standard_gravity));
     } else {
-        zavo_error_set_string(1, from_unit);
-        zavo_error_set_string(2, to_unit);
-        zavo_error_post(ZAVO_TERMINAL, core::code::units_differ);
+        post_difference(from_unit, to_unit);
     }
+}
+
+// As read(), but only the whole word stands for the base units: "s" is seconds.
+bool read_strictly(const char* text, Unit& unit)
+{
+    unit.si = counts_as_si(text) && std::strlen(text) == 2;
+    if (!unit.si) {
+        l_c3nit(text, unit.dims, &unit.factor);
+    }
+    return unit.si || zavo_error_type(1) == 0;
 }
 
 } // namespace
@@ -112,4 +129,21 @@ void l_cunit(float value, const char* from_unit, float* result, const char* to_u
     *result = zavo_amach(6);
     zavo::constants::convert(value, from_unit, result, to_unit);
     zavo_error_pop("l_cunit");
+}
+
+int zavo_unit_conversion(const char* from_unit, const char* to_unit, double* numerator, double* denominator)
+{
+    const zavo::core::EntryFrame frame{"zavo_unit_conversion"};
+    zavo::constants::Unit from;
+    zavo::constants::Unit to;
+    if (!zavo::constants::read_strictly(from_unit, from) || !zavo::constants::read_strictly(to_unit, to)) {
+        return 0;
+    }
+    if (!from.si && !to.si && !zavo::constants::same_dimensions(from, to)) {
+        zavo::constants::post_difference(from_unit, to_unit);
+        return 0;
+    }
+    *numerator = from.factor;
+    *denominator = to.factor;
+    return 1;
 }

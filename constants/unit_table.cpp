@@ -2,6 +2,7 @@
 
 #include "constants/name_key.hpp"
 #include "constants/tables.hpp"
+#include "constants/units.h"
 
 namespace zavo::constants {
 namespace {
@@ -117,3 +118,8 @@ const UnitRow* find_unit(std::string_view name)
 }
 
 } // namespace zavo::constants
+
+const char* zavo_unit_name(int i)
+{
+    return zavo::constants::name_of_row(zavo::constants::table, i);
+}

@@ -19,4 +19,15 @@ void l_c3nit(const char* unit, int dims[5], float* factor);
 // by standard gravity (3/12113). Posts 5/12112 when dimensions differ even so.
 void l_cunit(float value, const char* from_unit, float* result, const char* to_unit);
 
+// A value in the one unit times *numerator / *denominator is the value in the other;
+// 1. "SI" on either side, in either case, is the base unit of whatever the other
+// side measures. 0 after 5/12112, posted when the dimensions differ (a mass is no
+// force here), or 5/12114; the routine is named zavo_unit_conversion.
+int zavo_unit_conversion(const char* from_unit, const char* to_unit, double* numerator, double* denominator);
+
+// The i-th name of a table, from 0 on, in the order of strcmp(); null behind the
+// last one.
+const char* zavo_constant_name(int i);
+const char* zavo_unit_name(int i);
+
 } // extern "C"

@@ -1,7 +1,13 @@
 // The table of the library's routines that Zavo_Init hands out.
 #include "ext/engine.h"
 
+#include "constants/units.h"
+#include "core/kernels/elementary.hpp"
+#include "core/system/memory.hpp"
 #include "ext/conventions.hpp"
+#include "fft/complex_fft.h"
+#include "fft/real_fft.h"
+#include "random/random.h"
 
 const zavo_engine zavo_engine_table = {
     .version = ZAVO_ENGINE_VERSION,
@@ -40,4 +46,27 @@ const zavo_engine zavo_engine_table = {
 
     .f_min_uncon_multivar = zavo_f_min_uncon_multivar,
     .f_min_con_gen_lin = zavo_f_min_con_gen_lin,
+
+    .allocate = zavo::core::allocate,
+    .release = zavo::core::release,
+
+    .sin = zavo::core::elementary::sin,
+    .cos = zavo::core::elementary::cos,
+
+    .random_option_get = zavo_random_option_get,
+    .random_state_get = zavo_random_state_get,
+    .random_state_set = zavo_random_state_set,
+    .random_jump = zavo_random_jump,
+    .random_uniforms = zavo_rnun,
+    .random_normals = zavo_random_normals,
+    .random_exponentials = zavo_random_exponentials,
+
+    .fft_real_forward = l_f2trf,
+    .fft_real_backward = l_f2trb,
+    .fft_complex_forward = l_f2tcf,
+    .fft_complex_backward = l_f2tcb,
+
+    .unit_conversion = zavo_unit_conversion,
+    .constant_name = zavo_constant_name,
+    .unit_name = zavo_unit_name,
 };

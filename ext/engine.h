@@ -19,6 +19,7 @@
 #define ZAVO_ENGINE_H
 
 #include "core/zavo.h"
+#include "random/stream_state.h"
 
 #include <stddef.h>
 
@@ -77,6 +78,37 @@ typedef struct zavo_engine {
     float* (*f_min_uncon_multivar)(zavo_objective_fn fcn, int n, ...);
     float* (*f_min_con_gen_lin)(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a,
                                 const float* b, const float* xlb, const float* xub, ...);
+
+    /* Memory of the library's allocator, which tests make fail. */
+    void* (*allocate)(size_t count, size_t size);
+    void (*release)(void* block);
+
+    /* The same bits on every target (core/kernels/elementary.hpp). */
+    double (*sin)(double x);
+    double (*cos)(double x);
+
+    /* Inside the stream (random/random.h). */
+    int (*random_option_get)(void);
+    void (*random_state_get)(zavo_random_state* state);
+    int (*random_state_set)(const zavo_random_state* state);
+    int (*random_jump)(long long count);
+    void (*random_uniforms)(int n, float* r);
+    void (*random_normals)(int n, float* r);
+    void (*random_exponentials)(int n, float* r);
+
+    /* Workers of the transforms (fft/real_fft.h, fft/complex_fft.h). */
+    void (*fft_real_forward)(const int* n, const float* p, float* q, float* table);
+    void (*fft_real_backward)(const int* n, const float* p, float* q, float* table);
+    void (*fft_complex_forward)(const int* n, const f_complex* p, f_complex* q, float* table,
+                                f_complex* work);
+    void (*fft_complex_backward)(const int* n, const f_complex* p, f_complex* q, float* table,
+                                 f_complex* work);
+
+    /* Units (constants/units.h). */
+    int (*unit_conversion)(const char* from_unit, const char* to_unit, double* numerator,
+                           double* denominator);
+    const char* (*constant_name)(int i);
+    const char* (*unit_name)(int i);
 } zavo_engine;
 
 /* The table itself. */

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/zavo.h"
+#include "random/stream_state.h"
 
 extern "C" {
 
@@ -20,15 +21,6 @@ float l_inverse_normal(float p);
 
 // The option of the stream, 1 to 6.
 int zavo_random_option_get(void);
-
-// All that the next deviates depend on. table: the shuffle table, read only
-// when `filled` is not 0, and then in (0, 1].
-typedef struct zavo_random_state {
-    int option;
-    int seed;
-    int filled;
-    float table[128];
-} zavo_random_state;
 
 // Seeds from the clock at the latest now, as drawing does.
 void zavo_random_state_get(zavo_random_state* state);
