@@ -12,11 +12,68 @@ endfunction()
 
 # zavo_commands(<layer> SOURCES ...)
 #   The command procedures of the layer's folder: an object library
-#   zavo_<layer>_commands, the only one of the folder that sees Tcl.
+#   zavo_<layer>_commands, the only one of the folder that sees Tcl, and its
+#   twins (cmake/tcl.cmake).
 function(zavo_commands layer)
   cmake_parse_arguments(COMMANDS "" "" "SOURCES" ${ARGN})
-  add_library(zavo_${layer}_commands OBJECT ${COMMANDS_SOURCES})
-  target_include_directories(zavo_${layer}_commands PRIVATE
-    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/core ${PROJECT_SOURCE_DIR}/quillet ${PROJECT_SOURCE_DIR}/morvel)
-  target_link_libraries(zavo_${layer}_commands PRIVATE zavo_tcl)
+  foreach(twin IN ITEMS "" ${ZAVO_TCL_TWINS})
+    set(target ${twin}zavo_${layer}_commands)
+    add_library(${target} OBJECT ${COMMANDS_SOURCES})
+    target_include_directories(${target} PRIVATE
+      ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/core ${PROJECT_SOURCE_DIR}/quillet ${PROJECT_SOURCE_DIR}/morvel)
+    target_link_libraries(${target} PRIVATE ${twin}zavo_tcl)
+  endforeach()
+endfunction()
+
+set(ZAVO_PACKAGE_DIR lib/zavo1.0)
+
+# zavo_package_library(<name> SHARED|MODULE SOURCES ... [LINKS ...] [TCL [TCL_LINKS ...]]
+#                      [DEFINES ...] [HEADER <file>])
+#   A library of the package folder: SHARED when others link it, MODULE when it
+#   is only loaded. It finds the others beside itself and exports what the
+#   folder's exports.map names (on Windows: what is declared for export). With
+#   TCL it sees Tcl and has twins (cmake/tcl.cmake), which link the twins of what
+#   TCL_LINKS names. DEFINES hold while the library itself is compiled; HEADER is
+#   installed for compiled programs.
+function(zavo_package_library name kind)
+  cmake_parse_arguments(LIBRARY "TCL" "HEADER" "SOURCES;LINKS;TCL_LINKS;DEFINES" ${ARGN})
+  set(twins "")
+  if(LIBRARY_TCL)
+    set(twins ${ZAVO_TCL_TWINS})
+  endif()
+  foreach(twin IN ITEMS "" ${twins})
+    set(target ${twin}${name})
+    add_library(${target} ${kind} ${LIBRARY_SOURCES})
+    target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_compile_definitions(${target} PRIVATE ${LIBRARY_DEFINES})
+    target_link_libraries(${target} PUBLIC ${LIBRARY_LINKS})
+    foreach(link IN LISTS LIBRARY_TCL_LINKS)
+      target_link_libraries(${target} PUBLIC ${twin}${link})
+    endforeach()
+    if(LIBRARY_TCL)
+      target_link_libraries(${target} PRIVATE ${twin}zavo_tcl)
+    endif()
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    if(kind STREQUAL MODULE)
+      set_target_properties(${target} PROPERTIES PREFIX "" BUILD_WITH_INSTALL_RPATH ON)
+    elseif(WIN32)
+      set_target_properties(${target} PROPERTIES PREFIX "")
+    endif()
+    zavo_windows_dll(${target})
+    if(NOT WIN32)
+      # Only the declared names leave the library: not Tcl's stub table, of which
+      # every library has its own, nor the C++ run time's templates. And nothing
+      # is asked for at load time that is not used.
+      set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+      target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed -Wl,--no-undefined)
+      set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
+    endif()
+    install(TARGETS ${target}
+      ARCHIVE DESTINATION lib
+      LIBRARY DESTINATION ${ZAVO_PACKAGE_DIR}
+      RUNTIME DESTINATION ${ZAVO_PACKAGE_DIR})
+  endforeach()
+  if(LIBRARY_HEADER)
+    install(FILES ${LIBRARY_HEADER} DESTINATION include)
+  endif()
 endfunction()

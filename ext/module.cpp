@@ -6,6 +6,7 @@
 #include "ext/engine.h"
 
 #include <cstdint>
+#include <tcl_generations.hpp>
 
 #if defined(_WIN32)
 #define ZAVO_EXPORT __declspec(dllexport)
@@ -61,7 +62,7 @@ void register_commands(Tcl_Interp* interp)
 // The stop settings of types 4 and 5 go to 0: no library error ends the host.
 int Zavo_Init(Tcl_Interp* interp)
 {
-    if (Tcl_InitStubs(interp, "8.5", 0) == nullptr) {
+    if (Tcl_InitStubs(interp, morvel::tcl_versions, 0) == nullptr) {
         return TCL_ERROR;
     }
     zavo::ext::register_commands(interp);

@@ -78,7 +78,7 @@ int create_list_of_lists(Tcl_Interp* interp, Tcl_Obj* values)
     int count = 0;
     Tcl_Obj** names = nullptr;
     Registry* const registry = registry_of(interp);
-    if (registry == nullptr || Tcl_ListObjGetElements(interp, values, &count, &names) != TCL_OK ||
+    if (registry == nullptr || elements_of(interp, values, &count, &names) != TCL_OK ||
         check_children(interp, registry, count, names) != TCL_OK) {
         return TCL_ERROR;
     }
@@ -272,20 +272,20 @@ int free_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]
 // nothing. Reading a variable may run traces, so no entry is kept across it.
 void mark_kept(Tcl_Interp* interp, Registry* registry, Tcl_Obj* variables, Serial stamp)
 {
-    int variable_count = 0;
+    Tcl_Size variable_count = 0;
     Tcl_Obj** variable = nullptr;
     // Its own reference and a copy of its own: a trace may reach the original.
     Tcl_Obj* const list = Tcl_DuplicateObj(variables);
     Tcl_IncrRefCount(list);
     if (Tcl_ListObjGetElements(nullptr, list, &variable_count, &variable) == TCL_OK) {
-        for (int i = 0; i < variable_count; ++i) {
+        for (Tcl_Size i = 0; i < variable_count; ++i) {
             Tcl_Obj* const value = Tcl_ObjGetVar2(interp, variable[i], nullptr, 0);
-            int count = 0;
+            Tcl_Size count = 0;
             Tcl_Obj** word = nullptr;
             if (value == nullptr || Tcl_ListObjGetElements(nullptr, value, &count, &word) != TCL_OK) {
                 continue;
             }
-            for (int k = 0; k < count; ++k) {
+            for (Tcl_Size k = 0; k < count; ++k) {
                 Entry* const entry = find(registry, Tcl_GetString(word[k]));
                 if (entry != nullptr) {
                     entry->stamp = stamp;
@@ -315,7 +315,7 @@ int scope_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[
     static const char* const options[] = {"-keep", nullptr};
     Tcl_Obj* kept = nullptr;
     int index = 0;
-    int count = 0;
+    Tcl_Size count = 0;
     if (objc != 2 && objc != 4) {
         Tcl_WrongNumArgs(interp, 1, objv, "?-keep varList? body");
         return TCL_ERROR;

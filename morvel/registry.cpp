@@ -56,7 +56,7 @@ void delete_registry(ClientData data, Tcl_Interp*)
 
 bool start(Tcl_Interp* interp)
 {
-    return tclStubsPtr != nullptr || Tcl_InitStubs(interp, "8.5", 0) != nullptr;
+    return tclStubsPtr != nullptr || Tcl_InitStubs(interp, tcl_versions, 0) != nullptr;
 }
 
 Registry* registry_if_any(Tcl_Interp* interp)
@@ -173,6 +173,13 @@ int nests_too_deep(Tcl_Interp* interp)
 {
     Tcl_SetObjResult(interp, Tcl_ObjPrintf("DynLists nest at most %d deep", MORVEL_MAX_NESTING));
     Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "NESTING", nullptr);
+    return TCL_ERROR;
+}
+
+int too_long(Tcl_Interp* interp)
+{
+    Tcl_SetObjResult(interp, Tcl_ObjPrintf("max length of a DynList (%d elements) exceeded", INT_MAX));
+    Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "LENGTH", nullptr);
     return TCL_ERROR;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "morvel.h"
+#include "tcl_generations.hpp"
 
 namespace morvel {
 
@@ -58,5 +59,17 @@ bool nests_deeper_than(const DynList* list, int limit);
 // Errors of the package; each returns TCL_ERROR.
 int memory_short(Tcl_Interp* interp);
 int nests_too_deep(Tcl_Interp* interp);
+int too_long(Tcl_Interp* interp);
+
+// The element count of a DynList that is to hold `length` values: TCL_OK, or
+// too_long when none can hold so many.
+inline int element_count(Tcl_Interp* interp, long long length, int* count)
+{
+    if (length > INT_MAX) {
+        return too_long(interp);
+    }
+    *count = static_cast<int>(length);
+    return TCL_OK;
+}
 
 } // namespace morvel

@@ -78,7 +78,7 @@ DynList* numbers_from_value(Tcl_Interp* interp, int datatype, Tcl_Obj* values)
 {
     int count = 0;
     Tcl_Obj** elements = nullptr;
-    if (Tcl_ListObjGetElements(interp, values, &count, &elements) != TCL_OK) {
+    if (elements_of(interp, values, &count, &elements) != TCL_OK) {
         return nullptr;
     }
     DynList* const list = dfuCreateDynList(datatype, count);
@@ -102,11 +102,12 @@ DynList* numbers_from_value(Tcl_Interp* interp, int datatype, Tcl_Obj* values)
 // short. Small lists are not worth the trial.
 int room_for_list(Tcl_Interp* interp, int count)
 {
-    constexpr int max_elements = INT_MAX / static_cast<int>(sizeof(Tcl_Obj*)) - 16; // its header included
+    // Its header included.
+    constexpr long long max_elements = TCL_SIZE_MAX / static_cast<long long>(sizeof(Tcl_Obj*)) - 16;
     constexpr int worth_a_trial = 4096;
-    if (count > max_elements) {
-        Tcl_SetObjResult(interp,
-                         Tcl_ObjPrintf("max length of a Tcl list (%d elements) exceeded", max_elements));
+    if (static_cast<long long>(count) > max_elements) {
+        Tcl_SetObjResult(interp, Tcl_ObjPrintf("max length of a Tcl list (%d elements) exceeded",
+                                               static_cast<int>(max_elements)));
         Tcl_SetErrorCode(interp, "TCL", "MEMORY", nullptr);
         return TCL_ERROR;
     }
@@ -177,7 +178,7 @@ Tcl_Obj* value_within(Tcl_Interp* interp, const DynList* list, int levels)
 // The integer written in bytes [text, end), as Tcl reads one.
 bool read_offset(const char* text, const char* end, Tcl_WideInt* offset)
 {
-    Tcl_Obj* const word = Tcl_NewStringObj(text, static_cast<int>(end - text));
+    Tcl_Obj* const word = Tcl_NewStringObj(text, static_cast<Tcl_Size>(end - text));
     Tcl_IncrRefCount(word);
     const bool good = Tcl_GetWideIntFromObj(nullptr, word, offset) == TCL_OK;
     Tcl_DecrRefCount(word);
@@ -197,7 +198,7 @@ bool parse_index(Tcl_Obj* word, Tcl_WideInt last, Tcl_WideInt* index)
     if (Tcl_GetWideIntFromObj(nullptr, word, index) == TCL_OK) {
         return true;
     }
-    int length = 0;
+    Tcl_Size length = 0;
     const char* const text = Tcl_GetStringFromObj(word, &length);
     const char* const end = text + length;
     const char* sign = text;
@@ -212,7 +213,8 @@ bool parse_index(Tcl_Obj* word, Tcl_WideInt last, Tcl_WideInt* index)
         }
     } else {
         // The first sign past the start: one at the start belongs to the number.
-        sign = std::find_if(text + std::min(length, 1), end, [](char c) { return c == '+' || c == '-'; });
+        sign = std::find_if(text + std::min<Tcl_Size>(length, 1), end,
+                            [](char c) { return c == '+' || c == '-'; });
         if (sign == end || is_blank(sign[-1]) || !read_offset(text, sign, index)) {
             return false;
         }
@@ -252,16 +254,28 @@ bool is_bytes(Tcl_Obj* value)
     if (made_as_bytes && value->bytes == nullptr) {
         return true;
     }
-    int length = 0;
+    Tcl_Size length = 0;
     const auto* const text = reinterpret_cast<const unsigned char*>(Tcl_GetStringFromObj(value, &length));
     unsigned char largest = 0; // no early exit: the compiler takes many bytes at a time
-    for (int i = 0; i < length; ++i) {
+    for (Tcl_Size i = 0; i < length; ++i) {
         largest = std::max(largest, text[i]);
     }
     return largest < 0xC4;
 }
 
 } // namespace
+
+// The length first: a list whose elements Tcl makes when they are asked for may
+// have more of them than memory would hold.
+int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elements)
+{
+    Tcl_Size length = 0;
+    if (Tcl_ListObjLength(interp, values, &length) != TCL_OK ||
+        element_count(interp, length, count) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    return Tcl_ListObjGetElements(interp, values, &length, elements);
+}
 
 DynList* ints_from_value(Tcl_Interp* interp, Tcl_Obj* values)
 {
@@ -309,14 +323,20 @@ DynList* numbers_from_bytes(Tcl_Interp* interp, int datatype, Tcl_Obj* bytes)
         Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "BYTES", nullptr);
         return nullptr;
     }
-    int length = 0;
+    Tcl_Size length = 0;
     const unsigned char* const data = Tcl_GetByteArrayFromObj(bytes, &length);
     if (length % 4 != 0) {
-        Tcl_SetObjResult(interp, Tcl_ObjPrintf("expected whole 4-byte numbers but got %d bytes", length));
+        Tcl_SetObjResult(
+            interp,
+            Tcl_ObjPrintf("expected whole 4-byte numbers but got %" TCL_SIZE_MODIFIER "d bytes", length));
         Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "BYTES", nullptr);
         return nullptr;
     }
-    DynList* const list = dfuCreateDynList(datatype, length / 4);
+    int count = 0;
+    if (element_count(interp, length / 4, &count) != TCL_OK) {
+        return nullptr;
+    }
+    DynList* const list = dfuCreateDynList(datatype, count);
     if (list == nullptr) {
         memory_short(interp);
         return nullptr;
@@ -324,19 +344,19 @@ DynList* numbers_from_bytes(Tcl_Interp* interp, int datatype, Tcl_Obj* bytes)
     if (length > 0) {
         std::memcpy(list->values, data, static_cast<std::size_t>(length));
     }
-    list->count = length / 4;
+    list->count = count;
     return list;
 }
 
 Tcl_Obj* bytes_of(Tcl_Interp* interp, const DynList* list)
 {
     constexpr int header = 64; // more than Tcl puts before the bytes
-    if (list->count > (INT_MAX - header) / 4) {
+    if (static_cast<long long>(list->count) > (TCL_SIZE_MAX - header) / 4) {
         Tcl_SetObjResult(interp, Tcl_NewStringObj("max size of a Tcl value (2147483647 bytes) exceeded", -1));
         Tcl_SetErrorCode(interp, "TCL", "MEMORY", nullptr);
         return nullptr;
     }
-    const int length = list->count * 4;
+    const Tcl_Size length = static_cast<Tcl_Size>(list->count) * 4;
     void* const trial = dfuAllocate(static_cast<std::size_t>(length) + header, 1);
     if (trial == nullptr) {
         memory_short(interp);

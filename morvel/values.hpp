@@ -6,6 +6,10 @@
 
 namespace morvel {
 
+// The elements of a Tcl list that is to become a DynList: TCL_OK, or TCL_ERROR
+// with a message when it is no list or a longer one than a DynList can be.
+int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elements);
+
 // A list of numbers from a Tcl list of numbers.
 DynList* ints_from_value(Tcl_Interp* interp, Tcl_Obj* values);
 DynList* floats_from_value(Tcl_Interp* interp, Tcl_Obj* values);

@@ -18,7 +18,8 @@ void duplicate_vector(Tcl_Obj* from, Tcl_Obj* to);
 void write_string(Tcl_Obj* value);
 int from_any(Tcl_Interp* interp, Tcl_Obj* value);
 
-const Tcl_ObjType vector_type = {"floatvector", free_vector, duplicate_vector, write_string, from_any};
+const Tcl_ObjType vector_type = {"floatvector", free_vector, duplicate_vector,
+                                 write_string,  from_any,    TCL_OBJTYPE_V0};
 
 MorvelVector* vector_in(const Tcl_Obj* value)
 {
@@ -44,11 +45,22 @@ void duplicate_vector(Tcl_Obj* from, Tcl_Obj* to)
     put_into(to, vector_in(from));
 }
 
+// Room for a value's string; `text`, where there is one, in another size. A text
+// that no value can have ends the process, as in Tcl: whoever asks for a string
+// cannot be told of an error.
+char* allocate_text(char* text, std::size_t bytes)
+{
+    if (bytes > static_cast<std::size_t>(TCL_SIZE_MAX)) {
+        Tcl_Panic("max size for a Tcl value exceeded by the text of a vector");
+    }
+    return reinterpret_cast<char*>(text == nullptr ? Tcl_Alloc(bytes) : Tcl_Realloc(text, bytes));
+}
+
 void write_string(Tcl_Obj* value)
 {
     const MorvelVector* const vector = vector_in(value);
     const auto count = static_cast<std::size_t>(vector->count);
-    char* const text = Tcl_Alloc(static_cast<unsigned>(count * (max_float_text + 1) + 1));
+    char* const text = allocate_text(nullptr, count * (max_float_text + 1) + 1);
     char* end = text;
     for (std::size_t i = 0; i < count; ++i) {
         if (i > 0) {
@@ -57,8 +69,8 @@ void write_string(Tcl_Obj* value)
         end = write_float(end, vector->values[i]);
     }
     *end = '\0';
-    value->length = static_cast<int>(end - text);
-    value->bytes = Tcl_Realloc(text, static_cast<unsigned>(end - text) + 1);
+    value->length = static_cast<Tcl_Size>(end - text);
+    value->bytes = allocate_text(text, static_cast<std::size_t>(end - text) + 1);
 }
 
 // Turns a list of numbers into a vector for good.

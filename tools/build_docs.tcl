@@ -2,7 +2,7 @@
 # docs/*.man. Every complaint is printed; the status is 1 when there was one.
 #
 #   tclsh tools/build_docs.tcl pages_folder nroff_folder html_folder
-package require Tcl 8.5
+package require Tcl 8.5-
 package require doctools
 
 namespace eval build_docs {

@@ -2,6 +2,7 @@
 #include "zavox/zavox.hpp"
 
 #include <atomic>
+#include <tcl_generations.hpp>
 
 #if defined(_WIN32)
 #define ZAVOX_EXPORT __declspec(dllexport)
@@ -77,8 +78,9 @@ const zavo_engine& engine()
 
 int Zavox_Init(Tcl_Interp* interp)
 {
-    if (Tcl_InitStubs(interp, "8.5", 0) == nullptr || Tcl_PkgRequire(interp, "morvel", "1.0", 0) == nullptr ||
-        zavox::take_engine(interp) != TCL_OK || zavox::create_commands(interp) != TCL_OK) {
+    if (Tcl_InitStubs(interp, morvel::tcl_versions, 0) == nullptr ||
+        Tcl_PkgRequire(interp, "morvel", "1.0", 0) == nullptr || zavox::take_engine(interp) != TCL_OK ||
+        zavox::create_commands(interp) != TCL_OK) {
         return TCL_ERROR;
     }
     return Tcl_PkgProvide(interp, "zavox", "1.0");

@@ -1,6 +1,6 @@
 # Runs every .test file of this folder in one interpreter each and fails when a
 # test fails, a file cannot be loaded or a test name stands twice.
-package require Tcl 8.5
+package require Tcl 8.5-
 package require tcltest 2.2
 
 namespace eval ::run {

@@ -1,5 +1,5 @@
 # Sourced by every .test file: the packages and a few helpers.
-package require Tcl 8.5
+package require Tcl 8.5-
 package require tcltest 2.2
 namespace import ::tcltest::test ::tcltest::cleanupTests ::tcltest::testConstraint
 if {[info exists ::env(ZAVO_TCL85_INTERFACE)]} {
@@ -10,6 +10,13 @@ package require zavo
 
 testConstraint unix [expr {$::tcl_platform(platform) eq "unix"}]
 testConstraint windows [expr {$::tcl_platform(platform) eq "windows"}]
+# Where the two generations of Tcl differ: a test for one of them, or the result
+# that each of them gives. docs/zavo.man lists the differences.
+testConstraint tcl8 [expr {![package vsatisfies $::tcl_version 9-]}]
+testConstraint tcl9 [package vsatisfies $::tcl_version 9-]
+proc by_tcl {with_8 with_9} {
+    return [expr {[testConstraint tcl9] ? $with_9 : $with_8}]
+}
 # With a sanitizer loaded ahead of everything, gnuplot too would be searched for
 # leaks, of which it has some.
 testConstraint gnuplot [expr {[auto_execok gnuplot] ne "" && ![info exists ::env(LD_PRELOAD)]}]
