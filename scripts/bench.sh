@@ -2,20 +2,16 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
+mapfile -t known < <(printf '%s\n' bench/bench_*.cpp | sed 's|.*/bench_||; s|\.cpp$||')
+for piece in "$@"; do
+    demand benchmark "$piece" "${known[@]}"
+done
 need_packages "${build_packages[@]}" libbenchmark-dev libfftw3-dev libgsl-dev libkissfft-dev libudunits2-dev tcllib
 configure_and_build bench
 install_tree bench
 
-pieces=("$@")
-if [[ ${#pieces[@]} -eq 0 ]]; then
-    for source in bench/bench_*.cpp; do
-        name=${source#bench/bench_}
-        pieces+=("${name%.cpp}")
-    done
-fi
-for piece in "${pieces[@]}"; do
-    program=build/bench/bench/bench_$piece
-    [[ -x $program ]] || die "there is no benchmark '$piece'"
+[[ $# -gt 0 ]] || set -- "${known[@]}"
+for piece in "$@"; do
     say "bench $piece"
-    TCLLIBPATH="$PWD/build/bench/dist/lib" "$program"
+    TCLLIBPATH="$PWD/build/bench/dist/lib" "build/bench/bench/bench_$piece"
 done

@@ -2,6 +2,8 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
+[[ $# -lt 2 ]] || die "build takes one system, not '$*'"
+demand system "${1:-linux}" linux windows
 case "${1:-linux}" in
 linux)
     build_linux -DZAVO_BUILD_TESTS=OFF
@@ -9,8 +11,5 @@ linux)
     ;;
 windows)
     exec bash scripts/windows.sh build
-    ;;
-*)
-    die "build knows linux and windows, not '$1'"
     ;;
 esac

@@ -8,6 +8,23 @@ die() {
     exit 1
 }
 
+# is_one_of WORD NAME ...
+is_one_of() {
+    local word=$1 name
+    shift
+    for name in "$@"; do
+        [[ $name != "$word" ]] || return 0
+    done
+    return 1
+}
+
+# demand WHAT WORD NAME ...: ends with a list of the names when the word is none of them.
+demand() {
+    local what=$1 word=$2
+    shift 2
+    is_one_of "$word" "$@" || die "there is no $what '$word'; there are: $*"
+}
+
 # as_root COMMAND ...: runs it with the rights that installing needs.
 as_root() {
     if [[ $(id -u) -eq 0 ]]; then
@@ -67,8 +84,8 @@ build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev)
 # shellcheck disable=SC2034 # for the scripts that source this one
 test_packages=(libgtest-dev)
 
-# configure_and_build PRESET [CMAKE ARGUMENT ...]
-configure_and_build() {
+# configure PRESET [CMAKE ARGUMENT ...]
+configure() {
     local preset=$1
     shift
     say "building ($preset)"
@@ -78,7 +95,12 @@ configure_and_build() {
         die "configuring $preset failed"
     }
     rm -f "build-$preset.log"
-    cmake --build --preset "$preset" -j "$(nproc)"
+}
+
+# configure_and_build PRESET [CMAKE ARGUMENT ...]
+configure_and_build() {
+    configure "$@"
+    cmake --build --preset "$1" -j "$(nproc)"
 }
 
 # install_tree PRESET: into the prefix that the preset names.

@@ -2,6 +2,7 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
+[[ $# -eq 0 ]] || die "demo takes no arguments, not even '$1'"
 build_linux -DZAVO_BUILD_TESTS=OFF
 need_packages gnuplot-nox
 say "running examples/sunspots.tcl"

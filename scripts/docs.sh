@@ -3,6 +3,7 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
+demand "way to make docs" "${1:-build}" build test
 need_packages tcl8.6 tcllib groff-base tidy
 
 # build_docs PREFIX
@@ -43,8 +44,5 @@ test)
     build_linux
     say "transcripts of the pages"
     TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tools/doc_examples.tcl docs/*.man || die "pages and reality differ, see above"
-    ;;
-*)
-    die "docs knows build and test, not '$1'"
     ;;
 esac

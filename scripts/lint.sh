@@ -4,13 +4,16 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
-need_packages "${build_packages[@]}" "${test_packages[@]}" clang-format-14 clang-tidy-14 shellcheck
-
 fix=no
 if [[ ${1:-} == --fix ]]; then
     fix=yes
     shift
 fi
+for file in "$@"; do
+    [[ $file != -* ]] || die "lint has no option '$file'; there is: --fix, before the files"
+    [[ -f $file ]] || die "there is no file '$file'; there are those of: git ls-files"
+done
+need_packages "${build_packages[@]}" "${test_packages[@]}" clang-format-14 clang-tidy-14 shellcheck
 if [[ $# -gt 0 ]]; then
     files=("$@")
 else
@@ -138,7 +141,27 @@ check_tidy() {
         failed+=("clang-tidy")
 }
 
+# The driver: every suite is named where people look, and misuse is answered before
+# anything is built.
+check_driver() {
+    say "driver"
+    local suite call
+    while read -r suite; do
+        # shellcheck disable=SC2016 # backquotes of Markdown
+        grep -qF '`'"$suite"'`' README.md || failed+=("README.md does not name the test suite $suite")
+    done < <(bash scripts/test.sh --list | sed -n 's/^  \([a-z]*\) .*/\1/p')
+    mkdir -p build
+    for call in 'tset' 'test nosuch' 'test unit -v' 'test golden unit nosuch' 'bench nosuch' 'lint no_such.cpp' 'build nosuch'; do
+        # shellcheck disable=SC2086 # words
+        if timeout 20 ./zavo $call >build/lint-driver.log 2>&1 || ! grep -q "^zavo: .*: " build/lint-driver.log; then
+            failed+=("./zavo $call is not answered with what there is")
+        fi
+    done
+    rm -f build/lint-driver.log
+}
+
 check_blanks
+check_driver
 check_format
 check_shell
 check_tcl

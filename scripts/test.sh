@@ -1,30 +1,144 @@
-# ./zavo test [SUITE ...]: run test suites; without a name, all of them.
+# ./zavo test [SUITE [NAME ...]] ...: run test suites; without a suite, all that
+# belong to every change. Words that name no suite belong to the suite before them
+# and choose from it: tests of unit and long, files of script, targets of fuzz.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
-test_unit() {
-    need_packages "${build_packages[@]}" "${test_packages[@]}"
-    build_linux -DZAVO_BUILD_TESTS=ON
-    say "unit tests"
-    ctest --preset release -LE long -j "$(nproc)"
+# ---- What there is -------------------------------------------------------------
+
+# Suites of every change, in this order, and those on demand. A suite NAME is a
+# function test_NAME; when it takes names, names_NAME prints them.
+# shellcheck disable=SC2034 # read by name
+declare -A about=(
+    [unit]="routines from C++; NAME: a folder, a group, a test or a pattern of them"
+    [script]="commands from Tcl, once more as Tcl 8.5 would have them; NAME: a file"
+    [golden]="results to the bit"
+    [sanitize]="unit and script under AddressSanitizer and UndefinedBehaviorSanitizer"
+    [windows]="unit, golden and script as 32-bit Windows programs under Wine"
+    [package]="the release archive, unpacked and used"
+    [docs]="manual pages and their transcripts"
+    [lint]="formatting and static checks"
+    [long]="the tests of minutes; NAME as for unit"
+    [fuzz]="each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target"
+)
+ordinary=(unit script golden sanitize windows package docs lint)
+on_demand=(long fuzz)
+
+# A suite whose script is not part of the tree is not offered.
+for optional in windows package docs lint; do
+    if [[ ! -f scripts/$optional.sh ]]; then
+        mapfile -t ordinary < <(printf '%s\n' "${ordinary[@]}" | grep -vx "$optional")
+    fi
+done
+
+list_suites() {
+    local suite
+    printf 'Suites of every change:\n'
+    for suite in "${ordinary[@]}"; do
+        printf '  %-10s %s\n' "$suite" "${about[$suite]}"
+    done
+    printf 'Suites on demand:\n'
+    for suite in "${on_demand[@]}"; do
+        printf '  %-10s %s\n' "$suite" "${about[$suite]}"
+    done
 }
 
-# run_script_tests DIST [ENV=VALUE ...]: tcltest suites against an installed tree.
-run_script_tests() {
-    local dist=$1
+# Tests in the sources, as lines of layer, group and test: fft real_fft backward_...
+# unit_tests PATTERN, with the pattern of the files' names.
+unit_tests() {
+    local file layer
+    for file in tests/unit/*/$1 tests/fault/$1; do
+        [[ -f $file ]] || continue
+        layer=$(basename "$(dirname "$file")")
+        [[ $layer != fault ]] || layer=$(basename "$file" | sed 's/_.*//')
+        sed -nE "s/^TEST(_F|_P)?\\(([A-Za-z0-9_]+), ([A-Za-z0-9_]+)\\).*/$layer \\2 \\3/p" "$file"
+    done
+}
+names_unit() { unit_tests '*_test.cpp' | awk '{print $1; print $2}' | sort -u; }
+names_long() { unit_tests '*_long.cpp' | awk '{print $1; print $2}' | sort -u; }
+names_script() { printf '%s\n' tests/script/*.test | sed 's|.*/||; s|\.test$||'; }
+names_fuzz() { printf '%s\n' tests/fuzz/fuzz_*.cpp | sed 's|.*/fuzz_||; s|\.cpp$||'; }
+
+# matching PATTERN_OF_FILES NAME ...: those of the unit tests that a name chooses.
+matching() {
+    local files=$1 name layer group test
     shift
+    while read -r layer group test; do
+        for name in "$@"; do
+            # shellcheck disable=SC2053 # names are patterns
+            if [[ $layer == $name || $group == $name || $group.$test == $name || $test == $name ]]; then
+                printf '%s %s %s\n' "$layer" "$group" "$test"
+                break
+            fi
+        done
+    done < <(unit_tests "$files")
+}
+
+# check_names SUITE NAME ...: each must choose something.
+check_names() {
+    local suite=$1 name known
+    shift
+    [[ $# -gt 0 ]] || return 0
+    declare -F "names_$suite" >/dev/null ||
+        die "there is no test suite '$1'; there are: ${ordinary[*]}; on demand: ${on_demand[*]}"
+    mapfile -t known < <("names_$suite")
+    for name in "$@"; do
+        case $suite in
+        unit) [[ -n $(matching '*_test.cpp' "$name") ]] && continue ;;
+        long) [[ -n $(matching '*_long.cpp' "$name") ]] && continue ;;
+        *) is_one_of "$name" "${known[@]}" && continue ;;
+        esac
+        die "the suite $suite has no '$name', and no suite has that name; $suite has: ${known[*]}"
+    done
+}
+
+# ---- The suites ----------------------------------------------------------------
+
+# run_units LABEL FILES [NAME ...]: the unit tests, or those that the names choose.
+run_units() {
+    local label=$1 files=$2 filter layers layer
+    shift 2
+    need_packages "${build_packages[@]}" "${test_packages[@]}"
+    if [[ $# -eq 0 ]]; then
+        build_linux -DZAVO_BUILD_TESTS=ON
+        say "$label tests"
+        if [[ $label == long ]]; then
+            ctest --preset release -L long -j "$(nproc)"
+        else
+            ctest --preset release -LE long -j "$(nproc)"
+        fi
+        return
+    fi
+    filter=$(matching "$files" "$@" | awk '{printf "%s%s.%s:*/%s.%s/*", colon, $2, $3, $2, $3; colon = ":"}')
+    mapfile -t layers < <(matching "$files" "$@" | awk '{print $1}' | sort -u)
+    configure release -DZAVO_BUILD_TESTS=ON
+    for layer in "${layers[@]}"; do
+        cmake --build --preset release --target "${label}_$layer" -j "$(nproc)"
+        "build/release/tests/${label}_$layer" --gtest_filter="$filter"
+    done
+}
+
+test_unit() { run_units unit '*_test.cpp' "$@"; }
+test_long() { run_units long '*_long.cpp' "$@"; }
+
+# run_script_tests DIST NAMES [ENV=VALUE ...]: tcltest suites against an installed
+# tree; NAMES are files with blanks between them, none for all.
+run_script_tests() {
+    local dist=$1 names=$2
+    shift 2
     need_packages gnuplot-nox
-    env TCLLIBPATH="$dist/lib" "$@" tclsh8.6 tests/script/all.tcl
+    # shellcheck disable=SC2086 # words
+    env TCLLIBPATH="$dist/lib" "$@" tclsh8.6 tests/script/all.tcl $names
 }
 
 test_script() {
     build_linux
     say "script tests"
-    run_script_tests "$PWD/dist"
+    run_script_tests "$PWD/dist" "$*"
     say "script tests, with the C interface and the script level of Tcl 8.5"
     cmake --build --preset release --target tcl85_interface
     tcl85_library "$(echo 'puts [info library]' | tclsh8.6)" "$PWD/build/release/tests/tcl85"
-    run_script_tests "$PWD/dist" TCL_LIBRARY="$PWD/build/release/tests/tcl85" \
+    run_script_tests "$PWD/dist" "$*" TCL_LIBRARY="$PWD/build/release/tests/tcl85" \
         ZAVO_TCL85_INTERFACE="$PWD/build/release/tests/libtcl85_interface.so"
 }
 
@@ -45,53 +159,57 @@ test_sanitize() {
     say "unit tests under the sanitizers"
     ctest --preset sanitize -LE long -j "$(nproc)"
     say "script tests under the sanitizers"
-    run_script_tests "$PWD/build/sanitize/dist" \
+    run_script_tests "$PWD/build/sanitize/dist" "" \
         LD_PRELOAD="$(gcc -print-file-name=libasan.so):$(gcc -print-file-name=libubsan.so)" \
         LSAN_OPTIONS="suppressions=$PWD/tests/support/leaks_of_tcl.supp:print_suppressions=0" \
         ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1
 }
 
-# Beyond the corpus: each fuzz target for a while, with inputs of its own. Not
-# part of the whole run.
+# Beyond the corpus: each fuzz target for a while, with inputs of its own.
 test_fuzz() {
+    local targets=("$@") piece program
+    [[ $# -gt 0 ]] || mapfile -t targets < <(names_fuzz)
     need_packages "${build_packages[@]}" "${test_packages[@]}" clang libclang-rt-dev
     configure_and_build fuzz
-    local program piece
-    for program in build/fuzz/tests/fuzz_*; do
-        [[ -x $program && -f $program ]] || continue
-        piece=${program##*/fuzz_}
+    for piece in "${targets[@]}"; do
+        program=build/fuzz/tests/fuzz_$piece
         say "fuzzing $piece for ${ZAVO_FUZZ_SECONDS:-60} seconds"
-        mkdir -p "build/fuzz/found/$piece"
-        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -max_len=4096 -verbosity=0 \
+        mkdir -p "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
+        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -max_len=4096 -verbosity=0 -print_final_stats=1 \
             -artifact_prefix="build/fuzz/found/" "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
     done
 }
 
-run_suite() {
-    case "$1" in
-    unit) test_unit ;;
-    script) test_script ;;
-    golden) test_golden ;;
-    sanitize) test_sanitize ;;
-    fuzz) test_fuzz ;;
-    windows) bash scripts/windows.sh test ;;
-    package) bash scripts/package.sh test ;;
-    docs) bash scripts/docs.sh test ;;
-    lint) bash scripts/lint.sh ;;
-    *) die "there is no test suite '$1'" ;;
-    esac
-}
+test_windows() { bash scripts/windows.sh test; }
+test_package() { bash scripts/package.sh test; }
+test_docs() { bash scripts/docs.sh test; }
+test_lint() { bash scripts/lint.sh; }
 
-# A suite whose script is not part of the tree is not offered.
-suites=(unit script golden sanitize)
-for optional in windows package docs lint; do
-    [[ -f scripts/$optional.sh ]] && suites+=("$optional")
-done
+# ---- The command line ------------------------------------------------------------
 
-if [[ $# -gt 0 ]]; then
-    suites=("$@")
+if [[ ${1:-} == --list ]]; then
+    list_suites
+    exit 0
 fi
-for suite in "${suites[@]}"; do
-    run_suite "$suite"
+
+# A run is a suite and its names, with line feeds between them.
+runs=()
+for word in "$@"; do
+    if is_one_of "$word" "${ordinary[@]}" "${on_demand[@]}"; then
+        runs+=("$word")
+    elif [[ ${#runs[@]} -eq 0 ]]; then
+        die "there is no test suite '$word'; there are: ${ordinary[*]}; on demand: ${on_demand[*]}"
+    else
+        runs[-1]+=$'\n'$word
+    fi
 done
-say "all suites passed: ${suites[*]}"
+[[ ${#runs[@]} -gt 0 ]] || runs=("${ordinary[@]}")
+for run in "${runs[@]}"; do
+    mapfile -t words <<<"$run"
+    check_names "${words[@]}"
+done
+for run in "${runs[@]}"; do
+    mapfile -t words <<<"$run"
+    "test_${words[0]}" "${words[@]:1}"
+done
+say "all suites passed: ${runs[*]//$'\n'/ }"

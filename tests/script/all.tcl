@@ -1,5 +1,7 @@
 # Runs every .test file of this folder in one interpreter each and fails when a
 # test fails, a file cannot be loaded or a test name stands twice.
+#   tclsh all.tcl ?name ...? ?-option value ...?
+# Names (patterns too) choose files, without .test; options are tcltest's.
 package require Tcl 8.5-
 package require tcltest 2.2
 
@@ -49,13 +51,28 @@ proc ::run::one_file {file arguments} {
     }
 }
 
-set only [lindex $argv 0]
+# Whether one of the names, if there are any, fits the file.
+proc ::run::is_chosen {file names} {
+    foreach name $names {
+        if {[string match $name [file rootname [file tail $file]]]} {
+            return 1
+        }
+    }
+    return [expr {[llength $names] == 0}]
+}
+
+set options $argv
+set only {}
+while {[llength $options] > 0 && ![string match -* [lindex $options 0]]} {
+    lappend only [lindex $options 0]
+    set options [lrange $options 1 end]
+}
 set files [lsort [glob -directory $::run::folder *.test]]
 ::run::check_names $files
 foreach file $files {
-    if {$only eq "" || [string match $only [file rootname [file tail $file]]]} {
+    if {[::run::is_chosen $file $only]} {
         puts "-- [file tail $file]"
-        ::run::one_file $file [lrange $argv 1 end]
+        ::run::one_file $file $options
     }
 }
 puts "script tests: $::run::total(Passed) passed, $::run::total(Failed) failed, $::run::total(Skipped) skipped"

@@ -1,6 +1,6 @@
 // The long checks of the deviates, about a quarter of an hour together; run them
 // with
-//   ctest --preset release -L long
+//   ./zavo test long random
 // after any change of the kernels or of their compiler settings.
 
 #include "random/random.h"
