@@ -5,6 +5,7 @@
 // call leaves the registry as it was.
 #include "registry.hpp"
 #include "values.hpp"
+#include "vector.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -191,6 +192,23 @@ int tobytes_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const obj
     return put_value(interp, bytes_of(interp, entry->list));
 }
 
+// dynlist value name
+int value_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+{
+    const Entry* const entry = only_argument(interp, objc, objv);
+    if (entry == nullptr) {
+        return TCL_ERROR;
+    }
+    if (entry->list->datatype == DFU_LIST) {
+        Tcl_SetObjResult(interp, Tcl_ObjPrintf("DynList \"%s\" is a list of lists, which is no vector",
+                                               Tcl_GetString(objv[1])));
+        Tcl_SetErrorCode(interp, "MORVEL", "VALUE", "TYPE", nullptr);
+        return TCL_ERROR;
+    }
+    MorvelVector* const vector = vector_of_list(entry->list);
+    return vector != nullptr ? put_value(interp, morvelVectorValue(interp, vector)) : memory_short(interp);
+}
+
 // dynlist frombytes type bytes
 int frombytes_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
@@ -359,6 +377,7 @@ constexpr Subcommand subcommands[] = {
     {"::morvel::length", length_command},       {"::morvel::names", names_command},
     {"::morvel::scope", scope_command},         {"::morvel::take", take_command},
     {"::morvel::tobytes", tobytes_command},     {"::morvel::type", type_command},
+    {"::morvel::value", value_command},
 };
 
 // The ensemble offers what its namespace exports.

@@ -88,13 +88,18 @@ MORVEL_API Tcl_Obj* morvelVectorValue(Tcl_Interp* interp, MorvelVector* vector);
 /* The vector of a Tcl value: its own, or that of the numbers in a list, rounded
  * to the nearest float. *vector then carries a reference of the caller's, who
  * releases it; it outlives whatever happens to the value. Inf, -Inf and NaN are
- * numbers; a finite number that would round to infinity is refused. Returns
- * TCL_OK, or TCL_ERROR with Tcl's message when interp is not null. */
+ * numbers; a finite number that would round to infinity is refused. A text of
+ * several numbers becomes a vector in its representation, so that it is read
+ * once; its string stays. Returns TCL_OK, or TCL_ERROR with Tcl's message. */
 MORVEL_API int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector);
 
 /* The same when the value is a vector already: nothing is converted. Null, and
  * no message, when it is not; no reference is added. */
 MORVEL_API MorvelVector* morvelVectorIfAny(Tcl_Obj* value);
+
+/* A vector of the numbers of a list of floats or integers, a copy, rounded to the
+ * nearest float. Null for a list of lists or when memory is short. */
+MORVEL_API MorvelVector* morvelVectorOfList(const DynList* list);
 
 /* The index that a word means in a list of `count` elements: an integer or end,
  * perhaps with an offset, as in lindex. Not held against the count. Returns

@@ -19,15 +19,8 @@ namespace morvel {
 
 namespace {
 
-int too_large(Tcl_Interp* interp, const char* kind, const char* message)
-{
-    Tcl_SetObjResult(interp, Tcl_NewStringObj(message, -1));
-    Tcl_SetErrorCode(interp, "ARITH", kind, message, nullptr); // as Tcl itself does
-    return TCL_ERROR;
-}
-
 // Tcl_GetIntFromObj lets 32-bit patterns up to 4294967295 wrap; a list does not.
-int read_number(Tcl_Interp* interp, Tcl_Obj* value, int* number)
+int read_int(Tcl_Interp* interp, Tcl_Obj* value, int* number)
 {
     Tcl_WideInt wide = 0;
     if (Tcl_GetWideIntFromObj(interp, value, &wide) != TCL_OK) {
@@ -40,29 +33,6 @@ int read_number(Tcl_Interp* interp, Tcl_Obj* value, int* number)
     return TCL_OK;
 }
 
-// Tcl refuses a NaN where it reads a double, after having parsed it.
-bool read_nan(Tcl_Obj* value, double* number)
-{
-    if (value->typePtr == nullptr || std::strcmp(value->typePtr->name, "double") != 0) {
-        return false;
-    }
-    *number = value->internalRep.doubleValue;
-    return true;
-}
-
-int read_number(Tcl_Interp* interp, Tcl_Obj* value, float* number)
-{
-    double wide = 0.0;
-    if (Tcl_GetDoubleFromObj(nullptr, value, &wide) != TCL_OK && !read_nan(value, &wide)) {
-        return Tcl_GetDoubleFromObj(interp, value, &wide); // once more, for its message
-    }
-    *number = static_cast<float>(wide);
-    if (std::isinf(*number) && !std::isinf(wide)) {
-        return too_large(interp, "OVERFLOW", "floating-point value too large to represent");
-    }
-    return TCL_OK;
-}
-
 Tcl_Obj* write_number(int number)
 {
     return Tcl_NewIntObj(number);
@@ -71,30 +41,6 @@ Tcl_Obj* write_number(int number)
 Tcl_Obj* write_number(float number)
 {
     return Tcl_NewDoubleObj(static_cast<double>(number));
-}
-
-template <class Number>
-DynList* numbers_from_value(Tcl_Interp* interp, int datatype, Tcl_Obj* values)
-{
-    int count = 0;
-    Tcl_Obj** elements = nullptr;
-    if (elements_of(interp, values, &count, &elements) != TCL_OK) {
-        return nullptr;
-    }
-    DynList* const list = dfuCreateDynList(datatype, count);
-    if (list == nullptr) {
-        memory_short(interp);
-        return nullptr;
-    }
-    auto* const numbers = static_cast<Number*>(list->values);
-    for (int i = 0; i < count; ++i) {
-        if (read_number(interp, elements[i], &numbers[i]) != TCL_OK) {
-            dfuFreeDynList(list);
-            return nullptr;
-        }
-    }
-    list->count = count;
-    return list;
 }
 
 // Tcl ends the process when a list cannot be built, so ask first: no list of
@@ -265,6 +211,13 @@ bool is_bytes(Tcl_Obj* value)
 
 } // namespace
 
+int too_large(Tcl_Interp* interp, const char* kind, const char* message)
+{
+    Tcl_SetObjResult(interp, Tcl_NewStringObj(message, -1));
+    Tcl_SetErrorCode(interp, "ARITH", kind, message, nullptr); // as Tcl itself does
+    return TCL_ERROR;
+}
+
 // The length first: a list whose elements Tcl makes when they are asked for may
 // have more of them than memory would hold.
 int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elements)
@@ -279,12 +232,40 @@ int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elem
 
 DynList* ints_from_value(Tcl_Interp* interp, Tcl_Obj* values)
 {
-    return numbers_from_value<int>(interp, DFU_INT, values);
+    int count = 0;
+    Tcl_Obj** elements = nullptr;
+    if (elements_of(interp, values, &count, &elements) != TCL_OK) {
+        return nullptr;
+    }
+    DynList* const list = dfuCreateDynList(DFU_INT, count);
+    if (list == nullptr) {
+        memory_short(interp);
+        return nullptr;
+    }
+    auto* const numbers = static_cast<int*>(list->values);
+    for (int i = 0; i < count; ++i) {
+        if (read_int(interp, elements[i], &numbers[i]) != TCL_OK) {
+            dfuFreeDynList(list);
+            return nullptr;
+        }
+    }
+    list->count = count;
+    return list;
 }
 
 DynList* floats_from_value(Tcl_Interp* interp, Tcl_Obj* values)
 {
-    return numbers_from_value<float>(interp, DFU_FLOAT, values);
+    int count = 0;
+    float* numbers = nullptr;
+    if (floats_of_value(interp, values, &count, &numbers) != TCL_OK) {
+        return nullptr;
+    }
+    DynList* const list = dfuCreateDynListWithVals(DFU_FLOAT, count, numbers);
+    if (list == nullptr) {
+        std::free(numbers);
+        memory_short(interp);
+    }
+    return list;
 }
 
 Tcl_Obj* value_of(Tcl_Interp* interp, const DynList* list)

@@ -10,6 +10,13 @@ namespace morvel {
 // with a message when it is no list or a longer one than a DynList can be.
 int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elements);
 
+// The floats of a Tcl list of numbers or of a vector, in a malloc() array of the
+// caller's; null for none. TCL_OK, or TCL_ERROR with a message.
+int floats_of_value(Tcl_Interp* interp, Tcl_Obj* value, int* count, float** numbers);
+
+// Tcl's error for a number beyond the range of a type; returns TCL_ERROR.
+int too_large(Tcl_Interp* interp, const char* kind, const char* message);
+
 // A list of numbers from a Tcl list of numbers.
 DynList* ints_from_value(Tcl_Interp* interp, Tcl_Obj* values);
 DynList* floats_from_value(Tcl_Interp* interp, Tcl_Obj* values);

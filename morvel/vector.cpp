@@ -2,9 +2,11 @@
 // MorvelVector, which values made from one another share.
 #include "vector.hpp"
 
+#include "float_text.hpp"
 #include "registry.hpp"
 #include "values.hpp"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -16,10 +18,23 @@ namespace {
 void free_vector(Tcl_Obj* value);
 void duplicate_vector(Tcl_Obj* from, Tcl_Obj* to);
 void write_string(Tcl_Obj* value);
-int from_any(Tcl_Interp* interp, Tcl_Obj* value);
 
-const Tcl_ObjType vector_type = {"floatvector", free_vector, duplicate_vector,
-                                 write_string,  from_any,    TCL_OBJTYPE_V0};
+#if TCL_MAJOR_VERSION > 8
+Tcl_ObjTypeLengthProc length_of;
+Tcl_ObjTypeIndexProc element_at;
+Tcl_ObjTypeSliceProc slice_of;
+Tcl_ObjTypeReverseProc reverse_of;
+using AllocationSize = std::size_t;
+#else
+using AllocationSize = unsigned;
+#endif
+
+// clang-format off
+const Tcl_ObjType vector_type = {
+    "floatvector", free_vector, duplicate_vector, write_string, nullptr,
+    TCL_OBJTYPE_V2(length_of, element_at, slice_of, reverse_of, nullptr, nullptr, nullptr, nullptr)
+};
+// clang-format on
 
 MorvelVector* vector_in(const Tcl_Obj* value)
 {
@@ -53,40 +68,78 @@ char* allocate_text(char* text, std::size_t bytes)
     if (bytes > static_cast<std::size_t>(TCL_SIZE_MAX)) {
         Tcl_Panic("max size for a Tcl value exceeded by the text of a vector");
     }
-    return reinterpret_cast<char*>(text == nullptr ? Tcl_Alloc(bytes) : Tcl_Realloc(text, bytes));
+    const auto size = static_cast<AllocationSize>(bytes);
+    return reinterpret_cast<char*>(text == nullptr ? Tcl_Alloc(size) : Tcl_Realloc(text, size));
 }
 
+// The room grows with the text: most floats need less than half of the most.
 void write_string(Tcl_Obj* value)
 {
     const MorvelVector* const vector = vector_in(value);
     const auto count = static_cast<std::size_t>(vector->count);
-    char* const text = allocate_text(nullptr, count * (max_float_text + 1) + 1);
-    char* end = text;
+    std::size_t room = 64 + count * 8;
+    char* text = allocate_text(nullptr, room);
+    std::size_t length = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        if (i > 0) {
-            *end++ = ' ';
+        if (room - length < max_float_text + 2) {
+            room += room / 2;
+            if (room > static_cast<std::size_t>(TCL_SIZE_MAX)) {
+                room = std::max(length + max_float_text + 2, static_cast<std::size_t>(TCL_SIZE_MAX));
+            }
+            text = allocate_text(text, room);
         }
-        end = write_float(end, vector->values[i]);
+        if (i > 0) {
+            text[length++] = ' ';
+        }
+        length = static_cast<std::size_t>(write_float(text + length, vector->values[i]) - text);
     }
-    *end = '\0';
-    value->length = static_cast<Tcl_Size>(end - text);
-    value->bytes = allocate_text(text, static_cast<std::size_t>(end - text) + 1);
+    text[length] = '\0';
+    value->length = static_cast<Tcl_Size>(length);
+    value->bytes = allocate_text(text, length + 1);
 }
 
-// Turns a list of numbers into a vector for good.
-int from_any(Tcl_Interp* interp, Tcl_Obj* value)
+#if TCL_MAJOR_VERSION > 8
+// What a list of Tcl 9 answers without being one.
+
+Tcl_Size length_of(Tcl_Obj* value)
 {
-    MorvelVector* vector = nullptr;
-    if (morvelGetVector(interp, value, &vector) != TCL_OK) {
-        return TCL_ERROR;
-    }
-    Tcl_GetString(value); // the numbers may have had more digits than the floats
-    if (value->typePtr != nullptr && value->typePtr->freeIntRepProc != nullptr) {
-        value->typePtr->freeIntRepProc(value);
-    }
-    put_into(value, vector);
+    return vector_in(value)->count;
+}
+
+int element_at(Tcl_Interp*, Tcl_Obj* value, Tcl_Size index, Tcl_Obj** element)
+{
+    const MorvelVector* const vector = vector_in(value);
+    const bool inside = index >= 0 && index < vector->count;
+    *element = inside ? Tcl_NewDoubleObj(static_cast<double>(vector->values[index])) : nullptr;
     return TCL_OK;
 }
+
+int slice_of(Tcl_Interp* interp, Tcl_Obj* value, Tcl_Size first, Tcl_Size last, Tcl_Obj** slice)
+{
+    const MorvelVector* const vector = vector_in(value);
+    first = std::max<Tcl_Size>(first, 0);
+    last = std::min<Tcl_Size>(last, vector->count - 1);
+    const int count = first <= last ? static_cast<int>(last - first + 1) : 0;
+    MorvelVector* const part = copy_to_vector(count, count > 0 ? vector->values + first : nullptr);
+    if (part == nullptr) {
+        return interp != nullptr ? memory_short(interp) : TCL_ERROR;
+    }
+    *slice = morvelVectorValue(interp, part);
+    return TCL_OK;
+}
+
+int reverse_of(Tcl_Interp* interp, Tcl_Obj* value, Tcl_Obj** reverse)
+{
+    const MorvelVector* const vector = vector_in(value);
+    MorvelVector* const turned = copy_to_vector(vector->count, vector->values);
+    if (turned == nullptr) {
+        return interp != nullptr ? memory_short(interp) : TCL_ERROR;
+    }
+    std::reverse(turned->values, turned->values + turned->count);
+    *reverse = morvelVectorValue(interp, turned);
+    return TCL_OK;
+}
+#endif
 
 } // namespace
 
@@ -95,6 +148,19 @@ MorvelVector* copy_to_vector(int n, const float* values)
     MorvelVector* const vector = morvelAllocateVector(n);
     if (vector != nullptr && n > 0) {
         std::memcpy(vector->values, values, static_cast<std::size_t>(n) * sizeof(float));
+    }
+    return vector;
+}
+
+MorvelVector* vector_of_list(const DynList* list)
+{
+    if (list->datatype == DFU_FLOAT) {
+        return copy_to_vector(list->count, static_cast<const float*>(list->values));
+    }
+    MorvelVector* const vector = morvelAllocateVector(list->count);
+    const auto* const numbers = static_cast<const int*>(list->values);
+    for (int i = 0; vector != nullptr && i < list->count; ++i) {
+        vector->values[i] = static_cast<float>(numbers[i]);
     }
     return vector;
 }
@@ -174,6 +240,11 @@ MorvelVector* morvelVectorIfAny(Tcl_Obj* value)
     return value->typePtr == &morvel::vector_type ? morvel::vector_in(value) : nullptr;
 }
 
+MorvelVector* morvelVectorOfList(const DynList* list)
+{
+    return list->datatype == DFU_LIST ? nullptr : morvel::vector_of_list(list);
+}
+
 int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector)
 {
     MorvelVector* const own = morvelVectorIfAny(value);
@@ -182,13 +253,24 @@ int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector)
         *vector = own;
         return TCL_OK;
     }
-    DynList* const list = morvel::floats_from_value(interp, value);
-    if (list == nullptr) {
+    const bool is_text = value->typePtr == nullptr;
+    int count = 0;
+    float* numbers = nullptr;
+    if (morvel::floats_of_value(interp, value, &count, &numbers) != TCL_OK) {
         return TCL_ERROR;
     }
-    *vector = morvel::copy_to_vector(list->count, static_cast<float*>(list->values));
-    dfuFreeDynList(list);
-    return *vector != nullptr ? TCL_OK : morvel::memory_short(interp);
+    MorvelVector* const made = morvelNewVector(count, numbers);
+    if (made == nullptr) {
+        std::free(numbers);
+        return morvel::memory_short(interp);
+    }
+    // One number may well be used as a number next.
+    if (is_text && value->typePtr == nullptr && count > 1) {
+        morvelHoldVector(made);
+        morvel::put_into(value, made);
+    }
+    *vector = made;
+    return TCL_OK;
 }
 
 } // extern "C"

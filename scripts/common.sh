@@ -80,7 +80,7 @@ tcl85_library() {
     cp tests/support/tcl85_level.tcl "$2"
 }
 
-build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev)
+build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev libfast-float-dev)
 # shellcheck disable=SC2034 # for the scripts that source this one
 test_packages=(libgtest-dev)
 

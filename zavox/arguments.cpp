@@ -14,27 +14,6 @@ constexpr const char* fault_words[] = {"LENGTH", "EMPTY", "EXPRESSION", "VALUE"}
 // Longer words are cut here in messages; errorCode has them whole.
 constexpr int longest_quote = 60;
 
-// A list that the registry names, for the time of one conversion.
-int vector_of_list(Tcl_Interp* interp, const DynList* list, MorvelVector** vector)
-{
-    *vector = morvelAllocateVector(list->count);
-    if (*vector == nullptr) {
-        return memory_short(interp);
-    }
-    if (list->datatype == DFU_FLOAT) {
-        if (list->count > 0) {
-            std::memcpy((*vector)->values, list->values,
-                        static_cast<std::size_t>(list->count) * sizeof(float));
-        }
-        return TCL_OK;
-    }
-    const auto* const numbers = static_cast<const int*>(list->values);
-    for (int i = 0; i < list->count; ++i) {
-        (*vector)->values[i] = static_cast<float>(numbers[i]);
-    }
-    return TCL_OK;
-}
-
 bool looks_like_list_name(const char* text)
 {
     constexpr char stem[] = "dynlist";
@@ -197,7 +176,8 @@ int Vector::get(Tcl_Interp* interp, Tcl_Obj* word)
             return TCL_ERROR;
         }
         if (list->datatype != DFU_LIST) {
-            return vector_of_list(interp, list, &vector_);
+            vector_ = morvelVectorOfList(list);
+            return vector_ != nullptr ? TCL_OK : memory_short(interp);
         }
     } else if (morvelGetVector(interp, word, &vector_) == TCL_OK) {
         return TCL_OK;

@@ -1,0 +1,145 @@
+// Floats from Tcl values. Plain decimals are read here; of everything else that
+// Tcl takes for a number or a list, or refuses, Tcl is the judge, so that values
+// and messages are its own. A number is rounded to double first, as Tcl's are,
+// and then to float.
+#include "values.hpp"
+
+#include "plain_numbers.hpp"
+#include "registry.hpp"
+#include "vector.hpp"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace morvel {
+
+namespace {
+
+// A malloc() array of floats until somebody takes it.
+class FloatArray {
+public:
+    FloatArray() = default;
+    ~FloatArray() { std::free(values_); }
+    FloatArray(const FloatArray&) = delete;
+    FloatArray& operator=(const FloatArray&) = delete;
+
+    int allocate(Tcl_Interp* interp, int count)
+    {
+        count_ = count;
+        if (count > 0) {
+            values_ = static_cast<float*>(dfuAllocate(static_cast<std::size_t>(count), sizeof(float)));
+        }
+        return count == 0 || values_ != nullptr ? TCL_OK : memory_short(interp);
+    }
+    float* values() const { return values_; }
+    int hand_over(int* count, float** values)
+    {
+        *count = count_;
+        *values = values_;
+        values_ = nullptr;
+        return TCL_OK;
+    }
+
+private:
+    int count_ = 0;
+    float* values_ = nullptr;
+};
+
+bool is_of_type(const Tcl_Obj* value, const char* type)
+{
+    return value->typePtr != nullptr && std::strcmp(value->typePtr->name, type) == 0;
+}
+
+// A value that is nothing but text so far.
+bool is_text(const Tcl_Obj* value)
+{
+    return value->bytes != nullptr && (value->typePtr == nullptr || is_of_type(value, "string"));
+}
+
+int read_float(Tcl_Interp* interp, Tcl_Obj* value, float* number)
+{
+    double wide = 0.0;
+    const bool plain = value->typePtr == nullptr && value->bytes != nullptr &&
+                       read_plain_number(value->bytes, value->bytes + value->length, &wide);
+    if (!plain && Tcl_GetDoubleFromObj(nullptr, value, &wide) != TCL_OK) {
+        if (!is_of_type(value, "double")) {
+            return Tcl_GetDoubleFromObj(interp, value, &wide); // once more, for its message
+        }
+        wide = value->internalRep.doubleValue; // a NaN, which Tcl refuses after having parsed it
+    }
+    *number = static_cast<float>(wide);
+    if (std::isinf(*number) && !std::isinf(wide)) {
+        return too_large(interp, "OVERFLOW", "floating-point value too large to represent");
+    }
+    return TCL_OK;
+}
+
+// Plain numbers between blanks are read without making Tcl's list of them.
+// TCL_CONTINUE when the text is anything else.
+int floats_of_text(Tcl_Interp* interp, const Tcl_Obj* value, int* count, float** numbers)
+{
+    const char* const end = value->bytes + value->length;
+    int words = 0;
+    FloatArray array;
+    if (!count_words(value->bytes, end, &words)) {
+        return TCL_CONTINUE;
+    }
+    if (array.allocate(interp, words) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    if (!read_plain_floats(value->bytes, end, words, array.values())) {
+        return TCL_CONTINUE;
+    }
+    return array.hand_over(count, numbers);
+}
+
+int floats_of_elements(Tcl_Interp* interp, int given, Tcl_Obj* const elements[], int* count, float** numbers)
+{
+    FloatArray array;
+    if (array.allocate(interp, given) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    for (int i = 0; i < given; ++i) {
+        if (read_float(interp, elements[i], array.values() + i) != TCL_OK) {
+            return TCL_ERROR;
+        }
+    }
+    return array.hand_over(count, numbers);
+}
+
+} // namespace
+
+int floats_of_value(Tcl_Interp* interp, Tcl_Obj* value, int* count, float** numbers)
+{
+    const MorvelVector* const vector = morvelVectorIfAny(value);
+    if (vector != nullptr) {
+        FloatArray array;
+        if (array.allocate(interp, vector->count) != TCL_OK) {
+            return TCL_ERROR;
+        }
+        if (vector->count > 0) {
+            std::memcpy(array.values(), vector->values,
+                        static_cast<std::size_t>(vector->count) * sizeof(float));
+        }
+        return array.hand_over(count, numbers);
+    }
+    if (is_text(value)) {
+        const int status = floats_of_text(interp, value, count, numbers);
+        if (status != TCL_CONTINUE) {
+            return status;
+        }
+    }
+    // A number stays one: it would lose its own representation as a list.
+    if (is_of_type(value, "double") || is_of_type(value, "int")) {
+        return floats_of_elements(interp, 1, &value, count, numbers);
+    }
+    int given = 0;
+    Tcl_Obj** elements = nullptr;
+    if (elements_of(interp, value, &given, &elements) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    return floats_of_elements(interp, given, elements, count, numbers);
+}
+
+} // namespace morvel
