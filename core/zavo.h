@@ -14,9 +14,23 @@
 
 #include <stdio.h>
 
+/* The version of this header; zavo_version() tells that of the library. */
+#define ZAVO_VERSION_MAJOR 1
+#define ZAVO_VERSION_MINOR 0
+#define ZAVO_VERSION "1.0"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* What a shared library of these routines shows, whatever the default is. */
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility push(default)
+#endif
+
+/* The version of the library, such as "1.0": a text that stays the library's.
+ * A program compiled with one header may meet a later library. */
+const char* zavo_version(void);
 
 /* A single-precision complex value; an array of n of them is 2n floats. */
 typedef struct f_complex {
@@ -365,6 +379,10 @@ float* zavo_f_min_uncon_multivar(zavo_objective_fn fcn, int n, ...);
  * with a gradient function 4/8096 (the equalities fix every variable). */
 float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq, float* a,
                               const float* b, const float* xlb, const float* xub, ...);
+
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility pop
+#endif
 
 #ifdef __cplusplus
 }

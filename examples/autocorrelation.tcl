@@ -6,6 +6,7 @@
 # zavo_correlation is circular: it takes what comes after the end to be the
 # beginning. As many zeros as there are values keep the two apart.
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel ;# makes and reads lists of numbers
 package require zavo   ;# computes with them
 

@@ -27,6 +27,7 @@
 #   divided by the octane number, pressure and sulphur content allowed.
 # * Rows are "<=": a lower limit is multiplied by -1. The equalities stand first.
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel
 package require zavo
 

@@ -12,6 +12,7 @@
 # There is no year 0; -1 is the year before 1. In a script: source this file and
 # call calendar::weekday, calendar::easter and so on, which return plain values.
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require zavo
 
 namespace eval calendar {

@@ -5,7 +5,9 @@
 # against the concentration c of its substrate (Michaelis and Menten), by least
 # squares, for cells treated with Puromycin and for untreated ones.
 #
-#   tclsh examples/fit.tcl
+#   tclsh examples/fit.tcl ?picture.png?
+#
+# With a file name the measurements and both curves are drawn (needs gnuplot).
 #
 # How to scale a problem for zavo_min_uncon_multivar
 # ---------------------------------------------------
@@ -24,6 +26,7 @@
 # * Values are kept to seven digits. A sum of squares with a large constant in it
 #   hides what the variables do to it.
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel
 package require zavo
 
@@ -100,8 +103,38 @@ proc fit::run {state} {
     return [list $vmax $K [expr {sqrt([squared_error $vmax $K] / $freedom)}] $calls]
 }
 
+# Measurements as points, the models as curves.
+proc fit::draw {fits picture} {
+    set plot [open "| gnuplot" w]
+    puts $plot "set terminal png size 900,500"
+    puts $plot "set output '$picture'"
+    puts $plot "set title 'Reaction velocity, and the fits of vmax c / (K + c)'"
+    puts $plot "set xlabel 'concentration in ppm'"
+    puts $plot "set ylabel 'counts/min/min'"
+    puts $plot "set key right bottom"
+    puts $plot "set xrange \[0:1.2\]; set yrange \[0:230\]"
+    set curves {}
+    foreach {state vmax K} $fits {
+        lappend curves "'-' with points pointtype 7 title '$state'" "$vmax*x/($K+x) linewidth 2 notitle"
+    }
+    puts $plot "plot [join $curves {, }]"
+    foreach {state - -} $fits {
+        foreach {c v} [measurements $state] {
+            puts $plot "$c $v"
+        }
+        puts $plot e
+    }
+    close $plot
+}
+
 puts "state       vmax (counts/min/min)   K (ppm)   standard error   calls"
+set fits {}
 foreach state {treated untreated} {
     lassign [fit::run $state] vmax K error calls
     puts [format "%-10s  %21.2f  %8.5f  %15.3f  %6d" $state $vmax $K $error $calls]
+    lappend fits $state $vmax $K
+}
+if {$argc > 0} {
+    fit::draw $fits [lindex $argv 0]
+    puts "Fits drawn to [lindex $argv 0]"
 }

@@ -7,6 +7,7 @@
 # stage is from the clean picture. With a file name the three pictures are drawn
 # (needs gnuplot).
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel ;# makes and reads lists of numbers
 package require zavo   ;# computes with them
 
@@ -20,6 +21,7 @@ set clean {}
 set spoilt {}
 set state 1
 for {set r 0} {$r < $rows} {incr r} {
+    example::progress $r [expr {2 * $rows}] image2d.tcl
     for {set c 0} {$c < $columns} {incr c} {
         set disc [expr {hypot($r - 40, $c - 38) < 22}]
         set square [expr {abs($r - 58) < 18 && abs($c - 86) < 18}]
@@ -46,6 +48,7 @@ set i 0
 foreach {re im} $spectrum {
     set r [expr {$i / $columns}]
     set c [expr {$i % $columns}]
+    example::progress [expr {$rows + $r}] [expr {2 * $rows}] image2d.tcl
     set fr [expr {min($r, $rows - $r) / double($rows)}]
     set fc [expr {min($c, $columns - $c)}]
     set distance [expr {hypot($fr, $fc / double($columns))}]

@@ -7,6 +7,7 @@
 # one of each; the cable breaks when the load is above the strength. With a file
 # name the margins between the two are drawn as a histogram (needs gnuplot).
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel ;# makes and reads lists of numbers
 package require zavo   ;# draws them
 
@@ -32,6 +33,9 @@ foreach z [draw zavo_random_normal $trials] e [draw zavo_random_exp $trials] {
     set margin [expr {$mean_strength + $spread * $z - $mean_load * $e}]
     incr broken [expr {$margin < 0}]
     lappend margins $margin
+    if {[llength $margins] % 1000 == 0} {
+        example::progress [llength $margins] $trials montecarlo.tcl
+    }
 }
 
 # A count of rare events: the standard error of a frequency p in n trials is

@@ -7,6 +7,7 @@
 # transforms fast, and transformed. The strongest periods are printed; with a
 # file name both periodograms are drawn (needs gnuplot).
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel ;# makes and reads lists of numbers
 package require zavo   ;# computes with them
 

@@ -6,6 +6,7 @@
 # transforms back and shows how little was lost on the way. With a file name it
 # also draws the periodogram (needs gnuplot).
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require morvel ;# makes and reads lists of numbers
 package require zavo   ;# computes with them
 

@@ -16,6 +16,7 @@
 # dimension). The names below are put right before it sees them. Results are single
 # precision: six digits are good.
 
+source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require zavo
 
 namespace eval units {

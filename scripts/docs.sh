@@ -1,28 +1,67 @@
-# ./zavo docs [test]: manual pages and HTML into dist/share, checked; `test` builds
-# them into build/docs and also runs the pages' transcripts.
+# ./zavo docs [test|browser]: the manual: pages for man, HTML with pictures that the
+# examples and the explorer draw, and the C reference from zavo.h. It is built in
+# build/docs, checked, and installed with the rest. `test` also runs the pages'
+# transcripts; `browser` goes through the HTML in headless Chromium.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
-demand "way to make docs" "${1:-build}" build test
-need_packages tcl8.6 tcllib groff-base tidy
+demand "way to make docs" "${1:-build}" build test browser
 
-# build_docs PREFIX
+out=build/docs
+share=$out/share
+html=$share/doc/zavo
+
+# What the manual is made of; it is built anew when that has changed.
+docs_key() {
+    find docs examples tools/docs core/zavo.h scripts/docs.sh dist/lib/zavo1.0 -type f -print0 2>/dev/null |
+        sort -z | { xargs -0 sha256sum || true; } | sha256sum
+}
+
 build_docs() {
-    local prefix=$1
-    local man=$prefix/share/man html=$prefix/share/doc/zavo
-    rm -rf "$man/mann" "$html"
-    mkdir -p "$man/mann" "$html"
-    tclsh8.6 tools/build_docs.tcl docs "$man/mann" "$html" || die "docs/*.man: see above"
-    check_manual_pages "$man"
-    check_html "$html"
-    say "$(find "$man/mann" -name '*.n' | wc -l) manual pages in $man, contents in $html/index.html"
+    need_packages tcl8.6 tcllib groff-base tidy doxygen gnuplot-nox tk8.6 tklib libtk-img xvfb xauth
+    build_linux
+    if [[ -f $out/key && $(<"$out/key") == "$(docs_key)" ]]; then
+        say "the manual is up to date"
+    else
+        rm -rf "$out"
+        mkdir -p "$html/pictures" "$out/c"
+        draw_pictures
+        build_c_reference
+        tclsh8.6 tools/docs/build.tcl docs examples "$share" "$out/c/html" || die "docs: see above"
+        check_manual_pages
+        check_html
+        docs_key >"$out/key"
+    fi
+    rm -rf dist/share
+    install_tree release
+    say "$(find "$share/man" -name '*.[13n]' | wc -l) manual pages in dist/share/man, HTML in dist/share/doc/zavo/index.html"
+}
+
+# What the examples draw and print, and the explorer's windows.
+draw_pictures() {
+    say "pictures"
+    TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tools/docs/run_examples.tcl examples "$html/pictures" ||
+        die "examples: see above"
+    [[ ! -f tools/docs/screenshots.tcl ]] ||
+        TCLLIBPATH="$PWD/dist/lib" xvfb-run -a -s "-screen 0 1280x900x24" \
+            wish8.6 tools/docs/screenshots.tcl "$html/pictures" || die "screenshots: see above"
+}
+
+# Doxygen's pages: those of the sections and the routines go into section 3.
+build_c_reference() {
+    local page
+    { cat tools/docs/Doxyfile; echo "OUTPUT_DIRECTORY = $out/c"; } | doxygen - || die "doxygen: see above"
+    mkdir -p "$share/man/man3"
+    for page in "$out"/c/man/man3/{lib,}zavo_*.3 "$out"/c/man/man3/f_complex.3; do
+        sed 's/^\(\.TH "[^"]*" 3\) "[^"]*"/\1 ""/' "$page" >"$share/man/man3/${page##*/}"
+    done
 }
 
 # Every page must format without a word from groff. (.so lines count from share/man.)
 check_manual_pages() {
     local page words
-    for page in "$1"/mann/*.n; do
-        words=$(cd "$1" && groff -man -ww -z -Tutf8 -s "mann/${page##*/}" 2>&1) ||
+    for page in "$share"/man/man[1n]/*; do
+        words=$(cd "$share/man" && groff -man -ww -z -Tutf8 -s "${page#"$share/man/"}" 2>&1) ||
             die "${page##*/}: groff fails: $words"
         [[ -z $words ]] || die "${page##*/}: $words"
     done
@@ -30,19 +69,24 @@ check_manual_pages() {
 
 check_html() {
     local page words
-    for page in "$1"/*.html; do
+    for page in "$html"/*.html "$html"/c/*.html; do
         words=$(tidy -q -e "$page" 2>&1) || die "${page##*/}: $words"
     done
 }
 
 case "${1:-build}" in
 build)
-    build_docs dist
+    build_docs
     ;;
 test)
-    build_docs build/docs
-    build_linux
+    build_docs
     say "transcripts of the pages"
     TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tools/doc_examples.tcl docs/*.man || die "pages and reality differ, see above"
+    ;;
+browser)
+    need_packages chromium chromium-driver tcllib
+    build_docs
+    say "the manual in Chromium"
+    tclsh8.6 tools/docs/browse.tcl "$html" || die "the manual in a browser: see above"
     ;;
 esac

@@ -1,0 +1,8 @@
+// The version that the library was built with.
+
+#include "core/zavo.h"
+
+extern "C" const char* zavo_version()
+{
+    return ZAVO_VERSION;
+}
