@@ -48,7 +48,7 @@ set(CPACK_MONOLITHIC_INSTALL ON)
 # The archives hold one folder, zavo-1.0.
 set(CPACK_PACKAGING_INSTALL_PREFIX /zavo-${PROJECT_VERSION})
 
-if(NOT WIN32)
+if(NOT WIN32 AND NOT CMAKE_CROSSCOMPILING)
   include(packaging/debian.cmake)
 endif()
 include(CPack)
