@@ -79,10 +79,10 @@ ZAVO_INLINE void double_cos_sin(D x, D* cosine, D* sine)
     }
     c = 1.0 - (0.5 * r2 - (r2 * r2) * c);
     // k is 0 .. 4; the quarters 1 and 3 swap the two.
-    const D cos_part = (k == 1.0) | (k == 3.0) ? s : c;
-    const D sin_part = (k == 1.0) | (k == 3.0) ? c : s;
-    *cosine = (k == 1.0) | (k == 2.0) ? -cos_part : cos_part;
-    *sine = (k == 2.0) | (k == 3.0) ? -sin_part : sin_part;
+    const D cos_part = ((k == 1.0) | (k == 3.0)) ? s : c;
+    const D sin_part = ((k == 1.0) | (k == 3.0)) ? c : s;
+    *cosine = ((k == 1.0) | (k == 2.0)) ? -cos_part : cos_part;
+    *sine = ((k == 2.0) | (k == 3.0)) ? -sin_part : sin_part;
 }
 
 } // namespace
