@@ -21,8 +21,9 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # off. Loops are still vectorised.
 add_compile_options(-fno-tree-slp-vectorize)
 add_compile_options(-Wall -Wextra -Werror -ffp-contract=off -fno-fast-math)
-# Nothing throws, nothing asks for a dynamic type, and one thread is served; the
-# tests switch back what their framework needs.
+# Nothing throws and nothing asks for a dynamic type; the tests switch back what
+# their framework needs. No static object is made at its first use, which threads
+# could meet together: statics are constants, atomic, or a thread's own.
 add_compile_options(
   "$<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>")
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i[3-6]86$")

@@ -9,7 +9,8 @@ function(zavo_windows_dll target)
   endif()
   if(NOT TARGET zavo_windows_runtime)
     set(folder ${PROJECT_SOURCE_DIR}/cmake/win32)
-    add_library(zavo_windows_runtime STATIC ${folder}/dll_runtime.cpp ${folder}/from_chars.cpp)
+    add_library(zavo_windows_runtime STATIC ${folder}/dll_runtime.cpp ${folder}/from_chars.cpp
+      ${folder}/tls_directory.cpp)
   endif()
   target_link_options(${target} PRIVATE
     -nostartfiles -nodefaultlibs -Wl,-e,_zavo_dll_entry@12 -Wl,--disable-auto-import)

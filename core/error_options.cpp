@@ -37,10 +37,14 @@ constinit ErrorSettings the_settings{
 constexpr int stream_count = 3;
 constexpr int error_unit = 3;
 
-FILE** stream_slots()
+// Null stands for the stream of the C library.
+constinit std::atomic<FILE*> stream_slots[stream_count];
+
+FILE* stream_of(int unit)
 {
-    static FILE* slots[stream_count] = {stdin, stdout, stderr};
-    return slots;
+    FILE* const standard[stream_count] = {stdin, stdout, stderr};
+    FILE* const stream = stream_slots[unit - 1];
+    return stream != nullptr ? stream : standard[unit - 1];
 }
 
 void post_outside(int low, int high, int value)
@@ -54,7 +58,7 @@ void post_outside(int low, int high, int value)
 
 struct PolicyOption {
     int code;
-    unsigned char Policy::*setting;
+    std::atomic<unsigned char> Policy::*setting;
     bool stores;
 };
 
@@ -85,11 +89,19 @@ void apply_policy_option(const PolicyOption& option, OptionReader& options)
         post_outside(ZAVO_NOTE, ZAVO_TERMINAL, type);
         return;
     }
-    unsigned char& field = the_settings.policy[type].*option.setting;
+    std::atomic<unsigned char>& field = the_settings.policy[type].*option.setting;
     if (option.stores) {
         field = static_cast<unsigned char>(setting);
     } else if (answer != nullptr) {
         *answer = field;
+    }
+}
+
+// A value below `least` leaves the setting as it is.
+void store_from(int value, int least, std::atomic<unsigned char>& setting)
+{
+    if (value >= least) {
+        setting = static_cast<unsigned char>(value);
     }
 }
 
@@ -120,11 +132,9 @@ void post_no_memory(const char* what)
 void apply_option(int code, OptionReader& options)
 {
     switch (code) {
-    case ZAVO_SET_ERROR_STREAM: {
-        FILE* const stream = options.take<FILE*>();
-        stream_slots()[error_unit - 1] = stream != nullptr ? stream : stderr;
+    case ZAVO_SET_ERROR_STREAM:
+        stream_slots[error_unit - 1] = options.take<FILE*>();
         break;
-    }
     case ZAVO_GET_ERROR_STREAM:
         if (FILE** const answer = options.take<FILE**>(); answer != nullptr) {
             *answer = error_stream();
@@ -190,7 +200,7 @@ int output_mode()
 
 FILE* error_stream()
 {
-    return stream_slots()[error_unit - 1];
+    return stream_of(error_unit);
 }
 
 } // namespace zavo::core
@@ -225,23 +235,23 @@ void zavo_e1pos(int type, int* print, int* stop)
         // Kept: a setting of one type can be raised here but never switched off
         // (error_options.e1pos_cannot_switch_one_type_off).
         Policy& policy = the_settings.policy[type];
-        policy.print = *print > 0 ? static_cast<unsigned char>(*print) : policy.print;
-        policy.stop = *stop > 0 ? static_cast<unsigned char>(*stop) : policy.stop;
+        store_from(*print, 1, policy.print);
+        store_from(*stop, 1, policy.stop);
         return;
     }
     for (int each = ZAVO_NOTE; each < ZAVO_INTERNAL; ++each) {
         Policy& policy = the_settings.policy[each];
-        policy.print = *print >= 0 ? static_cast<unsigned char>(*print) : policy.print;
-        policy.stop = *stop >= 0 ? static_cast<unsigned char>(*stop) : policy.stop;
+        store_from(*print, 0, policy.print);
+        store_from(*stop, 0, policy.stop);
     }
 }
 
 void zavo_error_stream(int unit, FILE** stream)
 {
     if (unit >= 1 && unit <= stream_count) {
-        *stream = stream_slots()[unit - 1];
+        *stream = stream_of(unit);
     } else if (unit <= -1 && unit >= -stream_count) {
-        stream_slots()[-unit - 1] = *stream;
+        stream_slots[-unit - 1] = *stream;
     } else {
         zavo_error_push("zavo_error_stream");
         zavo_error_set_int(1, unit);

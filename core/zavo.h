@@ -6,8 +6,12 @@
  * caller's own array when ZAVO_RETURN_USER is given. The variable arguments of
  * a routine are option codes, each followed by its values, closed by 0.
  * Trouble is posted on the error stack (type, code, message) and the routine
- * returns null, NaN or the value that its comment names. The library serves one
- * thread.
+ * returns null, NaN or the value that its comment names.
+ *
+ * Threads. Each thread has its own error stack, stream of deviates and series of
+ * convolutions, made at its first call (some 70 KB) and released when it ends; N
+ * threads get the results that each would get alone. What zavo_error_options sets
+ * is the process's.
  */
 #ifndef ZAVO_H
 #define ZAVO_H
@@ -132,8 +136,9 @@ float zavo_f_vmax(int n, ...);
 
 /* ---- Random deviates --------------------------------------------------- */
 /*
- * One stream for the process: a multiplicative congruential generator modulo
- * 2^31 - 1, seeded from the clock when nothing has seeded it. The same seed and
+ * One stream for each thread: a multiplicative congruential generator modulo
+ * 2^31 - 1, seeded from the clock and the number of the thread when nothing has
+ * seeded it. The same seed and
  * option give the same bits on every processor and system, however a sequence is
  * split into calls.
  */

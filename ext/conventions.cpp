@@ -1,27 +1,27 @@
 #include "ext/conventions.hpp"
 
 #include "core/errors/error_stack.h"
+#include "core/thread_state.hpp"
 
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
 
-// Static, because the interpreter's result points at the text. Longer messages
-// are cut: nine parameters of any length can stand in one.
-char last_error_text[4096];
-char last_error_routine[64];
-int last_error_type;
-int last_error_code;
+zavo::core::ModuleState& module_state()
+{
+    return zavo::core::thread_state().module;
+}
 
 } // namespace
 
 void zavo_error_handler(int type, int code, const char* routine, const char* message)
 {
-    std::snprintf(last_error_text, sizeof last_error_text, "%s: %s", routine, message);
-    std::snprintf(last_error_routine, sizeof last_error_routine, "%s", routine);
-    last_error_type = type;
-    last_error_code = code;
+    zavo::core::ModuleState& state = module_state();
+    std::snprintf(state.last_error_text, sizeof state.last_error_text, "%s: %s", routine, message);
+    std::snprintf(state.last_error_routine, sizeof state.last_error_routine, "%s", routine);
+    state.last_error_type = type;
+    state.last_error_code = code;
 }
 
 int zavo_error_result(Tcl_Interp* interp)
@@ -36,27 +36,29 @@ namespace zavo::ext {
 
 void forget_last_error()
 {
-    last_error_type = 0;
-    last_error_code = 0;
-    last_error_routine[0] = '\0';
-    last_error_text[0] = '\0';
+    core::ModuleState& state = module_state();
+    state.last_error_type = 0;
+    state.last_error_code = 0;
+    state.last_error_routine[0] = '\0';
+    state.last_error_text[0] = '\0';
 }
 
 int failure_seen()
 {
-    return core::is_failure(last_error_type) ? 1 : 0;
+    return core::is_failure(module_state().last_error_type) ? 1 : 0;
 }
 
 void describe_last_error(zavo_engine_error* error)
 {
-    *error = {last_error_type, last_error_code, last_error_routine, last_error_text};
+    const core::ModuleState& state = module_state();
+    *error = {state.last_error_type, state.last_error_code, state.last_error_routine, state.last_error_text};
 }
 
 bool failure_reported(Tcl_Interp* interp)
 {
-    const bool failed = core::is_failure(last_error_type);
+    const bool failed = core::is_failure(module_state().last_error_type);
     if (failed) {
-        Tcl_SetResult(interp, last_error_text, TCL_STATIC);
+        Tcl_SetResult(interp, module_state().last_error_text, TCL_STATIC);
     }
     return failed;
 }

@@ -1,6 +1,7 @@
 // The module's entry point and its table of commands.
 
 #include "core/system/platform.hpp"
+#include "core/thread_state.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 #include "ext/engine.h"
@@ -55,6 +56,21 @@ void register_commands(Tcl_Interp* interp)
     }
 }
 
+// The state goes with the thread, while the interpreter's own libraries stand.
+void end_with_thread(core::ModuleState& state)
+{
+    if (!state.ends_with_interpreter_thread) {
+        state.ends_with_interpreter_thread = true;
+        Tcl_CreateThreadExitHandler([](ClientData) { core::end_thread_state(); }, nullptr);
+    }
+}
+
+void seed_stream(core::ModuleState& state)
+{
+    state.seed = platform::tick_count();
+    zavo_random_seed_set(core::seed_of_thread(static_cast<int>(state.seed)));
+}
+
 } // namespace
 
 } // namespace zavo::ext
@@ -66,9 +82,9 @@ int Zavo_Init(Tcl_Interp* interp)
         return TCL_ERROR;
     }
     zavo::ext::register_commands(interp);
-    static unsigned seed;
-    seed = zavo::platform::tick_count();
-    zavo_random_seed_set(static_cast<int>(seed));
+    zavo::core::ModuleState& state = zavo::core::thread_state().module;
+    zavo::ext::end_with_thread(state);
+    zavo::ext::seed_stream(state);
     Tcl_PkgProvideEx(interp, "zavo", "1.0", const_cast<zavo_engine*>(&zavo_engine_table));
     zavo_error_options(ZAVO_SET_ERROR_HANDLER, zavo_error_handler, ZAVO_SET_STOP, ZAVO_FATAL, 0,
                        ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);

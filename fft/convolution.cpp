@@ -9,6 +9,7 @@
 #include "core/frame/option_reader.hpp"
 #include "core/kernels/vector_kernels.h"
 #include "core/system/memory.hpp"
+#include "core/thread_state.hpp"
 #include "core/zavo.h"
 #include "fft/posting.hpp"
 #include "fft/real_fft.h"
@@ -96,25 +97,20 @@ void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence*
 // ---- one call ----------------------------------------------------------------------
 
 // The work area of a series outlives a call: padded x, padded y, table.
-struct SeriesArea {
-    float* block = nullptr;
-    int nz = 0;
+core::LengthArray& series_area()
+{
+    return core::thread_state().series;
+}
 
-    bool allocate(int length)
-    {
-        release();
-        block = static_cast<float*>(core::allocate(count_of_floats(length, 4, record_floats), sizeof(float)));
-        nz = block != nullptr ? length : 0;
-        return block != nullptr;
-    }
-    void release()
-    {
-        core::release(block);
-        block = nullptr;
-        nz = 0;
-    }
-};
-SeriesArea area;
+bool allocate_area(int length)
+{
+    core::LengthArray& area = series_area();
+    area.drop();
+    area.data =
+        static_cast<float*>(core::allocate(count_of_floats(length, 4, record_floats), sizeof(float)));
+    area.n = area.data != nullptr ? length : 0;
+    return area.data != nullptr;
+}
 
 class ConvolutionCall {
 public:
@@ -127,7 +123,7 @@ public:
     ~ConvolutionCall()
     {
         if (owns_area_ && (mode() == 0 || mode() == 3)) {
-            area.release();
+            series_area().drop();
         }
     }
 
@@ -175,7 +171,7 @@ public:
             return;
         }
         const int ipad = (periodic_ ? 0 : 1) + (kind_ == Product::correlation && x_ == y_ ? 2 : 0);
-        float* const xwork = area.block;
+        float* const xwork = series_area().data;
         float* const ywork = xwork + nz_;
         float* const table = ywork + nz_;
         const int table_mode = table_is_stale_ ? 1 : mode();
@@ -253,8 +249,8 @@ private:
     {
         const std::size_t count = static_cast<std::size_t>(nz_);
         owns_area_ = true;
-        table_is_stale_ = mode() < 2 || area.nz != nz_;
-        if ((table_is_stale_ && !area.allocate(nz_)) || !get_spectrum(count) ||
+        table_is_stale_ = mode() < 2 || series_area().n != nz_;
+        if ((table_is_stale_ && !allocate_area(nz_)) || !get_spectrum(count) ||
             (!result_.borrowed() && !result_.allocate(count))) {
             post_no_memory(nz_);
             return false;

@@ -1,33 +1,28 @@
 // zavo_fft_real p ?BACKWARD?
 
+#include "core/thread_state.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace zavo::ext {
 
 namespace {
 
-// The table of the length transformed last, for the life of the process.
-struct TableCache {
-    int n = 0;
-    float* table = nullptr;
-
-    // The table for a length; null for a length that has none or when memory is
-    // short, which then is the library's last error.
-    const float* for_length(int length)
-    {
-        if (length != n) {
-            std::free(table);
-            table = zavo_f_fft_real_init(length);
-            n = table != nullptr ? length : 0;
-        }
-        return table;
+// The table of the length transformed last, for the life of the thread; null for
+// a length that has none or when memory is short, which then is the library's last
+// error.
+const float* table_for(int length)
+{
+    core::LengthArray& cache = core::thread_state().fft_table;
+    if (length != cache.n) {
+        cache.drop();
+        cache.data = zavo_f_fft_real_init(length);
+        cache.n = cache.data != nullptr ? length : 0;
     }
-};
-TableCache cache;
+    return cache.data;
+}
 
 // n >= 1 values; the table is used when there is one.
 float* transform(int n, const float* values, bool backward, const float* table)
@@ -45,7 +40,7 @@ DynList* transform_list(const DynList* list, bool backward)
     static const float nothing = 0.0F; // an empty list may have no array
     const int n = count_of(list);
     const float* const values = n > 0 ? floats_of(list) : &nothing;
-    const float* const table = n > 1 ? cache.for_length(n) : nullptr;
+    const float* const table = n > 1 ? table_for(n) : nullptr;
     float* const result = transform(n, values, backward, table);
     return result != nullptr ? float_list(n, result) : nullptr;
 }

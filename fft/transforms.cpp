@@ -8,6 +8,8 @@
 #include "fft/tables/twiddle_block.hpp"
 #include "fft/wide/simd.hpp"
 
+#include <atomic>
+
 namespace zavo::fft {
 
 namespace {
@@ -41,8 +43,13 @@ const SimdPath* simd_path()
 
 Path best_path()
 {
-    static const Path best = find_best_path();
-    return best;
+    static constinit std::atomic<int> best{-1}; // threads that look at once find the same
+    int found = best.load(std::memory_order_relaxed);
+    if (found < 0) {
+        found = static_cast<int>(find_best_path());
+        best.store(found, std::memory_order_relaxed);
+    }
+    return static_cast<Path>(found);
 }
 
 Path path_in_use()

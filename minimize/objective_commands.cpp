@@ -49,13 +49,11 @@ private:
 
 } // namespace
 
-ScriptObjective* ScriptObjective::running_ = nullptr;
-
 ScriptObjective::ScriptObjective(Tcl_Interp* interp, const char* function)
-    : interp_(interp), function_(function), outer_(running_)
+    : interp_(interp), function_(function), outer_(place())
 {
     Tcl_Preserve(interp_);
-    running_ = this;
+    place() = this;
     if (is_plain_word(function)) {
         name_ = Tcl_NewStringObj(function, -1);
         Tcl_IncrRefCount(name_);
@@ -64,7 +62,7 @@ ScriptObjective::ScriptObjective(Tcl_Interp* interp, const char* function)
 
 ScriptObjective::~ScriptObjective()
 {
-    running_ = outer_;
+    place() = outer_;
     if (name_ != nullptr) {
         Tcl_DecrRefCount(name_);
     }
@@ -114,7 +112,7 @@ float ScriptObjective::value(int n, const float* x)
     } else {
         call_by_script(n, x);
     }
-    running_ = this;
+    place() = this;
     return minimize::read_float(Tcl_GetStringResult(interp_));
 }
 

@@ -4,6 +4,8 @@
 // is done.
 #pragma once
 
+#include "core/thread_state.hpp"
+
 #include <tcl.h>
 
 namespace zavo::ext {
@@ -28,17 +30,18 @@ public:
     // value: the number that it begins with, else 0.
     float value(int n, const float* x);
 
-    static ScriptObjective& running() { return *running_; }
+    static ScriptObjective& running() { return *static_cast<ScriptObjective*>(place()); }
 
 private:
     void call_by_words(int n, const float* x);
     void call_by_script(int n, const float* x);
 
-    static ScriptObjective* running_;
+    // Where the thread keeps its running objective.
+    static void*& place() { return core::thread_state().objective; }
 
     Tcl_Interp* interp_;
     const char* function_;
-    ScriptObjective* outer_;
+    void* outer_;
     // A function word that is a plain word goes to the interpreter as words, all
     // others as a script that is parsed at every call.
     Tcl_Obj* name_ = nullptr;

@@ -1,5 +1,7 @@
 #include "random/kernels.hpp"
 
+#include <atomic>
+
 namespace zavo::random {
 
 namespace {
@@ -23,27 +25,26 @@ struct Sets {
     }
 };
 
-const Sets& sets()
-{
-    static const Sets found;
-    return found;
-}
-
-const Kernels* chosen = nullptr;
+// Threads may look at once: each finds the same.
+constinit std::atomic<const Kernels*> chosen{nullptr};
 
 } // namespace
 
 const Kernels& kernels()
 {
-    if (chosen == nullptr) {
-        chosen = sets().set[sets().count - 1];
+    const Kernels* present = chosen.load(std::memory_order_relaxed);
+    if (present == nullptr) {
+        const Sets sets;
+        present = sets.set[sets.count - 1];
+        chosen.store(present, std::memory_order_relaxed);
     }
-    return *chosen;
+    return *present;
 }
 
 const Kernels* available_kernels(int i)
 {
-    return i >= 0 && i < sets().count ? sets().set[i] : nullptr;
+    const Sets sets;
+    return i >= 0 && i < sets.count ? sets.set[i] : nullptr;
 }
 
 void use_kernels(const Kernels* set)

@@ -1,4 +1,4 @@
-// The uniform stream: one for the process, a multiplicative congruence with or
+// The uniform stream: one for each thread, a multiplicative congruence with or
 // without a shuffle table in front of its output (C. Bays, S. D. Durham,
 // "Improving a poor random number generator", 1976).
 //
@@ -8,6 +8,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/frame/entry_frame.hpp"
 #include "core/system/platform.hpp"
+#include "core/thread_state.hpp"
 #include "random/deliver.hpp"
 #include "random/kernels.hpp"
 #include "random/random.h"
@@ -21,7 +22,7 @@ namespace zavo::random {
 namespace {
 
 constexpr int options = 6;
-constexpr int table_size = 128;
+constexpr int table_size = core::StreamState::table_size;
 
 // By option: 1 and 2, 3 and 4, 5 and 6; the even one of a pair is shuffled.
 constexpr Multiplier multipliers[options / 2] = {powers_of(16807), powers_of(397204094),
@@ -35,37 +36,34 @@ static_assert(2147483646.0 * unit_scale < 1.0);
 // cache, and to go round it would throw them out twice.
 constexpr std::size_t large_array = std::size_t{4} << 20;
 
-struct Stream {
-    int option = 1;
-    int seed = 0;        // the last state; where the next batch goes on
-    bool seeded = false; // by a caller or by a generation from the clock
-    bool filled = false; // the shuffle table holds values
-    float table[table_size] = {};
-};
+using Stream = core::StreamState;
 
-Stream stream;
+Stream& stream()
+{
+    return core::thread_state().stream;
+}
 
 constexpr int smallest_clock_seed = 2;
 constexpr int fallback_seed = 123457;
 
-void seed_from_clock()
+void seed_from_clock(Stream& stream)
 {
     std::tm now{};
     const bool known = platform::clock_time(&now);
     const int seed = known ? now.tm_hour * 10000 + now.tm_min * 100 + now.tm_sec + 1 : 0;
-    stream.seed = seed < smallest_clock_seed ? fallback_seed : seed;
+    stream.seed = core::seed_of_thread(seed < smallest_clock_seed ? fallback_seed : seed);
 }
 
 // Before anything is drawn or asked for.
-void seed_at_latest_now()
+void seed_at_latest_now(Stream& stream)
 {
     if (!stream.seeded) {
-        seed_from_clock();
+        seed_from_clock(stream);
         stream.seeded = true;
     }
 }
 
-const Multiplier& multiplier()
+const Multiplier& multiplier_of(const Stream& stream)
 {
     return multipliers[(stream.option - 1) / 2];
 }
@@ -73,11 +71,12 @@ const Multiplier& multiplier()
 // Each deviate picks the table's entry by the state's lower 7 bits, hands it out
 // and leaves its own value there. Only this exchange is serial; the states come
 // in vectors, a round at a time.
-std::uint32_t fill_shuffled(std::uint32_t x, std::size_t n, float* r)
+std::uint32_t fill_shuffled(Stream& stream, std::uint32_t x, std::size_t n, float* r)
 {
+    const Multiplier& multiplier = multiplier_of(stream);
     if (!stream.filled) {
         for (float& entry : stream.table) {
-            x = multiply_mod(x, multiplier().power[0]);
+            x = multiply_mod(x, multiplier.power[0]);
             entry = static_cast<float>(x / double{modulus}); // divided, not scaled
         }
         stream.filled = true;
@@ -87,7 +86,7 @@ std::uint32_t fill_shuffled(std::uint32_t x, std::size_t n, float* r)
     float* const table = stream.table;
     while (n != 0) {
         const std::size_t count = n < round ? n : round;
-        x = kernels().uniform_and_states(multiplier(), x, count, r, states);
+        x = kernels().uniform_and_states(multiplier, x, count, r, states);
         for (std::size_t i = 0; i < count; ++i) {
             float& entry = table[states[i] % table_size];
             const float drawn = entry;
@@ -103,7 +102,8 @@ std::uint32_t fill_shuffled(std::uint32_t x, std::size_t n, float* r)
 // The seed is stored last: a batch that faults half-way leaves it where it was.
 void fill(int n, float* r, bool untouched)
 {
-    seed_at_latest_now();
+    Stream& stream = random::stream();
+    seed_at_latest_now(stream);
     if (n < 1) {
         return;
     }
@@ -112,11 +112,11 @@ void fill(int n, float* r, bool untouched)
     const bool shuffled = stream.option % 2 == 0;
     std::uint32_t last = 0;
     if (shuffled) {
-        last = fill_shuffled(x, count, r);
+        last = fill_shuffled(stream, x, count, r);
     } else if (count >= large_array && !untouched) {
-        last = kernels().uniform_large(multiplier(), x, count, r);
+        last = kernels().uniform_large(multiplier_of(stream), x, count, r);
     } else {
-        last = kernels().uniform(multiplier(), x, count, r);
+        last = kernels().uniform(multiplier_of(stream), x, count, r);
     }
     stream.seed = static_cast<int>(last);
 }
@@ -154,21 +154,23 @@ float* zavo_f_random_uniform(int n, ...)
 
 void zavo_random_seed_set(int seed)
 {
+    core::StreamState& stream = zavo::random::stream();
     if (seed > 0 && seed < static_cast<int>(modulus)) {
         stream.seed = seed;
         stream.seeded = true;
     } else if (seed == 0) {
         // Kept: not marked as seeded, so a stream that never was takes the
         // clock once more at its first deviate.
-        seed_from_clock();
+        seed_from_clock(stream);
     } else {
-        seed_at_latest_now();
+        seed_at_latest_now(stream);
     }
 }
 
 int zavo_random_seed_get(void)
 {
-    seed_at_latest_now();
+    core::StreamState& stream = zavo::random::stream();
+    seed_at_latest_now(stream);
     return stream.seed;
 }
 
@@ -179,19 +181,20 @@ void zavo_random_option(int option)
     int position = 0;
     zavo_arg_check_range(option, "generator_option", 1, options, &position);
     if (zavo_error_code(0) == 0) {
-        stream.option = option; // the shuffle table stays as it is
+        zavo::random::stream().option = option; // the shuffle table stays as it is
     }
     zavo_error_pop(name);
 }
 
 int zavo_random_option_get(void)
 {
-    return stream.option;
+    return zavo::random::stream().option;
 }
 
 void zavo_random_state_get(zavo_random_state* state)
 {
-    seed_at_latest_now();
+    core::StreamState& stream = zavo::random::stream();
+    seed_at_latest_now(stream);
     state->option = stream.option;
     state->seed = stream.seed;
     state->filled = stream.filled ? 1 : 0;
@@ -203,6 +206,7 @@ int zavo_random_state_set(const zavo_random_state* state)
     if (!is_state(*state)) {
         return 0;
     }
+    core::StreamState& stream = zavo::random::stream();
     stream.option = state->option;
     stream.seed = state->seed;
     stream.seeded = true;
@@ -215,12 +219,13 @@ int zavo_random_state_set(const zavo_random_state* state)
 
 int zavo_random_jump(long long count)
 {
+    core::StreamState& stream = zavo::random::stream();
     if (count < 0 || stream.option % 2 == 0) {
         return 0;
     }
-    seed_at_latest_now();
-    stream.seed = static_cast<int>(jumped(static_cast<std::uint32_t>(stream.seed), multiplier().power[0],
-                                          static_cast<std::uint64_t>(count)));
+    seed_at_latest_now(stream);
+    stream.seed = static_cast<int>(jumped(static_cast<std::uint32_t>(stream.seed),
+                                          multiplier_of(stream).power[0], static_cast<std::uint64_t>(count)));
     return 1;
 }
 
@@ -228,6 +233,7 @@ void zavo_rnses(const float* table)
 {
     static const char name[] = "zavo_rnses";
     zavo_error_push(name);
+    core::StreamState& stream = zavo::random::stream();
     stream.filled = table[0] > 0.0F;
     for (int i = 0; stream.filled && i < table_size; ++i) {
         if (table[i] > 0.0F && table[i] < 1.0F) {

@@ -58,17 +58,34 @@ __attribute__((force_align_arg_pointer)) int __stdcall zavo_dll_entry(void*, uns
     return 1;
 }
 
-// Number formatting guards its cache of big numbers with these. The library
-// serves one thread, so there is nothing to guard against; the pointers stand
-// where the linker would put those of the imported functions.
-static void __stdcall no_lock(void*) {}
-static void __stdcall no_sleep(unsigned long) {}
+// Number formatting guards its cache of big numbers with these, for a few
+// instructions at a time; so the first word of a lock serves as a flag. The
+// pointers stand where the linker would put those of the imported functions.
+static void __stdcall initialize_lock(void* lock)
+{
+    __atomic_store_n(static_cast<int*>(lock), 0, __ATOMIC_RELEASE);
+}
+static void __stdcall enter_lock(void* lock)
+{
+    while (__atomic_exchange_n(static_cast<int*>(lock), 1, __ATOMIC_ACQUIRE) != 0) {
+        __builtin_ia32_pause();
+    }
+}
+static void __stdcall leave_lock(void* lock)
+{
+    __atomic_store_n(static_cast<int*>(lock), 0, __ATOMIC_RELEASE);
+}
+static void __stdcall delete_lock(void*) {}
+static void __stdcall sleep(unsigned long)
+{
+    __builtin_ia32_pause();
+}
 
-void(__stdcall* zavo_initialize_lock)(void*) __asm__("__imp__InitializeCriticalSection@4") = no_lock;
-void(__stdcall* zavo_enter_lock)(void*) __asm__("__imp__EnterCriticalSection@4") = no_lock;
-void(__stdcall* zavo_leave_lock)(void*) __asm__("__imp__LeaveCriticalSection@4") = no_lock;
-void(__stdcall* zavo_delete_lock)(void*) __asm__("__imp__DeleteCriticalSection@4") = no_lock;
-void(__stdcall* zavo_sleep)(unsigned long) __asm__("__imp__Sleep@4") = no_sleep;
+void(__stdcall* zavo_initialize_lock)(void*) __asm__("__imp__InitializeCriticalSection@4") = initialize_lock;
+void(__stdcall* zavo_enter_lock)(void*) __asm__("__imp__EnterCriticalSection@4") = enter_lock;
+void(__stdcall* zavo_leave_lock)(void*) __asm__("__imp__LeaveCriticalSection@4") = leave_lock;
+void(__stdcall* zavo_delete_lock)(void*) __asm__("__imp__DeleteCriticalSection@4") = delete_lock;
+void(__stdcall* zavo_sleep)(unsigned long) __asm__("__imp__Sleep@4") = sleep;
 
 // It converts the decimal point of the locale to a wide character and back: one
 // byte, the same number.

@@ -8,21 +8,17 @@
 #include "core/system/error_settings.hpp"
 #include "core/system/memory.hpp"
 #include "core/system/platform.hpp"
+#include "core/system/process_lock.hpp"
 #include "core/system/text_buffer.hpp"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <utility>
 
 namespace zavo::core {
 
 namespace {
-
-// Code / codes_per_file is the index of its file, the rest the record number.
-constexpr int codes_per_file = 100000;
-constexpr const char* file_names[] = {"zavoerr.bin", "kverr.bin", "XXXXXX.bin"};
-constexpr int file_count = static_cast<int>(std::size(file_names));
 
 constexpr char path_variable[] = "ZAVOERRPATH";
 constexpr char default_path[] = ".;$LIB;/lib;c:/lib";
@@ -30,23 +26,21 @@ constexpr std::size_t path_limit = 260;       // longest value of path_variable
 constexpr std::size_t variable_limit = 32767; // longest value of a variable in a path element
 constexpr std::size_t found_limit = 4096;     // longest name of a file found
 
-struct Catalogue {
-    CatalogueFile files[file_count];
-    char* path; // set by the options; null when not
-    char* name;
-
-    char* buffer; // of the record read last
-    std::size_t buffer_size;
-    bool cached;
-    int cached_code;
-    std::size_t name_start; // of the symbolic name in the buffer
+// What the options set, for the whole process and under its lock; null when not
+// set.
+struct Settings {
+    char* path = nullptr;
+    std::atomic<char*> name{nullptr};
 };
-constinit Catalogue catalogue{};
+constinit Settings settings;
+
+// Files that a thread has complained of.
+constinit std::atomic<bool> reported[catalogue_count];
 
 int file_index(int code)
 {
     const int index = code / codes_per_file;
-    return code >= 0 && index < file_count ? index : -1;
+    return code >= 0 && index < catalogue_count ? index : -1;
 }
 
 // ---- Finding a file ------------------------------------------------------
@@ -92,18 +86,29 @@ bool expand_path(const char* source, TextBuffer& path)
     }
 }
 
+// The path that the options have set; empty when none is set.
+void copy_set_path(TextBuffer& path)
+{
+    const ProcessLock lock;
+    if (settings.path != nullptr) {
+        path.append(settings.path);
+    }
+}
+
 // Null, or the reason why the file is not loaded.
 const char* find_and_open(const char* name, CatalogueFile& file)
 {
     char from_environment[path_limit + 1];
-    const char* source = catalogue.path;
-    if (source == nullptr) {
+    TextBuffer set_path;
+    copy_set_path(set_path);
+    const char* source = set_path.c_str();
+    if (set_path.empty()) {
         source = platform::environment(path_variable, from_environment, sizeof from_environment) > 0
                      ? from_environment
                      : default_path;
     }
     TextBuffer path;
-    if (!expand_path(source, path)) {
+    if (set_path.out_of_memory() || !expand_path(source, path)) {
         return "Out-of-space";
     }
     char found[found_limit];
@@ -132,12 +137,12 @@ CatalogueFile* loaded_file(int code)
     if (index < 0) {
         return nullptr;
     }
-    CatalogueFile& file = catalogue.files[index];
+    CatalogueFile& file = catalogue_cache().files[index];
     if (file.status == CatalogueFile::Status::untried) {
-        const char* const reason = find_and_open(file_names[index], file);
+        const char* const reason = find_and_open(catalogue_names[index], file);
         file.status = reason == nullptr ? CatalogueFile::Status::loaded : CatalogueFile::Status::failed;
-        if (reason != nullptr) {
-            report_failure(file_names[index], reason);
+        if (reason != nullptr && !reported[index].exchange(true)) {
+            report_failure(catalogue_names[index], reason);
         }
     }
     return file.status == CatalogueFile::Status::loaded ? &file : nullptr;
@@ -147,89 +152,95 @@ CatalogueFile* loaded_file(int code)
 
 // The buffer is taken once, for the longest record that the header announces; a
 // second file with longer ones replaces it.
-bool reserve_buffer(std::size_t size)
+bool reserve_buffer(CatalogueCache& cache, std::size_t size)
 {
-    if (size <= catalogue.buffer_size) {
+    if (size <= cache.buffer_size) {
         return true;
     }
     char* const buffer = static_cast<char*>(allocate(size, 1));
     if (buffer == nullptr) {
         return false;
     }
-    release(std::exchange(catalogue.buffer, buffer));
-    catalogue.buffer_size = size;
-    catalogue.cached = false;
+    release(std::exchange(cache.buffer, buffer));
+    cache.buffer_size = size;
+    cache.cached = false;
     return true;
 }
 
 // Null, or the reason why the record is not in the buffer.
-const char* read_record(CatalogueFile& file, int record, int code)
+const char* read_record(CatalogueCache& cache, CatalogueFile& file, int record, int code)
 {
-    if (!reserve_buffer(file.buffer_size())) {
+    if (!reserve_buffer(cache, file.buffer_size())) {
         return "Out-of-memory";
     }
-    catalogue.cached = false;
-    if (!file.read(record, catalogue.buffer, &catalogue.name_start)) {
+    cache.cached = false;
+    if (!file.read(record, cache.buffer, &cache.name_start)) {
         return "Cannot seek to correct location";
     }
-    catalogue.cached = true;
-    catalogue.cached_code = code;
+    cache.cached = true;
+    cache.cached_code = code;
     return nullptr;
 }
 
-bool is_cached(int code)
+// A copy of a setting's text, null for none. False when memory is short.
+bool copy_text(const char* text, char** copy)
 {
-    return catalogue.cached && catalogue.cached_code == code;
+    *copy = nullptr;
+    if (text == nullptr || text[0] == '\0') {
+        return true;
+    }
+    const std::size_t size = std::strlen(text) + 1;
+    *copy = static_cast<char*>(allocate(size, 1));
+    if (*copy != nullptr) {
+        std::memcpy(*copy, text, size);
+    }
+    return *copy != nullptr;
 }
 
-bool copy_setting(char*& setting, const char* text)
+// The name of the file in use is the table's again.
+void forget_set_name()
 {
-    char* copy = nullptr;
-    if (text != nullptr && text[0] != '\0') {
-        const std::size_t size = std::strlen(text) + 1;
-        copy = static_cast<char*>(allocate(size, 1));
-        if (copy == nullptr) {
-            return false;
-        }
-        std::memcpy(copy, text, size);
+    if (settings.name.load(std::memory_order_relaxed) != nullptr) {
+        release(settings.name.exchange(nullptr));
     }
-    release(std::exchange(setting, copy));
-    return true;
 }
 
 } // namespace
 
 const char* catalogue_message(int code)
 {
-    static char text[120];
-    if (is_cached(code)) {
-        return catalogue.buffer;
+    CatalogueCache& cache = catalogue_cache();
+    if (cache.cached && cache.cached_code == code) {
+        return cache.buffer;
     }
+    char(&text)[sizeof cache.message_text] = cache.message_text;
     CatalogueFile* const file = loaded_file(code);
-    // The name of the file in use is the table's again.
-    copy_setting(catalogue.name, nullptr);
+    forget_set_name();
     const int record = file != nullptr ? file->find(code % codes_per_file) : -1;
     if (record < 0) {
         std::snprintf(text, sizeof text, "Error code %ld.", static_cast<long>(code));
         return text;
     }
-    const char* const reason = read_record(*file, record, code);
+    const char* const reason = read_record(cache, *file, record, code);
     if (reason != nullptr) {
         std::snprintf(text, sizeof text, "Error in reading %s for error message %d.\n%s.\n",
-                      file_names[file_index(code)], code, reason);
+                      catalogue_names[file_index(code)], code, reason);
         file->close();
         file->status = CatalogueFile::Status::failed;
         return text;
     }
-    return catalogue.buffer;
+    return cache.buffer;
 }
 
 const char* code_text(int code)
 {
-    static char text[80];
+    CatalogueCache& cache = catalogue_cache();
+    char(&text)[sizeof cache.code_text] = cache.code_text;
     catalogue_message(code);
-    if (is_cached(code) && catalogue.files[file_index(code)].status == CatalogueFile::Status::loaded) {
-        std::snprintf(text, sizeof text, "%s", catalogue.buffer + catalogue.name_start);
+    const bool has_record = cache.cached && cache.cached_code == code &&
+                            cache.files[file_index(code)].status == CatalogueFile::Status::loaded;
+    if (has_record) {
+        std::snprintf(text, sizeof text, "%s", cache.buffer + cache.name_start);
     } else {
         std::snprintf(text, sizeof text, "%ld", static_cast<long>(code));
     }
@@ -238,24 +249,44 @@ const char* code_text(int code)
 
 bool set_catalogue_path(const char* path)
 {
-    return copy_setting(catalogue.path, path);
+    char* copy = nullptr;
+    if (!copy_text(path, &copy)) {
+        return false;
+    }
+    const ProcessLock lock;
+    release(std::exchange(settings.path, copy));
+    return true;
 }
 
 bool set_catalogue_name(const char* name)
 {
-    return copy_setting(catalogue.name, name);
+    char* copy = nullptr;
+    if (!copy_text(name, &copy)) {
+        return false;
+    }
+    release(settings.name.exchange(copy));
+    return true;
+}
+
+void CatalogueCache::reset()
+{
+    for (CatalogueFile& file : files) {
+        file.close();
+        file.status = CatalogueFile::Status::untried;
+    }
+    release(std::exchange(buffer, nullptr));
+    buffer_size = 0;
+    cached = false;
 }
 
 void reset_catalogue()
 {
-    for (CatalogueFile& file : catalogue.files) {
-        file.close();
-        file.status = CatalogueFile::Status::untried;
+    catalogue_cache().reset();
+    for (std::atomic<bool>& each : reported) {
+        each = false;
     }
-    release(catalogue.buffer);
-    release(catalogue.path);
-    release(catalogue.name);
-    catalogue = Catalogue{};
+    set_catalogue_path(nullptr);
+    set_catalogue_name(nullptr);
 }
 
 } // namespace zavo::core

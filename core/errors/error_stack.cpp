@@ -17,8 +17,6 @@ namespace zavo::core {
 
 namespace {
 
-constinit ErrorState the_state;
-
 constexpr bool reported_at_once(int type)
 {
     return type >= ZAVO_TERMINAL && type <= ZAVO_INTERNAL;
@@ -29,15 +27,41 @@ bool same_name(const char* a, const char* b)
     return a == b || std::strcmp(a, b) == 0;
 }
 
+// What runs at exit runs with the host's fault handlers.
 [[noreturn]] void stop_process()
 {
+    disarm_all_levels();
     std::exit(error_state().current().type);
+}
+
+// Calls host(text) with the text of the current error, which stays as it is until
+// the host's function returns, whatever that posts. A text that it leaves behind
+// is then the current one.
+template <class Host>
+void with_message(Host&& host)
+{
+    ErrorState& state = error_state();
+    const int depth = state.message_depth;
+    const char* const text = state.message().c_str();
+    if (depth + 1 < message_depths) {
+        ++state.message_depth;
+        state.message().clear();
+    }
+    host(text);
+    if (state.message_depth != depth) {
+        TextBuffer& left_behind = state.message();
+        state.message_depth = depth;
+        if (!left_behind.empty()) {
+            state.message().swap(left_behind);
+        }
+    }
 }
 
 void call_handler(const StackEntry& entry)
 {
     const ErrorSettings& settings = error_settings();
-    settings.handler(entry.type, entry.code, entry.name, error_state().message.c_str());
+    const zavo_error_handler_fn handler = settings.handler;
+    with_message([&](const char* text) { handler(entry.type, entry.code, entry.name, text); });
     if (settings.policy[entry.type].traceback == 1) {
         zavo_error_traceback();
     }
@@ -45,8 +69,8 @@ void call_handler(const StackEntry& entry)
 
 void call_hook(const StackEntry& entry)
 {
-    if (error_settings().hook != nullptr) {
-        error_settings().hook(entry.type, entry.code, error_state().message.c_str());
+    if (const zavo_error_hook_fn hook = error_settings().hook; hook != nullptr) {
+        with_message([&](const char* text) { hook(entry.type, entry.code, text); });
     }
 }
 
@@ -58,7 +82,7 @@ void report_at_once()
     if (error_settings().policy[entry.type].print == 1) {
         call_handler(entry);
     }
-    state.message.clear(); // so that the pop does not report it again
+    state.message().clear(); // so that the pop does not report it again
     if (entry.type == ZAVO_INTERNAL) {
         stop_process();
     }
@@ -74,7 +98,7 @@ void report_at_return()
     }
     call_hook(entry);
     const Policy& policy = error_settings().policy[entry.type];
-    if (!state.message.empty() && policy.print == 1) {
+    if (!state.message().empty() && policy.print == 1) {
         call_handler(entry);
     }
     if (policy.stop == 1) {
@@ -99,10 +123,12 @@ void post_bad_type(int type, const char* message)
 {
     ErrorState& state = error_state();
     zavo_error_push("zavo_e1mes");
-    state.message.clear();
-    state.message.format("Error type must be -1,...,8, but type = %d.  Message = ", type);
-    state.message.format("\"%s\"", message != nullptr ? message : "");
-    error_settings().handler(ZAVO_INTERNAL, code::bad_error_type, "zavo_e1mes", state.message.c_str());
+    state.message().clear();
+    state.message().format("Error type must be -1,...,8, but type = %d.  Message = ", type);
+    state.message().format("\"%s\"", message != nullptr ? message : "");
+    const zavo_error_handler_fn handler = error_settings().handler;
+    with_message(
+        [&](const char* text) { handler(ZAVO_INTERNAL, code::bad_error_type, "zavo_e1mes", text); });
     if (error_settings().policy[ZAVO_INTERNAL].traceback == 1) {
         zavo_error_traceback();
     }
@@ -112,11 +138,6 @@ void post_bad_type(int type, const char* message)
 }
 
 } // namespace
-
-ErrorState& error_state()
-{
-    return the_state;
-}
 
 int pending_type()
 {
@@ -175,7 +196,7 @@ void zavo_error_push(const char* name)
 {
     ErrorState& state = error_state();
     if (state.top == 0) {
-        state.message.clear();
+        state.message().clear();
     }
     if (state.top + 1 >= stack_size) {
         zavo_error_post(ZAVO_INTERNAL, code::stack_overflow);
@@ -229,7 +250,7 @@ void zavo_e1mes(int type, int code, const char* message)
         return;
     }
     if (type == 0 && code == 0) {
-        state.message.clear();
+        state.message().clear();
         entry.type = 0;
         entry.code = 0;
         return;
@@ -240,9 +261,9 @@ void zavo_e1mes(int type, int code, const char* message)
     }
     entry.type = static_cast<unsigned char>(type);
     entry.code = code;
-    state.message.clear();
+    state.message().clear();
     if (message != nullptr && std::strcmp(message, " ") != 0) {
-        expand_message(message, state.message);
+        expand_message(message, state.message());
     }
     if (reported_at_once(type)) {
         report_at_once();

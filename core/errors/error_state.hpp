@@ -13,26 +13,54 @@ struct StackEntry {
 };
 
 inline constexpr int stack_size = 200;
+inline constexpr int message_depths = 16;
 
 struct ErrorState {
-    constexpr ErrorState() { stack[0] = {0, 1, 0, "user program"}; }
+    ErrorState() { stack[0] = {0, 1, 0, "user program"}; }
 
     StackEntry stack[stack_size] = {};
     int top = 0;         // 0 is the base entry
-    TextBuffer message;  // of the current error; empty when none
     int popped_type = 0; // of the routine popped last: level 1
     int popped_code = 0;
     int carried_type = 0; // what the last pop carried down: level 0
     int carried_code = 0;
     bool fault_pending = false;
 
+    // The text of the current error is messages[message_depth], empty when there
+    // is none. While a handler or hook runs, which may post errors of its own,
+    // the text that it was given stays untouched one depth below.
+    TextBuffer messages[message_depths];
+    int message_depth = 0;
+
     StackEntry& current() { return stack[top]; }
+    TextBuffer& message() { return messages[message_depth]; }
 };
 
+// Message parameters 1..9 of each kind.
+inline constexpr int parameter_count = 9;
+
+struct ComplexParameter {
+    double re;
+    double im;
+};
+
+struct MessageParameters {
+    int integer[parameter_count] = {};
+    double real[parameter_count] = {};
+    ComplexParameter complex[parameter_count] = {};
+    TextBuffer string[parameter_count];
+};
+
+// Those of the calling thread (core/thread_state.cpp).
 ErrorState& error_state();
+MessageParameters& message_parameters();
 
 // Fault recovery: drops the entries above `level` and ends its user-code mark.
 void unwind_error_stack(int level);
+
+// Before the library ends the process: gives the fault handlers back to the
+// host (frame/fault_trap.cpp).
+void disarm_all_levels();
 
 // The routine that the user called: the one just above the nearest entry, at or
 // below the top, at which user code runs.

@@ -14,22 +14,6 @@ namespace zavo::core {
 
 namespace {
 
-constexpr int parameter_count = 9;
-
-struct ComplexParameter {
-    double re;
-    double im;
-};
-
-struct Parameters {
-    int integer[parameter_count] = {};
-    double real[parameter_count] = {};
-    ComplexParameter complex[parameter_count] = {};
-    TextBuffer string[parameter_count] = {};
-};
-
-constinit Parameters parameters;
-
 enum class Kind { complex, real, integer, string, unknown };
 
 Kind kind_of(char letter)
@@ -117,6 +101,7 @@ bool fits(const char* format, Kind kind)
 // format: one that fits() has accepted, or the kind's ordinary one.
 void append_value(Kind kind, int i, const char* format, TextBuffer& out)
 {
+    const MessageParameters& parameters = message_parameters();
     switch (kind) {
     case Kind::integer:
         out.format(format, parameters.integer[i]);
@@ -212,17 +197,17 @@ using namespace zavo::core;
 
 void zavo_error_set_int(int n, int value)
 {
-    set_parameter(parameters.integer, n, value);
+    set_parameter(message_parameters().integer, n, value);
 }
 
 void zavo_error_set_real(int n, double value)
 {
-    set_parameter(parameters.real, n, value);
+    set_parameter(message_parameters().real, n, value);
 }
 
 void zavo_error_set_complex(int n, double re, double im)
 {
-    set_parameter(parameters.complex, n, ComplexParameter{re, im});
+    set_parameter(message_parameters().complex, n, ComplexParameter{re, im});
 }
 
 void zavo_error_set_f_complex(int n, float re, float im)
@@ -235,7 +220,8 @@ void zavo_error_set_string(int n, const char* text)
     // Not abs(): the smallest int has no positive twin.
     const int i = n < 0 ? -1 - n : n - 1;
     if (i >= 0 && i < parameter_count) {
-        parameters.string[i].clear();
-        parameters.string[i].append(text != nullptr ? text : "(null)");
+        TextBuffer& parameter = message_parameters().string[i];
+        parameter.clear();
+        parameter.append(text != nullptr ? text : "(null)");
     }
 }

@@ -22,10 +22,18 @@ void zavo_arg_check_range(int value, const char* name, int low, int high, int* p
 
 namespace zavo::core {
 
+enum class Trapping {
+    plain,
+    // Also of a thread's stack that is used up, where the system can do that: for
+    // routines that call user functions.
+    with_own_stack
+};
+
 // Calls work(context) under the fault trap, when trapping is on. A fault in it
 // is posted as 5/504 or 5/511 and then as 5/102, at the level of the routine
-// that called this, and control comes back as if work had returned.
-void run_trapped(void (*work)(void* context), void* context);
+// that called this, and control comes back as if work had returned. False after
+// a fault.
+bool run_trapped(void (*work)(void* context), void* context, Trapping trapping);
 
 class EntryFrame {
 public:
@@ -39,22 +47,57 @@ public:
     EntryFrame(const EntryFrame&) = delete;
     EntryFrame& operator=(const EntryFrame&) = delete;
 
-    // Runs the worker under the trap. No object with a destructor may live in
-    // it across a place that can fault: the way out of a fault is a jump.
+    // Runs the worker under the trap; true, and finished() from then on, when it
+    // has returned and no fault has cut it short. The way out of a fault is a
+    // jump, which runs no destructor between the fault and here. So what a worker
+    // takes is owned outside of it: by an object that stands beside the frame, or
+    // by the frame (take_work). An object inside may have a destructor only when
+    // this frame does the same after a jump: frames of nested routines, whose
+    // names and work storage it drops with its own.
     template <class Work>
-    void run(Work&& work)
+    bool run(Work&& work, Trapping trapping = Trapping::plain)
     {
         // Through a pointer, so that what the worker changes lives in memory
         // and not in registers that the jump would set back.
-        run_trapped([](void* context) { (*static_cast<std::remove_reference_t<Work>*>(context))(); }, &work);
+        finished_ =
+            run_trapped([](void* context) { (*static_cast<std::remove_reference_t<Work>*>(context))(); },
+                        &work, trapping);
+        return finished_;
     }
 
+    // The last worker that was run has returned.
+    bool finished() const { return finished_; }
     // True when an error of type 4 or 5 stands at this routine's level.
     bool failed() const { return is_failure(pending_type()); }
 
 private:
     const char* name_;
     void* mark_;
+    bool finished_ = false;
+};
+
+// Around code outside the library that a jump must not cross, such as an
+// interpreter: while it lives, faults are the host's.
+class SuspendedTrap {
+public:
+    SuspendedTrap();
+    ~SuspendedTrap();
+    SuspendedTrap(const SuspendedTrap&) = delete;
+    SuspendedTrap& operator=(const SuspendedTrap&) = delete;
+
+private:
+    int floor_;
+    int trusted_;
+};
+
+// Around calls of public routines whose arguments are the library's own: their
+// frames arm no trap while it lives.
+class TrustedCaller {
+public:
+    TrustedCaller();
+    ~TrustedCaller();
+    TrustedCaller(const TrustedCaller&) = delete;
+    TrustedCaller& operator=(const TrustedCaller&) = delete;
 };
 
 } // namespace zavo::core

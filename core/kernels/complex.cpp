@@ -23,8 +23,7 @@ float squeeze(double x)
 // zavo_amach(5), which is log10 of 2, is 2 in float.)
 double half_root_of_epsilon()
 {
-    static const double threshold = squeeze(std::sqrt(static_cast<double>(zavo_amach(4)))) / 2.0;
-    return threshold;
+    return squeeze(std::sqrt(static_cast<double>(zavo_amach(4)))) / 2.0;
 }
 
 struct HalfAngle {

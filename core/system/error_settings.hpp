@@ -1,7 +1,11 @@
-// The error policy and where messages go: what zavo_error_options sets.
+// The error policy and where messages go: what zavo_error_options sets. The
+// settings are the process's; threads may change and read them at any time, so
+// each of them is atomic.
 #pragma once
 
 #include "core/zavo.h"
+
+#include <atomic>
 
 namespace zavo::core {
 
@@ -9,18 +13,18 @@ inline constexpr int highest_type = 8;
 
 // How errors of one type are treated; a setting is in force when it is 1.
 struct Policy {
-    unsigned char print;
-    unsigned char stop;
-    unsigned char traceback;
+    std::atomic<unsigned char> print;
+    std::atomic<unsigned char> stop;
+    std::atomic<unsigned char> traceback;
 };
 
 struct ErrorSettings {
     Policy policy[highest_type + 1];
-    zavo_error_handler_fn handler;
-    zavo_error_hook_fn hook;
-    int output_mode;
-    int trace_all_levels;
-    int trapping;
+    std::atomic<zavo_error_handler_fn> handler;
+    std::atomic<zavo_error_hook_fn> hook;
+    std::atomic<int> output_mode;
+    std::atomic<int> trace_all_levels;
+    std::atomic<int> trapping;
 };
 
 ErrorSettings& error_settings();

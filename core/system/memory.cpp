@@ -4,17 +4,7 @@
 
 #include <cstdint>
 
-namespace {
-
-// Allocations that succeed before one fails; negative when none is to fail.
-long until_failure = -1;
-long allocations = 0;
-
-bool must_fail()
-{
-    ++allocations;
-    return until_failure >= 0 && until_failure-- == 0;
-}
+namespace zavo::core {
 
 // A work block's header; the block itself starts `work_alignment` bytes behind
 // the aligned start of the header.
@@ -23,10 +13,24 @@ struct WorkBlock {
     WorkBlock* newer;
     void* memory; // what malloc returned
 };
+
+} // namespace zavo::core
+
+namespace {
+
+using zavo::core::memory_state;
+using zavo::core::MemoryState;
+using zavo::core::WorkBlock;
+
+bool must_fail()
+{
+    MemoryState& state = memory_state();
+    ++state.allocations;
+    return state.until_failure >= 0 && state.until_failure-- == 0;
+}
+
 constexpr std::size_t work_alignment = 64;
 static_assert(sizeof(WorkBlock) <= work_alignment);
-
-WorkBlock* newest_work = nullptr;
 
 WorkBlock* header_of(void* block)
 {
@@ -42,13 +46,13 @@ bool product_overflows(std::size_t count, std::size_t size)
 
 extern "C" void zavo_fail_allocation(long nth)
 {
-    until_failure = nth > 0 ? nth - 1 : -1;
-    allocations = 0;
+    memory_state().until_failure = nth > 0 ? nth - 1 : -1;
+    memory_state().allocations = 0;
 }
 
 extern "C" long zavo_allocation_count(void)
 {
-    return allocations;
+    return memory_state().allocations;
 }
 
 namespace zavo::core {
@@ -102,11 +106,12 @@ void* take_work(std::size_t count, std::size_t size) noexcept
     const std::uintptr_t aligned = (start + work_alignment - 1) & ~(std::uintptr_t{work_alignment} - 1);
     auto* const header =
         reinterpret_cast<WorkBlock*>(static_cast<unsigned char*>(memory) + (aligned - start));
-    *header = {newest_work, nullptr, memory};
-    if (newest_work != nullptr) {
-        newest_work->newer = header;
+    WorkBlock*& newest = memory_state().newest_work;
+    *header = {newest, nullptr, memory};
+    if (newest != nullptr) {
+        newest->newer = header;
     }
-    newest_work = header;
+    newest = header;
     return reinterpret_cast<unsigned char*>(header) + work_alignment;
 }
 
@@ -119,7 +124,7 @@ void give_back_work(void* block) noexcept
     if (header->newer != nullptr) {
         header->newer->older = header->older;
     } else {
-        newest_work = header->older;
+        memory_state().newest_work = header->older;
     }
     if (header->older != nullptr) {
         header->older->newer = header->newer;
@@ -129,13 +134,14 @@ void give_back_work(void* block) noexcept
 
 void* work_mark() noexcept
 {
-    return newest_work;
+    return memory_state().newest_work;
 }
 
 void release_work_since(void* mark) noexcept
 {
-    while (newest_work != nullptr && newest_work != mark) {
-        give_back_work(reinterpret_cast<unsigned char*>(newest_work) + work_alignment);
+    const MemoryState& state = memory_state();
+    while (state.newest_work != nullptr && state.newest_work != mark) {
+        give_back_work(reinterpret_cast<unsigned char*>(state.newest_work) + work_alignment);
     }
 }
 

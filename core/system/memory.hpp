@@ -7,13 +7,23 @@
 #include <utility>
 
 extern "C" {
-// For tests: makes the nth allocation from now on fail (1 is the next one);
-// 0 switches that off. zavo_allocation_count counts calls since the last switch.
+// For tests: makes the nth allocation of this thread from now on fail (1 is the
+// next one); 0 switches that off. zavo_allocation_count counts the thread's calls
+// since the last switch.
 void zavo_fail_allocation(long nth);
 long zavo_allocation_count(void);
 }
 
 namespace zavo::core {
+
+// What a thread has taken; its work blocks by age.
+struct WorkBlock;
+struct MemoryState {
+    long until_failure = -1; // allocations that succeed before one fails; negative when none is to fail
+    long allocations = 0;
+    WorkBlock* newest_work = nullptr;
+};
+MemoryState& memory_state(); // the calling thread's (core/thread_state.cpp)
 
 // count elements of `size` bytes; null when memory is short or the product
 // does not fit a size_t. allocate_zeroed clears them.

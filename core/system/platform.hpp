@@ -47,18 +47,41 @@ void* allocate_aligned(std::size_t bytes);
 // Wall clock broken down as UTC, else as local time; false when neither works.
 bool clock_time(std::tm* now);
 
-// Faults. install_fault_handler puts `handler` in place of the present one,
-// which it stores in `saved` for restore_fault_handler. A handler may leave by
-// longjmp any number of times.
+// Faults. A handler that the library installs leaves by longjmp, any number of
+// times, when the fault is the library's, else it names the handler that the
+// fault belongs to, which is then called as if nothing stood in front of it.
 inline constexpr int fault_signals[] = {4, 11}; // illegal instruction, segment violation
 inline constexpr std::size_t fault_signal_count = sizeof fault_signals / sizeof fault_signals[0];
-inline constexpr std::size_t saved_handler_bytes = 192;
+inline constexpr std::size_t saved_handler_bytes = 160;
 struct SavedHandler {
     alignas(16) unsigned char bytes[saved_handler_bytes];
 };
-void install_fault_handler(int signal, void (*handler)(int), SavedHandler* saved);
+using FaultHandler = const SavedHandler*(int signal);
+// Puts `handler`, always the same one, in place of what stands there, which is
+// stored in `saved`.
+void install_fault_handler(int signal, FaultHandler* handler, SavedHandler* saved);
 void restore_fault_handler(int signal, const SavedHandler* saved);
-// Leaves the next fault of this kind to the system.
-void default_fault_handler(int signal);
+// True when what was replaced is the library's own handler.
+bool is_own_handler(const SavedHandler& saved);
+
+// A stack of its own for the calling thread's fault handlers, so that they can
+// run when the thread's stack is used up; nothing when the host has set one.
+// `stack`: null at first, the memory once there is some; it is kept for the next
+// time and released with release_fault_stack. True when a stack was set, which
+// leave_fault_stack undoes.
+bool enter_fault_stack(void*& stack);
+void leave_fault_stack();
+void release_fault_stack(void* stack);
+
+// Calls function() when the calling thread ends, in that thread; not when the
+// process ends. Windows calls it for every thread, also for those that have not
+// asked.
+void call_at_thread_end(void (*function)());
+
+// For a thread that waits for another to leave a few instructions.
+void pause_briefly();
+
+// Calls before() ahead of every fork, then in_parent() or in_child().
+void around_fork(void (*before)(), void (*in_parent)(), void (*in_child)());
 
 } // namespace zavo::platform

@@ -1,10 +1,12 @@
 #include "core/system/platform.hpp"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -71,14 +73,19 @@ void message_box(const char* title, const char* text, BoxIcon)
 
 void* console()
 {
-    static FILE* terminal = nullptr;
+    static constinit std::atomic<FILE*> terminal{nullptr};
     if (fcntl(STDOUT_FILENO, F_GETFD) != -1) {
         return stdout;
     }
-    if (terminal == nullptr) {
-        terminal = std::fopen("/dev/tty", "w");
+    FILE* present = terminal.load();
+    if (present == nullptr) {
+        FILE* const opened = std::fopen("/dev/tty", "w");
+        if (opened == nullptr || terminal.compare_exchange_strong(present, opened)) {
+            return opened;
+        }
+        std::fclose(opened); // another thread was first
     }
-    return terminal;
+    return present;
 }
 
 void write_console(void* console, const char* text, std::size_t length)
@@ -117,15 +124,74 @@ bool clock_time(std::tm* now)
     return gmtime_r(&seconds, now) != nullptr || localtime_r(&seconds, now) != nullptr;
 }
 
-static_assert(sizeof(struct sigaction) <= saved_handler_bytes);
+namespace {
 
-void install_fault_handler(int signal, void (*handler)(int), SavedHandler* saved)
+static_assert(sizeof(struct sigaction) <= saved_handler_bytes);
+static_assert(std::atomic<FaultHandler*>::is_always_lock_free);
+constinit std::atomic<FaultHandler*> own_handler{nullptr};
+
+struct sigaction action_of(const SavedHandler& saved)
 {
     struct sigaction action {};
-    action.sa_handler = handler;
+    std::memcpy(&action, saved.bytes, sizeof action);
+    return action;
+}
+
+// Leaves the signal to the system: a fault strikes again when the handler
+// returns, a signal that was sent is sent again.
+void default_action(int signal, const siginfo_t* details)
+{
+    std::signal(signal, SIG_DFL);
+    if (details->si_code <= 0) {
+        raise(signal);
+    }
+}
+
+// As the system would call it: with the signals blocked that the host asked for.
+void call_host(const struct sigaction& host, int signal, siginfo_t* details, void* context)
+{
+    sigset_t blocked = host.sa_mask;
+    sigset_t before;
+    if ((host.sa_flags & SA_NODEFER) == 0) {
+        sigaddset(&blocked, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    if ((static_cast<unsigned>(host.sa_flags) & static_cast<unsigned>(SA_RESETHAND)) != 0) {
+        std::signal(signal, SIG_DFL);
+    }
+    if ((host.sa_flags & SA_SIGINFO) != 0) {
+        host.sa_sigaction(signal, details, context);
+    } else {
+        host.sa_handler(signal);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void on_fault(int signal, siginfo_t* details, void* context)
+{
+    const int error_number = errno;
+    const SavedHandler* const saved = own_handler.load()(signal);
+    errno = error_number;
+    const struct sigaction host = action_of(*saved);
+    const bool has_function = (host.sa_flags & SA_SIGINFO) != 0 ||
+                              (host.sa_handler != SIG_DFL && host.sa_handler != SIG_IGN);
+    if (has_function) {
+        call_host(host, signal, details, context);
+    } else if (host.sa_handler == SIG_DFL || details->si_code > 0) {
+        default_action(signal, details); // a fault cannot be ignored
+    }
+}
+
+} // namespace
+
+void install_fault_handler(int signal, FaultHandler* handler, SavedHandler* saved)
+{
+    own_handler.store(handler);
+    struct sigaction action {};
+    action.sa_sigaction = on_fault;
     // The signal stays unblocked in the handler, which leaves by a jump: there
     // is no mask to put back, and the next fault is delivered like the first.
-    action.sa_flags = SA_NODEFER | SA_ONSTACK;
+    action.sa_flags = SA_NODEFER | SA_ONSTACK | SA_SIGINFO;
     struct sigaction replaced {};
     sigaction(signal, &action, &replaced);
     std::memcpy(saved->bytes, &replaced, sizeof replaced);
@@ -133,14 +199,67 @@ void install_fault_handler(int signal, void (*handler)(int), SavedHandler* saved
 
 void restore_fault_handler(int signal, const SavedHandler* saved)
 {
-    struct sigaction replaced {};
-    std::memcpy(&replaced, saved->bytes, sizeof replaced);
+    const struct sigaction replaced = action_of(*saved);
     sigaction(signal, &replaced, nullptr);
 }
 
-void default_fault_handler(int signal)
+bool is_own_handler(const SavedHandler& saved)
 {
-    std::signal(signal, SIG_DFL);
+    const struct sigaction action = action_of(saved);
+    return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == on_fault;
+}
+
+namespace {
+
+// Room for a handler that reads the catalogue and prints, beyond what the system
+// needs for the registers.
+std::size_t fault_stack_size()
+{
+    constexpr std::size_t for_handlers = std::size_t{256} << 10;
+    const long for_registers = sysconf(_SC_MINSIGSTKSZ);
+    return for_handlers + (for_registers > 0 ? static_cast<std::size_t>(for_registers) : 0);
+}
+
+} // namespace
+
+bool enter_fault_stack(void*& stack)
+{
+    stack_t present{};
+    if (sigaltstack(nullptr, &present) != 0 || (present.ss_flags & SS_DISABLE) == 0) {
+        return false;
+    }
+    if (stack == nullptr) {
+        void* const memory = mmap(nullptr, fault_stack_size(), PROT_READ | PROT_WRITE,
+                                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+        if (memory == MAP_FAILED) {
+            return false;
+        }
+        stack = memory;
+    }
+    stack_t own{};
+    own.ss_sp = stack;
+    own.ss_size = fault_stack_size();
+    return sigaltstack(&own, nullptr) == 0;
+}
+
+void leave_fault_stack()
+{
+    stack_t none{};
+    none.ss_flags = SS_DISABLE;
+    none.ss_size = MINSIGSTKSZ;
+    sigaltstack(&none, nullptr);
+}
+
+void release_fault_stack(void* stack)
+{
+    if (stack != nullptr) {
+        munmap(stack, fault_stack_size());
+    }
+}
+
+void around_fork(void (*before)(), void (*in_parent)(), void (*in_child)())
+{
+    pthread_atfork(before, in_parent, in_child);
 }
 
 } // namespace zavo::platform

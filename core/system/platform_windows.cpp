@@ -5,6 +5,7 @@
 #include "core/system/platform.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -109,33 +110,68 @@ bool clock_time(std::tm* now)
 
 // The runtime delivers a hardware fault as a signal from the exception filter
 // that the host's start-up code has installed, and sets the signal back to its
-// default as it does so. The trap needs no more: it installs its handler each
-// time that it is armed, and puts the replaced one back when it is disarmed,
-// which after a fault also undoes the runtime's reset. longjmp from the handler
-// unwinds the exception frames down to those that stood when setjmp was called,
-// so that the system considers the fault dealt with and the next one is
-// delivered like the first.
+// default as it does so. The trap needs no more: its handler puts itself back at
+// once, since other threads may be armed, and what it replaced is put back when
+// the trap is disarmed. longjmp from the handler unwinds the exception frames down
+// to those that stood when setjmp was called, so that the system considers the
+// fault dealt with and the next one is delivered like the first.
 using Handler = void (*)(int);
 static_assert(sizeof(Handler) <= saved_handler_bytes);
 
-void install_fault_handler(int signal, Handler handler, SavedHandler* saved)
+namespace {
+
+constinit std::atomic<FaultHandler*> own_handler{nullptr};
+
+Handler function_of(const SavedHandler& saved)
 {
-    const Handler replaced = std::signal(signal, handler);
+    Handler handler = nullptr;
+    std::memcpy(&handler, saved.bytes, sizeof handler);
+    return handler;
+}
+
+void on_fault(int signal)
+{
+    std::signal(signal, on_fault);
+    const Handler host = function_of(*own_handler.load()(signal));
+    if (host == SIG_DFL || host == SIG_IGN || host == SIG_ERR) {
+        std::signal(signal, SIG_DFL); // the fault strikes again
+    } else {
+        host(signal);
+    }
+}
+
+} // namespace
+
+void install_fault_handler(int signal, FaultHandler* handler, SavedHandler* saved)
+{
+    own_handler.store(handler);
+    const Handler replaced = std::signal(signal, on_fault);
     std::memcpy(saved->bytes, &replaced, sizeof replaced);
 }
 
 void restore_fault_handler(int signal, const SavedHandler* saved)
 {
-    Handler replaced;
-    std::memcpy(&replaced, saved->bytes, sizeof replaced);
+    const Handler replaced = function_of(*saved);
     if (replaced != SIG_ERR) {
         std::signal(signal, replaced);
     }
 }
 
-void default_fault_handler(int signal)
+bool is_own_handler(const SavedHandler& saved)
 {
-    std::signal(signal, SIG_DFL);
+    return function_of(saved) == on_fault;
 }
+
+// The system keeps a few pages for exception filters itself. The runtime makes no
+// signal of a stack that is used up, so such a fault ends the process.
+bool enter_fault_stack(void*&)
+{
+    return false;
+}
+void leave_fault_stack() {}
+void release_fault_stack(void*) {}
+
+// Nothing forks.
+void around_fork(void (*)(), void (*)(), void (*)()) {}
 
 } // namespace zavo::platform

@@ -5,6 +5,7 @@
 #include "core/system/memory.hpp"
 
 #include <cstring>
+#include <utility>
 
 namespace zavo::core {
 
@@ -28,6 +29,15 @@ public:
         if (text_ != nullptr) {
             text_[0] = '\0';
         }
+    }
+
+    void swap(TextBuffer& other)
+    {
+        std::swap(text_, other.text_);
+        std::swap(static_, other.static_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
+        std::swap(out_of_memory_, other.out_of_memory_);
     }
 
     // Room for `extra` more characters and the terminating zero, in steps that

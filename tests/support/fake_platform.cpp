@@ -1,6 +1,5 @@
 #include "tests/support/fake_platform.hpp"
 
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -85,22 +84,19 @@ bool clock_time(std::tm* now)
     return true;
 }
 
-void install_fault_handler(int signal, void (*handler)(int), SavedHandler* saved)
+// Faults are none of the tests that this stands in for.
+void install_fault_handler(int, FaultHandler*, SavedHandler*) {}
+void restore_fault_handler(int, const SavedHandler*) {}
+bool is_own_handler(const SavedHandler&)
 {
-    auto* const replaced = std::signal(signal, handler);
-    std::memcpy(saved->bytes, &replaced, sizeof replaced);
+    return false;
 }
-
-void restore_fault_handler(int signal, const SavedHandler* saved)
+bool enter_fault_stack(void*&)
 {
-    void (*replaced)(int) = nullptr;
-    std::memcpy(&replaced, saved->bytes, sizeof replaced);
-    std::signal(signal, replaced);
+    return false;
 }
-
-void default_fault_handler(int signal)
-{
-    std::signal(signal, SIG_DFL);
-}
+void leave_fault_stack() {}
+void release_fault_stack(void*) {}
+void around_fork(void (*)(), void (*)(), void (*)()) {}
 
 } // namespace zavo::platform
