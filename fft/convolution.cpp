@@ -106,8 +106,7 @@ bool allocate_area(int length)
 {
     core::LengthArray& area = series_area();
     area.drop();
-    area.data =
-        static_cast<float*>(core::allocate(count_of_floats(length, 4, record_floats), sizeof(float)));
+    area.data = static_cast<float*>(core::allocate(count_of_floats(length, 4, record_floats), sizeof(float)));
     area.n = area.data != nullptr ? length : 0;
     return area.data != nullptr;
 }

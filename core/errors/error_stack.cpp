@@ -127,8 +127,7 @@ void post_bad_type(int type, const char* message)
     state.message().format("Error type must be -1,...,8, but type = %d.  Message = ", type);
     state.message().format("\"%s\"", message != nullptr ? message : "");
     const zavo_error_handler_fn handler = error_settings().handler;
-    with_message(
-        [&](const char* text) { handler(ZAVO_INTERNAL, code::bad_error_type, "zavo_e1mes", text); });
+    with_message([&](const char* text) { handler(ZAVO_INTERNAL, code::bad_error_type, "zavo_e1mes", text); });
     if (error_settings().policy[ZAVO_INTERNAL].traceback == 1) {
         zavo_error_traceback();
     }

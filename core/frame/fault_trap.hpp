@@ -23,9 +23,9 @@ struct FaultTrap {
     int buffers_used;
     ArmedLevel armed[trap_levels];
     int armed_levels;
-    int floor;        // levels below it are suspended
-    int trusted;      // callers inside the library that need no trap
-    int signal;       // of the last trapped fault
+    int floor;   // levels below it are suspended
+    int trusted; // callers inside the library that need no trap
+    int signal;  // of the last trapped fault
     bool posting;
     void* fault_stack; // memory of platform::enter_fault_stack
 };

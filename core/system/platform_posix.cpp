@@ -173,8 +173,8 @@ void on_fault(int signal, siginfo_t* details, void* context)
     const SavedHandler* const saved = own_handler.load()(signal);
     errno = error_number;
     const struct sigaction host = action_of(*saved);
-    const bool has_function = (host.sa_flags & SA_SIGINFO) != 0 ||
-                              (host.sa_handler != SIG_DFL && host.sa_handler != SIG_IGN);
+    const bool has_function =
+        (host.sa_flags & SA_SIGINFO) != 0 || (host.sa_handler != SIG_DFL && host.sa_handler != SIG_IGN);
     if (has_function) {
         call_host(host, signal, details, context);
     } else if (host.sa_handler == SIG_DFL || details->si_code > 0) {

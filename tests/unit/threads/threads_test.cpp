@@ -219,8 +219,8 @@ TEST_F(threads, settings_may_change_while_others_read_them)
         while (!done) {
             zavo_error_options(ZAVO_SET_PRINT, ZAVO_ALERT, 1, ZAVO_SET_CATALOGUE_PATH, "here;there",
                                ZAVO_SET_CATALOGUE_NAME, "a.bin", ZAVO_TRACE_ALL_LEVELS, 1, 0);
-            zavo_error_options(ZAVO_SET_PRINT, ZAVO_ALERT, 0, ZAVO_SET_CATALOGUE_PATH, "", ZAVO_TRACE_ALL_LEVELS,
-                               0, 0);
+            zavo_error_options(ZAVO_SET_PRINT, ZAVO_ALERT, 0, ZAVO_SET_CATALOGUE_PATH, "",
+                               ZAVO_TRACE_ALL_LEVELS, 0, 0);
         }
     });
     run_script(1, 20);
