@@ -5,6 +5,7 @@
 #include "minimize/quasi_newton.hpp"
 
 #include "core/kernels/vector_kernels.h"
+#include "minimize/machine.hpp"
 
 #include <cmath>
 #include <cstddef>
@@ -120,7 +121,7 @@ void update_factor(int n, float* l, const float* s, const float* y, const float*
                    float tolerance, float* t, float* w)
 {
     const float sy = l_vdot(n, s, 1, y, 1);
-    const float least = std::sqrt(zavo_amach(4)) * l_vnrm2(n, s, 1) * l_vnrm2(n, y, 1);
+    const float least = std::sqrt(machine::epsilon()) * l_vnrm2(n, s, 1) * l_vnrm2(n, y, 1);
     if (!(sy >= least) || !(sy > 0.0F)) {
         return; // s.y = 0, when nothing moved or changed, is no curvature either
     }

@@ -4,9 +4,11 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/minimize.h"
+#include "minimize/machine.hpp"
 
+#include <cassert>
 #include <cmath>
+#include <limits>
 
 namespace zavo::minimize {
 namespace {
@@ -15,25 +17,25 @@ using namespace core::code;
 
 // Rows: control, message, what a value below the least one is replaced with.
 struct IntegerRule {
-    IntegerControl control;
+    int Controls::*control;
     ErrorCode code;
     int replacement;
 };
 
-void check_integers(const int has_hessian, int* integers)
+void check_integers(Controls& controls)
 {
     const IntegerRule rules[] = {
         // clang-format off
-        {good_digits,     bad_good_digits,     zavo_i_machine(7)},
-        {iteration_limit, bad_iteration_limit, 100},
-        {eval_limit,      bad_function_limit,  400},
-        {gradient_limit,  bad_gradient_limit,  400},
-        {hessian_limit,   bad_hessian_limit,   100},
+        {&Controls::good_digits,     bad_good_digits,     machine::float_digits()},
+        {&Controls::iteration_limit, bad_iteration_limit, 100},
+        {&Controls::eval_limit,      bad_function_limit,  400},
+        {&Controls::gradient_limit,  bad_gradient_limit,  400},
+        {&Controls::hessian_limit,   bad_hessian_limit,   100},
         // clang-format on
     };
     for (const IntegerRule& rule : rules) {
-        int& value = integers[rule.control];
-        if (value >= 1 || (rule.control == hessian_limit && has_hessian == 0)) {
+        int& value = controls.*rule.control;
+        if (value >= 1 || (rule.control == &Controls::hessian_limit && !controls.has_hessian)) {
             continue;
         }
         zavo_error_set_int(1, value);
@@ -44,7 +46,7 @@ void check_integers(const int has_hessian, int* integers)
 }
 
 struct RealRule {
-    RealControl control;
+    float Controls::*control;
     ErrorCode code;
     float replacement;
 };
@@ -56,22 +58,23 @@ void post_real(ErrorCode code, float value, float replacement)
     zavo_error_post(ZAVO_WARNING_IMMEDIATE, code);
 }
 
-void check_tolerances(float* reals)
+void check_tolerances(Controls& controls)
 {
-    const float eps = zavo_amach(4);
+    const float eps = machine::epsilon();
     const float tiny = eps * eps > 1e-20F ? eps * eps : 1e-20F;
     const RealRule rules[] = {
         // clang-format off
-        // Kept: a negative gradient tolerance does not get its own default sqrt(eps).
-        {gradient_tol, bad_gradient_tolerance, eps_two_thirds()},
-        {step_tol,     bad_step_tolerance,     eps_two_thirds()},
-        {relative_tol, bad_relative_tolerance, default_function_tolerance()},
-        {absolute_tol, bad_absolute_tolerance, tiny},
-        {false_tol,    bad_false_tolerance,    100.0F * eps},
+        // Kept: a negative gradient tolerance does not get its own default sqrt(eps)
+        // (min_uncon_controls.each_bad_one_is_replaced_with_its_warning).
+        {&Controls::gradient_tol, bad_gradient_tolerance, eps_two_thirds()},
+        {&Controls::step_tol,     bad_step_tolerance,     eps_two_thirds()},
+        {&Controls::relative_tol, bad_relative_tolerance, default_function_tolerance()},
+        {&Controls::absolute_tol, bad_absolute_tolerance, tiny},
+        {&Controls::false_tol,    bad_false_tolerance,    Controls::default_false_tolerance()},
         // clang-format on
     };
     for (const RealRule& rule : rules) {
-        float& value = reals[rule.control];
+        float& value = controls.*rule.control;
         if (value < 0.0F) {
             post_real(rule.code, value, rule.replacement);
             value = rule.replacement;
@@ -79,7 +82,8 @@ void check_tolerances(float* reals)
     }
 }
 
-// 1000 * max(|scale * x0|, |scale|), Euclidean norms.
+// 1000 * max(|scale * x0|, |scale|), Euclidean norms. Squares that run over are
+// formed once more in double, so that a far start has a finite limit, too.
 float computed_step_limit(int n, const float* x, const float* xscale)
 {
     float sum = 0.0F;
@@ -87,42 +91,53 @@ float computed_step_limit(int n, const float* x, const float* xscale)
         const float scaled = xscale[i] * x[i];
         sum += scaled * scaled;
     }
-    return 1000.0F * l_fmax(std::sqrt(sum), l_vnrm2(n, xscale, 1));
+    const float limit = 1000.0F * l_fmax(std::sqrt(sum), l_vnrm2(n, xscale, 1));
+    if (limit != std::numeric_limits<float>::infinity()) {
+        return limit;
+    }
+    double squares = 0.0;
+    for (int i = 0; i < n; ++i) {
+        const double scaled = static_cast<double>(xscale[i]) * x[i];
+        squares += scaled * scaled;
+    }
+    const double wide = 1000.0 * std::fmax(std::sqrt(squares), static_cast<double>(l_vnrm2(n, xscale, 1)));
+    constexpr float most = std::numeric_limits<float>::max();
+    return std::isfinite(wide) ? (wide < most ? static_cast<float>(wide) : most) : limit;
 }
 
-void check_step_limits(int n, const float* x, const float* xscale, float* reals)
+void check_step_limits(const FreeProblem& problem, Controls& controls)
 {
     // A limit that is not positive is always computed; the stand-in value only
     // spares the warning.
-    if (const float value = reals[step_limit]; !(value > 0.0F)) {
-        reals[step_limit] = computed_step_limit(n, x, xscale);
+    if (const float value = controls.step_limit; !(value > 0.0F)) {
+        controls.step_limit = computed_step_limit(problem.n, problem.x, problem.xscale);
         if (value != compute) {
-            post_real(bad_step_limit, value, reals[step_limit]);
+            post_real(bad_step_limit, value, controls.step_limit);
         }
     }
-    if (const float value = reals[trust_radius]; value <= 0.0F) {
-        reals[trust_radius] = -1.0F;
+    if (const float value = controls.trust_radius; value <= 0.0F) {
+        controls.trust_radius = -1.0F;
         if (value != compute) {
-            post_real(bad_trust_radius, value, reals[trust_radius]);
+            post_real(bad_trust_radius, value, controls.trust_radius);
         }
     }
 }
 
-void check_scales(int n, float* xscale, float* fscale)
+void check_scales(FreeProblem& problem)
 {
     bool all_positive = true;
-    for (int i = 0; i < n; ++i) {
-        all_positive = all_positive && xscale[i] > 0.0F;
+    for (int i = 0; i < problem.n; ++i) {
+        all_positive = all_positive && problem.xscale[i] > 0.0F;
     }
     if (!all_positive) {
         zavo_error_post(ZAVO_WARNING_IMMEDIATE, scale_not_positive);
-        for (int i = 0; i < n; ++i) {
-            xscale[i] = 1.0F;
+        for (int i = 0; i < problem.n; ++i) {
+            problem.xscale[i] = 1.0F;
         }
     }
-    if (!(*fscale > 0.0F)) {
-        post_real(bad_function_scale, *fscale, 1.0F);
-        *fscale = 1.0F;
+    if (!(problem.fscale > 0.0F)) {
+        post_real(bad_function_scale, problem.fscale, 1.0F);
+        problem.fscale = 1.0F;
     }
 }
 
@@ -132,7 +147,7 @@ void check_scales(int n, float* xscale, float* fscale)
 // far from a float's rounding boundary, so the floats do not.
 float eps_two_thirds()
 {
-    return static_cast<float>(std::pow(static_cast<double>(zavo_amach(4)), 2.0 / 3.0));
+    return static_cast<float>(std::pow(static_cast<double>(machine::epsilon()), 2.0 / 3.0));
 }
 
 float default_function_tolerance()
@@ -140,24 +155,39 @@ float default_function_tolerance()
     return l_fmax(1e-10F, eps_two_thirds());
 }
 
-extern "C" void U5INF(const int* n, const float* x, float* xscale, float* fscale, const int* has_hessian,
-                      int* integers, float* reals)
+int Controls::default_digits()
+{
+    return static_cast<int>(-std::log10(static_cast<double>(machine::epsilon())) + 0.1);
+}
+
+float Controls::default_gradient_tolerance()
+{
+    return std::sqrt(machine::epsilon());
+}
+
+float Controls::default_false_tolerance()
+{
+    return 100.0F * machine::epsilon();
+}
+
+bool check_controls(FreeProblem& problem, Controls& controls)
 {
     zavo_error_push("U5INF");
-    if (*n < 1) {
-        zavo_error_set_int(1, *n);
-        zavo_error_post(ZAVO_TERMINAL, variables_below_one);
-    } else {
-        if (*n == 1) {
-            zavo_error_set_int(1, *n);
-            zavo_error_post(ZAVO_WARNING_IMMEDIATE, one_variable);
-        }
-        check_scales(*n, xscale, fscale);
-        check_integers(*has_hessian, integers);
-        check_tolerances(reals);
-        check_step_limits(*n, x, xscale, reals);
+    const bool good = problem.n >= 1;
+    if (problem.n <= 1) {
+        zavo_error_set_int(1, problem.n);
+        zavo_error_post(good ? ZAVO_WARNING_IMMEDIATE : ZAVO_TERMINAL,
+                        good ? one_variable : variables_below_one);
+    }
+    if (good) {
+        assert(problem.x != nullptr && problem.xscale != nullptr);
+        check_scales(problem);
+        check_integers(controls);
+        check_tolerances(controls);
+        check_step_limits(problem, controls);
     }
     zavo_error_pop("U5INF");
+    return good;
 }
 
 } // namespace zavo::minimize

@@ -32,62 +32,117 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/minimize.h"
+#include "minimize/counts.hpp"
+#include "minimize/difference_gradient.hpp"
+#include "minimize/machine.hpp"
 #include "minimize/tolerant_set.hpp"
-#include "minimize/user_call.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 namespace zavo::minimize {
 
-// Gradient sources.
-struct LinconDifferences {
+// ---- Gradient sources -----------------------------------------------------------
+
+struct ConstrainedDifferences {
     static constexpr char name[] = "L2ONF";
     static constexpr bool posts_counts = false; // the public routine has posted them
     static constexpr core::code::ErrorCode all_fixed_code = core::code::all_variables_fixed;
 
-    zavo_constrained_objective_fn fcn;
-    void operator()(int n, float* x, float f, float* g) const { L21NF(fcn, &n, x, &f, g); }
+    Objective& objective;
+    void operator()(int n, float* x, const Value& f, float* g) const
+    {
+        plain_difference_gradient(objective, n, x, f, g);
+    }
 };
 
-struct LinconUserGradient {
+struct ConstrainedUserGradient {
     static constexpr char name[] = "L2ONG";
     static constexpr bool posts_counts = true;
     static constexpr core::code::ErrorCode all_fixed_code = core::code::all_variables_fixed_gradient;
 
-    zavo_constrained_objective_fn fcn;
+    Objective& objective;
     zavo_gradient_fn gradient;
-    void operator()(int n, float* x, float, float* g) const { call_gradient(gradient, n, x, g); }
+    void operator()(int n, float* x, const Value&, float* g) const { call_gradient(gradient, n, x, g); }
 };
+
+// ---- Problem, work, outcome -----------------------------------------------------
+
+// What is to be minimised, and how well. Not owned.
+struct ConstrainedProblem {
+    int nvar = 0;
+    int ncon = 0;
+    int neq = 0;
+    const float* a = nullptr;     // ncon x nvar by columns
+    int lda = 0;                  // its leading dimension
+    const float* b = nullptr;     // ncon
+    const float* xlb = nullptr;   // nvar
+    const float* xub = nullptr;   // nvar
+    const float* start = nullptr; // nvar
+    float accuracy = 0.0F;
+    int eval_limit = 0;
+};
+
+// Arrays of a run, two of which are results. The block: nvar^2 + 11 nvar + ncon.
+struct ConstrainedWorkspace {
+    float* block;
+    float* x;           // nvar; the solution
+    int* active;        // ncon + 2 nvar; the active list
+    float* multipliers; // nvar
+};
+
+struct ConstrainedOutcome {
+    Status status = refused;
+    Value f = machine::not_a_number();
+    int active_count = 0;
+    Counts counts;
+};
+
+// ---- The method -----------------------------------------------------------------
 
 template <class Gradient>
 class LinearlyConstrained {
 public:
-    LinearlyConstrained(Gradient gradient, const Constraints& constraints, int neq, float accuracy,
-                        int eval_limit, float* x, float* work, int* list, float* multipliers)
-        : gradient_(gradient), c_(constraints), set_(constraints, work, list, multipliers), n_(constraints.n),
-          neq_(neq), accuracy_(accuracy), eval_limit_(eval_limit), x_(x), g_(set_.take_vector()),
-          d_(set_.take_vector()), xs_(set_.take_vector()), gs_(set_.take_vector()),
-          g_best_(set_.take_vector())
+    LinearlyConstrained(Gradient& gradient, const Constraints& constraints, const ConstrainedProblem& problem,
+                        const ConstrainedWorkspace& work)
+        : gradient_(gradient), c_(constraints), set_(constraints, work.block, work.active, work.multipliers),
+          n_(problem.nvar), neq_(problem.neq), accuracy_(problem.accuracy), eval_limit_(problem.eval_limit),
+          x_(work.x), g_(set_.take_vector()), d_(set_.take_vector()), xs_(set_.take_vector()),
+          gs_(set_.take_vector()), g_best_(set_.take_vector())
     {
+        assert(n_ >= 1 && eval_limit_ >= 1);
     }
 
-    // Returns the status; x is the solution then.
-    int run()
+    ConstrainedOutcome run()
+    {
+        minimize();
+        return {status_, f_, set_.active(), counts_};
+    }
+
+private:
+    void minimize()
     {
         set_.start(x_);
         status_ = converged;
         if (!find_start()) {
             set_.clear_multipliers();
-            return status_;
+            if (status_ == all_fixed) {
+                f_ = gradient_.objective(n_, x_);
+                ++counts_.evaluations;
+            }
+            return;
         }
         for (;;) {
             minimize_at_tolerance();
+            if (gradient_.objective.stopped()) {
+                status_ = stopped;
+                break;
+            }
             if (set_.tolerance() <= set_.data_accuracy() || set_.active() < 1) {
                 break;
             }
-            if (eval_count_ == eval_limit_) {
+            if (counts_.evaluations == eval_limit_) {
                 status_ = limit_used;
                 break;
             }
@@ -97,13 +152,8 @@ public:
             }
         }
         set_.finish(g_);
-        return status_;
     }
 
-    float value() const { return f_; }
-    int active() const { return set_.active(); }
-
-private:
     // Equalities, then bounds, then inequalities. False when they clash or
     // leave nothing free; the status says which.
     bool find_start()
@@ -148,17 +198,18 @@ private:
 
     void evaluate()
     {
-        f_ = call_objective(gradient_.fcn, n_, x_);
+        f_ = gradient_.objective(n_, x_);
         gradient_(n_, x_, f_, g_);
+        ++counts_.gradients;
     }
 
     // ---- Minimisation phase -----------------------------------------------------
 
     void minimize_at_tolerance()
     {
-        if (eval_count_ == 0 || status_ == converged) {
+        if (counts_.evaluations == 0 || status_ == converged) {
             evaluate();
-            ++eval_count_;
+            ++counts_.evaluations;
         }
         status_ = running;
         float f_before = std::fabs(f_ + f_ + 1.0F); // above f, whatever f is
@@ -166,12 +217,12 @@ private:
         float first_drop = 0.0F; // by the first step at this tolerance
         for (int steps = 0;; ++steps) {
             const Direction found = set_.direction(x_, g_, d_);
-            if (should_stop(found, f_before, last_drop)) {
+            if (gradient_.objective.stopped() || should_stop(found, f_before, last_drop)) {
                 return;
             }
             last_drop = f_before - f_;
             f_before = f_;
-            if (eval_count_ == eval_limit_) {
+            if (counts_.evaluations == eval_limit_) {
                 status_ = limit_used;
                 return;
             }
@@ -217,6 +268,7 @@ private:
             status_ = found.slope + set_.data_accuracy() * absolute >= 0.0F ? no_descent : no_reduction;
             return false;
         }
+        ++counts_.iterations;
         set_.note_magnitudes(x_);
         // The step itself, not the difference of the rounded points: it keeps to
         // the active constraints. xs and g_best are free now.
@@ -248,13 +300,17 @@ private:
         step = std::min(std::max(step_floor, step), found.cap);
         for (int trials = 1;; ++trials) {
             const Trial now = try_step(step);
-            if (eval_count_ + trials == eval_limit_) {
-                eval_count_ = eval_limit_;
+            if (gradient_.objective.stopped()) {
+                counts_.evaluations += trials;
+                break;
+            }
+            if (counts_.evaluations + trials == eval_limit_) {
+                counts_.evaluations = eval_limit_;
                 break;
             }
             step = next_step(now, trials, found.cap, step_floor, &lo, &hi);
             if (step == 0.0F) {
-                eval_count_ += trials;
+                counts_.evaluations += trials;
                 break;
             }
         }
@@ -266,7 +322,7 @@ private:
 
     struct Trial {
         float step;
-        float f;
+        Value f;
         float slope;
     };
 
@@ -309,6 +365,9 @@ private:
         go_to(step);
         evaluate();
         const Trial now = {step, f_, l_vdot(n_, d_, 1, g_, 1)};
+        if (gradient_.objective.stopped()) {
+            return now; // an incomplete point
+        }
         if (now.f < best_.f || (now.f == best_.f && std::fabs(now.slope) < std::fabs(best_.slope))) {
             best_ = now;
             l_vcopy(n_, g_, 1, g_best_, 1);
@@ -338,7 +397,7 @@ private:
         return least;
     }
 
-    Gradient gradient_;
+    Gradient& gradient_;
     const Constraints& c_;
     TolerantSet set_;
     int n_;
@@ -347,10 +406,22 @@ private:
     int eval_limit_;
     float* x_;
     float *g_, *d_, *xs_, *gs_, *g_best_;
-    float f_ = zavo_amach(6); // NaN until there is a value
-    Trial best_ = {0.0F, 0.0F, 0.0F};
-    int eval_count_ = 0;
-    int status_ = running;
+    Value f_ = machine::not_a_number(); // until there is a value
+    Trial best_ = {};
+    Counts counts_;
+    Status status_ = running;
 };
+
+// Checks the problem, minimises and posts what the status says, under the
+// driver's name. A refused problem leaves the workspace alone.
+template <class Gradient>
+ConstrainedOutcome minimize_constrained(Gradient& gradient, const ConstrainedProblem& problem,
+                                        const ConstrainedWorkspace& work);
+
+// Built once, in lincon.cpp.
+extern template ConstrainedOutcome minimize_constrained(ConstrainedDifferences&, const ConstrainedProblem&,
+                                                        const ConstrainedWorkspace&);
+extern template ConstrainedOutcome minimize_constrained(ConstrainedUserGradient&, const ConstrainedProblem&,
+                                                        const ConstrainedWorkspace&);
 
 } // namespace zavo::minimize

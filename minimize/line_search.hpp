@@ -9,18 +9,21 @@
 // J. E. Dennis, R. B. Schnabel: Numerical Methods for Unconstrained Optimization
 // and Nonlinear Equations (1983), section 6.3.2, algorithm A6.3.1mod.
 //
-// Glossary: x f g, the point, its value and gradient; p, the direction; slope,
-// the derivative along p; lambda, the step's length in units of p; f_new g_new
-// x_new, the trial; `low`, the best trial of a bracket.
+// Glossary: `from`, the point where the search starts; `to`, the trial and in the
+// end the new point; p, the direction; slope, the derivative along p; lambda, the
+// step's length in units of p; `low`, the best trial of a bracket.
 #pragma once
 
 #include "core/kernels/vector_kernels.h"
 #include "minimize/controls.hpp"
+#include "minimize/counts.hpp"
+#include "minimize/objective.hpp"
 #include "minimize/relative_measures.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
-#include <cstring>
+#include <limits>
 
 namespace zavo::minimize {
 
@@ -35,58 +38,51 @@ enum SearchResult : int {
     // tolerance and gained less than a tenth of what the model promised, which
     // was more than the relative tolerance: the function or its gradient is not
     // smooth enough here to go on.
-    search_stuck = 3
+    search_stuck = 3,
+    // The limit of evaluations was met before a step was acceptable; x is left as
+    // it was.
+    search_cut = 4
 };
 
-// The arrays and scalars of a search, as the named routines receive them.
-struct SearchPlace {
+// A place with its value and gradient.
+struct Point {
+    float* x; // n
+    float* g; // n
+    Value f;
+};
+
+// A search from `from` along p, which it may shorten to the step limit.
+struct Search {
     int n;
-    float* x;
-    float f;
-    const float* g;
-    float* p;
+    Point& from;
+    float* p; // n
     const float* xscale;
-    float step_limit;
-    const float* reals;
-    float* x_new;
-    float* f_new;
-    float* g_new;
-    float* g_low; // spare: gradient at the low end of a bracket
-    int* eval_count;
-    int* gradient_count;
+    const Controls& controls;
+    Point& to;    // the new point
+    float* g_low; // n, spare: gradient at the low end of a bracket
+    Counts& counts;
+};
+
+// What a search says about its step.
+struct SearchEnd {
+    SearchResult result = search_good;
+    bool longest = false; // was it (nearly) of the greatest length?
 };
 
 template <class Gradient>
 class LineSearch {
 public:
-    LineSearch(const SearchPlace& place, Gradient& gradient) : at_(place), gradient_(gradient) {}
-
-    SearchResult run()
+    LineSearch(const Search& search, Gradient& gradient)
+        : at_(search), controls_(search.controls), gradient_(gradient)
     {
-        shorten_to_limit();
-        slope_ = l_vdot(at_.n, at_.g, 1, at_.p, 1);
-        const float length = relative_step(at_.n, at_.x, at_.p, at_.xscale);
-        // A direction that does not lead downhill, or is not finite, is no
-        // direction. With it gone everything below ends.
-        if (!(slope_ < 0.0F) || !(length > 0.0F) || !std::isfinite(slope_) || !std::isfinite(length)) {
-            return fail();
-        }
-        lambda_least_ = at_.reals[step_tol] / length;
-        for (bool first = true; !try_step(); first = false) {
-            if (lambda_ < lambda_least_ || !moved_) {
-                return fail();
-            }
-            backtrack(first);
-        }
-        take_gradient();
-        if (lambda_ == 1.0F && too_steep()) {
-            extend();
-        }
-        return judge();
+        assert(search.n >= 1 && search.from.x != search.to.x && search.from.g != search.to.g);
     }
 
-    // Was the step one of (nearly) the greatest length?
-    bool longest() const { return lambda_ * p_length_ > 0.99F * at_.step_limit; }
+    SearchEnd run()
+    {
+        const SearchResult result = search();
+        return {result, lambda_ * p_length_ > 0.99F * controls_.step_limit};
+    }
 
 private:
     static constexpr float decrease_part = 1e-4F;
@@ -95,52 +91,95 @@ private:
     static constexpr float backtrack_least = 0.1F;
     static constexpr float backtrack_most = 0.5F;
 
-    SearchResult fail()
+    SearchResult search()
     {
-        l_vcopy(at_.n, at_.x, 1, at_.x_new, 1);
-        l_vcopy(at_.n, at_.g, 1, at_.g_new, 1);
-        *at_.f_new = at_.f;
+        shorten_to_limit();
+        slope_ = l_vdot(at_.n, at_.from.g, 1, at_.p, 1);
+        const float length = relative_step(at_.n, at_.from.x, at_.p, at_.xscale);
+        // A direction that does not lead downhill, or is not finite, is no
+        // direction. With it gone everything below ends.
+        if (!(slope_ < 0.0F) || !(length > 0.0F) || !std::isfinite(slope_) || !std::isfinite(length)) {
+            return fail(search_failed);
+        }
+        lambda_least_ = controls_.step_tol / length;
+        for (bool first = true; !try_step(); first = false) {
+            if (lambda_ < lambda_least_ || !(lambda_ > 0.0F) || !moved_) {
+                return fail(search_failed);
+            }
+            if (must_end()) {
+                return fail(search_cut);
+            }
+            backtrack(first);
+        }
+        take_gradient();
+        if (gradient_.objective.stopped()) { // an incomplete point
+            return fail(search_cut);
+        }
+        if (lambda_ == 1.0F && too_steep()) {
+            extend();
+        }
+        return judge();
+    }
+
+    SearchResult fail(SearchResult why)
+    {
+        l_vcopy(at_.n, at_.from.x, 1, at_.to.x, 1);
+        l_vcopy(at_.n, at_.from.g, 1, at_.to.g, 1);
+        at_.to.f = at_.from.f;
         lambda_ = 0.0F;
-        return search_failed;
+        return why;
     }
 
     void shorten_to_limit()
     {
         for (int i = 0; i < at_.n; ++i) {
-            at_.g_new[i] = at_.xscale[i] * at_.p[i]; // g_new is free until a trial is good
+            at_.to.g[i] = at_.xscale[i] * at_.p[i]; // to.g is free until a trial is good
         }
-        p_length_ = l_vnrm2(at_.n, at_.g_new, 1);
-        if (p_length_ > at_.step_limit) {
-            const float part = at_.step_limit / p_length_;
+        p_length_ = l_vnrm2(at_.n, at_.to.g, 1);
+        if (p_length_ > controls_.step_limit) {
+            const float part = controls_.step_limit / p_length_;
             for (int i = 0; i < at_.n; ++i) {
                 at_.p[i] *= part;
             }
-            p_length_ = at_.step_limit;
+            p_length_ = controls_.step_limit;
         }
     }
 
+    // Every loop asks this.
+    bool must_end() const
+    {
+        return at_.counts.evaluations >= controls_.eval_limit || gradient_.objective.stopped();
+    }
+
     // Evaluates f at x + lambda p; true when the value is acceptable. A NaN is
-    // not. A step that rounding has made vanish is not tried.
+    // not. A step that rounding has made vanish is not tried, nor is one that
+    // leaves the range of a float, which counts as one with an infinite value.
     bool try_step()
     {
         moved_ = false;
+        bool in_range = true;
         for (int i = 0; i < at_.n; ++i) {
-            at_.x_new[i] = at_.x[i] + lambda_ * at_.p[i];
-            moved_ = moved_ || at_.x_new[i] != at_.x[i];
+            at_.to.x[i] = at_.from.x[i] + lambda_ * at_.p[i];
+            moved_ = moved_ || at_.to.x[i] != at_.from.x[i];
+            in_range = in_range && (std::isfinite(at_.to.x[i]) || !std::isfinite(at_.from.x[i]));
         }
         if (!moved_) {
             return false;
         }
-        *at_.f_new = gradient_.value(at_.n, at_.x_new);
-        ++*at_.eval_count;
-        return *at_.f_new <= at_.f + decrease_part * lambda_ * slope_;
+        if (!in_range) {
+            at_.to.f = std::numeric_limits<float>::infinity();
+            return false;
+        }
+        at_.to.f = gradient_.objective(at_.n, at_.to.x);
+        ++at_.counts.evaluations;
+        return at_.to.f <= at_.from.f + decrease_part * lambda_ * slope_;
     }
 
     void take_gradient()
     {
-        gradient_(at_.n, at_.x_new, at_.xscale, *at_.f_new, at_.g_new);
-        ++*at_.gradient_count;
-        slope_new_ = l_vdot(at_.n, at_.g_new, 1, at_.p, 1);
+        gradient_(at_.n, at_.to.x, at_.xscale, at_.to.f, at_.to.g);
+        ++at_.counts.gradients;
+        slope_new_ = l_vdot(at_.n, at_.to.g, 1, at_.p, 1);
     }
 
     bool too_steep() const { return slope_new_ < slope_part * slope_; }
@@ -149,14 +188,15 @@ private:
     // through the values seen, kept within 0.1 and 0.5 of the present lambda.
     void backtrack(bool first)
     {
-        const float f_new = *at_.f_new;
+        const float f_new = at_.to.f;
         float wanted = 0.0F;
         if (first) {
-            wanted = -slope_ / (2.0F * (f_new - at_.f - slope_));
+            wanted = -slope_ / (2.0F * (f_new - at_.from.f - slope_));
         } else {
             const float gap = lambda_ - lambda_before_;
-            const float v = (f_new - at_.f - lambda_ * slope_) / (lambda_ * lambda_);
-            const float w = (f_before_ - at_.f - lambda_before_ * slope_) / (lambda_before_ * lambda_before_);
+            const float v = (f_new - at_.from.f - lambda_ * slope_) / (lambda_ * lambda_);
+            const float w =
+                (f_before_ - at_.from.f - lambda_before_ * slope_) / (lambda_before_ * lambda_before_);
             const float a = (v - w) / gap;
             const float b = (lambda_ * w - lambda_before_ * v) / gap;
             const float root = b * b - 3.0F * a * slope_;
@@ -174,14 +214,16 @@ private:
     // limit while that stays so, then refines between the last two trials.
     void extend()
     {
-        const float lambda_most = at_.step_limit / p_length_;
+        constexpr float most = std::numeric_limits<float>::max(); // infinite steps have no middle
+        const float lambda_most = std::min(controls_.step_limit / p_length_, most);
         bool good = true;
-        while (good && too_steep() && lambda_ < lambda_most) {
+        while (good && too_steep() && lambda_ < lambda_most && !must_end()) {
             keep_as_low();
             lambda_ = std::min(2.0F * lambda_, lambda_most);
             good = try_step();
             if (good) {
                 take_gradient();
+                good = !gradient_.objective.stopped();
             }
         }
         if (!good) {
@@ -192,9 +234,9 @@ private:
     void keep_as_low()
     {
         lambda_low_ = lambda_;
-        f_low_ = *at_.f_new;
+        f_low_ = at_.to.f;
         slope_low_ = slope_new_;
-        l_vcopy(at_.n, at_.g_new, 1, at_.g_low, 1);
+        l_vcopy(at_.n, at_.to.g, 1, at_.g_low, 1);
     }
 
     void back_to_low()
@@ -202,18 +244,18 @@ private:
         lambda_ = lambda_low_;
         slope_new_ = slope_low_;
         for (int i = 0; i < at_.n; ++i) {
-            at_.x_new[i] = at_.x[i] + lambda_ * at_.p[i];
+            at_.to.x[i] = at_.from.x[i] + lambda_ * at_.p[i];
         }
-        *at_.f_new = f_low_;
-        l_vcopy(at_.n, at_.g_low, 1, at_.g_new, 1);
+        at_.to.f = f_low_;
+        l_vcopy(at_.n, at_.g_low, 1, at_.to.g, 1);
     }
 
     // Between the low trial, good but steep, and a bad one above it.
     void refine()
     {
         float width = lambda_ - lambda_low_;
-        float f_high = *at_.f_new;
-        while (width >= lambda_least_ && width > 0.0F) {
+        float f_high = at_.to.f;
+        while (width >= lambda_least_ && width > 0.0F && !must_end()) {
             const float wanted =
                 -slope_low_ * width * width / (2.0F * (f_high - (f_low_ + slope_low_ * width)));
             const float least = increment_part * width;
@@ -224,10 +266,13 @@ private:
             }
             if (!try_step()) {
                 width = increment;
-                f_high = *at_.f_new;
+                f_high = at_.to.f;
                 continue;
             }
             take_gradient();
+            if (gradient_.objective.stopped()) {
+                break;
+            }
             if (!too_steep()) {
                 return;
             }
@@ -241,25 +286,26 @@ private:
     // the quadratic along p, whose full step promises -slope/2.
     SearchResult judge() const
     {
-        const float size = std::fabs(*at_.f_new);
+        const float size = std::fabs(at_.to.f);
         const float promised = -0.5F * slope_;
-        const float achieved = at_.f - *at_.f_new;
-        const bool little_promised = promised <= at_.reals[relative_tol] * size;
+        const float achieved = at_.from.f - at_.to.f;
+        const bool little_promised = promised <= controls_.relative_tol * size;
         if (little_promised) {
-            return achieved <= at_.reals[relative_tol] * size ? search_without_progress : search_good;
+            return achieved <= controls_.relative_tol * size ? search_without_progress : search_good;
         }
         if (achieved > 0.1F * promised) {
             return search_good;
         }
         float step = 0.0F;
         for (int i = 0; i < at_.n; ++i) {
-            const float moved = std::fabs(at_.x_new[i] - at_.x[i]);
-            step = greater_or_nan(step, moved / magnitude(at_.x_new[i], at_.xscale[i]));
+            const float moved = std::fabs(at_.to.x[i] - at_.from.x[i]);
+            step = greater_or_nan(step, moved / magnitude(at_.to.x[i], at_.xscale[i]));
         }
-        return step <= at_.reals[false_tol] ? search_stuck : search_good;
+        return step <= controls_.false_tol ? search_stuck : search_good;
     }
 
-    const SearchPlace& at_;
+    const Search& at_;
+    const Controls& controls_;
     Gradient& gradient_;
     float slope_ = 0.0F;
     float p_length_ = 0.0F;
@@ -270,7 +316,7 @@ private:
     float lambda_before_ = 0.0F; // last bad trial
     float f_before_ = 0.0F;
     float lambda_low_ = 0.0F;
-    float f_low_ = 0.0F;
+    Value f_low_;
     float slope_low_ = 0.0F;
 };
 

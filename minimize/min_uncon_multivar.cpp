@@ -1,161 +1,22 @@
-// Unconstrained minimisation: the named faces of search, iteration and drivers,
-// and the public routine.
+// Unconstrained minimisation: the public routine.
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/frame/entry_frame.hpp"
 #include "core/frame/option_reader.hpp"
-#include "core/kernels/vector_kernels.h"
 #include "core/system/memory.hpp"
-#include "minimize/controls.hpp"
-#include "minimize/line_search.hpp"
-#include "minimize/minimize.h"
 #include "minimize/quasi_newton.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdarg>
 #include <cstddef>
 
 namespace zavo::minimize {
 namespace {
 
-// A search under its own name on the error stack, which a fault in it unwinds.
-template <class Gradient>
-void search_line(const char* name, Gradient gradient, const SearchPlace& place, int* return_code,
-                 int* longest)
-{
-    zavo_error_push(name);
-    LineSearch<Gradient> search(place, gradient);
-    *return_code = search.run();
-    *longest = search.longest() ? 1 : 0;
-    zavo_error_pop(name);
-}
-
-// 10^-digits, but at least eps: the relative noise of the function values.
-float noise_of(int digits)
-{
-    double power = 1.0; // exact up to 10^22, far beyond what eps lets through
-    for (int i = 0; i < digits && power < 1e20; ++i) {
-        power *= 10.0;
-    }
-    return l_fmax(static_cast<float>(1.0 / power), zavo_amach(4));
-}
-
-// make_gradient(noise) gives the source once the controls have been checked.
-template <class Gradient, class MakeGradient>
-void iterate(MakeGradient make_gradient, int n, float* x, float* xscale, float* fscale, int* integers,
-             float* reals, float* fvalue, float* work)
-{
-    zavo_error_push(Gradient::iteration_name);
-    const int has_hessian = 0;
-    U5INF(&n, x, xscale, fscale, &has_hessian, integers, reals);
-    if (zavo_error_type(0) != ZAVO_TERMINAL) {
-        const float noise = noise_of(integers[good_digits]);
-        *fvalue =
-            QuasiNewton<Gradient>(make_gradient(noise), n, x, xscale, fscale, integers, reals, work).run();
-    }
-    zavo_error_pop(Gradient::iteration_name);
-}
-
-// The two control arrays as a driver assembles them.
-struct Controls {
-    int integers[integer_control_count];
-    float reals[real_control_count];
-};
-
-Controls assemble(float gradient_tolerance, float step_tolerance, float relative_tolerance, float limit,
-                  int digits, int iterations, int evals, int gradients, int hessian)
-{
-    return {{1, digits, iterations, evals, gradients, hessian, 100},
-            {gradient_tolerance, step_tolerance, relative_tolerance, default_function_tolerance(),
-             100.0F * zavo_amach(4), limit, compute}};
-}
-
-void copy_start(int n, const float* start, float* x)
-{
-    if (start != x) {
-        l_vcopy(n, start, 1, x, 1);
-    }
-}
-
-} // namespace
-
-extern "C" {
-
-void U17NF(zavo_objective_fn fcn, const int* n, float* x, const float* f, const float* g, float* p,
-           const float* xscale, const float* limit, const float* reals, const float* noise,
-           const int* central, float* x_new, float* f_new, float* g_new, float* spare, int* eval_count,
-           int* gradient_count, int* return_code, int* longest)
-{
-    search_line(
-        "U17NF", DifferenceGradient{fcn, *noise, *central != 0},
-        {*n, x, *f, g, p, xscale, *limit, reals, x_new, f_new, g_new, spare, eval_count, gradient_count},
-        return_code, longest);
-}
-
-void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, const float* f,
-           const float* g, float* p, const float* xscale, const float* limit, const float* reals,
-           float* x_new, float* f_new, float* g_new, float* spare, int* eval_count, int* gradient_count,
-           int* return_code, int* longest)
-{
-    search_line(
-        "U17NG", UserGradient{fcn, gradient, 0.0F},
-        {*n, x, *f, g, p, xscale, *limit, reals, x_new, f_new, g_new, spare, eval_count, gradient_count},
-        return_code, longest);
-}
-
-void U3INF(zavo_objective_fn fcn, const int* n, float* x, float* xscale, float* fscale, int* integers,
-           float* reals, float* fvalue, float* work)
-{
-    const auto gradient = [fcn](float noise) { return DifferenceGradient{fcn, noise}; };
-    iterate<DifferenceGradient>(gradient, *n, x, xscale, fscale, integers, reals, fvalue, work);
-}
-
-void U3ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, float* xscale,
-           float* fscale, int* integers, float* reals, float* fvalue, float* work)
-{
-    const auto source = [fcn, gradient](float noise) { return UserGradient{fcn, gradient, noise}; };
-    iterate<UserGradient>(source, *n, x, xscale, fscale, integers, reals, fvalue, work);
-}
-
-void U2INF(zavo_objective_fn fcn, const int* n, const float* start, float* xscale, const float* fscale,
-           const float* gradient_tolerance, const float* step_tolerance, const float* relative_tolerance,
-           const float* limit, const int* digits, const int* iterations, const int* evals,
-           const int* gradients, const int* hessian, float* x, float* fvalue, float* work)
-{
-    zavo_error_push("U2INF");
-    Controls controls = assemble(*gradient_tolerance, *step_tolerance, *relative_tolerance, *limit, *digits,
-                                 *iterations, *evals, *gradients, *hessian);
-    float f_size = *fscale;
-    copy_start(*n, start, x);
-    U3INF(fcn, n, x, xscale, &f_size, controls.integers, controls.reals, fvalue, work);
-    zavo_error_pop("U2INF");
-}
-
-void U2ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, const float* start, float* xscale,
-           const float* fscale, const float* gradient_tolerance, const float* step_tolerance,
-           const float* relative_tolerance, const float* limit, const int* digits, const int* iterations,
-           const int* evals, const int* gradients, const int* hessian, float* x, float* fvalue, float* work)
-{
-    zavo_error_push("U2ING");
-    Controls controls = assemble(*gradient_tolerance, *step_tolerance, *relative_tolerance, *limit, *digits,
-                                 *iterations, *evals, *gradients, *hessian);
-    float f_size = *fscale;
-    copy_start(*n, start, x);
-    U3ING(fcn, gradient, n, x, xscale, &f_size, controls.integers, controls.reals, fvalue, work);
-    zavo_error_pop("U2ING");
-}
-
-} // extern "C"
-
-// ---- The public routine ---------------------------------------------------------
-
-namespace {
-
 // One call: its arguments, options and result. Lives outside the fault trap.
 class UnconstrainedCall {
 public:
-    UnconstrainedCall(zavo_objective_fn fcn, int n) : fcn_(fcn), n_(n) {}
+    UnconstrainedCall(zavo_objective_fn fcn, int n) : objective_(fcn), n_(n) {}
 
     void read(core::OptionReader& options);
     void minimize();
@@ -166,24 +27,15 @@ private:
     float* filled_block(const char* name, const float* values, float otherwise);
     bool no_memory(const char* block) const;
 
-    zavo_objective_fn fcn_;
+    Objective objective_;
     zavo_gradient_fn gradient_ = nullptr;
     int n_;
     const float* start_option_ = nullptr;
     const float* scale_option_ = nullptr;
     float fscale_ = 1.0F;
-    float gradient_tol_ = std::sqrt(zavo_amach(4));
-    float step_tol_ = eps_two_thirds();
-    float relative_tol_ = default_function_tolerance();
-    float step_limit_ = compute;
-    int good_digits_ = static_cast<int>(-std::log10(static_cast<double>(zavo_amach(4))) + 0.1);
-    int iteration_limit_ = 100;
-    int eval_limit_ = 400;
-    int gradient_limit_ = 400;
-    int hessian_start_ = 0;
+    Controls controls_;
     float* value_option_ = nullptr;
     core::ResultArray<float> solution_;
-    float value_ = 0.0F;
     float* work_ = nullptr;
     float* start_ = nullptr;
     float* xscale_ = nullptr;
@@ -198,25 +50,25 @@ void UnconstrainedCall::read(core::OptionReader& options)
         // clang-format off
         switch (code) {
             case ZAVO_START_POINT:             start_option_ = options.take<const float*>();  break;
-            case ZAVO_FUNCTION_EVAL_LIMIT:     eval_limit_ = options.take<int>();              break;
+            case ZAVO_FUNCTION_EVAL_LIMIT:     controls_.eval_limit = options.take<int>();              break;
             case ZAVO_GRADIENT_FUNCTION:       gradient_ = options.take<zavo_gradient_fn>();   break;
             case ZAVO_VARIABLE_SCALING:        scale_option_ = options.take<const float*>();   break;
             case ZAVO_FUNCTION_SCALE:          fscale_ = real();                               break;
-            case ZAVO_GRADIENT_TOLERANCE:      gradient_tol_ = real();                         break;
-            case ZAVO_STEP_TOLERANCE:          step_tol_ = real();                             break;
-            case ZAVO_RELATIVE_TOLERANCE:      relative_tol_ = real();                         break;
-            case ZAVO_STEP_LIMIT:              step_limit_ = real();                           break;
-            case ZAVO_GOOD_DIGITS:             good_digits_ = options.take<int>();             break;
-            case ZAVO_ITERATION_LIMIT:         iteration_limit_ = options.take<int>();         break;
-            case ZAVO_GRADIENT_EVAL_LIMIT:     gradient_limit_ = options.take<int>();          break;
-            case ZAVO_HESSIAN_START:           hessian_start_ = options.take<int>();           break;
+            case ZAVO_GRADIENT_TOLERANCE:      controls_.gradient_tol = real();                         break;
+            case ZAVO_STEP_TOLERANCE:          controls_.step_tol = real();                             break;
+            case ZAVO_RELATIVE_TOLERANCE:      controls_.relative_tol = real();                         break;
+            case ZAVO_STEP_LIMIT:              controls_.step_limit = real();                           break;
+            case ZAVO_GOOD_DIGITS:             controls_.good_digits = options.take<int>();             break;
+            case ZAVO_ITERATION_LIMIT:         controls_.iteration_limit = options.take<int>();         break;
+            case ZAVO_GRADIENT_EVAL_LIMIT:     controls_.gradient_limit = options.take<int>();          break;
+            case ZAVO_HESSIAN_START:           controls_.hessian_start = options.take<int>();           break;
             case ZAVO_RESULT_VALUE:            value_option_ = options.take<float*>();         break;
             case ZAVO_RETURN_USER:             solution_.borrow(options.take<float*>());       break;
             case ZAVO_FUNCTION_SCALE_ADR:      fscale_ = real_at();                            break;
-            case ZAVO_GRADIENT_TOLERANCE_ADR:  gradient_tol_ = real_at();                      break;
-            case ZAVO_STEP_TOLERANCE_ADR:      step_tol_ = real_at();                          break;
-            case ZAVO_RELATIVE_TOLERANCE_ADR:  relative_tol_ = real_at();                      break;
-            case ZAVO_STEP_LIMIT_ADR:          step_limit_ = real_at();                        break;
+            case ZAVO_GRADIENT_TOLERANCE_ADR:  controls_.gradient_tol = real_at();                      break;
+            case ZAVO_STEP_TOLERANCE_ADR:      controls_.step_tol = real_at();                          break;
+            case ZAVO_RELATIVE_TOLERANCE_ADR:  controls_.relative_tol = real_at();                      break;
+            case ZAVO_STEP_LIMIT_ADR:          controls_.step_limit = real_at();                        break;
             default:                           options.complain(code);                         break;
         }
         // clang-format on
@@ -280,17 +132,17 @@ void UnconstrainedCall::minimize()
     if (core::pending_type() != 0 || !take_blocks()) {
         return;
     }
+    FreeProblem problem = {n_, solution_.get(), xscale_, fscale_};
+    FreeOutcome outcome;
     if (gradient_ != nullptr) {
-        U2ING(fcn_, gradient_, &n_, start_, xscale_, &fscale_, &gradient_tol_, &step_tol_, &relative_tol_,
-              &step_limit_, &good_digits_, &iteration_limit_, &eval_limit_, &gradient_limit_, &hessian_start_,
-              solution_.get(), &value_, work_);
+        UserGradient gradient = {objective_, gradient_};
+        outcome = minimize_free(gradient, problem, controls_, start_, work_);
     } else {
-        U2INF(fcn_, &n_, start_, xscale_, &fscale_, &gradient_tol_, &step_tol_, &relative_tol_, &step_limit_,
-              &good_digits_, &iteration_limit_, &eval_limit_, &gradient_limit_, &hessian_start_,
-              solution_.get(), &value_, work_);
+        DifferenceGradient gradient = {objective_};
+        outcome = minimize_free(gradient, problem, controls_, start_, work_);
     }
     if (value_option_ != nullptr) {
-        *value_option_ = value_;
+        *value_option_ = outcome.f;
     }
 }
 

@@ -35,7 +35,7 @@ void U2ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, const
            const int* gradient_limit, const int* hessian_start, float* x, float* fvalue, float* work);
 
 // The iteration from x, which ends as the solution with value *fvalue.
-// integers, reals: the two control arrays of controls.hpp, seven each.
+// integers, reals: the two control arrays of control_arrays.hpp, seven each.
 void U3INF(zavo_objective_fn fcn, const int* n, float* x, float* xscale, float* fscale, int* integers,
            float* reals, float* fvalue, float* work);
 void U3ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, float* xscale,

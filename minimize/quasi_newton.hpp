@@ -11,67 +11,69 @@
 #pragma once
 
 #include "minimize/controls.hpp"
+#include "minimize/difference_gradient.hpp"
+#include "minimize/ending.hpp"
 #include "minimize/line_search.hpp"
-#include "minimize/minimize.h"
-#include "minimize/user_call.hpp"
+#include "minimize/stopping_tests.hpp"
 
 #include "core/errors/error_stack.h"
 
+#include <cassert>
+#include <cstddef>
+
 namespace zavo::minimize {
 
-// Gradient sources. value() evaluates the objective under user-level marks.
+// ---- Gradient sources -----------------------------------------------------------
+
 struct DifferenceGradient {
+    static constexpr char driver_name[] = "U2INF";
     static constexpr char iteration_name[] = "U3INF";
+    static constexpr char search_name[] = "U17NF";
     static constexpr bool can_refine = true; // may switch to central differences
 
-    zavo_objective_fn fcn;
-    float noise;
+    Objective& objective;
+    float noise = 0.0F;
     bool central = false;
 
-    float value(int n, float* x) const { return call_objective(fcn, n, x); }
-    void operator()(int n, float* x, const float* xscale, float f, float* g) const
+    void operator()(int n, float* x, const float* xscale, const Value& f, float* g) const
     {
         if (central) {
-            CDGRD(fcn, &n, x, xscale, &noise, g);
+            central_difference_gradient(objective, n, x, xscale, noise, g);
         } else {
-            FDGRD(fcn, &n, x, xscale, &f, &noise, g);
+            forward_difference_gradient(objective, n, x, xscale, f, noise, g);
         }
     }
     // Least relative change of a gradient component that the update trusts.
     float update_tolerance() const { return std::sqrt(noise); }
-    SearchResult search(const SearchPlace& at, int* longest)
-    {
-        int code = search_good;
-        const int mode = central ? 1 : 0;
-        U17NF(fcn, &at.n, at.x, &at.f, at.g, at.p, at.xscale, &at.step_limit, at.reals, &noise, &mode,
-              at.x_new, at.f_new, at.g_new, at.g_low, at.eval_count, at.gradient_count, &code, longest);
-        return static_cast<SearchResult>(code);
-    }
 };
 
 struct UserGradient {
+    static constexpr char driver_name[] = "U2ING";
     static constexpr char iteration_name[] = "U3ING";
+    static constexpr char search_name[] = "U17NG";
     static constexpr bool can_refine = false;
 
-    zavo_objective_fn fcn;
+    Objective& objective;
     zavo_gradient_fn gradient;
-    float noise;
+    float noise = 0.0F;
     bool central = false; // never set
 
-    float value(int n, float* x) const { return call_objective(fcn, n, x); }
-    void operator()(int n, float* x, const float*, float, float* g) const
+    void operator()(int n, float* x, const float*, const Value&, float* g) const
     {
         call_gradient(gradient, n, x, g);
     }
     float update_tolerance() const { return noise; }
-    SearchResult search(const SearchPlace& at, int* longest)
-    {
-        int code = search_good;
-        U17NG(fcn, gradient, &at.n, at.x, &at.f, at.g, at.p, at.xscale, &at.step_limit, at.reals, at.x_new,
-              at.f_new, at.g_new, at.g_low, at.eval_count, at.gradient_count, &code, longest);
-        return static_cast<SearchResult>(code);
-    }
 };
+
+// A search under its own name on the error stack, which a fault in it unwinds.
+template <class Gradient>
+SearchEnd search_line(Gradient& gradient, const Search& search)
+{
+    zavo_error_push(Gradient::search_name);
+    const SearchEnd end = LineSearch<Gradient>(search, gradient).run();
+    zavo_error_pop(Gradient::search_name);
+    return end;
+}
 
 // ---- The factor ---------------------------------------------------------------
 
@@ -89,110 +91,165 @@ void update_factor(int n, float* l, const float* s, const float* y, const float*
 
 // ---- The iteration --------------------------------------------------------------
 
+// The block of work of a run, n * (n + 8) floats: eight vectors, then the factor.
+struct FreeWorkspace {
+    float *g, *p, *x_new, *g_new, *s, *y, *t, *w;
+    float* l; // n x n by rows
+
+    FreeWorkspace(float* block, int n_int)
+    {
+        assert(block != nullptr && n_int >= 1);
+        const auto n = static_cast<std::size_t>(n_int);
+        float** const vectors[] = {&g, &p, &x_new, &g_new, &s, &y, &t, &w};
+        for (float** const vector : vectors) {
+            *vector = block;
+            block += n;
+        }
+        l = block;
+    }
+};
+
+// What a run comes to; the solution itself stands in the problem's x.
+struct FreeOutcome {
+    Ending ending = Ending::refused;
+    Value f;
+    Counts counts;
+};
+
 template <class Gradient>
 class QuasiNewton {
 public:
-    // work: n * (n + 8) floats; x is the start and becomes the solution.
-    QuasiNewton(Gradient gradient, int n, float* x, float* xscale, float* fscale, int* integers, float* reals,
-                float* work)
-        : gradient_(gradient), n_(n), x_(x), xscale_(xscale), fscale_(fscale), integers_(integers),
-          reals_(reals), g_(work), p_(work + n), x_new_(work + 2 * n), g_new_(work + 3 * n), s_(work + 4 * n),
-          y_(work + 5 * n), t_(work + 6 * n), w_(work + 7 * n), l_(work + 8 * n)
+    QuasiNewton(Gradient& gradient, const FreeProblem& problem, const Controls& controls, FreeWorkspace work)
+        : gradient_(gradient), problem_(problem), controls_(controls), work_(work),
+          n_(problem.n), here_{problem.x, work.g, {}}, there_{work.x_new, work.g_new, {}}
     {
     }
 
-    // Minimises; returns the value at the solution.
-    float run()
+    FreeOutcome run()
     {
-        f_ = gradient_.value(n_, x_);
-        ++eval_count_;
-        take_gradient(x_, f_, g_);
-        if (should_stop(x_, f_, g_)) {
-            return f_;
+        here_.f = gradient_.objective(n_, here_.x);
+        ++counts_.evaluations;
+        take_gradient(here_);
+        if (!should_stop(here_)) {
+            start_factor(n_, here_.f, problem_.xscale, problem_.fscale, controls_.hessian_start != 0,
+                         work_.l);
+            do {
+                ++counts_.iterations;
+                step();
+            } while (!advance());
         }
-        start_factor(n_, f_, xscale_, *fscale_, integers_[hessian_start] != 0, l_);
-        do {
-            ++iteration_;
-            step();
-        } while (!advance());
-        return f_;
+        return {ending_, here_.f, counts_};
     }
 
 private:
-    void take_gradient(float* x, float f, float* g)
+    void take_gradient(const Point& at)
     {
-        gradient_(n_, x, xscale_, f, g);
-        ++gradient_count_;
+        gradient_(n_, at.x, problem_.xscale, at.f, at.g);
+        ++counts_.gradients;
     }
 
     // One search; a failed one is tried again with central differences when
     // those were not in use yet.
     void step()
     {
-        search_line();
+        search();
         if constexpr (Gradient::can_refine) {
-            if (search_ == search_failed && !gradient_.central) {
+            if (search_.result == search_failed && !gradient_.central) {
                 gradient_.central = true;
-                take_gradient(x_, f_, g_);
-                search_line();
-            } else if (search_ != search_failed && !gradient_.central &&
-                       relative_gradient(n_, x_new_, f_new_, g_new_, xscale_, *fscale_) <= 0.1F) {
+                take_gradient(here_);
+                search();
+            } else if (search_.result != search_failed && !gradient_.central &&
+                       relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale,
+                                         problem_.fscale) <= 0.1F) {
                 gradient_.central = true;
-                take_gradient(x_new_, f_new_, g_new_);
+                take_gradient(there_);
             }
         }
     }
 
-    void search_line()
+    void search()
     {
-        solve_step(n_, l_, g_, p_);
-        const SearchPlace place = {n_,     x_,     f_,      g_,     p_, xscale_,      reals_[step_limit],
-                                   reals_, x_new_, &f_new_, g_new_, s_, &eval_count_, &gradient_count_};
-        search_ = gradient_.search(place, &longest_);
+        solve_step(n_, work_.l, here_.g, work_.p);
+        search_ = search_line(
+            gradient_, Search{n_, here_, work_.p, problem_.xscale, controls_, there_, work_.s, counts_});
     }
 
     // Accepts the new point, tests, updates; true when the run is over.
     bool advance()
     {
         for (int i = 0; i < n_; ++i) {
-            s_[i] = x_new_[i] - x_[i];
-            y_[i] = g_new_[i] - g_[i];
+            work_.s[i] = there_.x[i] - here_.x[i];
+            work_.y[i] = there_.g[i] - here_.g[i];
         }
-        l_vcopy(n_, x_new_, 1, x_, 1);
-        f_ = f_new_;
-        if (should_stop(x_, f_, g_new_)) {
+        l_vcopy(n_, there_.x, 1, here_.x, 1);
+        here_.f = there_.f;
+        if (should_stop({here_.x, there_.g, here_.f})) {
+            l_vcopy(n_, there_.g, 1, here_.g, 1);
             return true;
         }
-        update_factor(n_, l_, s_, y_, g_, g_new_, gradient_.update_tolerance(), t_, w_);
-        l_vcopy(n_, g_new_, 1, g_, 1);
+        update_factor(n_, work_.l, work_.s, work_.y, here_.g, there_.g, gradient_.update_tolerance(), work_.t,
+                      work_.w);
+        l_vcopy(n_, there_.g, 1, here_.g, 1);
         return false;
     }
 
-    bool should_stop(const float* x, float f, const float* g)
+    bool should_stop(const Point& at)
     {
-        const int code = search_;
-        int converged = 0;
-        U6INF(&n_, x, s_, &f, g, xscale_, fscale_, &code, &iteration_, &eval_count_, &gradient_count_,
-              integers_, reals_, &longest_, &longest_count_, &converged);
-        return converged != 0 || zavo_error_code(1) != 0;
+        ending_ = gradient_.objective.stopped()
+                      ? Ending::stopped
+                      : test_stop({n_, at, work_.s, problem_.xscale, problem_.fscale, search_, counts_},
+                                  controls_, longest_count_);
+        return ending_ != Ending::running;
     }
 
-    Gradient gradient_;
+    Gradient& gradient_;
+    const FreeProblem& problem_;
+    const Controls& controls_;
+    FreeWorkspace work_;
     int n_;
-    float* x_;
-    float* xscale_;
-    float* fscale_;
-    int* integers_;
-    float* reals_;
-    float *g_, *p_, *x_new_, *g_new_, *s_, *y_, *t_, *w_, *l_;
-    float f_ = 0.0F;
-    float f_new_ = 0.0F;
-    SearchResult search_ = search_good;
-    int iteration_ = 0;
-    int eval_count_ = 0;
-    int gradient_count_ = 0;
-    int longest_ = 0;
+    Point here_;
+    Point there_;
+    SearchEnd search_;
+    Counts counts_;
     int longest_count_ = 0;
+    Ending ending_ = Ending::running;
 };
+
+// Checks the controls and iterates, under the iteration's name. work: n * (n + 8)
+// floats.
+template <class Gradient>
+FreeOutcome iterate(Gradient& gradient, FreeProblem& problem, Controls& controls, float* work)
+{
+    zavo_error_push(Gradient::iteration_name);
+    FreeOutcome outcome;
+    if (check_controls(problem, controls)) {
+        gradient.noise = noise_of(controls.good_digits);
+        outcome = QuasiNewton<Gradient>(gradient, problem, controls, {work, problem.n}).run();
+    }
+    zavo_error_pop(Gradient::iteration_name);
+    return outcome;
+}
+
+// The same from `start`, under the driver's name.
+template <class Gradient>
+FreeOutcome minimize_free(Gradient& gradient, FreeProblem& problem, Controls& controls, const float* start,
+                          float* work)
+{
+    zavo_error_push(Gradient::driver_name);
+    if (start != problem.x) {
+        l_vcopy(problem.n, start, 1, problem.x, 1);
+    }
+    const FreeOutcome outcome = iterate(gradient, problem, controls, work);
+    zavo_error_pop(Gradient::driver_name);
+    return outcome;
+}
+
+// Built once, in quasi_newton.cpp.
+extern template SearchEnd search_line(DifferenceGradient&, const Search&);
+extern template SearchEnd search_line(UserGradient&, const Search&);
+extern template FreeOutcome iterate(DifferenceGradient&, FreeProblem&, Controls&, float*);
+extern template FreeOutcome iterate(UserGradient&, FreeProblem&, Controls&, float*);
+extern template FreeOutcome minimize_free(DifferenceGradient&, FreeProblem&, Controls&, const float*, float*);
+extern template FreeOutcome minimize_free(UserGradient&, FreeProblem&, Controls&, const float*, float*);
 
 } // namespace zavo::minimize

@@ -1,12 +1,7 @@
-// The stopping tests of the unconstrained minimiser, in their order: gradient,
-// failed line search, step, the search's other reports, limits, steps of the
-// greatest length.
-//   J. E. Dennis, R. B. Schnabel (1983), algorithm A7.2.1.
+#include "minimize/stopping_tests.hpp"
+
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
-#include "minimize/controls.hpp"
-#include "minimize/line_search.hpp"
-#include "minimize/minimize.h"
 #include "minimize/relative_measures.hpp"
 
 namespace zavo::minimize {
@@ -17,67 +12,103 @@ using namespace core::code;
 // Longest steps in one run that are taken for a function without a minimum.
 constexpr int longest_steps_allowed = 5;
 
-void post_tolerance(int type, ErrorCode code, float tolerance)
-{
-    zavo_error_set_real(1, tolerance);
-    zavo_error_post(type, code);
-}
+// What is posted for an ending: a type, a code and the parameter of its message.
+struct EndingRow {
+    Ending ending;
+    int type;
+    ErrorCode code;
+    float Controls::*tolerance;
+    int Controls::*limit;
+};
 
-void post_limit(ErrorCode code, int limit)
-{
-    zavo_error_set_int(1, limit);
-    zavo_error_post(ZAVO_WARNING, code);
-}
+constexpr EndingRow ending_table[] = {
+    // clang-format off
+    {Ending::step_small,       ZAVO_NOTE,    small_step,              &Controls::step_tol,     nullptr},
+    {Ending::search_failed,    ZAVO_WARNING, line_search_failed,      &Controls::step_tol,     nullptr},
+    {Ending::no_progress,      ZAVO_WARNING, no_function_progress,    &Controls::relative_tol, nullptr},
+    {Ending::stuck,            ZAVO_FATAL,   false_convergence,       nullptr, nullptr},
+    {Ending::iterations_used,  ZAVO_WARNING, iteration_limit_reached, nullptr, &Controls::iteration_limit},
+    {Ending::evaluations_used, ZAVO_WARNING, function_limit_reached,  nullptr, &Controls::eval_limit},
+    {Ending::gradients_used,   ZAVO_WARNING, gradient_limit_reached,  nullptr, &Controls::gradient_limit},
+    {Ending::unbounded,        ZAVO_WARNING, unbounded_steps,         nullptr, nullptr},
+    // clang-format on
+};
 
-// What the iteration has come to, apart from the gradient test. True when the
-// step says that x has converged.
-bool test_step_and_limits(float step, int return_code, int iteration, int eval_count, int gradient_count,
-                          const int* integers, const float* reals)
+void post(Ending ending, const Controls& controls)
 {
-    if (return_code == search_failed) {
-        post_tolerance(ZAVO_WARNING, line_search_failed, reals[step_tol]);
-    } else if (step <= reals[step_tol]) {
-        post_tolerance(ZAVO_NOTE, small_step, reals[step_tol]);
-        return true;
-    } else if (return_code == search_without_progress) {
-        post_tolerance(ZAVO_WARNING, no_function_progress, reals[relative_tol]);
-    } else if (return_code == search_stuck) {
-        zavo_error_post(ZAVO_FATAL, false_convergence);
-    } else if (iteration >= integers[iteration_limit]) {
-        post_limit(iteration_limit_reached, integers[iteration_limit]);
-    } else if (eval_count >= integers[eval_limit]) {
-        post_limit(function_limit_reached, integers[eval_limit]);
-    } else if (gradient_count >= integers[gradient_limit]) {
-        post_limit(gradient_limit_reached, integers[gradient_limit]);
+    for (const EndingRow& row : ending_table) {
+        if (row.ending == ending) {
+            if (row.tolerance != nullptr) {
+                zavo_error_set_real(1, controls.*row.tolerance);
+            }
+            if (row.limit != nullptr) {
+                zavo_error_set_int(1, controls.*row.limit);
+            }
+            zavo_error_post(row.type, row.code);
+        }
     }
-    return false;
+}
+
+// What the iteration has come to, apart from the gradient test.
+Ending test_step_and_limits(const Progress& now, const Controls& controls)
+{
+    if (now.search.result == search_failed) {
+        return Ending::search_failed;
+    }
+    if (now.search.result == search_cut) { // the step is 0, which says nothing
+        return Ending::evaluations_used;
+    }
+    if (relative_step(now.n, now.at.x, now.step, now.xscale) <= controls.step_tol) {
+        return Ending::step_small;
+    }
+    if (now.search.result == search_without_progress) {
+        return Ending::no_progress;
+    }
+    if (now.search.result == search_stuck) {
+        return Ending::stuck;
+    }
+    if (now.counts.iterations >= controls.iteration_limit) {
+        return Ending::iterations_used;
+    }
+    if (now.counts.evaluations >= controls.eval_limit) {
+        return Ending::evaluations_used;
+    }
+    return now.counts.gradients >= controls.gradient_limit ? Ending::gradients_used : Ending::running;
+}
+
+Ending find_ending(const Progress& now, const Controls& controls, int& longest_count)
+{
+    const float measure = relative_gradient(now.n, now.at.x, now.at.f, now.at.g, now.xscale, now.fscale);
+    if (now.counts.iterations == 0) {
+        longest_count = 0;
+    }
+    if (measure <= controls.gradient_tol) {
+        return Ending::gradient_small;
+    }
+    if (now.counts.iterations == 0) {
+        return Ending::running;
+    }
+    const Ending ending = test_step_and_limits(now, controls);
+    if (now.search.longest && ending != Ending::step_small) {
+        // Kept: shorter steps in between do not reset the count
+        // (min_uncon_stopping.longest_steps_are_counted_over_the_whole_run).
+        ++longest_count;
+        if (longest_count == longest_steps_allowed && ending == Ending::running) {
+            return Ending::unbounded;
+        }
+    }
+    return ending;
 }
 
 } // namespace
 
-extern "C" void U6INF(const int* n, const float* x, const float* step, const float* f, const float* g,
-                      const float* xscale, const float* fscale, const int* return_code, const int* iteration,
-                      const int* eval_count, const int* gradient_count, const int* integers,
-                      const float* reals, const int* longest, int* longest_count, int* converged)
+Ending test_stop(const Progress& now, const Controls& controls, int& longest_count)
 {
     zavo_error_push("U6INF");
-    *converged = relative_gradient(*n, x, *f, g, xscale, *fscale) <= reals[gradient_tol] ? 1 : 0;
-    if (*iteration == 0) {
-        *longest_count = 0;
-    } else if (*converged == 0) {
-        *converged = test_step_and_limits(relative_step(*n, x, step, xscale), *return_code, *iteration,
-                                          *eval_count, *gradient_count, integers, reals)
-                         ? 1
-                         : 0;
-        if (*longest != 0 && *converged == 0) {
-            // Kept: shorter steps in between do not reset the count.
-            ++*longest_count;
-            if (*longest_count == longest_steps_allowed && core::pending_type() == 0) {
-                zavo_error_post(ZAVO_WARNING, unbounded_steps);
-            }
-        }
-    }
+    const Ending ending = find_ending(now, controls, longest_count);
+    post(ending, controls);
     zavo_error_pop("U6INF");
+    return ending;
 }
 
 } // namespace zavo::minimize

@@ -16,7 +16,7 @@
 #include "minimize/tolerant_set.hpp"
 
 #include "core/kernels/vector_kernels.h"
-#include "core/zavo.h"
+#include "minimize/machine.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -439,7 +439,7 @@ void TolerantSet::update(const float* g, const float* s, const float* y)
     const int n = c_.n;
     const float sy = l_vdot(n, s, 1, y, 1);
     const float s_length = l_vnrm2(n, s, 1);
-    const float least = std::sqrt(zavo_amach(4)) * s_length * l_vnrm2(n, y, 1);
+    const float least = std::sqrt(machine::epsilon()) * s_length * l_vnrm2(n, y, 1);
     if (!(sy > least)) {
         return;
     }
@@ -501,6 +501,9 @@ void TolerantSet::finish(const float* g)
 {
     clear_multipliers();
     set_.multipliers(g, u_, rest_);
+    for (int i = 0; i < c_.n; ++i) {
+        u_[i] += 0.0F; // no zero is negative
+    }
 }
 
 } // namespace zavo::minimize

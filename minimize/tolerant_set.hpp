@@ -18,6 +18,7 @@ namespace zavo::minimize {
 
 // Why the constrained minimiser stopped; numbered as its drivers report it.
 enum Status : int {
+    refused = 0, // the problem was no problem; a terminal error is posted
     converged = 1,
     no_descent = 2,
     no_reduction = 3,
@@ -26,7 +27,8 @@ enum Status : int {
     bounds_clash = 6,
     constraints_clash = 7,
     limit_used = 8,
-    all_fixed = 9
+    all_fixed = 9,
+    stopped = 10 // the user asked for it; nothing is posted
 };
 
 // A search direction and what is known of it.

@@ -1,5 +1,6 @@
-// The minimisers' input: texts that stand for numbers, and constrained problems
-// with any data. First byte even: the rest is a text; odd: it is a problem.
+// The minimisers' input: texts that stand for numbers, and problems with any data.
+// First byte: 0 modulo 4, the rest is a text; 2, a free problem; odd, a constrained
+// one.
 //   A text must read as the number that the C library's strtod() finds, and any
 // float must come back from its text within its six decimals. A problem must end,
 // with a vector or an error, within its bounds and its limit of evaluations.
@@ -121,16 +122,67 @@ void check_problem(Bytes bytes)
     std::free(x);
 }
 
+// Falls, rises and jumps as the bytes say.
+std::vector<float> jumps;
+float free_objective(int n, float* x)
+{
+    ++evaluations;
+    require(evaluations < 100000); // a run without an end
+    float f = 0.0F;
+    for (int i = 0; i < n; ++i) {
+        f += (x[i] - jumps[0]) * (x[i] - jumps[0]) * jumps[1] + jumps[2] * x[i];
+    }
+    const auto place = static_cast<std::size_t>(evaluations) % (4 * jumps.size());
+    return place < jumps.size() ? jumps[place] : f;
+}
+
+void free_gradient(int n, float* x, float* g)
+{
+    for (int i = 0; i < n; ++i) {
+        g[i] = 2.0F * (x[i] - jumps[0]) * jumps[1] + jumps[2];
+    }
+}
+
+// Controls of every value, good and bad.
+void check_free_problem(Bytes bytes)
+{
+    const int n = 1 + bytes.byte() % 6;
+    const bool own_gradient = bytes.byte() % 2 == 0;
+    const int limit = bytes.byte() % 64 - 1;
+    const std::vector<float> start = bytes.numbers(n);
+    const std::vector<float> scales = bytes.numbers(n);
+    const std::vector<float> tolerances = bytes.numbers(4);
+    const int digits = bytes.byte() % 16 - 2;
+    jumps = bytes.numbers(3 + bytes.byte() % 5);
+    evaluations = 0;
+    float f = 0.0F;
+    float* const x = zavo_f_min_uncon_multivar(
+        free_objective, n, ZAVO_START_POINT, start.data(), ZAVO_VARIABLE_SCALING, scales.data(),
+        ZAVO_STEP_TOLERANCE, static_cast<double>(tolerances[0]), ZAVO_RELATIVE_TOLERANCE,
+        static_cast<double>(tolerances[1]), ZAVO_STEP_LIMIT, static_cast<double>(tolerances[2]),
+        ZAVO_FUNCTION_SCALE, static_cast<double>(tolerances[3]), ZAVO_GRADIENT_TOLERANCE, 0.0,
+        ZAVO_GOOD_DIGITS, digits, ZAVO_FUNCTION_EVAL_LIMIT, limit, ZAVO_RESULT_VALUE, &f,
+        ZAVO_GRADIENT_FUNCTION, own_gradient ? free_gradient : nullptr, 0);
+    require(x != nullptr);
+    const int allowed = limit < 1 ? 400 : limit;
+    require(evaluations <= (own_gradient ? allowed + 1 : (allowed + 1) * (4 * n + 1)));
+    std::free(x);
+}
+
+void keep_silent(int, int, const char*, const char*) {}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    zavo_error_options(ZAVO_SET_PRINT, ZAVO_FATAL, 0, ZAVO_SET_PRINT, ZAVO_TERMINAL, 0, ZAVO_SET_STOP,
-                       ZAVO_FATAL, 0, ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);
+    zavo_error_options(ZAVO_SET_ERROR_HANDLER, keep_silent, ZAVO_SET_STOP, ZAVO_FATAL, 0, ZAVO_SET_STOP,
+                       ZAVO_TERMINAL, 0, 0);
     if (size == 0) {
         return 0;
     }
-    if (data[0] % 2 == 0) {
+    if (data[0] % 4 == 2) {
+        check_free_problem({data + 1, size - 1});
+    } else if (data[0] % 2 == 0) {
         check_text(std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
     } else {
         check_problem({data + 1, size - 1});

@@ -1,3 +1,4 @@
+#include "core/errors/error_stack.h"
 #include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
 
@@ -178,6 +179,26 @@ TEST(difference_gradient, without_variables_is_an_error)
     const float f0 = 0;
     L21NF(remember_constrained, &n, nullptr, &f0, nullptr);
     EXPECT_EQ(errors.codes(), "5/8020");
+}
+
+void warns(int, float* x, float* f)
+{
+    zavo_error_push("inner");
+    zavo_error_post(ZAVO_WARNING, 8049);
+    zavo_error_pop("inner");
+    *f = x[0];
+}
+
+TEST(difference_gradient, without_marks_errors_are_the_routines)
+{
+    zavo::test::CapturedErrors errors;
+    const int n = 1;
+    float x[] = {1};
+    const float f0 = 1;
+    float grad[1];
+    L21NF(warns, &n, x, &f0, grad);
+    ASSERT_EQ(errors.codes(), "3/8049"); // reported when the routine ends, and as its own
+    EXPECT_EQ(errors.last().routine, "L21NF");
 }
 
 } // namespace

@@ -210,9 +210,30 @@ TEST(min_con, equalities_that_fix_everything)
         EXPECT_EQ(errors.codes(), user_gradient ? "4/8096" : "4/8095");
         EXPECT_FLOAT_EQ(call.x[0], 2);
         EXPECT_FLOAT_EQ(call.x[1], 1);
-        EXPECT_EQ(evaluations, 0);
-        EXPECT_TRUE(std::isnan(call.value)); // there is none
+        EXPECT_EQ(evaluations, 1); // at the solution
+        std::vector<float> solution = call.x;
+        float value = 0;
+        bowl(2, solution.data(), &value);
+        EXPECT_EQ(call.value, value);
         EXPECT_EQ(call.count, 2);
+    }
+}
+
+// A bound that is active without holding anything back.
+TEST(min_con, no_multiplier_is_a_negative_zero)
+{
+    for (const bool user_gradient : {false, true}) {
+        CapturedErrors errors;
+        Call call;
+        call.gradient = user_gradient ? bowl_gradient : nullptr;
+        call.ncon = call.neq = 1;
+        call.a = {0, 1};
+        call.b = {2}; // where the free minimum is
+        call.start = {1, 2};
+        ASSERT_TRUE(call.run());
+        for (const float u : call.multipliers) {
+            EXPECT_FALSE(u == 0 && std::signbit(u));
+        }
     }
 }
 

@@ -1,5 +1,5 @@
 #include "core/zavo.h"
-#include "minimize/controls.hpp"
+#include "minimize/control_arrays.hpp"
 #include "minimize/line_search.hpp"
 #include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
@@ -14,6 +14,7 @@ namespace {
 
 using zavo::test::CapturedErrors;
 using namespace zavo::minimize;
+using namespace zavo::minimize::control_arrays;
 
 constexpr float nan_value = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinite = std::numeric_limits<float>::infinity();
@@ -221,8 +222,8 @@ struct Stop {
     int iteration = 1;
     int evals = 1;
     int gradient_evals = 1;
-    int integers[integer_control_count] = {1, 7, 100, 400, 400, 0, 100};
-    float reals[real_control_count] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 1000, compute};
+    int integers[integer_count] = {1, 7, 100, 400, 400, 0, 100};
+    float reals[real_count] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 1000, compute};
     int longest = 0;
     int longest_count = 0;
     bool ask()
@@ -322,8 +323,8 @@ struct Check {
     float scale[2] = {1, 1};
     float fscale = 1;
     int hessian = 0;
-    int integers[integer_control_count] = {1, 7, 100, 400, 400, 0, 100};
-    float reals[real_control_count] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 1000, compute};
+    int integers[integer_count] = {1, 7, 100, 400, 400, 0, 100};
+    float reals[real_count] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 1000, compute};
     void ask() { U5INF(&n, x, scale, &fscale, &hessian, integers, reals); }
 };
 
