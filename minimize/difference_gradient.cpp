@@ -24,14 +24,14 @@ float root_of_noise(float noise)
     return std::sqrt(noise > eps ? noise : eps);
 }
 
+} // namespace
+
 float difference_step(float root, float x, float typical)
 {
     const float size = std::fabs(x);
     const float h = root * (size > typical ? size : typical);
     return x < 0.0F ? -h : h;
 }
-
-} // namespace
 
 float noise_of(int digits)
 {

@@ -17,6 +17,9 @@ namespace zavo::minimize {
 // 10^-digits, but at least eps: the relative noise of the function values.
 float noise_of(int digits);
 
+// h of the rule above.
+float difference_step(float root, float x, float typical);
+
 // n and 2n calls. x, scale, g: n floats; f is the value at x. A noise outside
 // 0..0.1 posts 5/8052 and leaves g alone. The pushed names end in a blank.
 void forward_difference_gradient(Objective& objective, int n, float* x, const float* scale, const Value& f,

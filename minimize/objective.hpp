@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/errors/error_stack.h"
+#include "minimize/counts.hpp"
 
 namespace zavo::minimize {
 
@@ -40,6 +41,17 @@ public:
 
     void* context() const { return context_; }
 
+    // Tells the user how far the run has come, when he wants to know.
+    using Report = void (*)(Objective& objective, int n, const float* x, const Value& f,
+                            const Counts& counts);
+    void report_by(Report report) { report_ = report; }
+    void report(int n, const float* x, const Value& f, const Counts& counts)
+    {
+        if (report_ != nullptr) {
+            report_(*this, n, x, f, counts);
+        }
+    }
+
     // Has the user asked for an end? What is evaluated from then on counts for
     // nothing, and every loop ends.
     bool stopped() const { return stopped_; }
@@ -58,6 +70,7 @@ private:
     zavo_constrained_objective_fn storing_ = nullptr;
     void* context_ = nullptr;
     Call call_;
+    Report report_ = nullptr;
     bool stopped_ = false;
 };
 

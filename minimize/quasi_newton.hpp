@@ -29,11 +29,13 @@ struct DifferenceGradient {
     static constexpr char driver_name[] = "U2INF";
     static constexpr char iteration_name[] = "U3INF";
     static constexpr char search_name[] = "U17NF";
-    static constexpr bool can_refine = true; // may switch to central differences
 
     Objective& objective;
     float noise = 0.0F;
     bool central = false;
+
+    bool can_switch() const { return !central; } // to central differences
+    void switch_to_central() { central = true; }
 
     void operator()(int n, float* x, const float* xscale, const Value& f, float* g) const
     {
@@ -51,12 +53,13 @@ struct UserGradient {
     static constexpr char driver_name[] = "U2ING";
     static constexpr char iteration_name[] = "U3ING";
     static constexpr char search_name[] = "U17NG";
-    static constexpr bool can_refine = false;
 
     Objective& objective;
     zavo_gradient_fn gradient;
     float noise = 0.0F;
-    bool central = false; // never set
+
+    static constexpr bool can_switch() { return false; }
+    static constexpr void switch_to_central() {}
 
     void operator()(int n, float* x, const float*, const Value&, float* g) const
     {
@@ -153,17 +156,17 @@ private:
     void step()
     {
         search();
-        if constexpr (Gradient::can_refine) {
-            if (search_.result == search_failed && !gradient_.central) {
-                gradient_.central = true;
-                take_gradient(here_);
-                search();
-            } else if (search_.result != search_failed && !gradient_.central &&
-                       relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale,
-                                         problem_.fscale) <= 0.1F) {
-                gradient_.central = true;
-                take_gradient(there_);
-            }
+        if (!gradient_.can_switch()) {
+            return;
+        }
+        if (search_.result == search_failed) {
+            gradient_.switch_to_central();
+            take_gradient(here_);
+            search();
+        } else if (relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale, problem_.fscale) <=
+                   0.1F) {
+            gradient_.switch_to_central();
+            take_gradient(there_);
         }
     }
 
@@ -183,6 +186,7 @@ private:
         }
         l_vcopy(n_, there_.x, 1, here_.x, 1);
         here_.f = there_.f;
+        gradient_.objective.report(n_, here_.x, here_.f, counts_);
         if (should_stop({here_.x, there_.g, here_.f})) {
             l_vcopy(n_, there_.g, 1, here_.g, 1);
             return true;
