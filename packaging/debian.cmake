@@ -19,23 +19,21 @@ set(ZAVO_CONFIG_LIB lib/${triplet})
 configure_file(packaging/zavo-config.cmake.in ${made}/zavo-config.cmake @ONLY)
 configure_file(packaging/zavo-debian.pc.in ${made}/zavo.pc @ONLY)
 
-# debian_part(<package> <destination> SOURCE ...): files and folders; nothing of it
-# is part of an ordinary installation.
+# debian_part(<package> <destination> SOURCE ...): files, and the content of folders
+# (which end in "/"); nothing of it is part of an ordinary installation.
 function(debian_part package destination)
   foreach(source ${ARGN})
     if(source MATCHES "/$")
       install(DIRECTORY ${source} DESTINATION ${destination} COMPONENT ${package} EXCLUDE_FROM_ALL
         USE_SOURCE_PERMISSIONS)
     else()
-      get_filename_component(folder ${source} DIRECTORY)
-      get_filename_component(name ${source} NAME)
-      install(DIRECTORY ${folder}/ DESTINATION ${destination} COMPONENT ${package} EXCLUDE_FROM_ALL
-        USE_SOURCE_PERMISSIONS FILES_MATCHING PATTERN ${name} PATTERN "*/*" EXCLUDE)
+      install(FILES ${source} DESTINATION ${destination} COMPONENT ${package} EXCLUDE_FROM_ALL)
     endif()
   endforeach()
 endfunction()
 
-debian_part(libzavo1 lib/${triplet} "${tree}/lib/libzavo.so.*")
+debian_part(libzavo1 lib/${triplet} ${tree}/lib/libzavo.so.${PROJECT_VERSION_MAJOR}
+  ${tree}/lib/libzavo.so.${PROJECT_VERSION})
 debian_part(libzavo-dev lib/${triplet} ${tree}/lib/libzavo.so ${tree}/lib/libzavo.a)
 debian_part(libzavo-dev include ${tree}/include/)
 debian_part(libzavo-dev lib/${triplet}/pkgconfig ${made}/zavo.pc)
@@ -56,7 +54,7 @@ endforeach()
 
 set(CPACK_ZAVO_DEB_COMPONENTS libzavo1 libzavo-dev tcl-zavo zavo-doc)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The zavo authors <zavo@localhost.localdomain>")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The zavo authors <authors@zavo.invalid>")
 set(CPACK_DEBIAN_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${tree}/lib ${tree}/lib/zavo1.0)
@@ -64,14 +62,10 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SOURCE zavo)
 set(CPACK_STRIP_FILES OFF) # polish.cmake strips
 
-set(about "
-zavo computes in single precision, with the same bits on every system: machine
-constants, physical constants in any unit, calendar day numbers, seeded random
-deviates, Fourier transforms, convolution and correlation, and minimisation with
-or without bounds and linear constraints.
-")
-string(REPLACE "\n" " " about "${about}")
-string(STRIP "${about}" about)
+set(about "zavo computes in single precision, with the same bits on every system:
+machine constants, physical constants in any unit, calendar day numbers,
+seeded random deviates, Fourier transforms, convolution and correlation,
+and minimisation with or without bounds and linear constraints.")
 
 # debian_package(<package> <section> <depends> <summary> <last sentence>)
 macro(debian_package package section depends summary rest)
@@ -84,9 +78,11 @@ endmacro()
 debian_package(libzavo1 libs "" "compact numerical library"
   "This package holds the shared library.")
 debian_package(libzavo-dev libdevel "libzavo1 (= ${PROJECT_VERSION})" "compact numerical library - development files"
-  "This package holds the headers, the static library, and the manual pages of the routines.")
+  "This package holds the headers, the static library, and the manual pages
+of the routines.")
 debian_package(tcl-zavo interpreters "tcl (>= 8.5)" "compact numerical library for Tcl"
-  "This package holds the Tcl packages zavo and morvel, the message tool zavomsg, a shell, and the explorer of records.")
+  "This package holds the Tcl packages zavo, zavox and morvel, a shell, an
+explorer of records, and the message tool zavomsg.")
 debian_package(zavo-doc doc "" "compact numerical library - manual and examples"
   "This package holds the manual in HTML and the examples.")
 set(CPACK_DEBIAN_TCL-ZAVO_PACKAGE_RECOMMENDS "tk, tklib, tcllib")

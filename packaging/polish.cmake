@@ -9,7 +9,15 @@ if(CPACK_GENERATOR STREQUAL "DEB")
     if(NOT IS_DIRECTORY ${package}/usr)
       continue()
     endif()
-    file(GLOB_RECURSE pages ${package}/usr/share/man/*.[13n])
+    # Debian keeps the commands of Tcl packages in section 3tcl.
+    if(EXISTS ${package}/usr/share/man/mann)
+      execute_process(WORKING_DIRECTORY ${package}/usr/share/man COMMAND_ERROR_IS_FATAL ANY
+        COMMAND sh -c "mkdir -p man3 && for page in mann/*.n; do
+          sed -e 's|^\\.so mann/\\(.*\\)\\.n$|.so man3/\\1.3tcl|' -e 's|^\\.TH \\(\"[^\"]*\"\\) n |.TH \\1 3tcl |' $page \
+            >man3/$(basename $page .n).3tcl || exit 1
+        done && rm -r mann")
+    endif()
+    file(GLOB_RECURSE pages ${package}/usr/share/man/*.3tcl ${package}/usr/share/man/*.[13n])
     file(GLOB changelogs ${package}/usr/share/doc/*/changelog)
     foreach(file ${pages} ${changelogs})
       execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)

@@ -53,7 +53,8 @@ build_c_reference() {
     { cat tools/docs/Doxyfile; echo "OUTPUT_DIRECTORY = $out/c"; } | doxygen - || die "doxygen: see above"
     mkdir -p "$share/man/man3"
     for page in "$out"/c/man/man3/{lib,}zavo_*.3 "$out"/c/man/man3/f_complex.3; do
-        sed 's/^\(\.TH "[^"]*" 3\) "[^"]*"/\1 ""/' "$page" >"$share/man/man3/${page##*/}"
+        # No date, and what the structure is.
+        sed -e 's/^\(\.TH "[^"]*" 3\) "[^"]*"/\1 ""/' -e 's/^f_complex$/f_complex \\- a single-precision complex value/' "$page" >"$share/man/man3/${page##*/}"
     done
 }
 

@@ -1,13 +1,18 @@
-# ./zavo package [linux|windows]: release archives of the installed trees, the same
-# to the byte for the same commit. Without a name: Linux, and Windows when there is
-# a dist-win32. `test` unpacks the Linux archive elsewhere and uses it.
+# ./zavo package [linux|windows|test]: release packages by cpack in build/package: a
+# tar and .deb for Linux, a zip for each Windows target. Without a name: Linux, and
+# every other target that has been built. `test` installs and uses them.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
+# shellcheck source=scripts/debian_root.sh
+source scripts/debian_root.sh
+
+demand "kind of package" "${1:-linux}" linux windows test
 
 release=zavo-1.0
-out=build/package
+out=$PWD/build/package
+debs=(libzavo1 libzavo-dev tcl-zavo zavo-doc)
 
-# Time of the last commit, in seconds; what every file in the archives carries.
+# Time of the last commit, in seconds; what every file in the packages carries.
 release_time() {
     if [[ -n ${SOURCE_DATE_EPOCH:-} ]]; then
         echo "$SOURCE_DATE_EPOCH"
@@ -16,90 +21,210 @@ release_time() {
     fi
 }
 
-# stage PREFIX: the tree as it is unpacked, in $out/stage/zavo-1.0.
-stage() {
-    local stage=$out/stage/$release
-    rm -rf "$out/stage"
-    mkdir -p "$stage"
-    cp -R "$1/." "$stage/"
-    cp README.md CHANGELOG.md "$stage/"
-    if [[ ! -d $stage/share/doc/zavo ]]; then
-        mkdir -p "$stage/share"
-        cp -R dist/share/doc "$stage/share/"
-    fi
-    find "$stage" -type d -exec chmod 755 {} +
-    find "$stage" -type f -exec chmod 644 {} +
-    find "$stage" -name '*.so' -exec chmod 755 {} +
-    find "$stage" -exec touch -h -d "@$(release_time)" {} +
+# run_cpack BUILD GENERATOR: the packages of a build folder whose tree is installed.
+run_cpack() {
+    local log=$out/cpack.log
+    mkdir -p "$out"
+    (cd "build/$1" && cpack -G "$2") >"$log" 2>&1 || {
+        tail -n 20 "$log" >&2
+        die "cpack failed"
+    }
+    sed -n 's/^CPack: - package: \(.*\) generated\.$/\1/p' "$log" | while read -r file; do
+        say "$(realpath --relative-to=. "$file") $(stat -c %s "$file") bytes, sha256 $(sha256sum "$file" | cut -c1-16)..."
+    done
 }
 
 package_linux() {
-    build_linux
+    need_packages dpkg-dev zip
     bash scripts/docs.sh build
-    stage dist
-    local archive=$out/$release-linux-x86_64.tar.gz
-    tar -C "$out/stage" --sort=name --owner=0 --group=0 --numeric-owner --format=gnu \
-        -cf - "$release" | gzip -n -9 >"$archive"
-    report "$archive"
+    run_cpack release TGZ
+    run_cpack release DEB
 }
 
-package_windows() {
+# other_builds: the build folders of cross-built targets that are installed.
+other_builds() {
+    local config prefix
+    for config in build/*/CPackConfig.cmake; do
+        config=${config%/CPackConfig.cmake}
+        prefix=$(sed -n 's/^CMAKE_INSTALL_PREFIX:[A-Z]*=//p' "$config/CMakeCache.txt")
+        [[ $prefix != "$PWD"/dist-* || ! -d $prefix/lib ]] || echo "${config#build/}"
+    done
+}
+
+# package_other BUILD: what the target's own build installed, with the manual.
+package_other() {
     need_packages zip
-    [[ -d dist-win32 && ${1:-} != build ]] || bash scripts/build.sh windows
-    [[ -d dist/share/doc/zavo ]] || bash scripts/docs.sh build
-    stage dist-win32
-    local archive=$PWD/$out/$release-win32.zip
-    rm -f "$archive"
-    (cd "$out/stage" && find "$release" | LC_ALL=C sort | TZ=UTC zip -q -X -@ "$archive")
-    report "$archive"
+    [[ -f build/docs/key ]] || bash scripts/docs.sh build
+    cmake --install "build/$1" >/dev/null
+    case "$1" in
+    win*) run_cpack "$1" ZIP ;;
+    *) run_cpack "$1" TGZ ;;
+    esac
 }
 
-report() {
-    say "$(realpath --relative-to=. "$1") $(stat -c %s "$1") bytes, sha256 $(sha256sum "$1" | cut -c1-16)..."
-}
+# ---- Tests ------------------------------------------------------------------------
 
-# A user's machine: the archive unpacked in another place, pkg-config, a compiler,
-# an interpreter.
-test_package() {
-    local first second there
-    package_linux
-    first=$(sha256sum <"$out/$release-linux-x86_64.tar.gz")
-    touch "$out/stage/$release/README.md"
-    package_linux
-    second=$(sha256sum <"$out/$release-linux-x86_64.tar.gz")
-    [[ $first == "$second" ]] || die "two archives of the same tree differ"
+# An archive, unpacked where neither its name nor its path is plain.
+test_archive() {
+    local archive=$out/$release-linux-$(uname -m).tar.gz first root flags libraries exported
+    first=$(sha256sum <"$archive")
+    find "$PWD/dist" -exec touch -h {} +
+    run_cpack release TGZ
+    [[ $first == $(sha256sum <"$archive") ]] || die "two archives of the same tree differ"
 
-    there=$(mktemp -d)
-    # shellcheck disable=SC2064 # the folder is known now
-    trap "rm -rf '$there'" EXIT
-    tar -C "$there" -xzf "$out/$release-linux-x86_64.tar.gz"
-    local root=$there/$release flags libraries
+    mkdir -p "$there/Zahlen für alle"
+    tar -C "$there/Zahlen für alle" -xzf "$archive"
+    root="$there/Zahlen für alle/$release"
+    for file in LICENSE README.txt share/doc/zavo/index.html share/doc/zavo/examples/sunspots.tcl \
+        lib/zavo1.0/zavoerr.bin lib/zavo1.0/de/zavoerr.bin share/man/mann/zavo.n share/man/man3/zavo_f_fft_real.3; do
+        [[ -f $root/$file ]] || die "the archive lacks $file"
+    done
+
+    # The library, by pkg-config and by CMake.
     export PKG_CONFIG_PATH=$root/lib/pkgconfig
     [[ $(pkg-config --modversion zavo) == 1.0 ]] || die "pkg-config does not find zavo 1.0"
     flags=$(pkg-config --cflags zavo)
-    libraries=$(pkg-config --libs zavo)
-    # shellcheck disable=SC2086 # these are words
-    gcc -std=c99 -Wall -Wextra -Werror -pedantic $flags tests/package/from_c.c -o "$there/from_c" $libraries -lm
-    # shellcheck disable=SC2086
-    g++ -std=c++11 -Wall -Wextra -Werror -pedantic $flags tests/package/from_cpp.cpp -o "$there/from_cpp" $libraries
-    ZAVOERRPATH=$root/lib/zavo1.0 "$there/from_c"
-    ZAVOERRPATH=$root/lib/zavo1.0 "$there/from_cpp"
-    env -u ZAVOERRPATH TCLLIBPATH="$root/lib" tclsh8.6 tests/package/from_script.tcl "$root"
-    local exported
+    libraries=$(pkg-config --libs --static zavo)
+    # pkg-config protects the blanks by backslashes.
+    eval "gcc -std=c99 -Wall -Wextra -Werror -pedantic $flags tests/package/from_c.c -o '$there/from_c' $libraries -lm"
+    eval "g++ -std=c++11 -Wall -Wextra -Werror -pedantic $flags tests/package/from_cpp.cpp -o '$there/from_cpp' $libraries"
+    cmake -S tests/package -B "$there/cmake" -DCMAKE_PREFIX_PATH="$root" >"$there/log" 2>&1 &&
+        cmake --build "$there/cmake" >>"$there/log" 2>&1 || {
+        cat "$there/log" >&2
+        die "find_package(zavo) does not work"
+    }
+    for program in "$there"/from_c "$there"/from_cpp "$there"/cmake/from_c "$there"/cmake/from_cpp; do
+        ZAVOERRPATH=$root/lib/zavo1.0 LD_LIBRARY_PATH=$root/lib "$program"
+    done
+    readelf -d "$there/cmake/from_c" | grep -q 'NEEDED.*libzavo\.so\.1' || die "the C program is not linked to libzavo.so.1"
+    test_names "$root"
+
+    # The packages, the programs and the examples.
+    env -u ZAVOERRPATH TCLLIBPATH="{$root/lib}" tclsh8.6 tests/package/from_script.tcl "$root"
     exported=$(nm -D --defined-only "$root/lib/zavo1.0/tcl_zavomath.so" | awk '{print $3}')
     [[ $exported == Zavo_Init ]] || die "the module exports: $exported"
-    [[ -f $root/share/man/mann/zavo_fft_real.n || ! -f docs/fft_real.man ]] || die "a manual page is missing"
-    say "the package works from $root"
+    "$root/bin/zavomsg" dump "$root/lib/zavo1.0/de/zavoerr.bin" >"$there/text" && grep -q '^order' "$there/text" ||
+        die "zavomsg does not run"
+    (cd / && env -u TCLLIBPATH -u ZAVOERRPATH tclsh8.6 "$PWD_PROJECT/tools/docs/run_examples.tcl" \
+        "$root/share/doc/zavo/examples" "$there/pictures") || die "an example does not run, see above"
+    say "the archive works from $root: $(find "$there/pictures" -name '*.txt' | wc -l) examples"
 }
 
-mkdir -p "$out"
+# libzavo.so shows what zavo.h declares, no more and no less.
+test_names() {
+    local declared shown
+    declared=$(grep -v '^ \*\|^/\*\|^typedef' "$1/include/zavo.h" |
+        sed -n 's/^[a-z].*[ *]\(zavo_[a-z0-9_]*\)(.*/\1/p' | sort)
+    shown=$(nm -D --defined-only "$1/lib/libzavo.so" | sed -n 's/.* T \(.*\)@@ZAVO_.*/\1/p' | sort)
+    [[ -n $declared && $declared == "$shown" ]] ||
+        die "zavo.h and libzavo.so (ext/libzavo.map) differ: $(diff <(echo "$declared") <(echo "$shown"))"
+}
+
+# The .deb in a Debian 12 of their own: an older version first, then this one, then
+# gone without a trace.
+test_debs() {
+    local words
+    need_packages lintian
+    say "lintian"
+    words=$(lintian --fail-on none "$out"/*.deb 2>/dev/null) || die "lintian: $words"
+    [[ -z $words ]] || die "lintian: $words"
+    if ! make_debian; then
+        say "package: 1 suite skipped (installing the .deb): a Debian 12 cannot be had"
+        return 0
+    fi
+    say "installing, upgrading and removing the .deb"
+    local package old
+    as_root mkdir -p "$there/debian"
+    as_root tar -C "$there/debian" -xf .cache/debian12.tar
+    mkdir -p "$there/debs"
+    for package in "${debs[@]}"; do
+        old=$there/old/$package
+        mkdir -p "$there/old"
+        dpkg-deb -R "$out/${package}"_1.0_*.deb "$old"
+        sed -i 's/^Version: .*/Version: 1.0~0/; s/(= 1\.0)/(= 1.0~0)/' "$old/DEBIAN/control"
+        mkdir -p "$old/usr/share/zavo"
+        echo old >"$old/usr/share/zavo/$package"
+        dpkg-deb --root-owner-group -b "$old" "$there/debs/old_$package.deb" >/dev/null
+        cp "$out/${package}"_1.0_*.deb "$there/debs/new_$package.deb"
+    done
+    as_root cp -r "$there/debs" tests/package/installed.sh tests/package/from_script.tcl "$there/debian/root/"
+    as_root chroot "$there/debian" sh /root/installed.sh || die "the .deb: see above"
+}
+
+# .cache/debian12.tar: a minimal Debian 12 with Tcl.
+make_debian() {
+    [[ ! -f .cache/debian12.tar ]] || return 0
+    [[ $(id -u) -eq 0 ]] || command -v sudo >/dev/null || return 1
+    need_packages debootstrap
+    say "setting up a minimal Debian 12"
+    local folder
+    folder=$(mktemp -d)
+    if ! as_root debootstrap --variant=minbase --include=tcl,libstdc++6 bookworm "$folder/root" "$(debian_mirror)" \
+        >"$folder/log" 2>&1; then
+        tail -n 5 "$folder/log" >&2
+        as_root rm -rf "$folder"
+        return 1
+    fi
+    mkdir -p .cache
+    as_root tar -C "$folder/root" --exclude=./var/cache --exclude=./var/lib/apt/lists --one-file-system -cf .cache/debian12.part .
+    mv .cache/debian12.part .cache/debian12.tar
+    as_root rm -rf "$folder"
+}
+
+# A zip under Wine, where there are one for its target and a Tcl.
+test_zip() {
+    local target=$1 cache=$PWD/.cache/$1 root tclsh
+    root="$there/Zahlen für alle/$target/$release"
+    tclsh=$(find "$cache/tcl/bin" -name 'tclsh8*.exe' 2>/dev/null | head -n 1) || true
+    mkdir -p "${root%/*}"
+    (cd "${root%/*}" && unzip -q "$out/$release-$target.zip")
+    grep -q $'\r$' "$root/README.txt" || die "the README of $target has no Windows line ends"
+    if [[ -z $tclsh || ! -d $cache/wine ]] || ! command -v wine >/dev/null; then
+        say "package: 1 suite skipped ($target): no Wine or no Tcl for it"
+        return 0
+    fi
+    say "the zip of $target under Wine"
+    # A locale whose letters Wine takes for those of the file names.
+    local run=(env -u ZAVOERRPATH LC_ALL=C.UTF-8 WINEPREFIX="$cache/wine" WINEDEBUG=-all
+        TCL_LIBRARY="Z:${cache//\//\\}\\tcl\\lib\\tcl8.6" wine "$tclsh")
+    (cd "$root/share/doc/zavo/examples" &&
+        "${run[@]}" "$PWD_PROJECT/tools/docs/run_examples.tcl" -nopictures . "$there/$target-output") </dev/null ||
+        die "an example does not run on $target, see above"
+    (cd "$root" && "${run[@]}" bin/zavomsg dump lib/zavo1.0/de/zavoerr.bin) </dev/null | grep -q '^order' ||
+        die "zavomsg does not run on $target"
+    say "the zip of $target works: $(find "$there/$target-output" -name '*.txt' | wc -l) examples"
+}
+
+test_package() {
+    local build
+    package_linux
+    there=$(mktemp -d)
+    PWD_PROJECT=$PWD
+    # shellcheck disable=SC2064 # the folder is known now
+    trap "as_root rm -rf '$there'" EXIT
+    test_archive
+    test_debs
+    for build in $(other_builds); do
+        package_other "$build"
+        [[ $build != win* ]] || test_zip "$build"
+    done
+}
+
+SOURCE_DATE_EPOCH=$(release_time)
+export SOURCE_DATE_EPOCH
 case "${1:-}" in
 "")
     package_linux
-    [[ ! -d dist-win32 ]] || package_windows
+    for build in $(other_builds); do
+        package_other "$build"
+    done
     ;;
 linux) package_linux ;;
-windows) package_windows build ;;
+windows)
+    [[ -d dist-win32 ]] || bash scripts/build.sh windows
+    for build in $(other_builds); do
+        [[ $build != win* ]] || package_other "$build"
+    done
+    ;;
 test) test_package ;;
-*) die "package knows linux, windows and test, not '$1'" ;;
 esac

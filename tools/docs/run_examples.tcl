@@ -1,13 +1,15 @@
 # run_examples.tcl: runs every example as the first command line of its head says,
 # with a picture where it can draw one, for the manual's gallery and pages.
 #
-#   tclsh tools/docs/run_examples.tcl examples pictures_folder
+#   tclsh tools/docs/run_examples.tcl ?-nopictures? examples pictures_folder
 #
 # pictures_folder gets NAME.png, and NAME.txt with the command line and what it
 # prints. The status is 1 when an example failed.
 package require Tcl 8.5-
 
-namespace eval run_examples {}
+namespace eval run_examples {
+    variable pictures 1
+}
 
 # The command line at the head of an example: {arguments draws}.
 proc run_examples::usage {file} {
@@ -25,12 +27,14 @@ proc run_examples::usage {file} {
 }
 
 proc run_examples::one {file folder} {
+    variable pictures
     set name [file rootname [file tail $file]]
     lassign [usage $file] arguments draws
+    set draws [expr {$draws && $pictures}]
     set picture [file join $folder $name.png]
     set command [concat $arguments [expr {$draws ? [list $picture] : {}}]]
     # What a user's line shows is the file name, not our folder.
-    set output [exec [info nameofexecutable] $file {*}$command 2>/dev/null]
+    set output [exec -ignorestderr [info nameofexecutable] $file {*}$command]
     if {$draws && ![file exists $picture]} {
         error "$name drew no picture"
     }
@@ -41,7 +45,13 @@ proc run_examples::one {file folder} {
     close $channel
 }
 
-proc run_examples::main {examples folder} {
+proc run_examples::main {arguments} {
+    variable pictures
+    if {[lindex $arguments 0] eq "-nopictures"} {
+        set pictures 0
+        set arguments [lrange $arguments 1 end]
+    }
+    lassign $arguments examples folder
     file mkdir $folder
     set status 0
     foreach file [lsort [glob -directory $examples *.tcl]] {
@@ -53,4 +63,4 @@ proc run_examples::main {examples folder} {
     return $status
 }
 
-exit [run_examples::main {*}$argv]
+exit [run_examples::main $argv]
