@@ -192,15 +192,19 @@ float* ConstrainedCall::hand_over()
 
 } // namespace
 
+} // namespace zavo::minimize
+
+// Outside the namespace, where the declaration of zavo.h is the one that it completes,
+// visibility included.
 extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int nvar, int ncon, int neq,
                                          float* a, const float* b, const float* xlb, const float* xub, ...)
 {
     std::va_list list;
     va_start(list, xub);
-    core::OptionReader options{list, 9};
+    zavo::core::OptionReader options{list, 9};
     va_end(list);
-    ConstrainedCall call{fcn, nvar, ncon, neq, a, b, xlb, xub};
-    core::EntryFrame frame{"zavo_f_min_con_gen_lin"};
+    zavo::minimize::ConstrainedCall call{fcn, nvar, ncon, neq, a, b, xlb, xub};
+    zavo::core::EntryFrame frame{"zavo_f_min_con_gen_lin"};
     frame.run([&] {
         call.read(options);
         call.minimize();
@@ -208,5 +212,3 @@ extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int 
     call.restore_matrix();
     return call.hand_over();
 }
-
-} // namespace zavo::minimize

@@ -148,19 +148,21 @@ void UnconstrainedCall::minimize()
 
 } // namespace
 
+} // namespace zavo::minimize
+
+// Outside the namespace, where the declaration of zavo.h is the one that it completes,
+// visibility included.
 extern "C" float* zavo_f_min_uncon_multivar(zavo_objective_fn fcn, int n, ...)
 {
     std::va_list list;
     va_start(list, n);
-    core::OptionReader options{list, 3};
+    zavo::core::OptionReader options{list, 3};
     va_end(list);
-    UnconstrainedCall call{fcn, n};
-    core::EntryFrame frame{"zavo_f_min_uncon_multivar"};
+    zavo::minimize::UnconstrainedCall call{fcn, n};
+    zavo::core::EntryFrame frame{"zavo_f_min_uncon_multivar"};
     frame.run([&] {
         call.read(options);
         call.minimize();
     });
     return call.hand_over();
 }
-
-} // namespace zavo::minimize
