@@ -12,9 +12,9 @@ complain() {
 }
 use() {
     tclsh /root/from_script.tcl "" || complain "the script does not run"
-    zavomsg dump /usr/lib/tcltk/*/zavo1.0/zavoerr.bin | grep -q '^order' || complain "zavomsg does not run"
+    zavomsg dump /usr/lib/tcltk/*/zavo1.0/zavoerr.bin | grep '^order' >/dev/null || complain "zavomsg does not run"
     ldconfig -p | grep -q 'libzavo\.so\.1 ' || complain "the loader does not know libzavo.so.1"
-    (cd / && tclsh /usr/share/doc/zavo/examples/sunspots.tcl) | grep -q 'Strongest between 5 and 20 years: 11' ||
+    (cd / && tclsh /usr/share/doc/zavo/examples/sunspots.tcl) | grep 'Strongest between 5 and 20 years: 11' >/dev/null ||
         complain "the example does not run"
 }
 
