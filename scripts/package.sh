@@ -66,7 +66,8 @@ package_other() {
 
 # An archive, unpacked where neither its name nor its path is plain.
 test_archive() {
-    local archive=$out/$release-linux-$(uname -m).tar.gz first root flags libraries exported
+    local archive first root flags libraries exported
+    archive=$out/$release-linux-$(uname -m).tar.gz
     first=$(sha256sum <"$archive")
     find "$PWD/dist" -exec touch -h {} +
     run_cpack release TGZ
