@@ -22,11 +22,13 @@ bool looks_like_list_name(const char* text)
            text[stem_length + std::strspn(text + stem_length, "0123456789")] == '\0';
 }
 
-// Whether the message in the interpreter is the refusal of a number that no float
-// holds.
-bool is_range_error(Tcl_Interp* interp)
+// Whether the message in the interpreter says more than that a word is no vector:
+// a number that no float holds, or no memory.
+bool is_telling(Tcl_Interp* interp)
 {
-    return std::strcmp(Tcl_GetStringResult(interp), "floating-point value too large to represent") == 0;
+    const char* const message = Tcl_GetStringResult(interp);
+    return std::strcmp(message, "floating-point value too large to represent") == 0 ||
+           std::strcmp(message, "not enough memory") == 0;
 }
 
 } // namespace
@@ -48,6 +50,16 @@ int fail(Tcl_Interp* interp, Fault fault, const char* word, const char* message)
 int fail_empty(Tcl_Interp* interp, const char* what)
 {
     return fail(interp, Fault::empty, what, Tcl_ObjPrintf("%s of an empty vector", what));
+}
+
+int fail_lengths(Tcl_Interp* interp, int length, int other)
+{
+    Tcl_Obj* const word = Tcl_NewIntObj(other);
+    Tcl_IncrRefCount(word);
+    const int status = fail(interp, Fault::length, Tcl_GetString(word),
+                            Tcl_ObjPrintf("cannot combine vectors of %d and %d values", length, other));
+    Tcl_DecrRefCount(word);
+    return status;
 }
 
 Tcl_Obj* quoted(const char* before, Tcl_Obj* word, const char* after)
@@ -162,12 +174,12 @@ int get_number(Tcl_Interp* interp, Tcl_Obj* word, double* number)
     return Tcl_GetDoubleFromObj(interp, word, number); // once more, for its message
 }
 
-int Vector::get(Tcl_Interp* interp, Tcl_Obj* word)
+int get_vector(Tcl_Interp* interp, Tcl_Obj* word, MorvelVector** vector)
 {
     MorvelVector* found = morvelVectorIfAny(word);
     if (found != nullptr) {
         morvelHoldVector(found);
-        vector_ = found;
+        *vector = found;
         return TCL_OK;
     }
     if (word->bytes != nullptr && looks_like_list_name(word->bytes)) {
@@ -176,12 +188,12 @@ int Vector::get(Tcl_Interp* interp, Tcl_Obj* word)
             return TCL_ERROR;
         }
         if (list->datatype != DFU_LIST) {
-            vector_ = morvelVectorOfList(list);
-            return vector_ != nullptr ? TCL_OK : memory_short(interp);
+            *vector = morvelVectorOfList(list);
+            return *vector != nullptr ? TCL_OK : memory_short(interp);
         }
-    } else if (morvelGetVector(interp, word, &vector_) == TCL_OK) {
+    } else if (morvelGetVector(interp, word, vector) == TCL_OK) {
         return TCL_OK;
-    } else if (is_range_error(interp)) {
+    } else if (is_telling(interp)) {
         return TCL_ERROR;
     }
     return fail(interp, Fault::value, Tcl_GetString(word), quoted("expected a vector but got ", word));

@@ -21,6 +21,9 @@ int fail(Tcl_Interp* interp, Fault fault, const char* word, const char* message)
 // `mean of an empty vector` for what = "mean".
 int fail_empty(Tcl_Interp* interp, const char* what);
 
+// `cannot combine vectors of 3 and 4 values`.
+int fail_lengths(Tcl_Interp* interp, int length, int other);
+
 // The word in quotation marks for a message, cut where it is long.
 Tcl_Obj* quoted(const char* before, Tcl_Obj* word, const char* after = "");
 
@@ -83,6 +86,10 @@ int get_count(Tcl_Interp* interp, Tcl_Obj* word, int low, const char* what, int*
 // A double; Inf and NaN are numbers, too.
 int get_number(Tcl_Interp* interp, Tcl_Obj* word, double* number);
 
+// A vector from a word of a call: a vector, a list of numbers, one number, or the
+// name of a list of floats or integers. *vector carries a reference of the caller's.
+int get_vector(Tcl_Interp* interp, Tcl_Obj* word, MorvelVector** vector);
+
 // A vector that a command reads or makes. It keeps its own reference, so that it
 // stays whatever a script does meanwhile.
 class Vector {
@@ -98,9 +105,8 @@ public:
         return *this;
     }
 
-    // From a word of a call: a vector, a list of numbers, one number, or the name
-    // of a list of floats or integers.
-    int get(Tcl_Interp* interp, Tcl_Obj* word);
+    // From a word of a call, see get_vector.
+    int get(Tcl_Interp* interp, Tcl_Obj* word) { return get_vector(interp, word, &vector_); }
 
     // A new one of n floats to be filled, or of the malloc() array `values`, which
     // is freed when that fails.

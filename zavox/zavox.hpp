@@ -12,7 +12,7 @@ using Command = int(ClientData, Tcl_Interp*, int objc, Tcl_Obj* const objv[]);
 
 // One procedure a command of the namespace; a command with subcommands is one
 // procedure, too (see Subcommand in arguments.hpp).
-Command vector_command;
+Command calc_command, vector_command;
 Command constant_command, convert_command, date_command, days_command, units_command;
 Command convolve_command, correlate_command, fft_command, spectrum_command;
 Command random_command, release_command;

@@ -1,0 +1,518 @@
+// Elementary functions of doubles, a vector of arguments at a time, with the same
+// bits on every target. Errors are stated in units in the last place (ulp) of a
+// double; tests/unit/zavox/functions_test.cpp holds them. Special values are
+// those of C's <math.h>.
+//
+// Methods: argument reduction, then the Taylor series of the function, cut where
+// the first term left out is below a tenth of an ulp. Sine, cosine and tangent are
+// reduced by pi/2 in three parts (W. Cody and W. Waite, "Software Manual for the
+// Elementary Functions", 1980). Logarithms go by the series of artanh, angles by
+// eighths, powers by a logarithm of twice the precision (sums and products with
+// their errors after T. Dekker, "A floating-point technique for extending the
+// available precision", 1971).
+#pragma once
+
+#include "zavox/wide/lanes.hpp"
+
+#include <array>
+#include <limits>
+
+namespace zavox::wide {
+
+template <class L>
+struct Functions : Ops<L> {
+    using Base = Ops<L>;
+    using D = typename Base::D;
+    using I = typename Base::I;
+    using Base::abs;
+    using Base::all;
+    using Base::all_integers;
+    using Base::bits;
+    using Base::nearest;
+    using Base::number;
+    using Base::select;
+    using Base::with_sign;
+
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+    static constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
+    static constexpr double pi_high = 0x1.921fb54442d18p+1;
+    static constexpr double pi_low = 0x1.1a62633145c07p-53;
+    static constexpr double half_pi_high = 0x1.921fb54442d18p+0;
+    static constexpr double half_pi_low = 0x1.1a62633145c07p-54;
+    static constexpr double ln2_high = 0x1.62e42fefa3800p-1; // 42 bits
+    static constexpr double ln2_low = 0x1.ef35793c76730p-45;
+
+    // Beyond this size sine, cosine and tangent are somebody else's (reduction by
+    // long multiplication).
+    static constexpr double largest_angle = 0x1p20;
+
+    // ---- Series ----------------------------------------------------------------
+
+    static constexpr double factorial(int k)
+    {
+        double product = 1;
+        for (int i = 2; i <= k; ++i) {
+            product *= i;
+        }
+        return product;
+    }
+    // 1/first!, 1/(first+step)!, ... with alternating signs when `alternate`.
+    template <std::size_t Count>
+    static constexpr std::array<double, Count> reciprocal_factorials(int first, int step, bool alternate)
+    {
+        std::array<double, Count> c{};
+        for (std::size_t i = 0; i < Count; ++i) {
+            const double sign = alternate && i % 2 != 0 ? -1.0 : 1.0;
+            c[i] = sign / factorial(first + static_cast<int>(i) * step);
+        }
+        return c;
+    }
+    // 1/first, 1/(first+2), ... with alternating signs when `alternate`.
+    template <std::size_t Count>
+    static constexpr std::array<double, Count> reciprocal_odd_numbers(int first, bool alternate)
+    {
+        std::array<double, Count> c{};
+        for (std::size_t i = 0; i < Count; ++i) {
+            c[i] = (alternate && i % 2 != 0 ? -1.0 : 1.0) / (2.0 * static_cast<double>(i) + first);
+        }
+        return c;
+    }
+    // c[0] + c[1] x + c[2] x^2 + ..., by halves, whose operations overlap.
+    template <std::size_t Count>
+    static ZAVOX_INLINE D polynomial(const std::array<double, Count>& c, D x)
+    {
+        const D square = x * x;
+        D even = all(c[(Count - 1) / 2 * 2]);
+        for (std::size_t i = (Count - 1) / 2 * 2; i >= 2; i -= 2) {
+            even = even * square + all(c[i - 2]);
+        }
+        if constexpr (Count == 1) {
+            return even;
+        } else {
+            D odd = all(c[(Count - 2) / 2 * 2 + 1]);
+            for (std::size_t i = (Count - 2) / 2 * 2 + 1; i >= 3; i -= 2) {
+                odd = odd * square + all(c[i - 2]);
+            }
+            return even + odd * x;
+        }
+    }
+
+    // ---- Twice the precision ---------------------------------------------------
+
+    struct Pair {
+        D high;
+        D low;
+    };
+    // For |a| >= |b|.
+    static ZAVOX_INLINE Pair quick_sum(D a, D b)
+    {
+        const D sum = a + b;
+        return {sum, b - (sum - a)};
+    }
+    static ZAVOX_INLINE Pair sum(D a, D b)
+    {
+        const D total = a + b;
+        const D part = total - a;
+        return {total, (a - (total - part)) + (b - part)};
+    }
+    static ZAVOX_INLINE Pair split(D a)
+    {
+        const D scaled = a * all(0x1p27 + 1);
+        const D high = scaled - (scaled - a);
+        return {high, a - high};
+    }
+    // Exact unless it overflows or falls below the normal range.
+    static ZAVOX_INLINE Pair product(D a, D b)
+    {
+        const Pair p = split(a);
+        const Pair q = split(b);
+        const D whole = a * b;
+        return {whole, ((p.high * q.high - whole) + p.high * q.low + p.low * q.high) + p.low * q.low};
+    }
+
+    // ---- Whole numbers -----------------------------------------------------------
+
+    // Numbers of 2^52 and more are whole, and so are Inf and NaN.
+    static ZAVOX_INLINE D near_whole(D x)
+    {
+        const D magic = with_sign(all(0x1p52), x);
+        return abs(x) < all(0x1p52) ? (x + magic) - magic : x;
+    }
+    static ZAVOX_INLINE D floor(D x)
+    {
+        const D whole = near_whole(x);
+        return with_sign_of_zero(whole - (whole > x ? all(1.0) : all(0.0)), x);
+    }
+    static ZAVOX_INLINE D ceil(D x) { return -floor(-x); }
+    static ZAVOX_INLINE D trunc(D x)
+    {
+        const D size = abs(x);
+        return with_sign(floor(size), x);
+    }
+    // Halves away from zero.
+    static ZAVOX_INLINE D round(D x)
+    {
+        const D size = abs(x);
+        const D whole = floor(size);
+        return with_sign(whole + (size - whole >= all(0.5) ? all(1.0) : all(0.0)), x);
+    }
+    static ZAVOX_INLINE D with_sign_of_zero(D value, D sign)
+    {
+        return value == all(0.0) ? with_sign(value, sign) : value;
+    }
+
+    // ---- Sine, cosine, tangent ---------------------------------------------------
+
+    // x = k pi/2 + r with |r| <= pi/4 or a little more.
+    struct Reduced {
+        D r;
+        I k;
+    };
+    // Each of the first two parts has 33 bits, so their products with k < 2^20 are
+    // exact, and so is the first difference.
+    static ZAVOX_INLINE Reduced reduce(D x)
+    {
+        I k;
+        const D whole = nearest(x * all(0x1.45f306dc9c883p-1), &k);
+        const D t = x - whole * all(0x1.921fb54400000p+0);
+        const D w = whole * all(0x1.0b4611a600000p-34);
+        const D high = t - w;
+        const D back = t - high;
+        const D lost = (t - (high + back)) + (back - w);
+        return {high + (lost - whole * all(0x1.3198a2e037073p-69)), k};
+    }
+    static ZAVOX_INLINE D sine_series(D r)
+    {
+        constexpr auto c = reciprocal_factorials<8>(3, 2, true);
+        const D z = r * r;
+        return r - r * z * polynomial(c, z);
+    }
+    static ZAVOX_INLINE D cosine_series(D r)
+    {
+        constexpr auto c = reciprocal_factorials<8>(4, 2, true);
+        const D z = r * r;
+        const D half = all(0.5) * z;
+        const D high = all(1.0) - half;
+        return high + ((all(1.0) - high) - half + z * z * polynomial(c, z));
+    }
+    static ZAVOX_INLINE D of_quadrant(D r, I k)
+    {
+        const I odd = (k & 1) != 0;
+        const D value = select(odd, cosine_series(r), sine_series(r));
+        return number(bits(value) ^ ((k & 2) << 62));
+    }
+    // 1.5 ulp for |x| < largest_angle.
+    static ZAVOX_INLINE D sin(D x)
+    {
+        const Reduced reduced = reduce(x);
+        return with_sign_of_zero(of_quadrant(reduced.r, reduced.k), x);
+    }
+    static ZAVOX_INLINE D cos(D x)
+    {
+        const Reduced reduced = reduce(x);
+        return of_quadrant(reduced.r, reduced.k + 1);
+    }
+    // 3 ulp for |x| < largest_angle.
+    static ZAVOX_INLINE D tan(D x)
+    {
+        const Reduced reduced = reduce(x);
+        const D s = sine_series(reduced.r);
+        const D c = cosine_series(reduced.r);
+        const I odd = (reduced.k & 1) != 0;
+        const D value = select(odd, -c, s) / select(odd, s, c);
+        return with_sign_of_zero(value, x);
+    }
+
+    // ---- Exponential -------------------------------------------------------------
+
+    // e^(x + tail) 2^extra for a tail far below x. x = k ln 2 + r with |r| <= ln 2 / 2;
+    // k ln2_high is exact.
+    static ZAVOX_INLINE D exponential(D x, D tail, double extra)
+    {
+        constexpr auto c = reciprocal_factorials<12>(2, 1, false);
+        const D bounded = x > all(760.0) ? all(760.0) : x < all(-800.0) ? all(-800.0) : x;
+        const D k = nearest(bounded * all(0x1.71547652b82fep+0));
+        const D high = bounded - k * all(ln2_high);
+        const D low = k * all(ln2_low) - tail;
+        const D r = high - low;
+        const D rest = ((high - r) - low) + r * r * polynomial(c, r);
+        return Base::scale(all(1.0) + (r + rest), k + all(extra));
+    }
+    // 1 ulp where the result is a normal number, 1 unit of the smallest below.
+    static ZAVOX_INLINE D exp(D x) { return exponential(x, all(0.0), 0); }
+    // e^x / 2, which is finite a little longer than e^x.
+    static ZAVOX_INLINE D half_exp(D x) { return exponential(x, all(0.0), -1); }
+
+    // ---- Logarithms ----------------------------------------------------------------
+
+    // x = 2^e m with m between sqrt(1/2) and sqrt(2), for finite x > 0.
+    struct Scaled {
+        D e;
+        D m;
+    };
+    static ZAVOX_INLINE Scaled take_apart(D x)
+    {
+        const I small = x < all(0x1p-1022);
+        const D grown = select(small, x * all(0x1p54), x);
+        const I pattern = bits(grown);
+        // biased so that the field of the exponent steps at sqrt(1/2)
+        constexpr std::int64_t root_half = 0x3FE6A09E00000000;
+        const I field =
+            Base::shift_right(pattern - all_integers(root_half) + all_integers(INT64_C(1024) << 52), 52);
+        const I e = field - 1024;
+        const D m = number(pattern - (e << 52));
+        return {Base::to_double(e) - select(small, all(54.0), all(0.0)), m};
+    }
+    static ZAVOX_INLINE D at_ends_of_log(D x, D value)
+    {
+        value = x == all(0.0) ? all(-infinity) : value;
+        value = x == all(infinity) ? x : value;
+        return x >= all(0.0) ? value : all(quiet_nan);
+    }
+    // log m with the part of f = m - 1 kept apart: log m = f + rest; s = f / (2 + f).
+    static ZAVOX_INLINE D log_rest(D f)
+    {
+        constexpr auto c = reciprocal_odd_numbers<11>(3, false);
+        const D s = f / (all(2.0) + f);
+        const D z = s * s;
+        return s * (all(2.0) * z * polynomial(c, z) - f);
+    }
+    // 1 ulp.
+    static ZAVOX_INLINE D log(D x)
+    {
+        const Scaled scaled = take_apart(x);
+        const D f = scaled.m - all(1.0);
+        const D rest = log_rest(f) + scaled.e * all(ln2_low);
+        return at_ends_of_log(x, scaled.e * all(ln2_high) + (f + rest));
+    }
+    // 1 ulp.
+    static ZAVOX_INLINE D log10(D x)
+    {
+        const Pair natural = log_pair(x);
+        // 1 / ln 10 in two parts, the first of 24 bits
+        const D first = all(0x1.bcb7bp-2);
+        const D second = all(0x1.526e50e32a6abp-26);
+        const Pair high = split(natural.high);
+        const D lead = high.high * first;
+        const D rest = high.low * first + (natural.low * first + natural.high * second);
+        return at_ends_of_log(x, lead + rest);
+    }
+    // log x to about 2^-66 of itself, for pow.
+    static ZAVOX_INLINE Pair log_pair(D x)
+    {
+        const Scaled scaled = take_apart(x);
+        const D f = scaled.m - all(1.0); // exact
+        // s = f / (2 + f) with its error
+        const Pair below = quick_sum(all(2.0), f);
+        const D s = f / below.high;
+        const Pair back = product(s, below.high);
+        const D s_low = (((f - back.high) - back.low) - s * below.low) / below.high;
+        // z = s^2
+        const Pair square = product(s, s);
+        const D z = square.high;
+        const D z_low = square.low + all(2.0) * s * s_low;
+        // log m = 2 s + 2 s (z/3 + z^2 (1/5 + z/7 + ...))
+        constexpr auto c = reciprocal_odd_numbers<10>(5, false);
+        const D third = all(1.0 / 3);
+        const D third_low = all(0x1.5555555555555p-56); // 1/3 - (1/3 rounded)
+        const Pair thirds = product(z, third);
+        const D thirds_low = thirds.low + (z * third_low + z_low * third);
+        const D more = z * z * polynomial(c, z);
+        const Pair factor = quick_sum(thirds.high, more);
+        const D factor_low = factor.low + thirds_low;
+        const Pair tail = product(s, factor.high);
+        const D tail_low = tail.low + (s * factor_low + s_low * factor.high);
+        const Pair half = quick_sum(s, tail.high);
+        const D half_low = half.low + (s_low + tail_low);
+        // + e ln 2, whose first part is exact
+        const Pair total = sum(scaled.e * all(ln2_high), all(2.0) * half.high);
+        const Pair ln2_rest = product(scaled.e, all(ln2_low));
+        const D low = total.low + (all(2.0) * half_low + ln2_rest.high) + ln2_rest.low;
+        return quick_sum(total.high, low);
+    }
+
+    // ---- Powers --------------------------------------------------------------------
+
+    // 1.5 ulp where the result is a normal number.
+    static ZAVOX_INLINE D pow(D x, D y)
+    {
+        const D size = abs(x);
+        const Pair log_size = log_pair(size);
+        // e^y is Inf, 1 or 0 to all digits long before these sizes of y
+        const D huge = all(0x1p80);
+        const D exponent = y > huge ? huge : y < -huge ? -huge : y;
+        const Pair whole = product(log_size.high, exponent);
+        const D tail = whole.low + log_size.low * exponent;
+        const I moderate = abs(whole.high) < all(2000.0);
+        const D value = exponential(whole.high, select(moderate, tail, all(0.0)), 0);
+        // a negative base has powers to whole numbers only, odd ones negative
+        const D half = y * all(0.5);
+        const I is_whole = near_whole(y) == y;
+        const I is_odd = is_whole & (near_whole(half) != half);
+        const I negative = Base::sign_bit(x) != 0;
+        const D signed_value = select(negative & is_odd, -value, value);
+        D result = select((x < all(0.0)) & ~is_whole, all(quiet_nan), signed_value);
+        // 0 and Inf as base: Inf or 0 by the sign of y
+        const I grows = (y > all(0.0)) ^ (size == all(0.0));
+        const D end = select(grows, all(infinity), all(0.0));
+        const D signed_end = select(negative & is_odd, -end, end);
+        result = select((size == all(0.0)) | (size == all(infinity)), signed_end, result);
+        // an infinite exponent
+        const I to_infinity = (size > all(1.0)) == (y > all(0.0));
+        const D limit = select(size == all(1.0), all(1.0), select(to_infinity, all(infinity), all(0.0)));
+        result = select(abs(y) == all(infinity), limit, result);
+        result = select((x != x) | (y != y), all(quiet_nan), result);
+        return select((y == all(0.0)) | (x == all(1.0)), all(1.0), result);
+    }
+
+    // ---- Hyperbolic functions --------------------------------------------------------
+
+    static ZAVOX_INLINE D sinh_series(D x)
+    {
+        constexpr auto c = reciprocal_factorials<9>(3, 2, false);
+        const D z = x * x;
+        return x + x * z * polynomial(c, z);
+    }
+    // 2 ulp.
+    static ZAVOX_INLINE D sinh(D x)
+    {
+        const D size = abs(x);
+        const D half = half_exp(size);
+        const D far = with_sign(half - all(0.25) / half, x);
+        return size < all(1.0) ? sinh_series(x) : far;
+    }
+    // 2 ulp.
+    static ZAVOX_INLINE D cosh(D x)
+    {
+        const D half = half_exp(abs(x));
+        return half + all(0.25) / half;
+    }
+    // 3 ulp: s / sqrt(1 + s^2) of s = sinh x below 1/2, 1 - 2 / (e^2x + 1) beyond.
+    static ZAVOX_INLINE D tanh(D x)
+    {
+        const D size = abs(x);
+        const D s = sinh_series(x);
+        const D near = s / Base::sqrt(all(1.0) + s * s);
+        const D far = all(1.0) - all(2.0) / (exp(all(2.0) * size) + all(1.0));
+        return size < all(0.5) ? near : with_sign(far, x);
+    }
+
+    // ---- Angles ----------------------------------------------------------------------
+
+    // With t = smaller / larger and c the nearest eighth,
+    // atan t = atan c + atan((t - c) / (1 + t c)); the last argument is within 1/16.
+    // 2 ulp.
+    static ZAVOX_INLINE D atan2(D y, D x)
+    {
+        constexpr auto c = reciprocal_odd_numbers<7>(3, true);
+        constexpr std::array<double, 9> atan_of_eighths = {0.0,
+                                                           0x1.fd5ba9aac2f6ep-4,
+                                                           0x1.f5b75f92c80ddp-3,
+                                                           0x1.6f61941e4def1p-2,
+                                                           0x1.dac670561bb4fp-2,
+                                                           0x1.1e00babdefeb4p-1,
+                                                           0x1.4978fa3269ee1p-1,
+                                                           0x1.700a7c5784634p-1,
+                                                           0x1.921fb54442d18p-1};
+        D across = abs(x);
+        D up = abs(y);
+        const I endless = (across == all(infinity)) | (up == all(infinity)); // only the direction counts
+        across = select(endless, across == all(infinity) ? all(1.0) : all(0.0), across);
+        up = select(endless, up == all(infinity) ? all(1.0) : all(0.0), up);
+        const I steep = up > across;
+        D larger = select(steep, up, across);
+        D smaller = select(steep, across, up);
+        // by powers of two into a range where no product leaves the normal numbers
+        const D factor = larger > all(0x1p900)    ? all(0x1p-200)
+                         : larger < all(0x1p-800) ? all(0x1p200)
+                                                  : all(1.0);
+        larger = larger * factor;
+        smaller = smaller * factor;
+        larger = larger == all(0.0) ? all(1.0) : larger;
+        const D t = smaller / larger;
+        const D eighths = nearest(all(8.0) * t);
+        const D at = eighths * all(0.125);
+        const D shifted = (smaller - at * larger) / (larger + at * smaller);
+        const D u = eighths == all(0.0) ? t : shifted;
+        D start = all(0.0);
+        for (int i = 1; i <= 8; ++i) {
+            start = eighths == all(static_cast<double>(i)) ? all(atan_of_eighths[static_cast<std::size_t>(i)])
+                                                           : start;
+        }
+        const D z = u * u;
+        D angle = start + (u - u * z * polynomial(c, z));
+        const I left = Base::sign_bit(x) != 0;
+        const D upright = all(half_pi_high) + (select(left, angle, -angle) + all(half_pi_low));
+        const D turned = all(pi_high) - (angle - all(pi_low));
+        angle = select(steep, upright, select(left, turned, angle));
+        return select((x != x) | (y != y), all(quiet_nan), with_sign(angle, y));
+    }
+    static ZAVOX_INLINE D atan(D x) { return atan2(x, all(1.0)); }
+    // 3 ulp each.
+    static ZAVOX_INLINE D asin(D x)
+    {
+        const D other = Base::sqrt((all(1.0) - x) * (all(1.0) + x));
+        return atan2(x, other);
+    }
+    static ZAVOX_INLINE D acos(D x)
+    {
+        const D other = Base::sqrt((all(1.0) - x) * (all(1.0) + x));
+        return atan2(other, x);
+    }
+
+    // ---- Lengths, extrema, remainders ------------------------------------------------
+
+    // 1.5 ulp.
+    static ZAVOX_INLINE D hypot(D x, D y)
+    {
+        const D a = abs(x);
+        const D b = abs(y);
+        const D larger = a > b ? a : b;
+        const D up = larger > all(0x1p500) ? all(0x1p-600) : larger < all(0x1p-450) ? all(0x1p600) : all(1.0);
+        const D back = larger > all(0x1p500)    ? all(0x1p600)
+                       : larger < all(0x1p-450) ? all(0x1p-600)
+                                                : all(1.0);
+        const D p = a * up;
+        const D q = b * up;
+        const D value = Base::sqrt(p * p + q * q) * back;
+        return select((a == all(infinity)) | (b == all(infinity)), all(infinity), value);
+    }
+    static ZAVOX_INLINE D max(D x, D y)
+    {
+        const D larger = x > y ? x : y;
+        return select(x != x, x, select(y != y, y, larger));
+    }
+    static ZAVOX_INLINE D min(D x, D y)
+    {
+        const D smaller = x < y ? x : y;
+        return select(x != x, x, select(y != y, y, smaller));
+    }
+
+    // Where fmod_near holds: x - trunc(x / y) y is then exact, step by step.
+    static ZAVOX_INLINE I fmod_is_near(D x, D y)
+    {
+        const D a = abs(x);
+        const D b = abs(y);
+        return (a < all(0x1p900)) & (b > all(0x1p-400)) & (b < all(0x1p900)) & (a < b * all(0x1p50));
+    }
+    static ZAVOX_INLINE D fmod_near(D x, D y)
+    {
+        const D a = abs(x);
+        const D b = abs(y);
+        const D quotient = floor(a / b);
+        const Pair whole = product(quotient, b);
+        D rest = (a - whole.high) - whole.low;
+        rest = rest < all(0.0) ? rest + b : rest; // the quotient was rounded up to a whole number
+        return with_sign(rest, x);
+    }
+    // The remainder with the sign of the divisor, from that of fmod.
+    static ZAVOX_INLINE D modulo(D rest, D y)
+    {
+        const I other_side = (Base::sign_bit(rest) ^ Base::sign_bit(y)) != 0;
+        const D moved = rest + y;
+        const D value = select(other_side & (rest != all(0.0)), moved, rest);
+        return value == all(0.0) ? with_sign(value, y) : value;
+    }
+};
+
+} // namespace zavox::wide

@@ -1,0 +1,57 @@
+// Loops over blocks of numbers, once for each set of vector instructions. All sets
+// give the same bits.
+#pragma once
+
+namespace zavox::wide {
+
+// What calc can do to its operands.
+enum class Operation : unsigned char {
+    // clang-format off
+    negate_, not_, truth_,
+    add_, subtract_, multiply_, divide_, modulo_, pow_,
+    less_, less_equal_, greater_, greater_equal_, equal_, unequal_, and_, or_, choose_,
+    abs_, acos_, asin_, atan_, atan2_, ceil_, cos_, cosh_, exp_, floor_, fmod_, hypot_, isfinite_, isnan_,
+    log_, log10_, max_, min_, round_, sin_, sinh_, sqrt_, tan_, tanh_, trunc_,
+    square_, cube_, fourth_, reciprocal_
+    // clang-format on
+};
+inline constexpr int operation_count = static_cast<int>(Operation::reciprocal_) + 1;
+
+// Numbers come in multiples of this many.
+inline constexpr int granule = 8;
+
+// out = f(x, y, z) for n numbers, n a multiple of `granule`; operands that the
+// operation does not have are not looked at. out may be one of them.
+using Kernel = void(double* out, const double* x, const double* y, const double* z, int n);
+
+// The floats that the statistics take at a time.
+inline constexpr int sum_block_bits = 10;
+inline constexpr int sum_block = 1 << sum_block_bits;
+inline constexpr int partial_sums = 32;
+
+struct Kernels {
+    const char* name;
+    Kernel* of[operation_count];
+    void (*widen)(double* out, const float* x, int n);
+    void (*narrow)(float* out, const double* x, int n);
+    // Of sum_block floats: the sum, exact when the function says so; the sum of
+    // the squares of x - mean and of the products, in double.
+    bool (*sum)(const float* x, double* total);
+    double (*squares)(const float* x, double mean);
+    double (*products)(const float* x, const float* y);
+};
+
+// The widest set that the processor has, unless a test has chosen another.
+const Kernels& kernels();
+// The i-th set that this processor can run, the narrowest first; null behind the last.
+const Kernels* available_kernels(int i);
+void use_kernels(const Kernels* set);
+
+// What the loops leave to plain functions, the same for all sets.
+double exact_fmod(double x, double y);
+double large_sin(double x);
+double large_cos(double x);
+double large_tan(double x);
+double sum_of_parts(const double* parts);
+
+} // namespace zavox::wide

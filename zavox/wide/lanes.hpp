@@ -1,0 +1,162 @@
+// Vectors of doubles of the compiler's own (GCC and Clang vector extensions), of
+// any number of lanes, and the few operations that these lack. Nothing here
+// depends on the number of lanes or on the processor: each lane goes through the
+// same operations of IEEE 754 in the same order everywhere.
+//
+// Included by blocks_*.cpp only, which are compiled for one set of instructions
+// each; all of it is inlined there.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+namespace zavox::wide {
+
+template <int N>
+struct Lanes {
+    static constexpr int count = N;
+    typedef double Doubles __attribute__((vector_size(8 * N)));         // NOLINT(modernize-use-using)
+    typedef std::int64_t Integers __attribute__((vector_size(8 * N)));  // NOLINT(modernize-use-using)
+    typedef std::uint64_t Naturals __attribute__((vector_size(8 * N))); // NOLINT(modernize-use-using)
+    typedef float Floats __attribute__((vector_size(4 * N)));           // NOLINT(modernize-use-using)
+    typedef std::uint32_t Words __attribute__((vector_size(4 * N)));    // NOLINT(modernize-use-using)
+};
+
+// Compiled for every set, so nothing of it may be called out of line.
+#define ZAVOX_INLINE __attribute__((always_inline)) inline
+
+template <class L>
+struct Ops {
+    using D = typename L::Doubles;
+    using I = typename L::Integers;
+    using U = typename L::Naturals;
+    static constexpr int n = L::count;
+
+    static ZAVOX_INLINE D load(const double* p)
+    {
+        D x;
+        std::memcpy(&x, p, sizeof x);
+        return x;
+    }
+    static ZAVOX_INLINE void store(double* p, D x) { std::memcpy(p, &x, sizeof x); }
+    static ZAVOX_INLINE D widen(const float* p)
+    {
+        typename L::Floats x;
+        std::memcpy(&x, p, sizeof x);
+        return __builtin_convertvector(x, D);
+    }
+    static ZAVOX_INLINE void narrow(float* p, D x)
+    {
+        const typename L::Floats y = __builtin_convertvector(x, typename L::Floats);
+        std::memcpy(p, &y, sizeof y);
+    }
+    static ZAVOX_INLINE D all(double x) { return D{} + x; }
+    static ZAVOX_INLINE I all_integers(std::int64_t x) { return I{} + x; }
+    static ZAVOX_INLINE I bits(D x)
+    {
+        I y;
+        std::memcpy(&y, &x, sizeof y);
+        return y;
+    }
+    static ZAVOX_INLINE D number(I x)
+    {
+        D y;
+        std::memcpy(&y, &x, sizeof y);
+        return y;
+    }
+    static ZAVOX_INLINE U natural(I x)
+    {
+        U y;
+        std::memcpy(&y, &x, sizeof y);
+        return y;
+    }
+    static ZAVOX_INLINE I shift_right(I x, int places) // of the bit pattern, zeros coming in
+    {
+        const U y = natural(x) >> static_cast<std::uint64_t>(places);
+        I z;
+        std::memcpy(&z, &y, sizeof z);
+        return z;
+    }
+    // mask: all bits of a lane set, or none
+    static ZAVOX_INLINE D select(I mask, D yes, D no) { return mask ? yes : no; }
+    static ZAVOX_INLINE I select(I mask, I yes, I no) { return mask ? yes : no; }
+    static ZAVOX_INLINE bool any(I mask)
+    {
+        std::int64_t found = 0;
+        for (int i = 0; i < n; ++i) {
+            found |= mask[i];
+        }
+        return found != 0;
+    }
+    static ZAVOX_INLINE D abs(D x) { return number(bits(x) & all_integers(INT64_MAX)); }
+    static ZAVOX_INLINE I sign_bit(D x) { return bits(x) & all_integers(INT64_MIN); }
+    static ZAVOX_INLINE D with_sign(D size, D sign)
+    {
+        return number((bits(size) & all_integers(INT64_MAX)) | sign_bit(sign));
+    }
+    static ZAVOX_INLINE I is_nan(D x) { return x != x; }
+    static ZAVOX_INLINE D sqrt(D x)
+    {
+#if defined(__AVX512F__)
+        if constexpr (n == 8) {
+            return _mm512_sqrt_pd(x);
+        }
+#endif
+#if defined(__AVX__)
+        if constexpr (n == 4) {
+            return _mm256_sqrt_pd(x);
+        }
+#endif
+#if defined(__SSE2__)
+        if constexpr (n == 2) {
+            return _mm_sqrt_pd(x);
+        }
+#endif
+        D y = x;
+        for (int i = 0; i < n; ++i) {
+            y[i] = __builtin_sqrt(x[i]);
+        }
+        return y;
+    }
+
+    // The nearest integer, halves to even, as a double; for |x| < 2^51.
+    static ZAVOX_INLINE D nearest(D x)
+    {
+        const D magic = all(0x1.8p52);
+        return (x + magic) - magic;
+    }
+    // The same with its value in the low bits of an integer, of two's complement.
+    static ZAVOX_INLINE D nearest(D x, I* integer)
+    {
+        const D magic = all(0x1.8p52);
+        const D shifted = x + magic;
+        *integer = bits(shifted) - bits(magic);
+        return shifted - magic;
+    }
+    // Doubles of integers within 2^51.
+    static ZAVOX_INLINE D to_double(I x)
+    {
+        const D magic = all(0x1.8p52);
+        return number(x + bits(magic)) - magic;
+    }
+    // 2^k for -1022 <= k <= 1023.
+    static ZAVOX_INLINE D power_of_two(I k)
+    {
+        return number((k + 1023) << 52);
+    }
+    // x 2^k for integers |k| < 2040, rounded where it leaves the normal range.
+    static ZAVOX_INLINE D scale(D x, D k)
+    {
+        I first;
+        I second;
+        const D half = nearest(k * all(0.5), &first);
+        nearest(k - half, &second);
+        return x * power_of_two(first) * power_of_two(second);
+    }
+};
+
+} // namespace zavox::wide
