@@ -1,4 +1,6 @@
-# ./zavo bench [PIECE ...]: speed beside other libraries, in one run a piece.
+# ./zavo bench [PIECE ...]: speed beside other libraries, in one run a piece. The
+# last table has every goal with its figure; the exit status is 1 when one is
+# missed by more than a twentieth, which on a busy machine may mean nothing.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
@@ -11,7 +13,23 @@ configure_and_build bench
 install_tree bench
 
 [[ $# -gt 0 ]] || set -- "${known[@]}"
+export ZAVO_BENCH_GOALS=$PWD/build/bench/goals
+: >"$ZAVO_BENCH_GOALS"
 for piece in "$@"; do
     say "bench $piece"
     TCLLIBPATH="$PWD/build/bench/dist/lib" "build/bench/bench/bench_$piece"
 done
+
+say "goals"
+awk -F '\t' '
+    BEGIN { printf "  %-56s %9s %9s\n", "", "figure", "goal" }
+    {
+        verdict = $2 <= $3 ? "met" : $2 <= 1.05 * $3 ? "missed by at most 5 %" : "MISSED"
+        printf "  %-56s %9.3f %9.3f  %s\n", $1, $2, $3, verdict
+        met += $2 <= $3
+        far += $2 > 1.05 * $3
+    }
+    END {
+        printf "  %d goals: %d met, %d missed, %d of them by more than 5 %%\n", NR, met, NR - met, far
+        exit far > 0
+    }' "$ZAVO_BENCH_GOALS"
