@@ -51,6 +51,18 @@ package_installed() {
     [[ $(dpkg-query -W -f='${Status}' "$1" 2>/dev/null) == "install ok installed" ]]
 }
 
+# consent WHAT UNDO: says what is about to be added to the system beyond packages of its
+# own architecture and archive. A person at a terminal is asked, unless ./zavo got --yes
+# or CI is set.
+consent() {
+    local answer=
+    say "this adds to your system: $1"
+    say "to undo it later: $2"
+    [[ ${ZAVO_YES:-no} == yes || -n ${CI:-} || ! -t 0 ]] && return 0
+    read -r -p "Go on? [y/N] " answer || true
+    [[ $answer == [yY]* ]] || die "nothing was added"
+}
+
 # need_packages NAME ...: installs the Debian packages that are missing.
 need_packages() {
     local name missing=()

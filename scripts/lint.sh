@@ -158,6 +158,20 @@ check_driver() {
         fi
     done
     rm -f build/lint-driver.log
+    # What is added to the system is asked about at a terminal, and a no is a no.
+    local yes
+    for yes in no yes; do
+        # "script" gives a terminal.
+        printf 'n\n' | script -qec "env -u CI ZAVO_YES=$yes bash -c 'source scripts/common.sh; consent A B && echo added'" \
+            /dev/null >build/lint-consent.log 2>&1 || true
+        grep -q 'this adds to your system: A' build/lint-consent.log || failed+=("consent does not say what it adds")
+        if grep -q '^added' build/lint-consent.log; then
+            [[ $yes == yes ]] || failed+=("consent takes no for yes")
+        else
+            [[ $yes == no ]] || failed+=("consent asks in spite of --yes")
+        fi
+    done
+    rm -f build/lint-consent.log
 }
 
 check_blanks

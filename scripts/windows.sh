@@ -26,6 +26,9 @@ need_wine() {
     command -v apt-get >/dev/null || die "needs the Debian packages wine and wine32:i386"
     local codename
     codename=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
+    if ! dpkg --print-foreign-architectures | grep -qx i386; then
+        consent "the foreign architecture i386 (dpkg), for 32-bit Wine" "dpkg --remove-architecture i386"
+    fi
     say "installing wine32:i386"
     as_root dpkg --add-architecture i386
     # An index that another mirror lacks for i386 is no reason to stop.
@@ -46,7 +49,7 @@ need_source() {
     local list=/etc/apt/sources.list.d/zavo-source.list
     local keyring=/usr/share/keyrings/debian-archive-keyring.gpg options=
     [[ -f $keyring ]] && options="[signed-by=$keyring] "
-    say "adding the source packages of $uri to $list"
+    consent "the list $list, for the source packages of $uri" "rm $list"
     printf 'deb-src %s%s %s main\n' "$options" "$uri" "$codename" | as_root tee "$list" >/dev/null
     apt_quietly update || say "apt-get update had trouble; going on with the lists at hand"
     apt-get source --print-uris "$1" >/dev/null 2>&1 || die "cannot get the source package of $1"
