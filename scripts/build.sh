@@ -1,15 +1,18 @@
-# ./zavo build [linux|windows]: compile and install.
+# ./zavo build [linux|windows|windows64]: compile and install.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
 [[ $# -lt 2 ]] || die "build takes one system, not '$*'"
-demand system "${1:-linux}" linux windows
+demand system "${1:-linux}" linux windows windows64
 case "${1:-linux}" in
 linux)
     build_linux -DZAVO_BUILD_TESTS=OFF
     say "installed into dist/; try: TCLLIBPATH=dist/lib tclsh8.6"
     ;;
 windows)
-    exec bash scripts/windows.sh build
+    exec bash scripts/windows.sh 32 build
+    ;;
+windows64)
+    exec bash scripts/windows.sh 64 build
     ;;
 esac

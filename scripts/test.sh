@@ -14,14 +14,15 @@ declare -A about=(
     [script]="commands from Tcl, once more as Tcl 8.5 would have them; NAME: a file"
     [golden]="results to the bit"
     [sanitize]="unit and script under AddressSanitizer and UndefinedBehaviorSanitizer"
-    [windows]="unit, golden and script as 32-bit Windows programs under Wine"
+    [windows]="unit, golden, script and more as 32-bit Windows programs under Wine; NAME: a part"
+    [windows64]="golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too"
     [package]="the release archive, unpacked and used"
     [docs]="manual pages and their transcripts"
     [lint]="formatting and static checks"
     [long]="the tests of minutes; NAME as for unit"
     [fuzz]="each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target"
 )
-ordinary=(unit script golden sanitize windows package docs lint)
+ordinary=(unit script golden sanitize windows windows64 package docs lint)
 on_demand=(long fuzz)
 
 # A suite whose script is not part of the tree is not offered.
@@ -57,6 +58,8 @@ unit_tests() {
 names_unit() { unit_tests '*_test.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_long() { unit_tests '*_long.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_script() { printf '%s\n' tests/script/*.test | sed 's|.*/||; s|\.test$||'; }
+names_windows() { printf '%s\n' unit golden imports faults script desktop; }
+names_windows64() { names_windows; }
 names_fuzz() { printf '%s\n' tests/fuzz/fuzz_*.cpp | sed 's|.*/fuzz_||; s|\.cpp$||'; }
 
 # matching PATTERN_OF_FILES NAME ...: those of the unit tests that a name chooses.
@@ -180,7 +183,8 @@ test_fuzz() {
     done
 }
 
-test_windows() { bash scripts/windows.sh test; }
+test_windows() { bash scripts/windows.sh 32 test "$@"; }
+test_windows64() { bash scripts/windows.sh 64 test "$@"; }
 test_package() { bash scripts/package.sh test; }
 test_docs() { bash scripts/docs.sh test; }
 test_lint() { bash scripts/lint.sh; }

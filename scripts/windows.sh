@@ -1,42 +1,62 @@
-# ./zavo build windows, ./zavo test windows: the 32-bit Windows module, built
-# with the cross-compiler and run under Wine.
+# ./zavo build windows[64], ./zavo test windows[64]: the Windows modules, built
+# with the cross-compilers and run under Wine.
 #
-#   scripts/windows.sh build|test [PART ...]
+#   scripts/windows.sh 32|64 build|test [PART ...]
 #
-# PART is unit, golden, imports, faults, script or desktop; without one, all of them.
+# PART is unit, golden, imports, faults, script or desktop; without one, all of them
+# for 32 bits, and for 64 those that may differ from both 32 bits and Linux.
 # What is built once (Tcl from Debian's source package, GoogleTest, Wine's
-# settings) stays in .cache/win32 until the packages change.
+# settings) stays in .cache/win32 or .cache/win64 until the packages change.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
-cache=$PWD/.cache/win32
+bits=${1:-}
+case "$bits" in
+32)
+    triple=i686-w64-mingw32 mingw=i686 wine=wine wine_package=wine32:i386 suite=windows
+    gtest_flags="-msse2 -mfpmath=sse -mstackrealign -O1" tcl_options=()
+    ;;
+64)
+    # Where the 32-bit Wine is installed, `wine` is that.
+    triple=x86_64-w64-mingw32 mingw=x86-64 wine=/usr/lib/wine/wine64 wine_package=wine64 suite=windows64
+    gtest_flags=-O1 tcl_options=(--enable-64bit)
+    ;;
+*)
+    die "usage: scripts/windows.sh 32|64 build|test [PART ...]"
+    ;;
+esac
+shift
+preset=win$bits
+cache=$PWD/.cache/$preset
 tcl_prefix=$cache/tcl
 gtest_prefix=$cache/gtest
-dist=$PWD/dist-win32
+dist=$PWD/dist-$preset
 all_parts=(unit golden imports faults script desktop)
+ordinary_parts=("${all_parts[@]}")
+[[ $bits == 32 ]] || ordinary_parts=(golden imports faults script)
 
-export WINEPREFIX=$cache/wine WINEARCH=win32 WINEDEBUG=-all
+export WINEPREFIX=$cache/wine WINEARCH=$preset WINEDEBUG=-all
 # No add-ons that Wine would offer to download.
 export WINEDLLOVERRIDES="mscoree,mshtml="
 
 # ---- Packages ---------------------------------------------------------------
 
 need_wine() {
-    package_installed wine32:i386 && package_installed wine && return 0
-    command -v apt-get >/dev/null || die "needs the Debian packages wine and wine32:i386"
+    package_installed "$wine_package" && package_installed wine && return 0
+    command -v apt-get >/dev/null || die "needs the Debian packages wine and $wine_package"
     local codename
     codename=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
-    if ! dpkg --print-foreign-architectures | grep -qx i386; then
+    if [[ $wine_package == *:i386 ]] && ! dpkg --print-foreign-architectures | grep -qx i386; then
         consent "the foreign architecture i386 (dpkg), for 32-bit Wine" "dpkg --remove-architecture i386"
+        as_root dpkg --add-architecture i386
     fi
-    say "installing wine32:i386"
-    as_root dpkg --add-architecture i386
+    say "installing $wine_package"
     # An index that another mirror lacks for i386 is no reason to stop.
     apt_quietly update || say "apt-get update had trouble; going on with the lists at hand"
     # Libraries of both architectures must have the same version, which may be
     # older than an update that only one of them got.
     apt_quietly install -y --no-install-recommends --allow-downgrades \
-        ${codename:+-t "$codename"} wine32:i386 wine || die "cannot install wine32:i386"
+        ${codename:+-t "$codename"} "$wine_package" wine || die "cannot install $wine_package"
 }
 
 # need_source PACKAGE: apt-get source will find it.
@@ -55,7 +75,7 @@ need_source() {
     apt-get source --print-uris "$1" >/dev/null 2>&1 || die "cannot get the source package of $1"
 }
 
-compile_packages=("${build_packages[@]}" g++-mingw-w64-i686-posix make dpkg-dev googletest)
+compile_packages=("${build_packages[@]}" "g++-mingw-w64-$mingw-posix" make dpkg-dev googletest)
 
 # ---- What is cached ----------------------------------------------------------
 
@@ -64,12 +84,12 @@ cache_version=1
 
 package_version() { dpkg-query -W -f='${Version}\n' "$1" 2>/dev/null || echo none; }
 
-# is_cached NAME: .cache/win32/NAME was built from the packages at hand.
+# is_cached NAME: NAME in the cache was built from the packages at hand.
 cache_key() {
-    i686-w64-mingw32-gcc-posix --version | head -n 1
+    "$triple-gcc-posix" --version | head -n 1
     package_version googletest
-    package_version mingw-w64-i686-dev
-    if [[ $1 == wine ]]; then package_version wine32:i386; fi
+    package_version "mingw-w64-$mingw-dev"
+    if [[ $1 == wine ]]; then package_version "$wine_package"; fi
     printf '%s\n' "$cache_version"
 }
 is_cached() { [[ -f $cache/$1.key ]] && [[ $(<"$cache/$1.key") == "$(cache_key "$1")" ]]; }
@@ -88,7 +108,7 @@ logged() {
 build_tcl() {
     is_cached tcl && return 0
     need_source tcl8.6
-    say "building Tcl 8.6 for Windows"
+    say "building Tcl 8.6 for $bits-bit Windows"
     rm -rf "$cache/tcl-source" "$tcl_prefix"
     mkdir -p "$cache/tcl-source/build" "$tcl_prefix"/{bin,lib/tcl8/8.5,include}
     (
@@ -97,9 +117,9 @@ build_tcl() {
         tar xf tcl8.6_*.orig.tar.*
         mv tcl8.6.* source
         cd build
-        export CC=i686-w64-mingw32-gcc-posix
-        logged tcl-configure sh ../source/win/configure --host=i686-w64-mingw32 --enable-threads \
-            --prefix="$tcl_prefix"
+        export CC=$triple-gcc-posix
+        logged tcl-configure sh ../source/win/configure --host="$triple" --enable-threads \
+            ${tcl_options[@]+"${tcl_options[@]}"} --prefix="$tcl_prefix"
         logged tcl-make make -j "$(nproc)" CFLAGS_OPTIMIZE=-O1 tclsh86.exe libtclstub86.a zlib1.dll
         cp tclsh86.exe tcl86.dll zlib1.dll "$tcl_prefix/bin"
         cp libtclstub86.a tclConfig.sh "$tcl_prefix/lib"
@@ -116,12 +136,12 @@ build_tcl() {
 
 build_gtest() {
     is_cached gtest && return 0
-    say "building GoogleTest for Windows"
+    say "building GoogleTest for $bits-bit Windows"
     rm -rf "$cache/gtest-build" "$gtest_prefix"
     logged gtest-configure cmake -S /usr/src/googletest -B "$cache/gtest-build" -G Ninja -DBUILD_GMOCK=OFF \
         -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$gtest_prefix" \
-        -DCMAKE_CXX_FLAGS="-msse2 -mfpmath=sse -mstackrealign -O1" -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
-        -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-win32.cmake"
+        -DCMAKE_CXX_FLAGS="$gtest_flags" -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG \
+        -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-$preset.cmake"
     logged gtest-build cmake --build "$cache/gtest-build" --target install -j "$(nproc)"
     rm -rf "$cache/gtest-build"
     mark_cached gtest
@@ -129,9 +149,9 @@ build_gtest() {
 
 start_wine() {
     if ! is_cached wine; then
-        say "setting up Wine"
+        say "setting up Wine ($bits bits)"
         rm -rf "$WINEPREFIX"
-        DISPLAY='' logged wineboot wineboot -i
+        DISPLAY='' logged wineboot "$wine" wineboot -i
         mark_cached wine
     fi
     # One server for all programs of this run; it ends with the last of them.
@@ -144,9 +164,9 @@ build_windows() {
     mkdir -p "$cache"
     build_tcl
     [[ $1 == ON ]] && build_gtest
-    configure_and_build win32 -DZAVO_BUILD_TESTS="$1" -DZAVO_TCL_CONFIG="$tcl_prefix/lib/tclConfig.sh" \
+    configure_and_build "$preset" -DZAVO_BUILD_TESTS="$1" -DZAVO_TCL_CONFIG="$tcl_prefix/lib/tclConfig.sh" \
         -DCMAKE_PREFIX_PATH="$gtest_prefix"
-    install_tree win32
+    install_tree "$preset"
 }
 
 # ---- Testing ----------------------------------------------------------------
@@ -157,30 +177,30 @@ windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 # tclsh_wine ARGUMENT ...: the cross-built interpreter with the module installed.
 tclsh_wine() {
     TCL_LIBRARY=${TCL_LIBRARY:-$(windows_path "$tcl_prefix/lib/tcl8.6")} TCLLIBPATH="Z:$dist/lib" \
-        wine "$tcl_prefix/bin/tclsh86.exe" "$@"
+        "$wine" "$tcl_prefix/bin/tclsh86.exe" "$@"
 }
 
 part_unit() {
-    ctest --test-dir build/win32 --output-on-failure -LE 'long|desktop' -j "$(nproc)"
+    ctest --test-dir build/$preset --output-on-failure -LE 'long|desktop' -j "$(nproc)"
 }
 
 part_golden() {
-    tclsh_wine tests/golden/compare.tcl -library "$(windows_path "$PWD/build/win32/tests/golden/zavo_golden.exe")"
+    tclsh_wine tests/golden/compare.tcl -library "$(windows_path "$PWD/build/$preset/tests/golden/zavo_golden.exe")"
 }
 
 part_imports() {
-    tclsh8.6 tests/windows/check_imports.tcl i686-w64-mingw32-objdump "$dist"/lib/zavo1.0/*.dll
+    tclsh8.6 tests/windows/check_imports.tcl "$triple-objdump" "$dist"/lib/zavo1.0/*.dll
 }
 
 # The fault trap within an interpreter, as the module meets it.
 part_faults() {
-    tclsh_wine tests/windows/faults.tcl build/win32/tests/faulty.dll
+    tclsh_wine tests/windows/faults.tcl build/$preset/tests/faulty.dll
 }
 
 # As it is, and with the script level of Tcl 8.5.
 part_script() {
     tclsh_wine tests/script/all.tcl
-    local level=$PWD/build/win32/tests/tcl85
+    local level=$PWD/build/$preset/tests/tcl85
     tcl85_library "$tcl_prefix/lib/tcl8.6" "$level/tcl8.6"
     cp -rs "$(realpath "$tcl_prefix/lib/tcl8")" "$level/tcl8"
     TCL_LIBRARY=$(windows_path "$level/tcl8.6") tclsh_wine tests/script/all.tcl
@@ -192,37 +212,37 @@ part_desktop() {
     need_packages xvfb xauth
     wineserver -k || true
     wineserver -w
-    xvfb-run -a ctest --test-dir build/win32 --output-on-failure -L desktop
+    xvfb-run -a ctest --test-dir build/$preset --output-on-failure -L desktop
 }
 
 test_windows() {
     local part parts=("$@")
-    [[ ${#parts[@]} -gt 0 ]] || parts=("${all_parts[@]}")
+    [[ ${#parts[@]} -gt 0 ]] || parts=("${ordinary_parts[@]}")
     # Only packages that cannot be had excuse a run, and it says so.
     if ! (need_packages "${compile_packages[@]}" && need_wine && { is_cached tcl || need_source tcl8.6; }); then
-        say "windows: ${#parts[@]} suites skipped (${parts[*]}): the Debian packages cannot be had"
+        say "$suite: ${#parts[@]} suites skipped (${parts[*]}): the Debian packages cannot be had"
         exit 0
     fi
     build_windows ON
     start_wine
     for part in "${parts[@]}"; do
-        [[ " ${all_parts[*]} " == *" $part "* ]] || die "windows tests have no part '$part'"
-        say "windows: $part"
+        [[ " ${all_parts[*]} " == *" $part "* ]] || die "$suite tests have no part '$part'"
+        say "$suite: $part"
         "part_$part"
     done
-    say "windows: ${#parts[@]} suites passed (${parts[*]})"
+    say "$suite: ${#parts[@]} suites passed (${parts[*]})"
 }
 
 case "${1:-}" in
 build)
     need_packages "${compile_packages[@]}"
     build_windows OFF
-    say "installed into dist-win32/"
+    say "installed into dist-$preset/"
     ;;
 test)
     test_windows "${@:2}"
     ;;
 *)
-    die "usage: scripts/windows.sh build|test [PART ...]"
+    die "usage: scripts/windows.sh 32|64 build|test [PART ...]"
     ;;
 esac

@@ -7,7 +7,9 @@
 
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <new>
+#include <tcl_generations.hpp>
 
 namespace zavox {
 
@@ -19,7 +21,8 @@ constexpr char tables_key[] = "zavox::fourier";
 
 void delete_tables(ClientData tables, Tcl_Interp*)
 {
-    delete static_cast<Fourier*>(tables);
+    static_cast<Fourier*>(tables)->~Fourier();
+    std::free(tables);
 }
 
 // Null, with the message, when memory is short.
@@ -27,11 +30,12 @@ Fourier* tables_of(Tcl_Interp* interp)
 {
     auto* tables = static_cast<Fourier*>(Tcl_GetAssocData(interp, tables_key, nullptr));
     if (tables == nullptr) {
-        tables = new (std::nothrow) Fourier;
-        if (tables == nullptr) {
+        void* const room = dfuAllocate(1, sizeof(Fourier));
+        if (room == nullptr) {
             memory_short(interp);
             return nullptr;
         }
+        tables = new (room) Fourier;
         Tcl_SetAssocData(interp, tables_key, delete_tables, tables);
     }
     engine().error_forget();
@@ -50,7 +54,7 @@ class Complex {
 public:
     int get(Tcl_Interp* interp, Tcl_Obj* word)
     {
-        int count = 0;
+        Tcl_Size count = 0;
         Tcl_Obj** parts = nullptr;
         if (Tcl_ListObjGetElements(nullptr, word, &count, &parts) != TCL_OK || count != 2) {
             return fail(interp, Fault::value, Tcl_GetString(word), quoted("expected {re im} but got ", word));

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <limits>
+#include <tcl_generations.hpp>
 
 namespace zavox {
 
@@ -140,7 +141,7 @@ int put_state(Tcl_Interp* interp)
 // False when the words are not a state; leaves no message.
 bool read_state(Tcl_Interp* interp, Tcl_Obj* value, zavo_random_state* state)
 {
-    int count = 0;
+    Tcl_Size count = 0;
     Tcl_Obj** words = nullptr;
     if (Tcl_ListObjGetElements(nullptr, value, &count, &words) != TCL_OK || count != state_words ||
         std::strcmp(Tcl_GetString(words[0]), "generator") != 0 ||

@@ -2,6 +2,8 @@
 #include "zavox/arguments.hpp"
 #include "zavox/iso_date.hpp"
 
+#include <tcl_generations.hpp>
+
 namespace zavox {
 
 namespace {
@@ -23,14 +25,14 @@ Tcl_Obj* names(const char* (*name_of)(int), const char* pattern)
 template <class Convert>
 int map_words(Tcl_Interp* interp, Tcl_Obj* list, Convert&& convert)
 {
-    int count = 0;
+    Tcl_Size count = 0;
     Tcl_Obj** words = nullptr;
     if (Tcl_ListObjGetElements(interp, list, &count, &words) != TCL_OK) {
         return TCL_ERROR;
     }
     Tcl_Obj* const results = Tcl_NewListObj(0, nullptr);
     Tcl_IncrRefCount(results);
-    for (int i = 0; i < count; ++i) {
+    for (Tcl_Size i = 0; i < count; ++i) {
         Tcl_Obj* const result = convert(words[i]);
         if (result == nullptr) {
             Tcl_DecrRefCount(results);

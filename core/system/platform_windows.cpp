@@ -1,4 +1,4 @@
-// The system services on 32-bit Windows: nine calls of the kernel and of the
+// The system services on Windows: nine calls of the kernel and of the
 // user interface, and the C runtime (msvcrt). Nothing else of the system is
 // called; a test reads the import tables.
 
@@ -94,12 +94,34 @@ void* allocate_aligned(std::size_t bytes)
     return std::malloc(bytes);
 }
 
+namespace {
+
+// The runtime's clock has functions of their own for either width of seconds; the
+// 64-bit runtime lacks some of the narrow ones.
+#if defined(_WIN64)
+struct RuntimeClock {
+    using Seconds = __time64_t;
+    static constexpr auto now = _time64;
+    static constexpr auto utc = _gmtime64;
+    static constexpr auto local = _localtime64;
+};
+#else
+struct RuntimeClock {
+    using Seconds = __time32_t;
+    static constexpr auto now = _time32;
+    static constexpr auto utc = _gmtime32;
+    static constexpr auto local = _localtime32;
+};
+#endif
+
+} // namespace
+
 bool clock_time(std::tm* now)
 {
-    const __time32_t seconds = _time32(nullptr);
-    const std::tm* broken_down = _gmtime32(&seconds);
+    const RuntimeClock::Seconds seconds = RuntimeClock::now(nullptr);
+    const std::tm* broken_down = RuntimeClock::utc(&seconds);
     if (broken_down == nullptr) {
-        broken_down = _localtime32(&seconds);
+        broken_down = RuntimeClock::local(&seconds);
     }
     if (broken_down == nullptr) {
         return false;

@@ -12,6 +12,15 @@
 #include <cstddef>
 #include <cwchar>
 
+// Names as the linker has them; 32 bits decorate those of functions.
+#if defined(__i386__)
+#define ZAVO_SYMBOL(name) "_" name
+#define ZAVO_IMPORTED(name, argument_bytes) "__imp__" name "@" argument_bytes
+#else
+#define ZAVO_SYMBOL(name) name
+#define ZAVO_IMPORTED(name, argument_bytes) "__imp_" name
+#endif
+
 namespace {
 
 using Function = void (*)();
@@ -28,7 +37,7 @@ int exit_function_count;
 extern "C" {
 
 // Written by the linker: -1, the constructors, 0.
-extern Function zavo_constructors[] __asm__("___CTOR_LIST__");
+extern Function zavo_constructors[] __asm__(ZAVO_SYMBOL("__CTOR_LIST__"));
 
 int atexit(Function function)
 {
@@ -39,8 +48,11 @@ int atexit(Function function)
     return 0;
 }
 
-// The loader aligns the stack to 4 bytes, code with SSE wants 16.
-__attribute__((force_align_arg_pointer)) int __stdcall zavo_dll_entry(void*, unsigned long reason, void*)
+// The 32-bit loader aligns the stack to 4 bytes, code with SSE wants 16.
+#if defined(__i386__)
+__attribute__((force_align_arg_pointer))
+#endif
+int __stdcall zavo_dll_entry(void*, unsigned long reason, void*)
 {
     if (reason == process_attach) {
         int count = 0;
@@ -81,11 +93,12 @@ static void __stdcall sleep(unsigned long)
     __builtin_ia32_pause();
 }
 
-void(__stdcall* zavo_initialize_lock)(void*) __asm__("__imp__InitializeCriticalSection@4") = initialize_lock;
-void(__stdcall* zavo_enter_lock)(void*) __asm__("__imp__EnterCriticalSection@4") = enter_lock;
-void(__stdcall* zavo_leave_lock)(void*) __asm__("__imp__LeaveCriticalSection@4") = leave_lock;
-void(__stdcall* zavo_delete_lock)(void*) __asm__("__imp__DeleteCriticalSection@4") = delete_lock;
-void(__stdcall* zavo_sleep)(unsigned long) __asm__("__imp__Sleep@4") = sleep;
+void(__stdcall* zavo_initialize_lock)(void*) __asm__(ZAVO_IMPORTED("InitializeCriticalSection",
+                                                                   "4")) = initialize_lock;
+void(__stdcall* zavo_enter_lock)(void*) __asm__(ZAVO_IMPORTED("EnterCriticalSection", "4")) = enter_lock;
+void(__stdcall* zavo_leave_lock)(void*) __asm__(ZAVO_IMPORTED("LeaveCriticalSection", "4")) = leave_lock;
+void(__stdcall* zavo_delete_lock)(void*) __asm__(ZAVO_IMPORTED("DeleteCriticalSection", "4")) = delete_lock;
+void(__stdcall* zavo_sleep)(unsigned long) __asm__(ZAVO_IMPORTED("Sleep", "4")) = sleep;
 
 // It converts the decimal point of the locale to a wide character and back: one
 // byte, the same number.
