@@ -2,7 +2,7 @@
 // evaluations, and what a script objective costs beside the same procedure
 // called by Tcl_Eval of a ready string and its result read by atof().
 #include "bench/ratio_report.hpp"
-#include "tests/support/minimize_problems.hpp"
+#include "tests/support/nist_problems.hpp"
 
 #include <cstdlib>
 #include <string>
@@ -60,6 +60,52 @@ void print_unconstrained()
     for (const Problem& p : small_problems()) {
         const Outcome outcome = minimize_free(p, View::script, false, 1e-4, false, 400);
         print_outcome(p, description(View::script, false, false), outcome, outcome.until_close > 0);
+    }
+}
+
+const char* ending(int code)
+{
+    switch (code) {
+    case 0:
+        return "gradient";
+    case 8006:
+        return "small step";
+    case 8017:
+    case 8029:
+    case 8030:
+        return "limit";
+    case 8032:
+        return "longest steps";
+    case 8049:
+        return "no lower point";
+    case 8050:
+        return "no progress";
+    case 8051:
+        return "stuck";
+    default:
+        return "other";
+    }
+}
+
+// As a script sees them, with default tolerances and with a tight step tolerance.
+void print_script_runs(const char* title, const std::vector<Problem>& problems)
+{
+    for (const double step_tolerance : {0.0, 1e-7}) {
+        std::printf("%s%s\n  %-24s %13s %13s %6s  %s\n", title,
+                    step_tolerance > 0.0 ? ", step tolerance 1e-7" : "", "problem", "reached", "certified",
+                    "evals", "ending");
+        int solved = 0;
+        int evaluations = 0;
+        for (const Problem& p : problems) {
+            const Outcome outcome = minimize_as_script(p, step_tolerance);
+            const bool good = outcome.f <= p.optimum + 1e-3 * std::fmax(p.optimum, 1e-1);
+            solved += good ? 1 : 0;
+            evaluations += outcome.evaluations;
+            std::printf("  %-24s %13.7g %13.7g %6d  %s%s\n", p.name, static_cast<double>(outcome.f),
+                        p.optimum, outcome.evaluations, ending(outcome.code), good ? "" : "  (not reached)");
+        }
+        std::printf("  %d of %d reached, %d evaluations\n", solved, static_cast<int>(problems.size()),
+                    evaluations);
     }
 }
 
@@ -182,6 +228,9 @@ int main(int argc, char** argv)
     zavo_error_options(ZAVO_SET_PRINT, ZAVO_WARNING, 0, ZAVO_SET_PRINT, ZAVO_FATAL, 0, ZAVO_SET_STOP,
                        ZAVO_FATAL, 0, 0);
     print_unconstrained();
+    print_script_runs("NIST, sums of squares", nist_problems(false));
+    print_script_runs("NIST, sums divided by their certified values", nist_problems(true));
+    print_script_runs("Least squares (More, Garbow, Hillstrom)", least_squares_problems());
     print_constrained();
 
     Tcl_FindExecutable(argv[0]);

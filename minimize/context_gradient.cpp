@@ -32,7 +32,7 @@ double ContextGradient::difference(int n, float* x, int i, float h, double f) co
     };
     const bool fixed = lower != nullptr && upper != nullptr && lower[i] == upper[i];
     // Between bounds that are closer than the step the wider side is all there is.
-    if (!fixed && !inside(x[i] + h) && !inside(x[i] - h)) {
+    if (lower != nullptr && upper != nullptr && !fixed && !inside(x[i] + h) && !inside(x[i] - h)) {
         const float up = upper[i] - x[i];
         const float down = x[i] - lower[i];
         h = up >= down ? up : -down;

@@ -145,28 +145,65 @@ public:
     }
 
 private:
+    // Steps in a row that end the run.
+    static constexpr int quiet_steps_allowed = 3;
+    static constexpr int stuck_steps_allowed = 2;
+
     void take_gradient(const Point& at)
     {
         gradient_(n_, at.x, problem_.xscale, at.f, at.g);
         ++counts_.gradients;
     }
 
-    // One search; a failed one is tried again with central differences when
-    // those were not in use yet.
+    // One search, and what it says of its step. As long as forward differences are
+    // in use they are the first to be doubted: a search that failed or hardly moved
+    // is made again with central ones, and a step that gained little, or ended
+    // where the gradient is small, goes on with them.
     void step()
     {
         search();
-        if (!gradient_.can_switch()) {
-            return;
+        if (gradient_.can_switch()) {
+            if (search_.result == search_failed || is_short_step()) {
+                switch_to_central(here_);
+                search();
+            } else if (search_.result == search_without_progress || search_.result == search_stuck ||
+                       relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale,
+                                         problem_.fscale) <= 0.1F) {
+                switch_to_central(there_);
+                search_.result = search_.result == search_cut ? search_cut : search_good;
+            }
         }
-        if (search_.result == search_failed) {
-            gradient_.switch_to_central();
-            take_gradient(here_);
-            search();
-        } else if (relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale, problem_.fscale) <=
-                   0.1F) {
-            gradient_.switch_to_central();
-            take_gradient(there_);
+        judge_in_a_row();
+    }
+
+    void switch_to_central(const Point& at)
+    {
+        gradient_.switch_to_central();
+        take_gradient(at);
+        quiet_steps_ = stuck_steps_ = 0;
+    }
+
+    // Shorter than the step tolerance, or than its default, below which forward
+    // differences say little about the way on.
+    bool is_short_step() const
+    {
+        float longest = 0.0F;
+        for (int i = 0; i < n_; ++i) {
+            longest = greater_or_nan(longest, std::fabs(there_.x[i] - here_.x[i]) /
+                                                  magnitude(there_.x[i], problem_.xscale[i]));
+        }
+        return longest <= std::max(controls_.step_tol, eps_two_thirds());
+    }
+
+    // One step that gained little proves little; the run ends when several in a row
+    // have.
+    void judge_in_a_row()
+    {
+        quiet_steps_ = search_.result == search_without_progress ? quiet_steps_ + 1 : 0;
+        stuck_steps_ = search_.result == search_stuck ? stuck_steps_ + 1 : 0;
+        if ((quiet_steps_ > 0 && quiet_steps_ < quiet_steps_allowed) ||
+            (stuck_steps_ > 0 && stuck_steps_ < stuck_steps_allowed)) {
+            search_.result = search_good;
         }
     }
 
@@ -216,6 +253,8 @@ private:
     SearchEnd search_;
     Counts counts_;
     int longest_count_ = 0;
+    int quiet_steps_ = 0;
+    int stuck_steps_ = 0;
     Ending ending_ = Ending::running;
 };
 

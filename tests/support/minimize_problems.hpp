@@ -10,9 +10,11 @@
 #pragma once
 
 #include "core/zavo.h"
+#include "minimize/controls.hpp"
 #include "minimize/number_text.hpp"
 #include "tests/support/dual.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -29,7 +31,8 @@ struct Problem {
     double optimum;
     double (*value)(const double* x);
     void (*gradient)(const double* x, double* g);
-    std::vector<float> sizes{}; // typical sizes of badly scaled variables
+    std::vector<float> sizes{};  // typical sizes of badly scaled variables
+    std::vector<double> units{}; // what the function's own variables are multiples of; none: 1
     // a . x = b for the first neq rows, a . x <= b for the others.
     int ncon = 0;
     int neq = 0;
@@ -228,6 +231,131 @@ inline std::vector<Problem> unconstrained_problems()
         T sum = 0.0;
         for (int i = 1; i <= 8; ++i) { // the integral of T_i over [0, 1] is 0 for odd i
             sum += square(sums[i] / 8.0 + (i % 2 == 0 ? 1.0 / (i * i - 1.0) : 0.0));
+        }
+        return sum;
+    }));
+    return all;
+}
+
+// The paper's least-squares problems that are not among the former, from its own
+// starts; optima as given there. Where a second local minimum is a usual end of
+// good programs, `optimum` is the lower one.
+inline std::vector<Problem> least_squares_problems()
+{
+    using std::cos, std::exp, std::fabs, std::sin;
+    std::vector<Problem> all;
+    all.push_back(problem("Freudenstein and Roth", {0.5F, -2}, 48.98425, []<class T>(const T* x) -> T {
+        return square(-13.0 + x[0] + ((5.0 - x[1]) * x[1] - 2.0) * x[1]) + square(-29.0 + x[0] + ((x[1] + 1.0) * x[1] - 14.0) * x[1]);
+    }));
+    all.push_back(problem("Jennrich and Sampson", {0.3F, 0.4F}, 124.362, []<class T>(const T* x) -> T {
+        T sum = 0.0;
+        for (int i = 1; i <= 10; ++i) {
+            sum += square(2.0 + 2.0 * i - exp(static_cast<double>(i) * x[0]) - exp(static_cast<double>(i) * x[1]));
+        }
+        return sum;
+    }));
+    all.push_back(problem("Bard", {1, 1, 1}, 8.21487e-3, []<class T>(const T* x) -> T {
+        constexpr double y[] = {0.14, 0.18, 0.22, 0.25, 0.29, 0.32, 0.35, 0.39, 0.37, 0.58, 0.73, 0.96, 1.34, 2.10, 4.39};
+        T sum = 0.0;
+        for (int i = 1; i <= 15; ++i) {
+            const double u = i;
+            const double v = 16.0 - i;
+            sum += square(y[i - 1] - (x[0] + u / (v * x[1] + std::fmin(u, v) * x[2])));
+        }
+        return sum;
+    }));
+    all.push_back(problem("Kowalik and Osborne", {0.25F, 0.39F, 0.415F, 0.39F}, 3.07505e-4, []<class T>(const T* x) -> T {
+        constexpr double y[] = {0.1957, 0.1947, 0.1735, 0.1600, 0.0844, 0.0627, 0.0456, 0.0342, 0.0323, 0.0235, 0.0246};
+        constexpr double u[] = {4, 2, 1, 0.5, 0.25, 0.167, 0.125, 0.1, 0.0833, 0.0714, 0.0625};
+        T sum = 0.0;
+        for (int i = 0; i < 11; ++i) {
+            sum += square(y[i] - x[0] * (u[i] * u[i] + u[i] * x[1]) / (u[i] * u[i] + u[i] * x[2] + x[3]));
+        }
+        return sum;
+    }));
+    all.push_back(problem("Meyer", {0.02F, 4000, 250}, 87.9458, []<class T>(const T* x) -> T {
+        constexpr double y[] = {34780, 28610, 23650, 19630, 16370, 13720, 11540, 9744, 8261, 7030, 6005, 5147, 4427, 3820, 3307, 2872};
+        T sum = 0.0;
+        for (int i = 1; i <= 16; ++i) {
+            sum += square(x[0] * exp(x[1] / (45.0 + 5.0 * i + x[2])) - y[i - 1]);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Osborne 1", {0.5F, 1.5F, -1, 0.01F, 0.02F}, 5.46489e-5, []<class T>(const T* x) -> T {
+        constexpr double y[] = {0.844, 0.908, 0.932, 0.936, 0.925, 0.908, 0.881, 0.850, 0.818, 0.784, 0.751, 0.718, 0.685, 0.658, 0.628, 0.603, 0.580,
+                                0.558, 0.538, 0.522, 0.506, 0.490, 0.478, 0.467, 0.457, 0.448, 0.438, 0.431, 0.424, 0.420, 0.414, 0.411, 0.406};
+        T sum = 0.0;
+        for (int i = 0; i < 33; ++i) {
+            sum += square(y[i] - (x[0] + x[1] * exp(-10.0 * i * x[3]) + x[2] * exp(-10.0 * i * x[4])));
+        }
+        return sum;
+    }));
+    all.push_back(problem("Osborne 2", {1.3F, 0.65F, 0.65F, 0.7F, 0.6F, 3, 5, 7, 2, 4.5F, 5.5F}, 4.01377e-2, []<class T>(const T* x) -> T {
+        constexpr double y[] = {1.366, 1.191, 1.112, 1.013, 0.991, 0.885, 0.831, 0.847, 0.786, 0.725, 0.746, 0.679, 0.608, 0.655, 0.616, 0.606, 0.602,
+                                0.626, 0.651, 0.724, 0.649, 0.649, 0.694, 0.644, 0.624, 0.661, 0.612, 0.558, 0.533, 0.495, 0.500, 0.423, 0.395, 0.375,
+                                0.372, 0.391, 0.396, 0.405, 0.428, 0.429, 0.523, 0.562, 0.607, 0.653, 0.672, 0.708, 0.633, 0.668, 0.645, 0.632, 0.591,
+                                0.559, 0.597, 0.625, 0.739, 0.710, 0.729, 0.720, 0.636, 0.581, 0.428, 0.292, 0.162, 0.098, 0.054};
+        T sum = 0.0;
+        for (int i = 0; i < 65; ++i) {
+            const double t = i / 10.0;
+            sum += square(y[i] - (x[0] * exp(-t * x[4]) + x[1] * exp(-1.0 * square(t - x[8]) * x[5]) +
+                                  x[2] * exp(-1.0 * square(t - x[9]) * x[6]) + x[3] * exp(-1.0 * square(t - x[10]) * x[7])));
+        }
+        return sum;
+    }));
+    all.push_back(problem("Brown almost linear", {0.5F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F}, 0.0, []<class T>(const T* x) -> T {
+        T total = -11.0;
+        T product = 1.0;
+        for (int i = 0; i < 10; ++i) {
+            total += x[i];
+            product *= x[i];
+        }
+        T sum = square(product - 1.0);
+        for (int i = 0; i < 9; ++i) {
+            sum += square(x[i] + total);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Discrete boundary value", {-0.0826446F, -0.1487603F, -0.1983471F, -0.231405F, -0.2479339F, -0.2479339F, -0.231405F, -0.1983471F, -0.1487603F, -0.0826446F}, 0.0, []<class T>(const T* x) -> T {
+        constexpr double h = 1.0 / 11.0;
+        T sum = 0.0;
+        for (int i = 0; i < 10; ++i) {
+            const T before = i > 0 ? x[i - 1] : T(0.0);
+            const T after = i < 9 ? x[i + 1] : T(0.0);
+            const T cube = x[i] + (i + 1) * h + 1.0;
+            sum += square(2.0 * x[i] - before - after + h * h * cube * cube * cube / 2.0);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Broyden tridiagonal", {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1}, 0.0, []<class T>(const T* x) -> T {
+        T sum = 0.0;
+        for (int i = 0; i < 10; ++i) {
+            const T before = i > 0 ? x[i - 1] : T(0.0);
+            const T after = i < 9 ? x[i + 1] : T(0.0);
+            sum += square((3.0 - 2.0 * x[i]) * x[i] - before - 2.0 * after + 1.0);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Broyden banded", {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1}, 0.0, []<class T>(const T* x) -> T {
+        T sum = 0.0;
+        for (int i = 0; i < 10; ++i) {
+            T band = 0.0;
+            for (int j = std::max(0, i - 5); j <= std::min(9, i + 1); ++j) {
+                band += j == i ? T(0.0) : x[j] * (1.0 + x[j]);
+            }
+            sum += square(x[i] * (2.0 + 5.0 * x[i] * x[i]) + 1.0 - band);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Linear, full rank", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, 10.0, []<class T>(const T* x) -> T {
+        T total = 0.0;
+        for (int i = 0; i < 10; ++i) {
+            total += x[i];
+        }
+        T sum = 0.0;
+        for (int i = 0; i < 20; ++i) {
+            const T residual = -1.0 - 0.1 * total;
+            sum += square(i < 10 ? residual + x[i] : residual);
         }
         return sum;
     }));
@@ -442,6 +570,7 @@ inline void seen_point(const Run& run, const float* x, double* seen)
         char text[minimize::fixed_text_size];
         minimize::format_fixed(x[i], text);
         seen[i] = run.view == View::script ? std::strtod(text, nullptr) : static_cast<double>(x[i]);
+        seen[i] *= run.problem->units.empty() ? 1.0 : run.problem->units[static_cast<std::size_t>(i)];
     }
 }
 
@@ -472,7 +601,9 @@ inline void run_gradient(int n, float* x, float* g)
     seen_point(run, x, seen);
     run.problem->gradient(seen, gradient);
     for (int i = 0; i < n; ++i) {
-        g[i] = static_cast<float>(gradient[i]);
+        const double unit =
+            run.problem->units.empty() ? 1.0 : run.problem->units[static_cast<std::size_t>(i)];
+        g[i] = static_cast<float>(gradient[i] * unit);
     }
     ++run.outcome.gradients;
 }
@@ -512,6 +643,21 @@ inline Outcome minimize_free(const Problem& p, View view, bool user_gradient, do
         scales.data(), ZAVO_GRADIENT_FUNCTION, user_gradient ? run_gradient : nullptr,
         ZAVO_FUNCTION_EVAL_LIMIT, limit, ZAVO_ITERATION_LIMIT, limit, ZAVO_GRADIENT_EVAL_LIMIT, limit, 0);
     return finish_run(p, x, f);
+}
+
+// As the script command does: in its view, with its limits; step_tolerance 0 is
+// the default one. The outcome's value is that at the point which a script sees.
+inline Outcome minimize_as_script(const Problem& p, double step_tolerance = 0.0)
+{
+    start_run(p, View::script, 0.0);
+    float* const x = zavo_f_min_uncon_multivar(
+        run_objective, p.n, ZAVO_START_POINT, p.start.data(), ZAVO_STEP_TOLERANCE,
+        step_tolerance > 0.0 ? step_tolerance : static_cast<double>(minimize::eps_two_thirds()), 0);
+    Outcome outcome = finish_run(p, x, 0.0F);
+    double seen[Dual::most] = {};
+    seen_point(current_run(), outcome.x.data(), seen);
+    outcome.f = static_cast<float>(p.value(seen));
+    return outcome;
 }
 
 inline Outcome minimize_constrained(const Problem& p, View view, bool user_gradient, double closeness)

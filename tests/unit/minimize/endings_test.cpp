@@ -1,0 +1,164 @@
+// Where runs end: at a gradient that is small, as a rule, and not at the first
+// step that gains little. NIST's nonlinear regression sets and the published
+// least-squares problems, as a script sees them.
+#include "tests/support/captured_errors.hpp"
+#include "tests/support/nist_problems.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using namespace zavo::test;
+
+// Within a thousandth of the optimum, or lower.
+bool reached(const Problem& p, const Outcome& outcome)
+{
+    return outcome.f <= p.optimum + 1e-3 * std::fmax(p.optimum, 1e-1);
+}
+
+struct Tally {
+    int solved = 0;
+    int evaluations = 0;
+    std::map<int, int> codes;
+};
+
+Tally tally(const std::vector<Problem>& problems, double step_tolerance)
+{
+    const CapturedErrors errors;
+    Tally all;
+    for (const Problem& p : problems) {
+        const Outcome outcome = minimize_as_script(p, step_tolerance);
+        all.solved += reached(p, outcome) ? 1 : 0;
+        all.evaluations += outcome.evaluations;
+        ++all.codes[outcome.code];
+        std::printf("%-24s f %-13.7g optimum %-12.6g evaluations %4d code %d%s\n", p.name,
+                    static_cast<double>(outcome.f), p.optimum, outcome.evaluations, outcome.code,
+                    reached(p, outcome) ? "" : "  not reached");
+    }
+    return all;
+}
+
+TEST(endings, nist_sets_13_of_18_runs_reach_the_certified_sum)
+{
+    const Tally raw = tally(nist_problems(false), 0);
+    EXPECT_GE(raw.solved, 13);
+    EXPECT_LE(raw.evaluations, 1.05 * 3856);
+    const Tally divided = tally(nist_problems(true), 0);
+    EXPECT_GE(divided.solved, 13);
+    EXPECT_LE(divided.evaluations, 1.05 * 3727);
+}
+
+TEST(endings, tighter_step_tolerance_reaches_no_less)
+{
+    for (const auto& problems : {nist_problems(false), nist_problems(true), least_squares_problems()}) {
+        EXPECT_GE(tally(problems, 1e-7).solved, tally(problems, 0).solved);
+    }
+}
+
+// Ended at 196410 by a single quiet step with forward differences.
+TEST(endings, thurber_from_the_second_start)
+{
+    const CapturedErrors errors;
+    for (const Problem& p : nist_problems(false)) {
+        if (std::string(p.name) == "Thurber") {
+            EXPECT_LT(minimize_as_script(p).f, 5650);
+        }
+    }
+}
+
+// Ended 2 % above the optimum with the tight tolerance.
+TEST(endings, danwood_with_a_tight_step_tolerance)
+{
+    const CapturedErrors errors;
+    const Problem p = nist_problems(false)[1];
+    EXPECT_NEAR(minimize_as_script(p, 1e-7).f, p.optimum, 1e-5);
+}
+
+// ---- Quadratics with exact gradients -----------------------------------------------
+
+struct Quadratic {
+    int n = 0;
+    double matrix[8][8] = {};
+    double centre[8] = {};
+};
+Quadratic quadratic;
+
+unsigned random_state;
+double random_number() // 0 to 1
+{
+    random_state = random_state * 1664525U + 1013904223U;
+    return (random_state >> 8) / 16777216.0;
+}
+
+// The unit matrix plus B B', well conditioned.
+void make_quadratic(int n)
+{
+    double b[8][8];
+    quadratic.n = n;
+    for (auto& row : b) {
+        for (double& element : row) {
+            element = random_number() - 0.5;
+        }
+    }
+    for (int i = 0; i < n; ++i) {
+        quadratic.centre[i] = 4 * random_number() - 2;
+        for (int j = 0; j < n; ++j) {
+            quadratic.matrix[i][j] = i == j ? 1 : 0;
+            for (int k = 0; k < n; ++k) {
+                quadratic.matrix[i][j] += b[i][k] * b[j][k];
+            }
+        }
+    }
+}
+
+float quadratic_value(int n, float* x)
+{
+    double value = 1;
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < n; ++j) {
+            value +=
+                0.5 * quadratic.matrix[i][j] * (x[i] - quadratic.centre[i]) * (x[j] - quadratic.centre[j]);
+        }
+    }
+    return static_cast<float>(value);
+}
+
+void quadratic_gradient(int n, float* x, float* g)
+{
+    for (int i = 0; i < n; ++i) {
+        double slope = 0;
+        for (int j = 0; j < n; ++j) {
+            slope += quadratic.matrix[i][j] * (x[j] - quadratic.centre[j]);
+        }
+        g[i] = static_cast<float>(slope);
+    }
+}
+
+TEST(endings, well_conditioned_quadratics_end_at_the_gradient_tolerance)
+{
+    const CapturedErrors errors;
+    random_state = 1;
+    int at_gradient = 0;
+    std::vector<double> away;
+    for (int run = 0; run < 400; ++run) {
+        make_quadratic(2 + run % 7);
+        const int n = quadratic.n;
+        float* const x =
+            zavo_f_min_uncon_multivar(quadratic_value, n, ZAVO_GRADIENT_FUNCTION, quadratic_gradient, 0);
+        at_gradient += zavo_error_code(1) == 0 ? 1 : 0;
+        double furthest = 0;
+        for (int i = 0; i < n; ++i) {
+            furthest = std::max(furthest, std::fabs(x[i] - quadratic.centre[i]));
+        }
+        away.push_back(furthest);
+        std::free(x);
+    }
+    std::sort(away.begin(), away.end());
+    EXPECT_GE(at_gradient, 396);
+    EXPECT_LT(away[200], 1e-4);
+}
+
+} // namespace
