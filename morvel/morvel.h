@@ -101,6 +101,11 @@ MORVEL_API MorvelVector* morvelVectorIfAny(Tcl_Obj* value);
  * nearest float. Null for a list of lists or when memory is short. */
 MORVEL_API MorvelVector* morvelVectorOfList(const DynList* list);
 
+/* A vector of the floats that stand packed in a byte array, and the byte array of n
+ * floats (with no reference counted yet). Null with a message when they fail. */
+MORVEL_API MorvelVector* morvelVectorOfBytes(Tcl_Interp* interp, Tcl_Obj* bytes);
+MORVEL_API Tcl_Obj* morvelBytesOfFloats(Tcl_Interp* interp, int n, const float* values);
+
 /* The index that a word means in a list of `count` elements: an integer or end,
  * perhaps with an offset, as in lindex. Not held against the count. Returns
  * TCL_OK, or TCL_ERROR with Tcl's message. */

@@ -245,6 +245,32 @@ MorvelVector* morvelVectorOfList(const DynList* list)
     return list->datatype == DFU_LIST ? nullptr : morvel::vector_of_list(list);
 }
 
+MorvelVector* morvelVectorOfBytes(Tcl_Interp* interp, Tcl_Obj* bytes)
+{
+    DynList* const list = morvel::numbers_from_bytes(interp, DFU_FLOAT, bytes);
+    if (list == nullptr) {
+        return nullptr;
+    }
+    MorvelVector* const vector = morvelNewVector(list->count, static_cast<float*>(list->values));
+    if (vector == nullptr) {
+        morvel::memory_short(interp);
+    } else {
+        list->values = nullptr;
+        list->count = list->capacity = 0;
+    }
+    dfuFreeDynList(list);
+    return vector;
+}
+
+Tcl_Obj* morvelBytesOfFloats(Tcl_Interp* interp, int n, const float* values)
+{
+    DynList list{};
+    list.datatype = DFU_FLOAT;
+    list.count = list.capacity = n;
+    list.values = const_cast<float*>(values);
+    return morvel::bytes_of(interp, &list);
+}
+
 int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector)
 {
     MorvelVector* const own = morvelVectorIfAny(value);

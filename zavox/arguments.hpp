@@ -106,7 +106,11 @@ public:
     }
 
     // From a word of a call, see get_vector.
-    int get(Tcl_Interp* interp, Tcl_Obj* word) { return get_vector(interp, word, &vector_); }
+    int get(Tcl_Interp* interp, Tcl_Obj* word)
+    {
+        const int status = get_vector(interp, word, &vector_);
+        return vector_ != nullptr ? status : TCL_ERROR;
+    }
 
     // A new one of n floats to be filled, or of the malloc() array `values`, which
     // is freed when that fails.

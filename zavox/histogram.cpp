@@ -1,0 +1,53 @@
+#include "zavox/histogram.hpp"
+
+#include <algorithm>
+
+namespace zavox {
+
+void fill_equally_spaced(double first, double last, int count, float* out)
+{
+    const double step = (last - first) / (count - 1);
+    for (int i = 1; i < count - 1; ++i) {
+        out[i] = static_cast<float>(first + i * step);
+    }
+    out[0] = static_cast<float>(first);
+    out[count - 1] = static_cast<float>(last);
+}
+
+void make_edges(float low, float high, int bins, float* edges)
+{
+    auto first = static_cast<double>(low);
+    auto last = static_cast<double>(high);
+    if (first == last) {
+        first -= 0.5;
+        last += 0.5;
+    }
+    fill_equally_spaced(first, last, bins + 1, edges);
+}
+
+// The bin is computed and then put right by the edges, which decide.
+int count_in_bins(const float* x, int n, const float* edges, int bins, int* counts)
+{
+    const auto low = static_cast<double>(edges[0]);
+    const double span = static_cast<double>(edges[bins]) - low;
+    int outside = 0;
+    std::fill_n(counts, bins, 0);
+    for (int i = 0; i < n; ++i) {
+        if (!(x[i] >= edges[0] && x[i] <= edges[bins])) {
+            ++outside;
+            continue;
+        }
+        const double share = span > 0 ? (static_cast<double>(x[i]) - low) / span : 0;
+        int bin = std::min(static_cast<int>(share * bins), bins - 1);
+        while (bin > 0 && x[i] < edges[bin]) {
+            --bin;
+        }
+        while (bin < bins - 1 && x[i] >= edges[bin + 1]) {
+            ++bin;
+        }
+        ++counts[bin];
+    }
+    return outside;
+}
+
+} // namespace zavox
