@@ -106,23 +106,20 @@ public:
     }
 
     // From a word of a call, see get_vector.
-    int get(Tcl_Interp* interp, Tcl_Obj* word)
-    {
-        const int status = get_vector(interp, word, &vector_);
-        return vector_ != nullptr ? status : TCL_ERROR;
-    }
+    int get(Tcl_Interp* interp, Tcl_Obj* word) { return get_vector(interp, word, &vector_); }
 
     // A new one of n floats to be filled, or of the malloc() array `values`, which
     // is freed when that fails.
     int allocate(Tcl_Interp* interp, int n);
     int adopt(Tcl_Interp* interp, int n, float* values);
 
-    int size() const { return vector_->count; }
-    bool empty() const { return vector_->count == 0; }
-    const float* data() const { return vector_->values; }
-    float operator[](int i) const { return vector_->values[i]; }
+    // Before it has got or made one it is empty.
+    int size() const { return vector_ != nullptr ? vector_->count : 0; }
+    bool empty() const { return size() == 0; }
+    const float* data() const { return vector_ != nullptr ? vector_->values : nullptr; }
+    float operator[](int i) const { return data()[i]; }
     // Only for a vector that this object has allocated.
-    float* writable() { return vector_->values; }
+    float* writable() { return vector_ != nullptr ? vector_->values : nullptr; }
 
     // A Tcl value; this object keeps nothing. put() makes it the result.
     Tcl_Obj* value(Tcl_Interp* interp);
