@@ -69,4 +69,6 @@ const zavo_engine zavo_engine_table = {
     .unit_conversion = zavo_unit_conversion,
     .constant_name = zavo_constant_name,
     .unit_name = zavo_unit_name,
+
+    .minimize_run = zavo_run_minimization,
 };

@@ -19,6 +19,7 @@
 #define ZAVO_ENGINE_H
 
 #include "core/zavo.h"
+#include "minimize/run.h"
 #include "random/stream_state.h"
 
 #include <stddef.h>
@@ -109,6 +110,9 @@ typedef struct zavo_engine {
                            double* denominator);
     const char* (*constant_name)(int i);
     const char* (*unit_name)(int i);
+
+    /* A minimisation with all its options (minimize/run.h). */
+    void (*minimize_run)(const zavo_run_problem* problem, zavo_run_outcome* outcome);
 } zavo_engine;
 
 /* The table itself. */

@@ -48,20 +48,12 @@ __attribute__((target("avx2"))) std::int64_t inner_sums_avx2(const float* a, int
 {
     return inner_sums<32>(a, nh, h, count, out);
 }
-bool has_avx2()
-{
-    static const bool found = [] {
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx2") != 0;
-    }();
-    return found;
-}
 #endif
 
 std::int64_t inner_sums_best(const float* a, int nh, const float* h, std::int64_t count, float* out)
 {
 #if defined(__x86_64__) || defined(__i386__)
-    if (has_avx2()) {
+    if (__builtin_cpu_supports("avx2") != 0) {
         return inner_sums_avx2(a, nh, h, count, out);
     }
 #endif

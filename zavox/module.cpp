@@ -31,9 +31,9 @@ constexpr CommandRow commands[] = {
     {"::zavox::convert", convert_command},     {"::zavox::convolve", convolve_command},
     {"::zavox::correlate", correlate_command}, {"::zavox::date", date_command},
     {"::zavox::days", days_command},           {"::zavox::fft", fft_command},
-    {"::zavox::random", random_command},       {"::zavox::release", release_command},
-    {"::zavox::spectrum", spectrum_command},   {"::zavox::units", units_command},
-    {"::zavox::vector", vector_command},
+    {"::zavox::minimize", minimize_command},   {"::zavox::random", random_command},
+    {"::zavox::release", release_command},     {"::zavox::spectrum", spectrum_command},
+    {"::zavox::units", units_command},         {"::zavox::vector", vector_command},
 };
 
 int take_engine(Tcl_Interp* interp)

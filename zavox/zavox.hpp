@@ -15,6 +15,6 @@ using Command = int(ClientData, Tcl_Interp*, int objc, Tcl_Obj* const objv[]);
 Command calc_command, vector_command;
 Command constant_command, convert_command, date_command, days_command, units_command;
 Command convolve_command, correlate_command, fft_command, spectrum_command;
-Command random_command, release_command;
+Command minimize_command, random_command, release_command;
 
 } // namespace zavox

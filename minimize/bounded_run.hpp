@@ -1,0 +1,13 @@
+// Minimisation of a function whose values are doubles under bounds and linear
+// constraints.
+#pragma once
+
+#include "minimize/free_run.hpp"
+#include "minimize/run.h"
+
+namespace zavo::minimize {
+
+// problem: with bounds or rows. Fills all but the message of the outcome.
+void run_constrained(const zavo_run_problem& problem, Evaluations& evaluations, zavo_run_outcome& outcome);
+
+} // namespace zavo::minimize

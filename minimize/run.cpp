@@ -1,0 +1,54 @@
+// A minimisation as a value; see run.h.
+#include "minimize/run.h"
+
+#include "core/catalogue/catalogue.hpp"
+#include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
+#include "core/errors/error_state.hpp"
+#include "minimize/bounded_run.hpp"
+#include "minimize/free_run.hpp"
+
+#include <cstring>
+
+namespace zavo::minimize {
+namespace {
+
+// The text of the catalogue; nothing is posted.
+void write_message(const zavo_run_problem& problem, zavo_run_outcome& outcome)
+{
+    outcome.message[0] = '\0';
+    if (outcome.code == 0) {
+        return;
+    }
+    zavo_error_set_int(1, problem.limit);
+    zavo_error_set_real(1, problem.step_tolerance);
+    core::TextBuffer text;
+    core::expand_message(core::catalogue_message(outcome.code), text);
+    std::strncat(outcome.message, text.c_str(), sizeof outcome.message - 1);
+}
+
+bool is_constrained(const zavo_run_problem& problem)
+{
+    return problem.lower != nullptr || problem.upper != nullptr || problem.rows > 0;
+}
+
+} // namespace
+} // namespace zavo::minimize
+
+using namespace zavo::minimize;
+
+void zavo_run_minimization(const zavo_run_problem* problem, zavo_run_outcome* outcome)
+{
+    Evaluations evaluations(*problem);
+    outcome->code = 0;
+    outcome->gradients = 0;
+    outcome->iterations = 0;
+    outcome->active_count = 0;
+    if (is_constrained(*problem)) {
+        run_constrained(*problem, evaluations, *outcome);
+    } else {
+        run_free(*problem, evaluations, *outcome);
+    }
+    outcome->evaluations = evaluations.count();
+    write_message(*problem, *outcome);
+}
