@@ -101,6 +101,8 @@ constexpr double quiet_change = 1e-10;
 constexpr double settled_change = 1e-11;
 constexpr double round_change = 1e-8;
 constexpr double promise_of_nothing = 1e-7;
+// A last step of so many of the grid's, that led nowhere, means a minimum on the grid.
+constexpr double resting_steps = 128.0;
 constexpr int most_rounds = 12;
 
 enum class End {
@@ -142,8 +144,18 @@ public:
     Work& operator=(const Work&) = delete;
     bool good() const { return block_ != nullptr; }
 
-    double *sizes, *g, *g_new, *g_try, *curvature, *p, *s, *y, *hy, *h;
-    float *x_new, *x_try;
+    double* sizes = nullptr;
+    double* g = nullptr;
+    double* g_new = nullptr;
+    double* g_try = nullptr;
+    double* curvature = nullptr; // along the axes
+    double* p = nullptr;
+    double* s = nullptr;
+    double* y = nullptr;
+    double* hy = nullptr;
+    double* h = nullptr; // n x n
+    float* x_new = nullptr;
+    float* x_try = nullptr;
 
 private:
     double* block_ = nullptr;
@@ -369,7 +381,7 @@ private:
     }
 
     // The inverse of all second derivatives by differences, for as many variables as
-    // make that worth its n (n + 3) / 2 calls. False when they are not to be had.
+    // make that worth its n (n + 1) calls. False when they are not to be had.
     bool newton_inverse()
     {
         if (n_ > most_newton_variables || problem_.gradient != nullptr || !second_derivatives()) {
@@ -397,38 +409,38 @@ private:
     }
 
     // To the upper triangle of h, the diagonal to `curvature`; in units of the sizes.
+    // Steps of both signs, so that third derivatives drop out. s, hy: the values one step
+    // up and down each axis; y: the steps.
     bool second_derivatives()
     {
         float* const x = w_.x_new;
         std::copy_n(x_, n_, x);
         for (int i = 0; i < n_; ++i) {
-            const double step =
+            const double wanted =
                 second_difference_step * std::max(std::fabs(double{x[i]}), least_part * w_.sizes[i]);
-            w_.x_try[i] = static_cast<float>(x[i] + step);
-            const double above = double{w_.x_try[i]} - x[i];
-            const auto below_place = static_cast<float>(x[i] - step);
-            const double below = double{x[i]} - below_place;
-            const double f_above = value_with(x, i, w_.x_try[i]);
-            const double f_below = value_with(x, i, below_place);
-            if (!std::isfinite(f_above) || !std::isfinite(f_below)) {
+            w_.y[i] = double{static_cast<float>(x[i] + wanted)} - x[i];
+            w_.s[i] = value_with(x, i, static_cast<float>(x[i] + w_.y[i]));
+            w_.hy[i] = value_with(x, i, static_cast<float>(x[i] - w_.y[i]));
+            const double bend = w_.s[i] - 2.0 * f_ + w_.hy[i];
+            if (!std::isfinite(bend)) {
                 return false;
             }
-            w_.s[i] = f_above;
-            w_.y[i] = above;
-            w_.curvature[i] = 2.0 * ((f_above - f_) / above - (f_ - f_below) / below) / (above + below) *
-                              w_.sizes[i] * w_.sizes[i];
+            w_.curvature[i] = bend / (w_.y[i] * w_.y[i]) * w_.sizes[i] * w_.sizes[i];
         }
         for (int i = 0; i < n_; ++i) {
             const float here = x[i];
-            x[i] = w_.x_try[i];
             for (int j = i + 1; j < n_; ++j) {
-                const double both = value_with(x, j, w_.x_try[j]);
-                h(i, j) = (both - w_.s[i] - w_.s[j] + f_) / (w_.y[i] * w_.y[j]) * w_.sizes[i] * w_.sizes[j];
-                if (!std::isfinite(h(i, j))) {
+                x[i] = static_cast<float>(here + w_.y[i]);
+                double sum = value_with(x, j, static_cast<float>(x[j] + w_.y[j]));
+                x[i] = static_cast<float>(here - w_.y[i]);
+                sum += value_with(x, j, static_cast<float>(x[j] - w_.y[j]));
+                x[i] = here;
+                sum += 2.0 * f_ - w_.s[i] - w_.hy[i] - w_.s[j] - w_.hy[j];
+                if (!std::isfinite(sum)) {
                     return false;
                 }
+                h(i, j) = sum / (2.0 * w_.y[i] * w_.y[j]) * w_.sizes[i] * w_.sizes[j];
             }
-            x[i] = here;
         }
         return !evaluations_.must_end();
     }
@@ -511,7 +523,10 @@ private:
             return End::search_failed;
         }
         const double promised = -0.5 * slope;
-        promised_ = fresh_ ? promised_ : promised;
+        if (!fresh_) {
+            promised_ = promised;
+            length_ = length;
+        }
         // What the axes alone say of the curvature does not tell how far a valley goes.
         const bool within_grid = length <= 2.0 * grid;
         if (!fresh_ && (within_grid || promised <= negligible(settled_change)) && central_enough()) {
@@ -725,7 +740,8 @@ private:
     void report(End end)
     {
         using namespace core::code;
-        const bool nothing_promised = promised_ <= negligible(promise_of_nothing);
+        const bool nothing_promised =
+            promised_ <= negligible(promise_of_nothing) || length_ <= resting_steps * grid;
         switch (end) {
         case End::gradient_small:
         case End::settled:
@@ -763,6 +779,7 @@ private:
     double f_new_ = 0.0;
     double step_ = 0.0;                                         // of differences, relative
     double promised_ = std::numeric_limits<double>::infinity(); // by the last model
+    double length_ = std::numeric_limits<double>::infinity();   // of its step
     bool central_ = false;
     bool first_round_ = true;
     bool fresh_ = true; // the inverse is still the first one of its round

@@ -306,8 +306,9 @@ int read_rows(Tcl_Interp* interp, const char* option, Tcl_Obj* word, int n, Rows
         Vector values;
         status = values.get(interp, row[i]);
         if (status == TCL_OK && values.size() != n) {
-            status = fail(interp, Fault::length, option,
-                          Tcl_ObjPrintf("row %d of %s must have %d values, not %d", i, option, n, values.size()));
+            status =
+                fail(interp, Fault::length, option,
+                     Tcl_ObjPrintf("row %d of %s must have %d values, not %d", i, option, n, values.size()));
         }
         if (status == TCL_OK) {
             std::copy_n(values.data(), n, rows->left.get() + std::int64_t{i} * n);
@@ -388,13 +389,13 @@ private:
         case opt_limit:
             return get_count(interp_, value, 1, name, &problem.limit);
         case opt_lower:
-            return vector_of_n(name, value, &lower_);
+            return vector_of_n(name, value, &lower_, &problem.lower);
         case opt_upper:
-            return vector_of_n(name, value, &upper_);
+            return vector_of_n(name, value, &upper_, &problem.upper);
         case opt_progress:
             return script_.progress.set(interp_, value, 1);
         case opt_scale:
-            return vector_of_n(name, value, &scale_);
+            return vector_of_n(name, value, &scale_, &problem.sizes);
         case opt_spread:
             script_.spread = true;
             return TCL_OK;
@@ -405,7 +406,7 @@ private:
         }
     }
 
-    int vector_of_n(const char* option, Tcl_Obj* word, Vector* vector)
+    int vector_of_n(const char* option, Tcl_Obj* word, Vector* vector, const float** place)
     {
         Vector values;
         if (values.get(interp_, word) != TCL_OK) {
@@ -416,6 +417,7 @@ private:
                         Tcl_ObjPrintf("%s must have %d values, not %d", option, n_, values.size()));
         }
         *vector = std::move(values);
+        *place = vector->data();
         return TCL_OK;
     }
 
@@ -438,20 +440,14 @@ private:
                 return refuse(option, "under constraints");
             }
         }
-        if (check_bounds() != TCL_OK || check_scale() != TCL_OK || join_rows() != TCL_OK) {
-            return TCL_ERROR;
-        }
-        problem.lower = given_[opt_lower] ? lower_.data() : nullptr;
-        problem.upper = given_[opt_upper] ? upper_.data() : nullptr;
-        problem.sizes = given_[opt_scale] ? scale_.data() : nullptr;
-        return TCL_OK;
+        return check_bounds() == TCL_OK && check_scale() == TCL_OK ? join_rows() : TCL_ERROR;
     }
 
     int check_bounds()
     {
         for (int i = 0; i < n_; ++i) {
-            const float low = given_[opt_lower] ? lower_[i] : -INFINITY;
-            const float high = given_[opt_upper] ? upper_[i] : INFINITY;
+            const float low = problem.lower != nullptr ? problem.lower[i] : -INFINITY;
+            const float high = problem.upper != nullptr ? problem.upper[i] : INFINITY;
             if (!(low <= high) || low == INFINITY || high == -INFINITY) {
                 Tcl_Obj* const message =
                     Tcl_ObjPrintf("the lower bound of variable %d is not below or at its upper bound", i);
@@ -463,8 +459,8 @@ private:
 
     int check_scale()
     {
-        for (int i = 0; given_[opt_scale] && i < n_; ++i) {
-            if (!(scale_[i] > 0.0F) || std::isinf(scale_[i])) {
+        for (int i = 0; problem.sizes != nullptr && i < n_; ++i) {
+            if (!(problem.sizes[i] > 0.0F) || std::isinf(problem.sizes[i])) {
                 return fail(interp_, Fault::value, "-scale", "-scale must be of values above 0");
             }
         }
