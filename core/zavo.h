@@ -85,7 +85,13 @@ enum zavo_output_mode {
     ZAVO_OUTPUT_CONSOLE = 50004      /* the console, lines ended by CR LF */
 };
 
-/* Sets and queries the error policy. Returns the position past the closing 0,
+/* Sets and queries the error policy. Message texts are read from zavoerr.bin,
+ * which is looked for in the folders that ZAVO_SET_CATALOGUE_PATH names, else in
+ * those of the environment variable ZAVOERRPATH. `pkg-config
+ * --variable=cataloguedir zavo` prints the folder in which it is installed, so a
+ * program that was compiled with that as CATALOGUE_FOLDER says
+ *     zavo_error_options(ZAVO_SET_CATALOGUE_PATH, CATALOGUE_FOLDER, 0);
+ * Returns the position past the closing 0,
  * counting every code and value from 1. Posts 5/132 for a type outside 1..5
  * (the option is skipped) and 5/103 for an unknown code (the list ends). */
 int zavo_error_options(int code, ...);
@@ -94,6 +100,16 @@ int zavo_error_options(int code, ...);
  * it stand for message parameters, "%/" for a line feed. See
  * docs/errors for the meaning of the types -1 and 0. */
 void zavo_e1mes(int type, int code, const char* message);
+
+/* Set message parameter n = 1..9 of a kind: "%(I1)", "%(R1)", "%(C1)" (the real
+ * and the imaginary part) and "%(S1)". Other n are ignored. A string is copied,
+ * a null pointer reads "(null)"; its n may be negative. Parameters stay until
+ * they are set again. */
+void zavo_error_set_int(int n, int value);
+void zavo_error_set_real(int n, double value);
+void zavo_error_set_complex(int n, double re, double im);
+void zavo_error_set_f_complex(int n, float re, float im);
+void zavo_error_set_string(int n, const char* text);
 
 /* Reads (type -8..-1) or sets (type 0..8) the print and stop settings. */
 void zavo_e1pos(int type, int* print, int* stop);
@@ -197,7 +213,9 @@ void zavo_rnses(const float* table);
  *                     the call overwrites its scratch part
  *   ZAVO_RETURN_USER  [float*] n floats that receive the result; may be p. The
  *                     array must come from malloc(): an error (of the arguments,
- *                     or for want of memory) releases it and gives null.
+ *                     or for want of memory) releases it and gives null. An
+ *                     unknown option before this one ends the list, so the
+ *                     array then stays the caller's; after a fault it does too.
  * Posts 5/103 unknown option, 5/104 null array with an option, 5/6002 null p,
  * 5/6001 n < 1, 5/201 no memory, 5/102 fault. */
 float* zavo_f_fft_real(int n, const float* p, ...);

@@ -182,13 +182,22 @@ public:
         }
     }
 
+    // Under the trap, like everything that touches the caller's memory. zhat_
+    // keeps the array until the call has gone well.
+    void store_spectrum()
+    {
+        if (zhat_address_given_ && !core::is_failure(core::pending_type())) {
+            *zhat_address_ = zhat_.get();
+        }
+    }
+
     float* hand_over(bool failed)
     {
         if (failed) {
             return nullptr;
         }
         if (zhat_address_given_) {
-            *zhat_address_ = zhat_.hand_over();
+            zhat_.hand_over();
         }
         return result_.hand_over();
     }
@@ -296,6 +305,7 @@ extern "C" float* zavo_f_convolution(int nx, const float* x, int ny, const float
     frame.run([&] {
         call.read(options);
         call.run();
+        call.store_spectrum();
     });
     va_end(list);
     return call.hand_over(frame.failed());

@@ -170,19 +170,11 @@ public:
         }
     }
 
-    // Everything of the call; a fault keeps it from its end.
-    void transform(core::OptionReader& options)
-    {
-        read(options);
-        run();
-        done_ = true;
-    }
-
     // Kept: an array of the caller's comes back after an error too, as it stands;
     // after a fault it does not.
-    f_complex* hand_over(bool failed)
+    f_complex* hand_over(const core::EntryFrame& frame)
     {
-        const bool withheld = !done_ || (failed && !result_.borrowed());
+        const bool withheld = !frame.finished() || (frame.failed() && !result_.borrowed());
         return withheld ? nullptr : result_.hand_over();
     }
 
@@ -255,7 +247,6 @@ private:
     const f_complex* p_;
     int result_column_dimension_, input_column_dimension_;
     Direction direction_ = Direction::forward;
-    bool done_ = false;
     float* row_table_ = nullptr;
     float* column_table_ = nullptr;
     core::ResultArray<f_complex> result_;
@@ -274,9 +265,12 @@ extern "C" f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ..
     core::OptionReader options{list, 4};
     fft::Fft2dCall call{m, n, p};
     core::EntryFrame frame{"zavo_c_fft_2d_complex"};
-    frame.run([&] { call.transform(options); });
+    frame.run([&] {
+        call.read(options);
+        call.run();
+    });
     va_end(list);
-    return call.hand_over(frame.failed());
+    return call.hand_over(frame);
 }
 
 extern "C" void l_f2t2d(const int* n, const int* m, const f_complex* p, const int* ldp, f_complex* q,

@@ -39,16 +39,15 @@ public:
             core::release(arguments_.result);
             arguments_.result = nullptr;
         }
-        done_ = true;
     }
 
     // The result; null after an error or a fault.
-    float* hand_over()
+    float* hand_over(bool finished)
     {
-        if (!done_ && !arguments_.result_given) {
+        if (!finished && !arguments_.result_given) {
             core::release(arguments_.result);
         }
-        return done_ ? arguments_.result : nullptr;
+        return finished ? arguments_.result : nullptr;
     }
 
 private:
@@ -80,7 +79,6 @@ private:
 
     TransformArguments<float> arguments_;
     float* own_table_ = nullptr;
-    bool done_ = false;
 };
 
 } // namespace
@@ -98,7 +96,7 @@ extern "C" float* zavo_f_fft_real(int n, const float* p, ...)
     core::EntryFrame frame{"zavo_f_fft_real"};
     frame.run([&] { call.run(options); });
     va_end(list);
-    return call.hand_over();
+    return call.hand_over(frame.finished());
 }
 
 extern "C" float* zavo_f_fft_real_init(int n)

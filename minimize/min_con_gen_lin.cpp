@@ -41,6 +41,7 @@ public:
     // Back to rows, also when a fault has ended the run. Outside the trap: the
     // matrix was read and written before, so it cannot fault.
     void restore_matrix();
+    void store_results();
     float* hand_over();
 
 private:
@@ -168,24 +169,36 @@ void ConstrainedCall::restore_matrix()
     }
 }
 
-// After an error of type 5 nothing is handed out; pointers asked for are null.
-float* ConstrainedCall::hand_over()
+// Under the trap, since the addresses are the caller's. After an error of type 5
+// nothing is handed out; pointers asked for are null.
+void ConstrainedCall::store_results()
 {
     const bool failed = core::pending_type() == ZAVO_TERMINAL;
     if (list_option_ != nullptr) {
-        *list_option_ = failed ? nullptr : active_.hand_over();
+        *list_option_ = failed ? nullptr : active_.get();
     }
     if (multipliers_option_ != nullptr) {
-        *multipliers_option_ = failed ? nullptr : multipliers_.hand_over();
+        *multipliers_option_ = failed ? nullptr : multipliers_.get();
     }
-    if (failed) {
-        return nullptr;
-    }
-    if (value_option_ != nullptr) {
+    if (!failed && value_option_ != nullptr) {
         *value_option_ = outcome_.f;
     }
-    if (count_option_ != nullptr) {
+    if (!failed && count_option_ != nullptr) {
         *count_option_ = outcome_.active_count;
+    }
+}
+
+// What has been stored at an address is the caller's.
+float* ConstrainedCall::hand_over()
+{
+    if (core::pending_type() == ZAVO_TERMINAL) {
+        return nullptr;
+    }
+    if (list_option_ != nullptr) {
+        active_.hand_over();
+    }
+    if (multipliers_option_ != nullptr) {
+        multipliers_.hand_over();
     }
     return solution_.hand_over();
 }
@@ -205,10 +218,13 @@ extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int 
     va_end(list);
     zavo::minimize::ConstrainedCall call{fcn, nvar, ncon, neq, a, b, xlb, xub};
     zavo::core::EntryFrame frame{"zavo_f_min_con_gen_lin"};
-    frame.run([&] {
-        call.read(options);
-        call.minimize();
-    });
+    frame.run(
+        [&] {
+            call.read(options);
+            call.minimize();
+        },
+        zavo::core::Trapping::with_own_stack);
     call.restore_matrix();
+    frame.run([&] { call.store_results(); });
     return call.hand_over();
 }

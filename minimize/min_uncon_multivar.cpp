@@ -160,9 +160,11 @@ extern "C" float* zavo_f_min_uncon_multivar(zavo_objective_fn fcn, int n, ...)
     va_end(list);
     zavo::minimize::UnconstrainedCall call{fcn, n};
     zavo::core::EntryFrame frame{"zavo_f_min_uncon_multivar"};
-    frame.run([&] {
-        call.read(options);
-        call.minimize();
-    });
+    frame.run(
+        [&] {
+            call.read(options);
+            call.minimize();
+        },
+        zavo::core::Trapping::with_own_stack);
     return call.hand_over();
 }

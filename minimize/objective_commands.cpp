@@ -6,6 +6,7 @@
 #include "minimize/objective_commands.hpp"
 
 #include "core/errors/error_stack.h"
+#include "core/frame/entry_frame.hpp"
 #include "core/system/memory.hpp"
 #include "minimize/number_text.hpp"
 
@@ -31,7 +32,8 @@ bool is_plain_word(const char* word)
 }
 
 // While the procedure runs it is user code to the library, and what its own
-// calls of the library post stays behind when it is done.
+// calls of the library post stays behind when it is done. A fault in it is the
+// host's: a jump would go over the frames of the interpreter.
 class UserCode {
 public:
     UserCode() : before_(core::posted_error()) { zavo_error_user_level("ON"); }
@@ -45,6 +47,7 @@ public:
 
 private:
     core::PostedError before_;
+    core::SuspendedTrap suspended_;
 };
 
 } // namespace

@@ -36,7 +36,7 @@ float* deliver_deviates(const char* name, int n, std::va_list list, Worker* work
     core::OptionReader options{list, 2};
     core::ResultArray<float> result;
     core::EntryFrame frame{name};
-    volatile bool generated = false; // still false when a fault has cut the worker short
+    bool ready = false; // the arguments are good and there is an array
     frame.run([&] {
         if (!read_option(options, result)) {
             return;
@@ -50,10 +50,10 @@ float* deliver_deviates(const char* name, int n, std::va_list list, Worker* work
             zavo_error_post(ZAVO_TERMINAL, core::code::out_of_memory);
             return;
         }
+        ready = true;
         worker(n, result.get(), !result.borrowed());
-        generated = true;
     });
-    const bool handed_over = generated && (result.borrowed() || !frame.failed());
+    const bool handed_over = frame.finished() && ready && (result.borrowed() || !frame.failed());
     return handed_over ? result.hand_over() : nullptr;
 }
 

@@ -45,9 +45,15 @@ int file_index(int code)
 
 // ---- Finding a file ------------------------------------------------------
 
+// Where a file is looked for.
+struct Search {
+    TextBuffer path;   // folders, separated by ";"
+    TextBuffer folder; // the value of a variable that has a ";" and may yet be the name of one folder
+};
+
 // Appends a path element, or the value of the variable that it names; nothing
 // when that is unset.
-bool append_element(const char* element, std::size_t length, TextBuffer& path)
+bool append_element(const char* element, std::size_t length, Search& search)
 {
     TextBuffer variable;
     char* value = nullptr;
@@ -63,20 +69,23 @@ bool append_element(const char* element, std::size_t length, TextBuffer& path)
         value_length = length > 1 ? platform::environment(variable.c_str(), value, variable_limit + 1) : 0;
     }
     if (!is_variable || value_length > 0) {
-        if (path.size() > 0) {
-            path.append(';');
+        if (search.path.size() > 0) {
+            search.path.append(';');
         }
-        path.append(is_variable ? value : element, is_variable ? value_length : length);
+        search.path.append(is_variable ? value : element, is_variable ? value_length : length);
+    }
+    if (value_length > 0 && std::strchr(value, ';') != nullptr && search.folder.empty()) {
+        search.folder.append(value, value_length);
     }
     release(value);
-    return !path.out_of_memory();
+    return !search.path.out_of_memory() && !search.folder.out_of_memory();
 }
 
-bool expand_path(const char* source, TextBuffer& path)
+bool expand_path(const char* source, Search& search)
 {
     while (true) {
         const std::size_t length = std::strcspn(source, ";");
-        if (!append_element(source, length, path)) {
+        if (!append_element(source, length, search)) {
             return false;
         }
         if (source[length] == '\0') {
@@ -107,12 +116,14 @@ const char* find_and_open(const char* name, CatalogueFile& file)
                      ? from_environment
                      : default_path;
     }
-    TextBuffer path;
-    if (set_path.out_of_memory() || !expand_path(source, path)) {
+    Search search;
+    if (set_path.out_of_memory() || !expand_path(source, search)) {
         return "Out-of-space";
     }
     char found[found_limit];
-    if (!platform::search_path(path.c_str(), name, found, sizeof found)) {
+    if (!platform::search_path(search.path.c_str(), name, found, sizeof found) &&
+        (search.folder.empty() ||
+         !platform::find_in_folder(search.folder.c_str(), name, found, sizeof found))) {
         return "File not found";
     }
     return file.open(found);

@@ -109,10 +109,12 @@ bool CatalogueFile::read(int index, char* buffer, std::size_t* name_start)
 {
     const int shift = usable_shift(header[6]);
     const std::int64_t blocks = std::int64_t{offsets[index + 1]} - offsets[index] + 1;
-    const std::int64_t length = blocks * (std::int64_t{1} << shift);
     const std::int64_t position = data_base + (std::int64_t{offsets[index]} << shift);
-    if (length <= 0 || length > static_cast<std::int64_t>(buffer_size()) || position + length > file_size ||
-        position > LONG_MAX) {
+    // The block behind a record belongs to the read. Where the file or the
+    // buffer has less, the record may be complete all the same.
+    const std::int64_t length = std::min({blocks * (std::int64_t{1} << shift), file_size - position,
+                                          static_cast<std::int64_t>(buffer_size())});
+    if (length <= 0 || position > LONG_MAX) {
         return false;
     }
     const auto bytes = static_cast<std::size_t>(length);

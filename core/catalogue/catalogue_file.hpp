@@ -42,8 +42,8 @@ struct CatalogueFile {
     // Bytes that a buffer for any record needs.
     std::size_t buffer_size() const { return std::size_t{header[4]} + header[5] + 2; }
     // Reads a record into the buffer; false, buffer perhaps overwritten, when
-    // it lies outside the file, is longer than buffer_size() or is not two
-    // zero-terminated strings. Stores where the second string starts.
+    // it is not two zero-terminated strings within the file and buffer_size().
+    // Stores where the second string starts.
     bool read(int index, char* buffer, std::size_t* name_start);
 
 private:

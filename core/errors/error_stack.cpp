@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace zavo::core {
 
@@ -116,6 +117,22 @@ void recover_from_fault(const char* name)
     }
     if (level > 0) {
         state.top = level;
+    }
+}
+
+// A user function runs with the modes of its own.
+void enter_user_code(ErrorState& state)
+{
+    if (state.host_control != platform::usual_float_control) {
+        platform::set_float_control(std::exchange(state.host_control, platform::usual_float_control));
+    }
+}
+
+void leave_user_code(ErrorState& state)
+{
+    state.host_control = platform::float_control();
+    if (state.host_control != platform::usual_float_control) {
+        platform::set_float_control(platform::usual_float_control);
     }
 }
 
@@ -279,7 +296,12 @@ void zavo_error_post(int type, int code)
 void zavo_error_user_level(const char* switch_text)
 {
     const bool on = switch_text[0] != '\0' && (switch_text[1] == 'N' || switch_text[1] == 'n');
-    error_state().current().user_level = on ? 1 : 0;
+    ErrorState& state = error_state();
+    StackEntry& entry = state.current();
+    if ((entry.user_level != 0) != on) {
+        on ? enter_user_code(state) : leave_user_code(state);
+    }
+    entry.user_level = on ? 1 : 0;
 }
 
 namespace {

@@ -11,14 +11,6 @@ extern "C" {
 void zavo_error_push(const char* name);
 int zavo_error_pop(const char* name);
 
-// Message parameters, n = 1..9; other indices are ignored. Strings are copied;
-// their index may be negative.
-void zavo_error_set_int(int n, int value);
-void zavo_error_set_real(int n, double value);
-void zavo_error_set_complex(int n, double re, double im);
-void zavo_error_set_f_complex(int n, float re, float im);
-void zavo_error_set_string(int n, const char* text);
-
 // Posts at the top entry with the catalogue's text for the code.
 void zavo_error_post(int type, int code);
 

@@ -1,6 +1,7 @@
 // The error stack itself; for the files that implement it.
 #pragma once
 
+#include "core/system/float_control.hpp"
 #include "core/system/text_buffer.hpp"
 
 namespace zavo::core {
@@ -25,6 +26,9 @@ struct ErrorState {
     int carried_type = 0; // what the last pop carried down: level 0
     int carried_code = 0;
     bool fault_pending = false;
+    // Modes of the user code that called the library; the usual ones while user
+    // code runs.
+    platform::FloatControl host_control = platform::usual_float_control;
 
     // The text of the current error is messages[message_depth], empty when there
     // is none. While a handler or hook runs, which may post errors of its own,

@@ -1,6 +1,7 @@
 // Message parameters and their place in a message text:
 //   %(I1)      integer parameter 1; R real, C complex, S string, by kind
-//   %(I1%05d)  the same in a format of the text's own
+//   %(I1%05d)  the same in a format of the text's own; of a complex parameter it
+//              has one conversion, for either part, or two, for the pair
 //   %/         a line feed
 // An unknown kind stays visible: "%(Q1)" gives "%(Q1)".
 
@@ -8,11 +9,14 @@
 #include "core/errors/error_stack.h"
 #include "core/errors/error_state.hpp"
 
+#include <clocale>
 #include <cstring>
 
 namespace zavo::core {
 
 namespace {
+
+constexpr std::size_t longest_format = 63; // of a text's own
 
 enum class Kind { complex, real, integer, string, unknown };
 
@@ -65,8 +69,8 @@ bool skip_number(const char*& at)
     return digits <= 3;
 }
 
-// True when `format` holds exactly one conversion, and that of the kind.
-bool fits(const char* format, Kind kind)
+// How many conversions `format` holds; 0 when one of them is not of the kind.
+int conversions_in(const char* format, Kind kind)
 {
     int conversions = 0;
     for (const char* at = format; *at != '\0'; ++at) {
@@ -79,24 +83,66 @@ bool fits(const char* format, Kind kind)
         }
         at += std::strspn(at, "-+ #0");
         if (!skip_number(at)) {
-            return false;
+            return 0;
         }
         if (*at == '.') {
             ++at;
             if (!skip_number(at)) {
-                return false;
+                return 0;
             }
         }
         if (*at == '\0' || std::strchr(conversions_of(kind), *at) == nullptr) {
-            return false;
+            return 0;
         }
         ++conversions;
     }
-    return conversions == 1;
+    return conversions;
+}
+
+bool fits(const char* format, Kind kind)
+{
+    const int conversions = conversions_in(format, kind);
+    return conversions == 1 || (conversions == 2 && kind == Kind::complex);
 }
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
+// A number by one conversion, with a point for the decimal point of the locale.
+void append_number(const char* conversion, double value, TextBuffer& out)
+{
+    const std::size_t start = out.size();
+    out.format(conversion, value);
+    const char* const point = std::localeconv()->decimal_point;
+    if (std::strcmp(point, ".") != 0) {
+        std::size_t at = start;
+        while (at < out.size() && !out.replace_at(at, point, '.')) {
+            ++at;
+        }
+    }
+}
+
+// The text of `format` with a value for each of its conversions.
+void append_numbers(const char* format, const double* values, TextBuffer& out)
+{
+    while (*format != '\0') {
+        const std::size_t plain = std::strcspn(format, "%");
+        out.append(format, plain);
+        format += plain;
+        if (format[0] == '%' && format[1] == '%') {
+            out.append('%');
+            format += 2;
+        } else if (format[0] == '%') {
+            char conversion[longest_format + 1];
+            const std::size_t length = 2 + std::strspn(format + 1, "-+ #.0123456789");
+            std::memcpy(conversion, format, length);
+            conversion[length] = '\0';
+            append_number(conversion, *values, out);
+            ++values;
+            format += length;
+        }
+    }
+}
 
 // format: one that fits() has accepted, or the kind's ordinary one.
 void append_value(Kind kind, int i, const char* format, TextBuffer& out)
@@ -107,15 +153,21 @@ void append_value(Kind kind, int i, const char* format, TextBuffer& out)
         out.format(format, parameters.integer[i]);
         break;
     case Kind::real:
-        out.format(format, parameters.real[i]);
+        append_numbers(format, &parameters.real[i], out);
         break;
-    case Kind::complex:
-        out.append('(');
-        out.format(format, parameters.complex[i].re);
-        out.append(',');
-        out.format(format, parameters.complex[i].im);
-        out.append(')');
+    case Kind::complex: {
+        const double parts[] = {parameters.complex[i].re, parameters.complex[i].im};
+        if (conversions_in(format, kind) == 2) {
+            append_numbers(format, parts, out);
+        } else {
+            out.append('(');
+            append_numbers(format, &parts[0], out);
+            out.append(',');
+            append_numbers(format, &parts[1], out);
+            out.append(')');
+        }
         break;
+    }
     case Kind::string:
         out.format(format, parameters.string[i].c_str());
         break;
@@ -134,7 +186,6 @@ const char* ordinary_format(Kind kind)
 // text: behind "%("; returns the place behind the closing ")".
 const char* append_parameter(const char* text, TextBuffer& out)
 {
-    constexpr std::size_t longest_format = 63;
     const Kind kind = kind_of(text[0]);
     const int i = text[1] - '1';
     const char* const behind = text + 2;

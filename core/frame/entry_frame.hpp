@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/errors/error_stack.h"
+#include "core/system/float_control.hpp"
 #include "core/system/memory.hpp"
 
 #include <type_traits>
@@ -35,14 +36,28 @@ enum class Trapping {
 // a fault.
 bool run_trapped(void (*work)(void* context), void* context, Trapping trapping);
 
+// To the usual modes of floating-point results from the host's, and back.
+void enter_usual_control(platform::FloatControl host);
+void leave_usual_control(platform::FloatControl host);
+
 class EntryFrame {
 public:
     // name: a literal; pushed here, popped by the destructor.
-    explicit EntryFrame(const char* name) : name_(name), mark_(work_mark()) { zavo_error_push(name); }
+    explicit EntryFrame(const char* name)
+        : name_(name), mark_(work_mark()), host_control_(platform::float_control())
+    {
+        zavo_error_push(name);
+        if (host_control_ != platform::usual_float_control) {
+            enter_usual_control(host_control_);
+        }
+    }
     ~EntryFrame()
     {
         release_work_since(mark_);
         zavo_error_pop(name_);
+        if (host_control_ != platform::usual_float_control) {
+            leave_usual_control(host_control_);
+        }
     }
     EntryFrame(const EntryFrame&) = delete;
     EntryFrame& operator=(const EntryFrame&) = delete;
@@ -73,6 +88,7 @@ public:
 private:
     const char* name_;
     void* mark_;
+    platform::FloatControl host_control_;
     bool finished_ = false;
 };
 

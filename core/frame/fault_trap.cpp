@@ -220,6 +220,8 @@ bool run_trapped(void (*work)(void* context), void* context, Trapping trapping)
         disarm();
         return true;
     }
+    // The system may have reset the modes for the handler.
+    platform::set_float_control(platform::usual_float_control);
     // Disarmed before it is posted: a handler of the host that faults now meets
     // the level around this one, or its own host's handlers.
     FaultTrap& after = fault_trap();
@@ -227,6 +229,18 @@ bool run_trapped(void (*work)(void* context), void* context, Trapping trapping)
     disarm();
     zavo_error_post(ZAVO_TERMINAL, code::fault_trapped);
     return false;
+}
+
+void enter_usual_control(platform::FloatControl host)
+{
+    error_state().host_control = host;
+    platform::set_float_control(platform::usual_float_control);
+}
+
+void leave_usual_control(platform::FloatControl host)
+{
+    error_state().host_control = platform::usual_float_control;
+    platform::set_float_control(host);
 }
 
 SuspendedTrap::SuspendedTrap() : floor_(fault_trap().floor), trusted_(fault_trap().trusted)

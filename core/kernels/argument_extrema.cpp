@@ -1,6 +1,5 @@
 // Smallest and largest of an argument list: four faces over one template. Each
-// runs under the entry frame in its own name and keeps its result in static
-// storage, where it survives the jump out of a trapped fault.
+// runs under the entry frame in its own name.
 #include "core/frame/entry_frame.hpp"
 
 #include <cstdarg>
@@ -48,8 +47,7 @@ struct Largest {
 template <class T, class Rule>
 T extremum(const char* name, int n, Arguments& arguments)
 {
-    static T result;
-    result = T{0};
+    T result = T{0};
     {
         zavo::core::EntryFrame frame{name};
         frame.run([&] {

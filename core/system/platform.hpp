@@ -19,6 +19,9 @@ std::size_t environment(const char* name, char* buffer, std::size_t capacity);
 // ";") and copies its path name. False when there is none.
 bool search_path(const char* path, const char* name, char* buffer, std::size_t capacity);
 
+// The same in one folder, whose name may have a ";".
+bool find_in_folder(const char* folder, const char* name, char* buffer, std::size_t capacity);
+
 // File name part of the host program's path.
 void program_name(char* buffer, std::size_t capacity);
 

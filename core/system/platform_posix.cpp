@@ -40,24 +40,32 @@ bool is_readable_file(const char* path)
     return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, R_OK) == 0;
 }
 
+bool is_in_folder(const char* folder, std::size_t length, const char* name, char* buffer,
+                  std::size_t capacity)
+{
+    const int written = std::snprintf(buffer, capacity, "%.*s/%s", static_cast<int>(length), folder, name);
+    return written > 0 && static_cast<std::size_t>(written) < capacity && is_readable_file(buffer);
+}
+
 } // namespace
 
 bool search_path(const char* path, const char* name, char* buffer, std::size_t capacity)
 {
     while (true) {
         const std::size_t length = std::strcspn(path, ";");
-        if (length > 0) {
-            const int written =
-                std::snprintf(buffer, capacity, "%.*s/%s", static_cast<int>(length), path, name);
-            if (written > 0 && static_cast<std::size_t>(written) < capacity && is_readable_file(buffer)) {
-                return true;
-            }
+        if (length > 0 && is_in_folder(path, length, name, buffer, capacity)) {
+            return true;
         }
         if (path[length] == '\0') {
             return false;
         }
         path += length + 1;
     }
+}
+
+bool find_in_folder(const char* folder, const char* name, char* buffer, std::size_t capacity)
+{
+    return is_in_folder(folder, std::strlen(folder), name, buffer, capacity);
 }
 
 void program_name(char* buffer, std::size_t capacity)

@@ -37,6 +37,15 @@ bool search_path(const char* path, const char* name, char* buffer, std::size_t c
     return length > 0 && length < capacity;
 }
 
+// A path that is complete is looked for where it says.
+bool find_in_folder(const char* folder, const char* name, char* buffer, std::size_t capacity)
+{
+    char path[2 * MAX_PATH];
+    const int written = std::snprintf(path, sizeof path, "%s\\%s", folder, name);
+    return written > 0 && static_cast<std::size_t>(written) < sizeof path &&
+           search_path(".", path, buffer, capacity);
+}
+
 void program_name(char* buffer, std::size_t capacity)
 {
     char path[MAX_PATH + 1] = "";

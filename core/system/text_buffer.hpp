@@ -74,6 +74,19 @@ public:
     // printf into the buffer.
     [[gnu::format(printf, 2, 3)]] void format(const char* format, ...);
 
+    // Puts one character in place of `text`, when that stands at `at`.
+    bool replace_at(std::size_t at, const char* text, char by)
+    {
+        const std::size_t length = std::strlen(text);
+        if (length == 0 || at + length > size_ || std::memcmp(text_ + at, text, length) != 0) {
+            return false;
+        }
+        text_[at] = by;
+        std::memmove(text_ + at + 1, text_ + at + length, size_ - at - length + 1);
+        size_ -= length - 1;
+        return true;
+    }
+
     // Shows a literal instead until the next clear(): needs no memory.
     void set_static(const char* literal) { static_ = literal; }
 

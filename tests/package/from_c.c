@@ -4,12 +4,16 @@
 
 #include <math.h>
 #include <stdlib.h>
+#include <string.h>
 
 static int errors_seen = 0;
+static char last_message[200];
+static const float one = 1;
 
 static void count_error(int type, int code, const char* routine, const char* message)
 {
     printf("type %d code %d from %s%s\n", type, code, routine, message[0] != '\0' ? ", with a text" : "");
+    strncpy(last_message, message, sizeof last_message - 1);
     ++errors_seen;
 }
 
@@ -42,6 +46,22 @@ static int find_minimum(void)
     return good;
 }
 
+/* Built with the folder that `pkg-config --variable=cataloguedir zavo` prints. */
+static int read_a_message(void)
+{
+#ifdef CATALOGUE_FOLDER
+    zavo_error_options(ZAVO_SET_CATALOGUE_PATH, CATALOGUE_FOLDER, 0);
+#endif
+    last_message[0] = '\0';
+    zavo_f_fft_real(0, &one, 0);
+    --errors_seen;
+#ifdef CATALOGUE_FOLDER
+    return last_message[0] != '\0' && strncmp(last_message, "Error code", 10) != 0;
+#else
+    return last_message[0] != '\0';
+#endif
+}
+
 int main(void)
 {
     zavo_error_options(ZAVO_SET_ERROR_HANDLER, count_error, ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);
@@ -55,6 +75,10 @@ int main(void)
     }
     if (!find_minimum()) {
         puts("the minimum is wrong");
+        return 1;
+    }
+    if (!read_a_message()) {
+        puts("there are no messages");
         return 1;
     }
     if (errors_seen != 0 || zavo_i_machine(13) != 0 || errors_seen != 1 || zavo_error_code(1) != 132) {

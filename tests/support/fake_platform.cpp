@@ -47,6 +47,12 @@ bool search_path(const char* path, const char*, char* buffer, std::size_t capaci
     return test::copy(fake_platform().found, buffer, capacity) > 0;
 }
 
+bool find_in_folder(const char* folder, const char*, char* buffer, std::size_t capacity)
+{
+    fake_platform().folders.emplace_back(folder);
+    return test::copy(fake_platform().found_in_folder, buffer, capacity) > 0;
+}
+
 void program_name(char* buffer, std::size_t capacity)
 {
     test::copy("host.exe", buffer, capacity);

@@ -18,6 +18,8 @@ struct ShownBox {
 struct FakePlatform {
     std::map<std::string, std::string> variables;
     std::vector<std::string> searched; // paths that files were looked for in
+    std::vector<std::string> folders;  // single ones that files were looked for in
+    std::string found_in_folder;
     std::string found;                 // answer to the next searches; empty for none
     std::vector<ShownBox> boxes;
     int consoles_opened = 0;

@@ -167,7 +167,7 @@ TEST_F(catalogue, a_record_that_cannot_be_read_answers_with_the_failure_text)
     const std::size_t record = good.offsets[2] - 1U; // in `records`
     std::vector<CatalogueBuilder> bad(9, good);
     bad[0].offsets[2] = 60000;                                           // beyond the end
-    bad[1].offsets[3] = 60000;                                           // too long for the buffer
+    bad[1].offsets[2] = 65535;                                           // as far as an offset goes
     bad[2].offsets[3] = static_cast<std::uint16_t>(good.offsets[2] - 1); // no length
     bad[3].offsets[3] = 0;                                               // out of order
     bad[4].header[4] = 3;                                                // buffer promised too small
@@ -221,6 +221,51 @@ TEST_F(catalogue, the_record_read_last_needs_no_file)
     EXPECT_STREQ(catalogue_message(7), "Seven.");
     EXPECT_STREQ(code_text(7), "SEVEN");
 }
+
+// Other writers put nothing behind the last record, and announce the longest text
+// and the longest name.
+TEST_F(catalogue, a_last_record_may_end_the_file_and_the_lengths_may_be_just_those_of_the_texts)
+{
+    for (unsigned shift = 0; shift <= 6; ++shift) {
+        SCOPED_TRACE(shift);
+        CatalogueBuilder tight = CatalogueBuilder{few, false, shift}.build();
+        tight.records.resize(tight.records.size() - (std::size_t{1} << shift));
+        tight.header[4] = 15; // "Argument %(S1)."
+        tight.header[5] = 7;  // "OUTSIDE"
+        folder.write("zavoerr.bin", tight.bytes());
+        reset_catalogue();
+        set_catalogue_path(folder.path().c_str());
+        expect_few();
+    }
+}
+
+TEST_F(catalogue, a_record_without_its_closing_zeros_is_refused_at_the_end_of_the_file_too)
+{
+    CatalogueBuilder cut = CatalogueBuilder{few}.build();
+    cut.records.resize(cut.records.size() - 2); // the block behind it, and the last zero
+    folder.write("zavoerr.bin", cut.bytes());
+    reset_catalogue();
+    set_catalogue_path(folder.path().c_str());
+    EXPECT_STREQ(catalogue_message(60000), "Error in reading zavoerr.bin for error message 60000.\n"
+                                           "Cannot seek to correct location.\n");
+}
+
+#if !defined(_WIN32)
+TEST_F(catalogue, a_variable_may_name_a_folder_that_is_long_or_has_a_semicolon)
+{
+    for (const std::string& name : {std::string(200, 'a') + "/" + std::string(200, 'b'), std::string("a;b")}) {
+        SCOPED_TRACE(name);
+        const std::string path = folder.path() + "/" + name;
+        std::filesystem::create_directories(path);
+        folder.write(name + "/zavoerr.bin", CatalogueBuilder{few}.build().bytes());
+        setenv("ZAVO_TEST_FOLDER", path.c_str(), 1);
+        reset_catalogue();
+        set_catalogue_path("nowhere;$ZAVO_TEST_FOLDER");
+        EXPECT_STREQ(catalogue_message(7), "Seven.");
+        unsetenv("ZAVO_TEST_FOLDER");
+    }
+}
+#endif
 
 TEST_F(catalogue, shortage_of_memory_is_told_and_leaks_nothing)
 {

@@ -2,7 +2,9 @@
 
 #include "tests/support/captured_errors.hpp"
 
+#include <cfenv>
 #include <csignal>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace {
@@ -170,6 +172,179 @@ TEST(entry_frame, switched_off_no_handler_is_installed)
         EXPECT_NE(inside, handler_of_the_host);
     });
     std::signal(SIGSEGV, before);
+}
+
+// A handler of the library's user that faults when it is told of 102, so often.
+int faults_to_come = 0;
+
+void handler_that_faults(int, int code, const char*, const char*)
+{
+    if (code == 102 && faults_to_come > 0) {
+        --faults_to_come;
+        fault_by_memory();
+    }
+}
+
+void exit_of_the_host(int)
+{
+    std::_Exit(77);
+}
+
+TEST(entry_frame, a_handler_that_faults_again_leaves_no_level_armed)
+{
+    // Once: the fault in the handler, told of 102 of "inner", is one of "outer".
+    // Twice: told of 102 of "outer", too; then no level is left and it is the host's.
+    for (const int times : {1, 2}) {
+        EXPECT_EXIT(
+            {
+                CapturedErrors errors;
+                std::signal(SIGSEGV, exit_of_the_host);
+                faults_to_come = times;
+                routine("outer", [] {
+                    zavo_error_options(ZAVO_SET_ERROR_HANDLER, &handler_that_faults, 0);
+                    routine("inner", [] { fault_by_memory(); });
+                    std::_Exit(1); // not reached
+                });
+                fault_by_memory(); // the host's own: to its handler
+                std::_Exit(2);
+            },
+            testing::ExitedWithCode(77), "");
+    }
+}
+
+TEST(entry_frame, what_runs_at_exit_after_a_stop_has_the_hosts_handlers)
+{
+    EXPECT_EXIT(
+        {
+            std::signal(SIGSEGV, exit_of_the_host);
+            std::atexit(fault_by_memory);
+            routine("stopping", [] { zavo_e1mes(ZAVO_TERMINAL, 1, "stop"); });
+        },
+        testing::ExitedWithCode(77), "stop");
+}
+
+TEST(entry_frame, the_frame_knows_whether_the_worker_has_finished)
+{
+    CapturedErrors errors;
+    EntryFrame frame{"routine"};
+    EXPECT_FALSE(frame.finished());
+    EXPECT_TRUE(frame.run([] {}));
+    EXPECT_TRUE(frame.finished());
+    EXPECT_FALSE(frame.run([] { fault_by_memory(); }));
+    EXPECT_FALSE(frame.finished());
+    EXPECT_TRUE(frame.failed());
+}
+
+TEST(entry_frame, while_the_trap_is_suspended_a_fault_is_the_hosts_but_routines_below_trap_theirs)
+{
+    EXPECT_EXIT(
+        {
+            CapturedErrors errors;
+            std::signal(SIGSEGV, exit_of_the_host);
+            routine("outer", [] {
+                const zavo::core::SuspendedTrap suspended;
+                if (routine("inner", [] { fault_by_memory(); }) != 0) {
+                    std::_Exit(1);
+                }
+                fault_by_memory();
+            });
+            std::_Exit(2);
+        },
+        testing::ExitedWithCode(77), "");
+    CapturedErrors errors;
+    EXPECT_EQ(routine("outer",
+                      [] {
+                          { const zavo::core::SuspendedTrap suspended; }
+                          fault_by_memory();
+                      }),
+              0);
+}
+
+TEST(entry_frame, a_trusted_caller_arms_nothing)
+{
+    const auto before = std::signal(SIGSEGV, handler_of_the_host);
+    {
+        const zavo::core::TrustedCaller trusted;
+        routine("untrapped", [] { EXPECT_EQ(std::signal(SIGSEGV, handler_of_the_host), handler_of_the_host); });
+    }
+    std::signal(SIGSEGV, before);
+}
+
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
+// Frames of a kilobyte until the stack is used up.
+[[gnu::noinline]] int use_up_stack(int depth)
+{
+    volatile char frame[1024];
+    frame[0] = static_cast<char>(depth);
+    return depth < 0 ? 0 : use_up_stack(depth + 1) + frame[0];
+}
+
+TEST(entry_frame, a_stack_that_is_used_up_is_trapped_where_user_functions_run)
+{
+    CapturedErrors errors;
+    for (int i = 0; i < 3; ++i) {
+        EntryFrame frame{"deep"};
+        EXPECT_FALSE(frame.run([] { use_up_stack(0); }, zavo::core::Trapping::with_own_stack));
+    }
+    EXPECT_EQ(errors.codes(), "5/511 5/102 5/511 5/102 5/511 5/102");
+    stack_t stack{};
+    EXPECT_EQ(sigaltstack(nullptr, &stack), 0);
+    EXPECT_NE(stack.ss_flags & SS_DISABLE, 0);
+}
+
+TEST(entry_frame, a_signal_stack_of_the_host_stays)
+{
+    static char memory[65536];
+    stack_t own{};
+    own.ss_sp = memory;
+    own.ss_size = sizeof memory;
+    ASSERT_EQ(sigaltstack(&own, nullptr), 0);
+    EntryFrame frame{"routine"};
+    frame.run([] {}, zavo::core::Trapping::with_own_stack);
+    stack_t after{};
+    EXPECT_EQ(sigaltstack(nullptr, &after), 0);
+    EXPECT_EQ(after.ss_sp, memory);
+    own.ss_flags = SS_DISABLE;
+    sigaltstack(&own, nullptr);
+}
+#endif
+
+// ---- Modes of floating-point results
+
+// A sum that the mode decides: to nearest it is 1.
+[[gnu::noinline]] bool rounds_upwards()
+{
+    volatile double large = 1.0;
+    volatile double small = 1e-30;
+    return large + small > 1.0;
+}
+
+TEST(entry_frame, routines_compute_with_the_usual_modes_and_put_the_hosts_back)
+{
+    CapturedErrors errors;
+    ASSERT_EQ(std::fesetround(FE_UPWARD), 0);
+    bool inside = true;
+    bool in_user_code = false;
+    bool in_nested_routine = true;
+    bool after_user_code = true;
+    routine("routine", [&] {
+        inside = rounds_upwards();
+        zavo_error_user_level("ON");
+        in_user_code = rounds_upwards();
+        routine("nested", [&] { in_nested_routine = rounds_upwards(); });
+        const bool still = rounds_upwards();
+        zavo_error_user_level("OFF");
+        in_user_code = in_user_code && still;
+        after_user_code = rounds_upwards();
+    });
+    EXPECT_TRUE(rounds_upwards());
+    routine("faulty", [&] { fault_by_memory(); });
+    EXPECT_TRUE(rounds_upwards());
+    std::fesetround(FE_TONEAREST);
+    EXPECT_FALSE(inside);
+    EXPECT_TRUE(in_user_code);
+    EXPECT_FALSE(in_nested_routine);
+    EXPECT_FALSE(after_user_code);
 }
 
 TEST(entry_frame, pop_after_a_pending_fault_drops_to_the_routine_named)

@@ -126,8 +126,10 @@ TEST(error_options, streams_are_read_and_stored_by_unit)
     FILE* got = nullptr;
     zavo_error_options(ZAVO_GET_ERROR_STREAM, &got, 0);
     EXPECT_EQ(got, stdout);
-    stream = stderr;
+    stream = nullptr; // as with the option: standard error again
     zavo_error_stream(-3, &stream);
+    zavo_error_options(ZAVO_GET_ERROR_STREAM, &got, 0);
+    EXPECT_EQ(got, stderr);
     CapturedErrors errors;
     zavo_error_stream(4, &stream);
     zavo_error_stream(0, &stream);

@@ -173,6 +173,78 @@ TEST(error_stack, query_of_another_level_is_an_internal_error)
     EXPECT_EXIT(zavo_error_code(-1), testing::ExitedWithCode(8), "");
 }
 
+// A handler that posts errors of its own and calls the library before it reads the
+// text that it was given.
+std::string text_after_a_call;
+
+void call_and_read(int, int code, const char*, const char* message)
+{
+    if (code == 1) {
+        zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 2, "another text, long enough for memory of its own ...........");
+        zavo_error_push("nested");
+        zavo_e1mes(ZAVO_TERMINAL, 3, "a third");
+        zavo_error_pop("nested");
+        text_after_a_call = message;
+    }
+}
+
+TEST(error_stack, a_handlers_message_lives_until_the_handler_returns)
+{
+    for (const int type : {ZAVO_WARNING, ZAVO_TERMINAL}) {
+        CapturedErrors errors;
+        zavo_error_options(ZAVO_SET_ERROR_HANDLER, &call_and_read, 0);
+        text_after_a_call.clear();
+        zavo_error_push("routine");
+        zavo_e1mes(type, 1, "the text");
+        zavo_error_pop("routine");
+        EXPECT_EQ(text_after_a_call, "the text");
+    }
+}
+
+void nest(int, int code, const char*, const char* message)
+{
+    const std::string before = message;
+    if (code < 40) {
+        zavo_e1mes(ZAVO_WARNING_IMMEDIATE, code + 1, "nested");
+    }
+    text_after_a_call += code < 15 && before != message ? "x" : "";
+}
+
+TEST(error_stack, handlers_may_nest_deeply)
+{
+    CapturedErrors errors;
+    zavo_error_options(ZAVO_SET_ERROR_HANDLER, &nest, 0);
+    text_after_a_call.clear();
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 1, "the text");
+    zavo_error_pop("routine");
+    EXPECT_EQ(text_after_a_call, "");
+}
+
+// An error that is posted before and one after the process has begun to end.
+struct CallsAtExit {
+    ~CallsAtExit()
+    {
+        zavo_error_push("late");
+        zavo_error_set_string(1, "parameter");
+        zavo_e1mes(ZAVO_WARNING, 1, "late text with a %(S1)");
+        zavo_error_pop("late");
+    }
+};
+
+TEST(error_stack, objects_that_go_at_exit_may_call_the_library)
+{
+    EXPECT_EXIT(
+        {
+            static const CallsAtExit made_before_the_first_error;
+            zavo_error_push("early");
+            zavo_e1mes(ZAVO_WARNING, 1, "early text");
+            zavo_error_pop("early");
+            std::exit(3);
+        },
+        testing::ExitedWithCode(3), "late text with a parameter");
+}
+
 TEST(error_stack, user_level_reads_the_second_character)
 {
     CapturedErrors errors;

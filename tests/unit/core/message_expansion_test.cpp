@@ -3,6 +3,8 @@
 #include "tests/support/captured_errors.hpp"
 
 #include <climits>
+#include <clocale>
+#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
@@ -103,6 +105,38 @@ TEST_F(message_expansion, indices_outside_1_to_9_are_ignored)
     zavo_error_set_string(0, "x");
     zavo_error_set_string(INT_MIN, "x");
     EXPECT_EQ(expanded("%(I1)"), "7");
+}
+
+TEST_F(message_expansion, two_conversions_format_a_complex_pair)
+{
+    zavo_error_set_complex(1, 1.25, -3.5);
+    EXPECT_EQ(expanded("%(Z1%.1f %.2f)"), "1.2 -3.50");
+    EXPECT_EQ(expanded("%(Z1%g%+gi)"), "1.25-3.5i");
+    EXPECT_EQ(expanded("%(Z1%g)"), "(1.25,-3.5)");
+    EXPECT_EQ(expanded("%(Z1%g %g %g)"), "(1.250000e+00,-3.500000e+00)");
+    EXPECT_EQ(expanded("%(Z1%g %d)"), "(1.250000e+00,-3.500000e+00)");
+    EXPECT_EQ(expanded("%(R1%g %g)"), "0.000000e+00") << "a real is no pair";
+}
+
+// In a locale with a decimal comma; such a one is not everywhere.
+TEST_F(message_expansion, numbers_have_a_point_in_every_locale)
+{
+    bool found = false;
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "German"}) {
+        found = found || (std::setlocale(LC_NUMERIC, name) != nullptr &&
+                          std::strcmp(std::localeconv()->decimal_point, ",") == 0);
+        if (found) {
+            break;
+        }
+    }
+    if (!found) {
+        GTEST_SKIP() << "no locale with a decimal comma";
+    }
+    zavo_error_set_real(1, 1.5);
+    zavo_error_set_complex(1, 1.25, -3.5);
+    const std::string several = expanded("%(R1%.1f), %(Z1) %(Z1%.1f,%.1f)");
+    std::setlocale(LC_NUMERIC, "C");
+    EXPECT_EQ(several, "1.5, (1.250000e+00,-3.500000e+00) 1.2,-3.5");
 }
 
 TEST_F(message_expansion, long_strings_are_not_cut)
