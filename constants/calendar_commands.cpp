@@ -23,7 +23,7 @@ int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* a
     }
     forget_last_error(); // a note may stand behind the error that fails the date
     const int days = zavo_date_to_days(day, month, year);
-    if (zavo_error_result(interp) || failure_reported(interp)) {
+    if (failure_reported(interp)) {
         return TCL_ERROR;
     }
     Tcl_SetObjResult(interp, Tcl_NewIntObj(days));

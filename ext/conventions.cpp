@@ -1,10 +1,13 @@
 #include "ext/conventions.hpp"
 
+#include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
 #include "core/thread_state.hpp"
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -13,12 +16,35 @@ zavo::core::ModuleState& module_state()
     return zavo::core::thread_state().module;
 }
 
+// Of a text that has been cut: the first bytes of a character in UTF-8 whose last
+// ones are lost.
+void drop_part_of_character(char* text)
+{
+    const std::size_t length = std::strlen(text);
+    std::size_t start = length;
+    while (start > 0 && length - start < 4 && (static_cast<unsigned char>(text[start - 1]) & 0xc0U) == 0x80U) {
+        --start;
+    }
+    if (start == 0 || static_cast<unsigned char>(text[start - 1]) < 0xc0U) {
+        return; // ends with a character of one byte, or is no UTF-8
+    }
+    const auto first = static_cast<unsigned char>(text[start - 1]);
+    const std::size_t bytes = first < 0xe0U ? 2 : first < 0xf0U ? 3 : 4;
+    if (length - (start - 1) < bytes) {
+        text[start - 1] = '\0';
+    }
+}
+
 } // namespace
 
 void zavo_error_handler(int type, int code, const char* routine, const char* message)
 {
     zavo::core::ModuleState& state = module_state();
-    std::snprintf(state.last_error_text, sizeof state.last_error_text, "%s: %s", routine, message);
+    const int length =
+        std::snprintf(state.last_error_text, sizeof state.last_error_text, "%s: %s", routine, message);
+    if (length >= static_cast<int>(sizeof state.last_error_text)) {
+        drop_part_of_character(state.last_error_text);
+    }
     std::snprintf(state.last_error_routine, sizeof state.last_error_routine, "%s", routine);
     state.last_error_type = type;
     state.last_error_code = code;
@@ -56,11 +82,17 @@ void describe_last_error(zavo_engine_error* error)
 
 bool failure_reported(Tcl_Interp* interp)
 {
-    const bool failed = core::is_failure(module_state().last_error_type);
-    if (failed) {
-        Tcl_SetResult(interp, module_state().last_error_text, TCL_STATIC);
+    core::ModuleState& state = module_state();
+    if (!core::is_failure(state.last_error_type)) {
+        return false;
     }
-    return failed;
+    char type[16];
+    char code[16];
+    std::snprintf(type, sizeof type, "%d", state.last_error_type);
+    std::snprintf(code, sizeof code, "%d", state.last_error_code);
+    Tcl_SetResult(interp, state.last_error_text, TCL_STATIC);
+    Tcl_SetErrorCode(interp, "ZAVO", type, code, state.last_error_routine, nullptr);
+    return true;
 }
 
 int usage(Tcl_Interp* interp, const char* command, const char* arguments)
@@ -86,6 +118,32 @@ int library_failure(Tcl_Interp* interp)
 {
     zavo_error_result(interp);
     return TCL_ERROR;
+}
+
+int memory_failure(Tcl_Interp* interp, const char* routine, const char* argument, int count)
+{
+    zavo_error_push(routine);
+    zavo_error_set_string(1, argument);
+    zavo_error_set_int(1, count);
+    zavo_error_post(ZAVO_TERMINAL, core::code::no_memory_for_array);
+    zavo_error_pop(routine);
+    return library_failure(interp);
+}
+
+float* padded_copy(const DynList* list, int count)
+{
+    auto* const copy = static_cast<float*>(
+        core::allocate_zeroed(static_cast<std::size_t>(count), sizeof(float)));
+    if (copy != nullptr && count_of(list) > 0) {
+        std::memcpy(copy, floats_of(list), static_cast<std::size_t>(count_of(list)) * sizeof(float));
+    }
+    return copy;
+}
+
+const float* values_of(const DynList* list)
+{
+    static const float nothing[2] = {};
+    return count_of(list) > 0 ? floats_of(list) : nothing;
 }
 
 int HeldList::find(Tcl_Interp* interp, const char* name)

@@ -28,6 +28,12 @@ int fail(Tcl_Interp* interp, const char* command, const char* text);       // co
 int bad_datatype(Tcl_Interp* interp, const char* command); // command ": data must be lists or floats"
 int library_failure(Tcl_Interp* interp);                   // of the library's last error
 
+// For a list or an array that memory does not allow: posts 5/201 under the name of
+// the routine that the command stands for, with `count` elements of `argument`.
+int memory_failure(Tcl_Interp* interp, const char* routine, const char* argument, int count);
+
+// Both set errorCode to {ZAVO type code routine} of the error.
+
 // For a routine that posts a note behind an error, which hides the error from
 // zavo_error_result: call forget_last_error() before the routine and ask
 // failure_reported() after it. True, with the text as the result, when an error
@@ -77,24 +83,102 @@ inline DynList* child_of(const DynList* list, int i)
 // and returns null.
 DynList* float_list(int n, float* values);
 
-// Applies `leaf` (DynList* -> new DynList* or null) to every list below a list
-// of lists and gives a list of lists of the results, in order. Null, with
-// nothing left behind, as soon as one is null.
-template <class Leaf>
-DynList* map_lists(const DynList* list, Leaf&& leaf)
-{
-    DynList* const result = dfuCreateDynList(DFU_LIST, count_of(list));
-    for (int i = 0; result != nullptr && i < count_of(list); ++i) {
-        DynList* const child = child_of(list, i);
-        DynList* const mapped = child->datatype == DFU_LIST ? map_lists(child, leaf) : leaf(child);
-        if (mapped == nullptr || dfuMoveDynListList(result, mapped) != 0) {
-            dfuFreeDynList(mapped);
-            dfuFreeDynList(result);
-            return nullptr;
+// A copy of a float list's values with zeros behind them up to `count`; null when
+// memory is short. Released with core::release.
+float* padded_copy(const DynList* list, int count);
+
+// Values of a float list; an empty one, which may have no array, gives an address
+// all the same, so that the library complains of the count.
+const float* values_of(const DynList* list);
+
+// Builds a command's result, a list or lists within lists. Each part is a new list
+// or null, and null makes the whole null, with nothing left behind; why, the
+// builder knows.
+class ResultBuilder {
+public:
+    // The routine that the command stands for.
+    explicit ResultBuilder(const char* routine) : routine_(routine) {}
+
+    // An array of the library's as a list; a null array is its error.
+    DynList* floats(int n, float* values)
+    {
+        DynList* const list = values != nullptr ? float_list(n, values) : nullptr;
+        return list != nullptr || values == nullptr ? list : no_memory("n", n);
+    }
+    DynList* wrong_type()
+    {
+        why_ = Why::wrong_type;
+        return nullptr;
+    }
+    DynList* no_memory(const char* argument, int count)
+    {
+        why_ = Why::memory;
+        argument_ = argument;
+        count_ = count;
+        return nullptr;
+    }
+
+    // The list of part(0) .. part(count - 1).
+    template <class Part>
+    DynList* list_of(int count, Part&& part)
+    {
+        DynList* const result = dfuCreateDynList(DFU_LIST, count);
+        if (result == nullptr) {
+            return no_memory("n", count);
+        }
+        for (int i = 0; i < count; ++i) {
+            DynList* const child = part(i);
+            if (child == nullptr || dfuMoveDynListList(result, child) != 0) {
+                if (child != nullptr) {
+                    no_memory("n", count);
+                }
+                dfuFreeDynList(child);
+                dfuFreeDynList(result);
+                return nullptr;
+            }
+        }
+        return result;
+    }
+
+    // leaf(list) of a list, and of every list below a list of lists, in order.
+    template <class Leaf>
+    DynList* map(const DynList* list, Leaf&& leaf)
+    {
+        if (list->datatype != DFU_LIST) {
+            return leaf(list);
+        }
+        return list_of(count_of(list), [&](int i) { return map(child_of(list, i), leaf); });
+    }
+
+    // Registers the result; for null leaves the text of what went wrong, of which
+    // bad_type(interp) writes the one about datatypes.
+    template <class BadType>
+    int put(Tcl_Interp* interp, DynList* result, BadType&& bad_type) const
+    {
+        if (result != nullptr) {
+            return tclPutList(interp, result);
+        }
+        switch (why_) {
+        case Why::wrong_type:
+            return bad_type(interp);
+        case Why::memory:
+            return memory_failure(interp, routine_, argument_, count_);
+        default:
+            return library_failure(interp);
         }
     }
-    return result;
-}
+    int put(Tcl_Interp* interp, const char* command, DynList* result) const
+    {
+        return put(interp, result, [command](Tcl_Interp* in) { return bad_datatype(in, command); });
+    }
+
+private:
+    enum class Why { library, wrong_type, memory };
+    const char* routine_;
+    Why why_ = Why::library;
+    const char* argument_ = "";
+    int count_ = 0;
+};
 
 // Command procedures, one each; client data as the command table says.
 Command constant_command, i_machine_command, f_machine_command, date_to_days_command, days_to_date_command,

@@ -1,11 +1,12 @@
 // zavo_fft_2d_complex p m n ?BACKWARD?
 
+#include "core/frame/entry_frame.hpp"
+#include "core/system/memory.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
 #include <climits>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace zavo::ext {
@@ -32,45 +33,28 @@ f_complex* transform(const Request& request, const float* values)
                             : zavo_c_fft_2d_complex(request.m, request.n, p, 0);
 }
 
-// The list's values with zeros behind them up to `count`; null when memory is
-// short. To be freed.
-float* padded_copy(const DynList* list, int count)
+// The transform of a float list as a new list; null after an error.
+DynList* transform_list(const Request& request, const DynList* list, ResultBuilder& builder)
 {
-    float* const copy = static_cast<float*>(std::calloc(static_cast<std::size_t>(count), sizeof(float)));
-    if (copy != nullptr && count_of(list) > 0) {
-        std::memcpy(copy, floats_of(list), static_cast<std::size_t>(count_of(list)) * sizeof(float));
-    }
-    return copy;
-}
-
-// The transform of a float list as a new list; null after an error, with
-// *too_large when no list or memory could hold the matrix.
-DynList* transform_list(const Request& request, const DynList* list, bool* too_large)
-{
-    static const float nothing[2] = {};
-    f_complex* result = nullptr;
     if (request.m < 1 || request.n < 1) {
-        result = transform(request, nothing); // the library says what is wrong
-        std::free(result);
-        return nullptr;
+        static const float nothing[2] = {};
+        // The library says what is wrong.
+        return builder.floats(0, reinterpret_cast<float*>(transform(request, nothing)));
     }
     const int count = request.floats();
     if (count < 0) {
-        *too_large = true;
-        return nullptr;
+        return builder.no_memory("n", request.m); // as the library puts it
     }
     if (count_of(list) >= count) {
-        result = transform(request, floats_of(list));
-    } else {
-        float* const padded = padded_copy(list, count);
-        if (padded == nullptr) {
-            *too_large = true;
-            return nullptr;
-        }
-        result = transform(request, padded);
-        std::free(padded);
+        return builder.floats(count, reinterpret_cast<float*>(transform(request, floats_of(list))));
     }
-    return result != nullptr ? float_list(count, reinterpret_cast<float*>(result)) : nullptr;
+    float* const padded = padded_copy(list, count);
+    if (padded == nullptr) {
+        return builder.no_memory("n", request.m);
+    }
+    f_complex* const result = transform(request, padded);
+    core::release(padded);
+    return builder.floats(count, reinterpret_cast<float*>(result));
 }
 
 } // namespace
@@ -87,23 +71,12 @@ int fft_2d_complex_command(ClientData, Tcl_Interp* interp, int argc, const char*
         return TCL_ERROR;
     }
     request.backward = argc > 4 && std::strcmp(argv[4], "BACKWARD") == 0;
-    bool wrong_type = p->datatype != DFU_FLOAT && p->datatype != DFU_LIST;
-    if (wrong_type) {
-        return bad_datatype(interp, argv[0]);
-    }
-    bool too_large = false;
-    const auto leaf = [&](const DynList* list) -> DynList* {
-        wrong_type = list->datatype != DFU_FLOAT;
-        return wrong_type ? nullptr : transform_list(request, list, &too_large);
-    };
-    DynList* const result = p->datatype == DFU_LIST ? map_lists(p.get(), leaf) : leaf(p.get());
-    if (result != nullptr) {
-        return tclPutList(interp, result);
-    }
-    if (too_large) {
-        return fail(interp, argv[0], ": not enough memory for m by n values");
-    }
-    return wrong_type ? bad_datatype(interp, argv[0]) : library_failure(interp);
+    const core::TrustedCaller trusted;
+    ResultBuilder builder{"zavo_c_fft_2d_complex"};
+    DynList* const result = builder.map(p.get(), [&](const DynList* list) {
+        return list->datatype == DFU_FLOAT ? transform_list(request, list, builder) : builder.wrong_type();
+    });
+    return builder.put(interp, argv[0], result);
 }
 
 } // namespace zavo::ext

@@ -1,5 +1,6 @@
 // zavo_fft_real p ?BACKWARD?
 
+#include "core/frame/entry_frame.hpp"
 #include "core/thread_state.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
@@ -34,17 +35,6 @@ float* transform(int n, const float* values, bool backward, const float* table)
                     : zavo_f_fft_real(n, values, ZAVO_PARAMS, table, 0);
 }
 
-// The transform of a float list as a new list; null after an error.
-DynList* transform_list(const DynList* list, bool backward)
-{
-    static const float nothing = 0.0F; // an empty list may have no array
-    const int n = count_of(list);
-    const float* const values = n > 0 ? floats_of(list) : &nothing;
-    const float* const table = n > 1 ? table_for(n) : nullptr;
-    float* const result = transform(n, values, backward, table);
-    return result != nullptr ? float_list(n, result) : nullptr;
-}
-
 } // namespace
 
 int fft_real_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[])
@@ -57,19 +47,17 @@ int fft_real_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[
     if (p.find(interp, argv[1]) != TCL_OK) {
         return TCL_ERROR;
     }
-    bool wrong_type = p->datatype != DFU_FLOAT && p->datatype != DFU_LIST;
-    if (wrong_type) {
-        return bad_datatype(interp, argv[0]);
-    }
-    const auto leaf = [&](const DynList* list) -> DynList* {
-        wrong_type = list->datatype != DFU_FLOAT;
-        return wrong_type ? nullptr : transform_list(list, backward);
-    };
-    DynList* const result = p->datatype == DFU_LIST ? map_lists(p.get(), leaf) : leaf(p.get());
-    if (result != nullptr) {
-        return tclPutList(interp, result);
-    }
-    return wrong_type ? bad_datatype(interp, argv[0]) : library_failure(interp);
+    const core::TrustedCaller trusted;
+    ResultBuilder builder{"zavo_f_fft_real"};
+    DynList* const result = builder.map(p.get(), [&](const DynList* list) -> DynList* {
+        if (list->datatype != DFU_FLOAT) {
+            return builder.wrong_type();
+        }
+        const int n = count_of(list);
+        const float* const table = n > 1 ? table_for(n) : nullptr;
+        return builder.floats(n, transform(n, values_of(list), backward, table));
+    });
+    return builder.put(interp, argv[0], result);
 }
 
 } // namespace zavo::ext

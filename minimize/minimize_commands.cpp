@@ -19,10 +19,9 @@ namespace {
 // routines nest five deep, and its procedure may call other commands.
 constexpr int room_needed = 25;
 
-int no_memory(Tcl_Interp* interp, const char* command)
-{
-    return fail(interp, command, ": not enough memory");
-}
+// The routines that the commands stand for.
+constexpr char free_routine[] = "zavo_f_min_uncon_multivar";
+constexpr char constrained_routine[] = "zavo_f_min_con_gen_lin";
 
 float unconstrained_objective(int n, float* x)
 {
@@ -35,7 +34,7 @@ void constrained_objective(int n, float* x, float* f)
 }
 
 // Readies the objective for its n variables.
-int prepare(Tcl_Interp* interp, const char* command, ScriptObjective& objective, int* n)
+int prepare(Tcl_Interp* interp, const char* command, const char* routine, ScriptObjective& objective, int* n)
 {
     if (core::stack_room() < room_needed) {
         return fail(interp, command, ": minimisations are nested too deeply");
@@ -43,7 +42,7 @@ int prepare(Tcl_Interp* interp, const char* command, ScriptObjective& objective,
     if (objective.count_variables(n) != TCL_OK) {
         return TCL_ERROR;
     }
-    return objective.reserve(*n) ? TCL_OK : no_memory(interp, command);
+    return objective.reserve(*n) ? TCL_OK : memory_failure(interp, routine, "n", *n);
 }
 
 // A float list of `count` elements, or the text of what is wrong with it.
@@ -66,7 +65,7 @@ int find_start(Tcl_Interp* interp, const char* command, const char* name, int n,
 }
 
 // The solution as a Tcl list; without one, the library's error.
-int put_solution(Tcl_Interp* interp, const char* command, int n, float* x)
+int put_solution(Tcl_Interp* interp, const char* routine, int n, float* x)
 {
     if (x == nullptr) {
         Tcl_ResetResult(interp);
@@ -74,7 +73,7 @@ int put_solution(Tcl_Interp* interp, const char* command, int n, float* x)
     }
     DynList* const list = float_list(n, x);
     if (list == nullptr) {
-        return no_memory(interp, command);
+        return memory_failure(interp, routine, "n", n);
     }
     Tcl_ResetResult(interp);
     const int status = tclDynListToTclList(interp, list);
@@ -114,7 +113,7 @@ public:
         }
         lhs_ = static_cast<float*>(core::allocate(static_cast<std::size_t>(elements), sizeof(float)));
         if (lhs_ == nullptr) {
-            return no_memory(interp, command);
+            return memory_failure(interp, constrained_routine, "ncon", ncon);
         }
         std::copy_n(floats_of(gradients.get()), elements, lhs_);
         return TCL_OK;
@@ -140,18 +139,18 @@ int min_uncon_multivar_command(ClientData, Tcl_Interp* interp, int argc, const c
     }
     ScriptObjective objective(interp, argv[1]);
     int n = 0;
-    if (prepare(interp, argv[0], objective, &n) != TCL_OK) {
+    if (prepare(interp, argv[0], free_routine, objective, &n) != TCL_OK) {
         return TCL_ERROR;
     }
     if (argc == 2) {
-        return put_solution(interp, argv[0], n, zavo_f_min_uncon_multivar(unconstrained_objective, n, 0));
+        return put_solution(interp, free_routine, n, zavo_f_min_uncon_multivar(unconstrained_objective, n, 0));
     }
     HeldList guess;
     if (find_start(interp, argv[0], argv[2], n, &guess) != TCL_OK) {
         return TCL_ERROR;
     }
     return put_solution(
-        interp, argv[0], n,
+        interp, free_routine, n,
         zavo_f_min_uncon_multivar(unconstrained_objective, n, ZAVO_START_POINT, floats_of(guess.get()), 0));
 }
 
@@ -167,7 +166,7 @@ int min_con_gen_lin_command(ClientData, Tcl_Interp* interp, int argc, const char
     HeldList upper;
     GeneralConstraints general;
     int n = 0;
-    if (prepare(interp, argv[0], objective, &n) != TCL_OK ||
+    if (prepare(interp, argv[0], constrained_routine, objective, &n) != TCL_OK ||
         find_start(interp, argv[0], argv[2], n, &guess) != TCL_OK ||
         find_floats(interp, argv[0], argv[3], n, ": bounds must be floats",
                     ": invalid number of lower bounds", &lower) != TCL_OK ||
@@ -176,7 +175,7 @@ int min_con_gen_lin_command(ClientData, Tcl_Interp* interp, int argc, const char
         (argc == 9 && general.read(interp, argv[0], n, argv + 5) != TCL_OK)) {
         return TCL_ERROR;
     }
-    return put_solution(interp, argv[0], n,
+    return put_solution(interp, constrained_routine, n,
                         zavo_f_min_con_gen_lin(constrained_objective, n, general.ncon, general.neq,
                                                general.lhs(), general.rhs(), floats_of(lower.get()),
                                                floats_of(upper.get()), ZAVO_START_POINT,

@@ -1,5 +1,6 @@
 // zavo_random_uniform n, zavo_random_normal n, zavo_random_exp n
 
+#include "core/frame/entry_frame.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
@@ -9,32 +10,17 @@ namespace zavo::ext {
 
 namespace {
 
-using Routine = float*(int n, ...);
+struct Distribution {
+    float* (*routine)(int n, ...);
+    const char* name;
+};
 
 // By client data.
-constexpr Routine* routines[] = {zavo_f_random_uniform, zavo_f_random_normal, zavo_f_random_exponential};
-
-DynList* deviates(Routine* routine, int n)
-{
-    float* const values = routine(n, 0);
-    return values != nullptr ? float_list(n, values) : nullptr;
-}
-
-// A list of deviates for each count; null, with nothing left behind, when one
-// cannot be made.
-DynList* deviates_by_counts(Routine* routine, const DynList* counts)
-{
-    DynList* const result = dfuCreateDynList(DFU_LIST, count_of(counts));
-    for (int i = 0; result != nullptr && i < count_of(counts); ++i) {
-        DynList* const child = deviates(routine, ints_of(counts)[i]);
-        if (child == nullptr || dfuMoveDynListList(result, child) != 0) {
-            dfuFreeDynList(child);
-            dfuFreeDynList(result);
-            return nullptr;
-        }
-    }
-    return result;
-}
+constexpr Distribution distributions[] = {
+    {zavo_f_random_uniform, "zavo_f_random_uniform"},
+    {zavo_f_random_normal, "zavo_f_random_normal"},
+    {zavo_f_random_exponential, "zavo_f_random_exponential"},
+};
 
 } // namespace
 
@@ -44,32 +30,26 @@ int random_command(ClientData client_data, Tcl_Interp* interp, int argc, const c
     if (argc != 2) {
         return usage(interp, argv[0], " n");
     }
-    Routine* const routine = routines[reinterpret_cast<std::intptr_t>(client_data)];
-    forget_last_error();
-    DynList* result = nullptr;
-    bool has_other_type = false;
+    const Distribution& distribution = distributions[reinterpret_cast<std::intptr_t>(client_data)];
+    const core::TrustedCaller trusted;
+    ResultBuilder builder{distribution.name};
+    const auto deviates = [&](int n) { return builder.floats(n, distribution.routine(n, 0)); };
     int n = 0;
     if (Tcl_GetInt(interp, argv[1], &n) == TCL_OK) {
-        result = deviates(routine, n);
-    } else {
-        Tcl_ResetResult(interp);
-        HeldList counts;
-        if (counts.find(interp, argv[1]) != TCL_OK) {
-            return TCL_ERROR;
+        return builder.put(interp, argv[0], deviates(n));
+    }
+    Tcl_ResetResult(interp);
+    HeldList counts;
+    if (counts.find(interp, argv[1]) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    DynList* const result = builder.map(counts.get(), [&](const DynList* list) -> DynList* {
+        if (list->datatype != DFU_INT) {
+            return builder.wrong_type();
         }
-        const auto draw = [&](const DynList* list) -> DynList* {
-            has_other_type = list->datatype != DFU_INT;
-            return has_other_type ? nullptr : deviates_by_counts(routine, list);
-        };
-        result = counts->datatype == DFU_LIST ? map_lists(counts.get(), draw) : draw(counts.get());
-    }
-    if (result != nullptr) {
-        return tclPutList(interp, result);
-    }
-    if (has_other_type) {
-        return bad_datatype(interp, argv[0]);
-    }
-    return zavo_error_result(interp) ? TCL_ERROR : fail(interp, argv[0], ": not enough memory for the list");
+        return builder.list_of(count_of(list), [&](int i) { return deviates(ints_of(list)[i]); });
+    });
+    return builder.put(interp, argv[0], result);
 }
 
 } // namespace zavo::ext
