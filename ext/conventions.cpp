@@ -22,7 +22,8 @@ void drop_part_of_character(char* text)
 {
     const std::size_t length = std::strlen(text);
     std::size_t start = length;
-    while (start > 0 && length - start < 4 && (static_cast<unsigned char>(text[start - 1]) & 0xc0U) == 0x80U) {
+    while (start > 0 && length - start < 4 &&
+           (static_cast<unsigned char>(text[start - 1]) & 0xc0U) == 0x80U) {
         --start;
     }
     if (start == 0 || static_cast<unsigned char>(text[start - 1]) < 0xc0U) {
@@ -132,8 +133,8 @@ int memory_failure(Tcl_Interp* interp, const char* routine, const char* argument
 
 float* padded_copy(const DynList* list, int count)
 {
-    auto* const copy = static_cast<float*>(
-        core::allocate_zeroed(static_cast<std::size_t>(count), sizeof(float)));
+    auto* const copy =
+        static_cast<float*>(core::allocate_zeroed(static_cast<std::size_t>(count), sizeof(float)));
     if (copy != nullptr && count_of(list) > 0) {
         std::memcpy(copy, floats_of(list), static_cast<std::size_t>(count_of(list)) * sizeof(float));
     }

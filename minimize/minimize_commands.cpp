@@ -143,7 +143,8 @@ int min_uncon_multivar_command(ClientData, Tcl_Interp* interp, int argc, const c
         return TCL_ERROR;
     }
     if (argc == 2) {
-        return put_solution(interp, free_routine, n, zavo_f_min_uncon_multivar(unconstrained_objective, n, 0));
+        return put_solution(interp, free_routine, n,
+                            zavo_f_min_uncon_multivar(unconstrained_objective, n, 0));
     }
     HeldList guess;
     if (find_start(interp, argv[0], argv[2], n, &guess) != TCL_OK) {

@@ -87,7 +87,7 @@ test_archive() {
     flags=$(pkg-config --cflags zavo)
     libraries=$(pkg-config --libs --static zavo)
     # pkg-config protects the blanks by backslashes.
-    catalogue=$(pkg-config --variable=cataloguedir zavo)
+    catalogue=$(pkg-config --variable=cataloguedir zavo | tr -d '\\')
     eval "gcc -std=c99 -Wall -Wextra -Werror -pedantic $flags '-DCATALOGUE_FOLDER=\"$catalogue\"' tests/package/from_c.c -o '$there/from_c' $libraries -lm"
     eval "g++ -std=c++11 -Wall -Wextra -Werror -pedantic $flags tests/package/from_cpp.cpp -o '$there/from_cpp' $libraries"
     cmake -S tests/package -B "$there/cmake" -DCMAKE_PREFIX_PATH="$root" >"$there/log" 2>&1 &&

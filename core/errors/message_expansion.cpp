@@ -11,6 +11,7 @@
 
 #include <clocale>
 #include <cstring>
+#include <span>
 
 namespace zavo::core {
 
@@ -122,8 +123,8 @@ void append_number(const char* conversion, double value, TextBuffer& out)
     }
 }
 
-// The text of `format` with a value for each of its conversions.
-void append_numbers(const char* format, const double* values, TextBuffer& out)
+// The text of `format`, which has as many conversions as there are values.
+void append_numbers(const char* format, std::span<const double> values, TextBuffer& out)
 {
     while (*format != '\0') {
         const std::size_t plain = std::strcspn(format, "%");
@@ -132,13 +133,13 @@ void append_numbers(const char* format, const double* values, TextBuffer& out)
         if (format[0] == '%' && format[1] == '%') {
             out.append('%');
             format += 2;
-        } else if (format[0] == '%') {
+        } else if (format[0] == '%' && !values.empty()) {
             char conversion[longest_format + 1];
             const std::size_t length = 2 + std::strspn(format + 1, "-+ #.0123456789");
             std::memcpy(conversion, format, length);
             conversion[length] = '\0';
-            append_number(conversion, *values, out);
-            ++values;
+            append_number(conversion, values.front(), out);
+            values = values.subspan(1);
             format += length;
         }
     }
@@ -153,7 +154,7 @@ void append_value(Kind kind, int i, const char* format, TextBuffer& out)
         out.format(format, parameters.integer[i]);
         break;
     case Kind::real:
-        append_numbers(format, &parameters.real[i], out);
+        append_numbers(format, {&parameters.real[i], 1}, out);
         break;
     case Kind::complex: {
         const double parts[] = {parameters.complex[i].re, parameters.complex[i].im};
@@ -161,9 +162,9 @@ void append_value(Kind kind, int i, const char* format, TextBuffer& out)
             append_numbers(format, parts, out);
         } else {
             out.append('(');
-            append_numbers(format, &parts[0], out);
+            append_numbers(format, {&parts[0], 1}, out);
             out.append(',');
-            append_numbers(format, &parts[1], out);
+            append_numbers(format, {&parts[1], 1}, out);
             out.append(')');
         }
         break;

@@ -20,7 +20,7 @@ struct FakePlatform {
     std::vector<std::string> searched; // paths that files were looked for in
     std::vector<std::string> folders;  // single ones that files were looked for in
     std::string found_in_folder;
-    std::string found;                 // answer to the next searches; empty for none
+    std::string found; // answer to the next searches; empty for none
     std::vector<ShownBox> boxes;
     int consoles_opened = 0;
     std::string console_text;

@@ -253,7 +253,8 @@ TEST_F(catalogue, a_record_without_its_closing_zeros_is_refused_at_the_end_of_th
 #if !defined(_WIN32)
 TEST_F(catalogue, a_variable_may_name_a_folder_that_is_long_or_has_a_semicolon)
 {
-    for (const std::string& name : {std::string(200, 'a') + "/" + std::string(200, 'b'), std::string("a;b")}) {
+    for (const std::string& name :
+         {std::string(200, 'a') + "/" + std::string(200, 'b'), std::string("a;b")}) {
         SCOPED_TRACE(name);
         const std::string path = folder.path() + "/" + name;
         std::filesystem::create_directories(path);

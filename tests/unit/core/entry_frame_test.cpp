@@ -254,7 +254,9 @@ TEST(entry_frame, while_the_trap_is_suspended_a_fault_is_the_hosts_but_routines_
     CapturedErrors errors;
     EXPECT_EQ(routine("outer",
                       [] {
-                          { const zavo::core::SuspendedTrap suspended; }
+                          {
+                              const zavo::core::SuspendedTrap suspended;
+                          }
                           fault_by_memory();
                       }),
               0);
@@ -265,7 +267,8 @@ TEST(entry_frame, a_trusted_caller_arms_nothing)
     const auto before = std::signal(SIGSEGV, handler_of_the_host);
     {
         const zavo::core::TrustedCaller trusted;
-        routine("untrapped", [] { EXPECT_EQ(std::signal(SIGSEGV, handler_of_the_host), handler_of_the_host); });
+        routine("untrapped",
+                [] { EXPECT_EQ(std::signal(SIGSEGV, handler_of_the_host), handler_of_the_host); });
     }
     std::signal(SIGSEGV, before);
 }

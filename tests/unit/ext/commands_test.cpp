@@ -98,7 +98,8 @@ int failures_of(Interpreter& interp, const char* script, void (*fail)(long), lon
     const std::string result = interp.result();
     EXPECT_FALSE(result.empty());
     if (status == TCL_OK) {
-        interp.eval("foreach each [dynlist names] {if {[lsearch -exact $kept $each] < 0} {dynlist free $each}}");
+        interp.eval(
+            "foreach each [dynlist names] {if {[lsearch -exact $kept $each] < 0} {dynlist free $each}}");
         return 0;
     }
     const std::string code = interp.error_code();
