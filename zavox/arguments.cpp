@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace zavox {
 
@@ -159,6 +160,11 @@ int get_count(Tcl_Interp* interp, Tcl_Obj* word, int low, const char* what, int*
                     Tcl_ObjPrintf("%s must be at least %d", what, low));
     }
     return TCL_OK;
+}
+
+Tcl_Obj* new_number(double number)
+{
+    return Tcl_NewDoubleObj(std::isnan(number) ? std::numeric_limits<double>::quiet_NaN() : number);
 }
 
 // Tcl refuses a NaN where it reads a double, after having parsed it.

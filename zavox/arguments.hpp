@@ -83,6 +83,10 @@ private:
 // An integer of at least `low`; `what` names it in the message.
 int get_count(Tcl_Interp* interp, Tcl_Obj* word, int low, const char* what, int* count);
 
+// A double as a Tcl value. A NaN loses its sign, which Tcl would show and which
+// processors set differently.
+Tcl_Obj* new_number(double number);
+
 // A double; Inf and NaN are numbers, too.
 int get_number(Tcl_Interp* interp, Tcl_Obj* word, double* number);
 

@@ -510,7 +510,7 @@ private:
     {
         if (item.count < 0) {
             const auto rounded = static_cast<float>(item.value.alone);
-            Tcl_SetObjResult(interp_, Tcl_NewDoubleObj(static_cast<double>(rounded)));
+            Tcl_SetObjResult(interp_, new_number(static_cast<double>(rounded)));
             return TCL_OK;
         }
         Vector result;

@@ -21,7 +21,7 @@ constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
 
 int put_double(Tcl_Interp* interp, double number)
 {
-    Tcl_SetObjResult(interp, Tcl_NewDoubleObj(number));
+    Tcl_SetObjResult(interp, new_number(number));
     return TCL_OK;
 }
 
@@ -544,7 +544,7 @@ int quantile(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
     }
     Tcl_Obj* const result = Tcl_NewListObj(0, nullptr);
     for (int i = 0; i < count; ++i) {
-        Tcl_ListObjAppendElement(nullptr, result, Tcl_NewDoubleObj(sample.quantile(p[i])));
+        Tcl_ListObjAppendElement(nullptr, result, new_number(sample.quantile(p[i])));
     }
     Tcl_SetObjResult(interp, result);
     return TCL_OK;
