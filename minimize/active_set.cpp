@@ -78,6 +78,19 @@ float Constraints::residual(int k, const float* x) const
     return b_[k - 1] - along(k, x);
 }
 
+float Constraints::exact_residual(int k, const float* x) const
+{
+    if (is_bound(k)) {
+        return residual(k, x);
+    }
+    double left = b_[k - 1];
+    const float* element = a_ + (k - 1);
+    for (int j = 0; j < n; ++j, element += lda_) {
+        left -= static_cast<double>(*element) * x[j];
+    }
+    return static_cast<float>(left);
+}
+
 float Constraints::size(int k, const float* peak) const
 {
     return std::fabs(is_bound(k) ? bound(k) : b_[k - 1]) + absolute_along(k, peak);
@@ -88,6 +101,19 @@ float Constraints::size(int k, const float* peak) const
 // The bounds of a fixed variable are one constraint; its upper one stands for
 // both and is never listed again.
 void ActiveSet::start()
+{
+    set_identity();
+    listed_ = 0;
+    for (int j = 0; j < n_; ++j) {
+        if (c_.fixes(j)) {
+            list(c_.upper(j));
+        }
+    }
+    count_ = kept_ = listed_;
+}
+
+// Columns of fixed variables first.
+void ActiveSet::set_identity()
 {
     for (int i = 0; i < n_; ++i) {
         float* const z = column(i);
@@ -101,12 +127,27 @@ void ActiveSet::start()
             if (c_.fixes(j) == fixed) {
                 column(next++)[j] = 1.0F;
             }
-            if (fixed && c_.fixes(j)) {
-                list(c_.upper(j));
-            }
         }
     }
-    count_ = kept_ = listed_;
+}
+
+void ActiveSet::start_over(bool fresh)
+{
+    while (count_ > kept_) {
+        remove(count_ - 1);
+    }
+    if (!fresh) {
+        return;
+    }
+    set_identity();
+    count_ = 0;
+    while (count_ < kept_ && c_.is_bound(list_[count_])) { // the fixed variables
+        ++count_;
+    }
+    while (count_ < kept_) {
+        project(list_[count_], v_);
+        append(count_);
+    }
 }
 
 // v is the entering column of Z' N; its part from `count` on is what the normal
@@ -164,6 +205,23 @@ bool ActiveSet::add(int place)
     }
     append(place);
     return true;
+}
+
+bool ActiveSet::has_kept(int k) const
+{
+    for (int i = 0; i < kept_; ++i) {
+        if (list_[i] == k) {
+            return true;
+        }
+    }
+    return false;
+}
+
+float ActiveSet::free_part(int k)
+{
+    const float squared = project(k, v_);
+    const float whole = l_vdot(n_, v_, 1, v_, 1);
+    return whole > 0.0F ? std::sqrt(squared / whole) : 0.0F;
 }
 
 bool ActiveSet::keep_equality(int k, float* x)
@@ -239,7 +297,7 @@ void ActiveSet::direction(const float* g, float* d)
 
 // Forwards: later columns are orthogonal to the normals before theirs, so adding
 // them leaves the residuals already taken to 0 alone.
-void ActiveSet::shift_to_boundaries(const float* x, float* shift)
+void ActiveSet::shift_to_boundaries(const float* x, float* shift, bool exactly)
 {
     for (int j = 0; j < n_; ++j) {
         shift[j] = 0.0F;
@@ -247,7 +305,8 @@ void ActiveSet::shift_to_boundaries(const float* x, float* shift)
     for (int i = 0; i < count_; ++i) {
         const int k = list_[i];
         const float* const z = column(i);
-        const float part = (c_.residual(k, x) - c_.along(k, shift)) / c_.along(k, z);
+        const float residual = exactly ? c_.exact_residual(k, x) : c_.residual(k, x);
+        const float part = (residual - c_.along(k, shift)) / c_.along(k, z);
         for (int j = 0; j < n_; ++j) {
             shift[j] += part * z[j];
         }

@@ -55,6 +55,8 @@ public:
 
     // Right-hand minus left-hand side: not negative when satisfied.
     float residual(int k, const float* x) const;
+    // The same, summed in double and rounded once.
+    float exact_residual(int k, const float* x) const;
     // What residuals are measured by: |right-hand side| + sum of |normal[j]| * peak[j].
     float size(int k, const float* peak) const;
 
@@ -95,6 +97,11 @@ public:
     // depends on those of the active constraints. x moves to where it holds.
     bool keep_equality(int k, float* x);
 
+    bool has_kept(int k) const;
+    // The length of the part of k's normal outside the active ones, relative to the
+    // whole normal's; both in the norm of Z.
+    float free_part(int k);
+
     // Brings the listed constraint at `place` in as active, by steps of the dual
     // method: y moves to where its violation, at present `violation`, is gone, at
     // the least cost in the norm of Z, and constraints whose multipliers in u
@@ -119,7 +126,11 @@ public:
     void gather(float* v);
     // The shift by columns 0 .. count-1 that takes every active residual at x
     // to 0.
-    void shift_to_boundaries(const float* x, float* shift);
+    void shift_to_boundaries(const float* x, float* shift, bool exactly = false);
+
+    // Leaves only the kept constraints active, the others listed as they are, and
+    // with `fresh` makes Z anew from the identity.
+    void start_over(bool fresh);
 
 private:
     // v = Z' normal of k; returns the squared length of the part from `count` on.
@@ -127,6 +138,7 @@ private:
     void rotate_columns(int i, float* keep, float clear);
     void append(int place);
     bool depends(float free_part) const;
+    void set_identity();
     int changes_of_multipliers(int k, const float* u);
     void raise(float t, bool dependent, float* u, float* y);
 

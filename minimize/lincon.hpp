@@ -162,11 +162,9 @@ private:
     // leave nothing free; the status says which.
     bool find_start()
     {
-        for (int k = 1; k <= neq_; ++k) {
-            if (!set_.keep_equality(k, x_)) {
-                status_ = equalities_clash;
-                return false;
-            }
+        if (!set_.keep_equalities(neq_, x_)) {
+            status_ = equalities_clash;
+            return false;
         }
         for (int j = 0; j < n_; ++j) {
             if (c_.bounds_apart(j)) {

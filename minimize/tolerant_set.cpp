@@ -28,6 +28,9 @@ namespace {
 
 constexpr float largest = std::numeric_limits<float>::max();
 
+// How often a feasible point is looked for anew, each time from closer by.
+constexpr int afresh_attempts = 3;
+
 // Residuals below this part of a constraint's size are rounding errors.
 constexpr float rounding = 4.0F * std::numeric_limits<float>::epsilon();
 
@@ -89,13 +92,49 @@ void TolerantSet::start(float* x)
 
 // Equalities that follow from those kept are left out: they hold wherever the
 // others do.
-bool TolerantSet::keep_equality(int k, float* x)
+bool TolerantSet::keep_equalities(int neq, float* x)
 {
-    if (set_.keep_equality(k, x)) {
-        return true;
+    for (int k = 1; k <= neq; ++k) {
+        if (!set_.keep_equality(k, x) && !holds(k, x)) {
+            return keep_by_free_part(neq, x);
+        }
     }
-    // It follows from those kept, or contradicts them.
-    return std::fabs(c_.residual(k, x)) <= accuracy_ * size_now(k, x);
+    return true;
+}
+
+// An equality that was not kept: does it follow from those kept?
+bool TolerantSet::holds(int k, const float* x) const
+{
+    return std::fabs(c_.exact_residual(k, x)) <= allowed_residual(k, x);
+}
+
+// A contradiction may be the rounding errors of an order that keeps nearly
+// dependent equalities: once more, always with the one next whose normal has the
+// greatest part outside those kept.
+bool TolerantSet::keep_by_free_part(int neq, float* x)
+{
+    set_.start();
+    for (int kept = 0; kept < neq; ++kept) {
+        int best = 0;
+        float greatest = 0.0F;
+        for (int k = 1; k <= neq; ++k) {
+            const float part = set_.has_kept(k) ? 0.0F : set_.free_part(k);
+            if (part > greatest) {
+                greatest = part;
+                best = k;
+            }
+        }
+        if (best == 0 || !set_.keep_equality(best, x)) {
+            break;
+        }
+    }
+    refine_exactly(x);
+    for (int k = 1; k <= neq; ++k) {
+        if (!holds(k, x)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void TolerantSet::note_magnitudes(const float* x)
@@ -136,6 +175,17 @@ float TolerantSet::size_now(int k, const float* x) const
         greatest = std::max(greatest, std::fabs(x[j]));
     }
     return c_.size(k, x) + c_.normal_length(k) * (0.01F * greatest + 1e-5F * start_size_);
+}
+
+// What may be left of a residual at a point that is accepted: the accuracy of the
+// data, and one rounding of the variables that it was solved from.
+float TolerantSet::allowed_residual(int k, const float* x) const
+{
+    float greatest = 0.0F;
+    for (int j = 0; j < c_.n; ++j) {
+        greatest = std::max(greatest, std::fabs(x[j]));
+    }
+    return accuracy_ * size_now(k, x) + machine::epsilon() * c_.normal_length(k) * greatest;
 }
 
 // An infinite bound is never near.
@@ -239,7 +289,7 @@ bool TolerantSet::all_satisfied(const float* x)
     for (int place = 0; place < set_.listed(); ++place) {
         const int k = set_.constraint(place);
         const float left = residual(k, x);
-        const float allowed = accuracy_ * size_now(k, x);
+        const float allowed = allowed_residual(k, x);
         if (left < -allowed || (place < set_.kept() && left > allowed)) {
             return false;
         }
@@ -303,7 +353,44 @@ bool TolerantSet::find_feasible(float* x, bool* moved)
             return true;
         }
     }
+    return find_feasible_afresh(x, moved);
+}
+
+// Long steps between nearly parallel constraints may have left x close to a
+// feasible point and the active set such that float arithmetic cannot get closer.
+// From where x is now the steps are short, and other constraints become active.
+bool TolerantSet::find_feasible_afresh(float* x, bool* moved)
+{
+    for (int attempt = 0; attempt < afresh_attempts; ++attempt) {
+        set_.start_over(z_length_ < 0.0F);
+        std::fill_n(u_, c_.n, 0.0F);
+        refine_exactly(x);
+        for (int pass = 0; pass < 3; ++pass) {
+            bring_violated_in(x, moved);
+            *moved = true;
+            set_active_bounds(x);
+            refine_exactly(x);
+            for (int j = 0; j < c_.n; ++j) {
+                x[j] = c_.within(j, x[j]);
+            }
+            if (all_satisfied(x)) {
+                return true;
+            }
+        }
+    }
     return false;
+}
+
+// With residuals that have no rounding errors of their own.
+void TolerantSet::refine_exactly(float* x)
+{
+    for (int pass = 0; pass < 2; ++pass) {
+        set_.shift_to_boundaries(x, shift_, true);
+        for (int j = 0; j < c_.n; ++j) {
+            x[j] += shift_[j];
+        }
+        set_active_bounds(x);
+    }
 }
 
 // ---- Search direction -------------------------------------------------------------

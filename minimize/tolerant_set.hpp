@@ -49,8 +49,9 @@ public:
 
     // Sets up for the point x, which moves to the fixed variables' values.
     void start(float* x);
-    // Keeps equality k and moves x to it. False when it contradicts those kept.
-    bool keep_equality(int k, float* x);
+    // Keeps the equalities 1 ... neq, less those that follow from others, and moves x
+    // to them. False when they contradict each other.
+    bool keep_equalities(int neq, float* x);
     void list(int k) { set_.list(k); }
 
     // Moves x to where all listed constraints hold, the nearest place in the
@@ -85,9 +86,12 @@ public:
     float data_accuracy() const { return accuracy_; }
 
 private:
+    bool holds(int k, const float* x) const;
+    bool keep_by_free_part(int neq, float* x);
     void refresh_residuals(const float* x);
     float residual(int k, const float* x) const;
     float size_now(int k, const float* x) const;
+    float allowed_residual(int k, const float* x) const;
     bool near(int k, const float* x) const;
     bool crosses(int k, const float* d, float d_length, float* along) const;
     bool active_settled(const float* x);
@@ -97,6 +101,8 @@ private:
     void bring_violated_in(float* x, bool* moved);
     void refine_active(float* x);
     bool all_satisfied(const float* x);
+    bool find_feasible_afresh(float* x, bool* moved);
+    void refine_exactly(float* x);
     void drop_wrong_signs(const float* g);
     int most_crossing(const float* x, const float* d, float limit, float* measure, float* along) const;
     void measure_cap(const float* x, const float* d, Direction* found) const;
