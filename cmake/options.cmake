@@ -26,6 +26,11 @@ add_compile_options(-Wall -Wextra -Werror -ffp-contract=off -fno-fast-math)
 # could meet together: statics are constants, atomic, or a thread's own.
 add_compile_options(
   "$<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>")
+# Whether the sources of the x86 instruction sets are compiled.
+set(ZAVO_X86 OFF)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86_64|AMD64)$")
+  set(ZAVO_X86 ON)
+endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i[3-6]86$")
   # The Windows x86 ABI aligns the stack to 4 bytes; callers of ours do too.
   add_compile_options(-msse2 -mfpmath=sse -mstackrealign)

@@ -18,25 +18,33 @@ Path path_limit = Path::avx512;
 
 Path find_best_path()
 {
+#if defined(__x86_64__) || defined(__i386__)
     __builtin_cpu_init();
     if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
         __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")) {
         return Path::avx512;
     }
-    return __builtin_cpu_supports("avx2") ? Path::avx2 : Path::scalar;
+    if (__builtin_cpu_supports("avx2")) {
+        return Path::avx2;
+    }
+#endif
+    return Path::scalar;
 }
 
 // The path in use; null for the scalar one.
 const SimdPath* simd_path()
 {
+#if defined(__x86_64__) || defined(__i386__)
     switch (path_in_use()) {
     case Path::avx512:
         return &avx512_path;
     case Path::avx2:
         return &avx2_path;
     default:
-        return nullptr;
+        break;
     }
+#endif
+    return nullptr;
 }
 
 } // namespace

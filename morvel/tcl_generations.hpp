@@ -11,6 +11,9 @@ using Tcl_Size = int;
 #define TCL_SIZE_MAX INT_MAX
 #define TCL_SIZE_MODIFIER "" // between % and d in formats
 #endif
+#ifndef TCL_OBJTYPE_V0
+#define TCL_OBJTYPE_V0
+#endif
 #ifndef TCL_OBJTYPE_V2 // the fields that end a Tcl_ObjType: what a list answers
 #define TCL_OBJTYPE_V2(length, index, slice, reverse, elements, set, replace, in)
 #endif

@@ -29,7 +29,14 @@ using AllocationSize = std::size_t;
 using AllocationSize = unsigned;
 #endif
 
+// Two types with one name: the elements of a vector that was read from a text are
+// the words of that text, which may have had other digits, so that it does not answer
+// for them.
 // clang-format off
+const Tcl_ObjType text_vector_type = {
+    "floatvector", free_vector, duplicate_vector, write_string, nullptr,
+    TCL_OBJTYPE_V0
+};
 const Tcl_ObjType vector_type = {
     "floatvector", free_vector, duplicate_vector, write_string, nullptr,
     TCL_OBJTYPE_V2(length_of, element_at, slice_of, reverse_of, nullptr, nullptr, nullptr, nullptr)
@@ -47,17 +54,17 @@ void free_vector(Tcl_Obj* value)
     value->typePtr = nullptr;
 }
 
-void put_into(Tcl_Obj* value, MorvelVector* vector)
+void put_into(Tcl_Obj* value, MorvelVector* vector, const Tcl_ObjType* type = &vector_type)
 {
     value->internalRep.twoPtrValue.ptr1 = vector;
     value->internalRep.twoPtrValue.ptr2 = nullptr;
-    value->typePtr = &vector_type;
+    value->typePtr = type;
 }
 
 void duplicate_vector(Tcl_Obj* from, Tcl_Obj* to)
 {
     morvelHoldVector(vector_in(from));
-    put_into(to, vector_in(from));
+    put_into(to, vector_in(from), from->typePtr);
 }
 
 // Room for a value's string; `text`, where there is one, in another size. A text
@@ -237,7 +244,9 @@ Tcl_Obj* morvelVectorValue(Tcl_Interp* interp, MorvelVector* vector)
 
 MorvelVector* morvelVectorIfAny(Tcl_Obj* value)
 {
-    return value->typePtr == &morvel::vector_type ? morvel::vector_in(value) : nullptr;
+    const bool is_vector =
+        value->typePtr == &morvel::vector_type || value->typePtr == &morvel::text_vector_type;
+    return is_vector ? morvel::vector_in(value) : nullptr;
 }
 
 MorvelVector* morvelVectorOfList(const DynList* list)
@@ -293,7 +302,7 @@ int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector)
     // One number may well be used as a number next.
     if (is_text && value->typePtr == nullptr && count > 1) {
         morvelHoldVector(made);
-        morvel::put_into(value, made);
+        morvel::put_into(value, made, &morvel::text_vector_type);
     }
     *vector = made;
     return TCL_OK;

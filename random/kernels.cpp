@@ -9,11 +9,13 @@ namespace {
 constexpr int max_sets = 4;
 
 struct Sets {
-    const Kernels* set[max_sets + 1] = {&scalar_kernels, &sse2_kernels};
-    int count = 2;
+    const Kernels* set[max_sets + 1] = {&scalar_kernels};
+    int count = 1;
 
     Sets()
     {
+#if defined(__x86_64__) || defined(__i386__)
+        set[count++] = &sse2_kernels;
         __builtin_cpu_init();
         if (__builtin_cpu_supports("avx2")) {
             set[count++] = &avx2_kernels;
@@ -22,6 +24,7 @@ struct Sets {
             __builtin_cpu_supports("avx512vl")) {
             set[count++] = &avx512_kernels;
         }
+#endif
     }
 };
 

@@ -12,21 +12,23 @@ source scripts/common.sh
 declare -A about=(
     [unit]="routines from C++; NAME: a folder, a group, a test or a pattern of them"
     [script]="commands from Tcl, once more as Tcl 8.5 would have them; NAME: a file"
-    [golden]="results to the bit"
+    [golden]="results to the bit; NAME: all, for one table of all targets"
     [sanitize]="unit and script under AddressSanitizer and UndefinedBehaviorSanitizer"
     [windows]="unit, golden, script and more as 32-bit Windows programs under Wine; NAME: a part"
     [windows64]="golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too"
+    [tcl9]="the module for Tcl 9: unit, script, golden, docs; NAME: a part"
+    [arm64]="64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, unit and script too"
     [package]="the release archive, unpacked and used"
     [docs]="manual pages and their transcripts"
     [lint]="formatting and static checks"
     [long]="the tests of minutes; NAME as for unit"
     [fuzz]="each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target"
 )
-ordinary=(unit script golden sanitize windows windows64 package docs lint)
+ordinary=(unit script golden sanitize windows windows64 tcl9 arm64 package docs lint)
 on_demand=(long fuzz)
 
 # A suite whose script is not part of the tree is not offered.
-for optional in windows package docs lint; do
+for optional in windows tcl9 arm64 package docs lint; do
     if [[ ! -f scripts/$optional.sh ]]; then
         mapfile -t ordinary < <(printf '%s\n' "${ordinary[@]}" | grep -vx "$optional")
     fi
@@ -59,6 +61,9 @@ names_unit() { unit_tests '*_test.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_long() { unit_tests '*_long.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_script() { printf '%s\n' tests/script/*.test | sed 's|.*/||; s|\.test$||'; }
 names_windows() { printf '%s\n' unit golden imports faults script desktop; }
+names_tcl9() { printf '%s\n' unit script golden docs; }
+names_arm64() { printf '%s\n' fusion golden unit script; }
+names_golden() { echo all; }
 names_windows64() { names_windows; }
 names_fuzz() { printf '%s\n' tests/fuzz/fuzz_*.cpp | sed 's|.*/fuzz_||; s|\.cpp$||'; }
 
@@ -148,6 +153,10 @@ test_script() {
 # Results to the bit, against the committed ones; the Windows suite compares
 # with the same.
 test_golden() {
+    if [[ $# -gt 0 ]]; then
+        bash scripts/golden.sh
+        return
+    fi
     build_linux -DZAVO_BUILD_TESTS=ON
     say "golden results"
     TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden
@@ -184,6 +193,8 @@ test_fuzz() {
 }
 
 test_windows() { bash scripts/windows.sh 32 test "$@"; }
+test_tcl9() { bash scripts/tcl9.sh test "$@"; }
+test_arm64() { bash scripts/arm64.sh test "$@"; }
 test_windows64() { bash scripts/windows.sh 64 test "$@"; }
 test_package() { bash scripts/package.sh test; }
 test_docs() { bash scripts/docs.sh test; }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <tcl_generations.hpp>
 
 namespace zavox {
 
@@ -71,6 +72,21 @@ Tcl_Obj* quoted(const char* before, Tcl_Obj* word, const char* after)
     Tcl_AppendToObj(message, "\"", 1);
     Tcl_AppendToObj(message, after, -1);
     return message;
+}
+
+int get_words(Tcl_Interp* interp, Tcl_Obj* list, int* count, Tcl_Obj*** words)
+{
+    Tcl_Size length = 0;
+    if (Tcl_ListObjGetElements(interp, list, &length, words) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    *count = static_cast<int>(length);
+    if (static_cast<Tcl_Size>(*count) != length) {
+        return interp == nullptr ? TCL_ERROR
+                                 : fail(interp, Fault::value, "2147483647",
+                                        "max length of a list of arguments (2147483647 elements) exceeded");
+    }
+    return TCL_OK;
 }
 
 int memory_short(Tcl_Interp* interp)

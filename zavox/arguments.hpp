@@ -27,6 +27,10 @@ int fail_lengths(Tcl_Interp* interp, int length, int other);
 // The word in quotation marks for a message, cut where it is long.
 Tcl_Obj* quoted(const char* before, Tcl_Obj* word, const char* after = "");
 
+// The words of a list, with a count that is an int: a longer list is refused. Without
+// an interpreter no message is left.
+int get_words(Tcl_Interp* interp, Tcl_Obj* list, int* count, Tcl_Obj*** words);
+
 // "not enough memory", as morvel says it.
 int memory_short(Tcl_Interp* interp);
 

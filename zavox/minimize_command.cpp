@@ -27,7 +27,7 @@ public:
         drop();
         int count = 0;
         Tcl_Obj** words = nullptr;
-        if (Tcl_ListObjGetElements(interp, prefix, &count, &words) != TCL_OK) {
+        if (get_words(interp, prefix, &count, &words) != TCL_OK) {
             return TCL_ERROR;
         }
         if (count == 0) {
@@ -169,8 +169,8 @@ int read_gradient(Script& script, Tcl_Obj* result, double* g)
     int count = 0;
     Tcl_Obj** words = nullptr;
     Vector vector;
-    if (morvelVectorIfAny(result) == nullptr &&
-        Tcl_ListObjGetElements(nullptr, result, &count, &words) == TCL_OK && count == script.n) {
+    if (morvelVectorIfAny(result) == nullptr && get_words(nullptr, result, &count, &words) == TCL_OK &&
+        count == script.n) {
         bool numbers = true;
         for (int i = 0; i < count && numbers; ++i) {
             numbers = get_number(nullptr, words[i], &g[i]) == TCL_OK;
@@ -286,14 +286,14 @@ int read_rows(Tcl_Interp* interp, const char* option, Tcl_Obj* word, int n, Rows
     Tcl_Obj** part = nullptr;
     int count = 0;
     Tcl_Obj** row = nullptr;
-    if (Tcl_ListObjGetElements(nullptr, word, &parts, &part) != TCL_OK || parts != 2) {
+    if (get_words(nullptr, word, &parts, &part) != TCL_OK || parts != 2) {
         return fail(interp, Fault::value, Tcl_GetString(word), quoted("expected {rows rhs} but got ", word));
     }
     Tcl_Obj* const list = Tcl_DuplicateObj(part[0]); // it keeps its elements whatever happens to the word
     Tcl_IncrRefCount(list);
     int status = rows->sides.get(interp, part[1]);
     if (status == TCL_OK) {
-        status = Tcl_ListObjGetElements(interp, list, &count, &row);
+        status = get_words(interp, list, &count, &row);
     }
     if (status == TCL_OK && count != rows->sides.size()) {
         status = fail(interp, Fault::length, option,

@@ -22,8 +22,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <emmintrin.h>
 #include <limits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -44,6 +46,7 @@ struct Tile {
     alignas(64) T values[tile_edge<T> * tile_edge<T>];
 };
 
+#if defined(__SSE2__)
 __m128i load(const void* from)
 {
     return _mm_loadu_si128(static_cast<const __m128i*>(from));
@@ -80,6 +83,19 @@ void gather_square(const T* from, size_t stride, T* to)
         store(to + edge, _mm_unpackhi_epi64(r0, r1));
     }
 }
+
+#else
+template <class T>
+void gather_square(const T* from, size_t stride, T* to)
+{
+    constexpr size_t step = 16 / sizeof(T);
+    for (size_t r = 0; r < step; ++r) {
+        for (size_t c = 0; c < step; ++c) {
+            to[c * tile_edge<T> + r] = from[r * stride + c];
+        }
+    }
+}
+#endif
 
 // Reads rows x columns elements, whose rows lie `stride` apart, transposed into
 // the buffer.

@@ -1,20 +1,24 @@
-# compare.tcl ?-update? ?-library program? ?family ...?
+# compare.tcl ?-update? ?-table target? ?-library program? ?family ...?
 #
 # Prints the results of every family (or of those named) and compares them with
 # expected/, byte for byte. Needs auto_path to lead to the packages (TCLLIBPATH)
 # and -library, or the environment variable ZAVO_GOLDEN, to name the program
 # zavo_golden; without one the routines of the library are not compared and the
-# run says so. -update rewrites expected/ instead.
+# run says so. -update rewrites expected/ instead. -table prints rows for a table of
+# targets: the commands in this interpreter, and the routines by every path that the
+# processor has.
 
 set here [file dirname [file normalize [info script]]]
 set expected [file join $here expected]
 set update 0
+set target ""
 set program [expr {[info exists env(ZAVO_GOLDEN)] ? $env(ZAVO_GOLDEN) : ""}]
 set wanted {}
 while {[llength $argv]} {
     set argv [lassign $argv word]
     switch -- $word {
         -update { set update 1 }
+        -table { set argv [lassign $argv target] }
         -library { set argv [lassign $argv program] }
         default { lappend wanted $word }
     }
@@ -59,9 +63,9 @@ proc script_output {here family} {
     return $bytes
 }
 
-proc library_output {program family} {
+proc library_output {program family args} {
     set scratch [file join [scratch_folder] zavo-golden-[pid].txt]
-    exec $program $family [file nativename $scratch]
+    exec $program $family [file nativename $scratch] {*}$args
     set bytes [slurp $scratch]
     file delete $scratch
     return $bytes
@@ -114,14 +118,46 @@ foreach path [lsort [glob -nocomplain -directory $here *.tcl]] {
         judge $family.script.txt [script_output $here $family]
     }
 }
-if {$program eq ""} {
+proc lines_of {args} {
+    return [split [string map {\r ""} [exec {*}$args]] \n]
+}
+
+# One row, of what was compared since the last.
+proc row {path interpreter} {
+    global target compared differing rows
+    lappend rows [list $target $path $interpreter [expr {$compared - [total 3]}] [expr {$differing - [total 4]}]]
+    puts [format "%-14s %-8s %-12s %8d %9d" {*}[lindex $rows end]]
+}
+proc total {column} {
+    set sum 0
+    foreach row $::rows {
+        incr sum [lindex $row $column]
+    }
+    return $sum
+}
+set rows {}
+
+if {$target ne ""} {
+    set paths [expr {$program eq "" ? "best" : [lines_of $program -paths]}]
+    row [lindex $paths end] "Tcl [info patchlevel]"
+    if {$program ne ""} {
+        foreach path $paths {
+            foreach family [lsort [lines_of $program]] {
+                judge $family.library.txt [library_output $program $family $path]
+            }
+            row $path "none"
+        }
+    }
+} elseif {$program eq ""} {
     puts "golden: no program named, routines of the library not compared"
 } else {
-    foreach family [lsort [split [string map {\r ""} [exec $program]] \n]] {
+    foreach family [lsort [lines_of $program]] {
         if {[is_wanted $family]} {
             judge $family.library.txt [library_output $program $family]
         }
     }
 }
-puts "golden: $compared compared, $differing differing"
+if {$target eq ""} {
+    puts "golden: $compared compared, $differing differing"
+}
 exit [expr {$differing > 0 || $compared == 0}]
