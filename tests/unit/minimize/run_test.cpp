@@ -4,6 +4,7 @@
 
 #include "core/errors/error_codes.hpp"
 #include "core/system/memory.hpp"
+#include "tests/support/nist_problems.hpp"
 
 #include <cmath>
 #include <functional>
@@ -148,6 +149,35 @@ TEST(minimize_run, published_problems_converge)
     EXPECT_EQ(third.outcome.status, ZAVO_RUN_CONVERGED);
     EXPECT_NEAR(third.x[0], 1.098159e-5, 1e-10);
     EXPECT_NEAR(third.x[1], 9.106146, 1e-4);
+}
+
+// Both official starts of every set; a run counts when its sum of squares is within
+// 1e-4 of the certified one.
+int nist_runs_solved(bool bounded)
+{
+    int solved = 0;
+    for (const zavo::test::NistSet& set : zavo::test::nist_sets()) {
+        for (const std::vector<float>& start : set.starts) {
+            Attempt run([&set](const std::vector<double>& x) { return set.raw.value(x.data()); }, start);
+            if (bounded) {
+                for (std::size_t i = 0; i < start.size(); ++i) {
+                    const auto wide =
+                        static_cast<float>(20.0 * std::fabs(set.certified[i]) + 2.0 * std::fabs(start[i]));
+                    run.lower.push_back(-wide);
+                    run.upper.push_back(wide);
+                }
+            }
+            run.solve();
+            solved += run.outcome.value <= set.sum * (1.0 + 1e-4) ? 1 : 0;
+        }
+    }
+    return solved;
+}
+
+TEST(minimize_run, sums_of_squares_of_the_statistical_reference_datasets)
+{
+    EXPECT_EQ(nist_runs_solved(false), 18);
+    EXPECT_GE(nist_runs_solved(true), 17); // Eckerle4 starts on a plain
 }
 
 TEST(minimize_run, a_given_gradient_saves_the_differences)
