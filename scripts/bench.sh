@@ -4,7 +4,8 @@
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
-mapfile -t known < <(printf '%s\n' bench/bench_*.cpp | sed 's|.*/bench_||; s|\.cpp$||')
+# A piece is a program of ours, bench_<piece>.cpp, or a script.
+mapfile -t known < <(printf '%s\n' bench/bench_*.cpp bench/bench_*.tcl | sed 's|.*/bench_||; s|\.[a-z]*$||')
 for piece in "$@"; do
     demand benchmark "$piece" "${known[@]}"
 done
@@ -13,11 +14,14 @@ configure_and_build bench
 install_tree bench
 
 [[ $# -gt 0 ]] || set -- "${known[@]}"
+[[ " $* " != *" script "* ]] || need_packages python3-numpy python3-scipy
 export ZAVO_BENCH_GOALS=$PWD/build/bench/goals
 : >"$ZAVO_BENCH_GOALS"
 for piece in "$@"; do
     say "bench $piece"
-    TCLLIBPATH="$PWD/build/bench/dist/lib" "build/bench/bench/bench_$piece"
+    command=("build/bench/bench/bench_$piece")
+    [[ ! -f bench/bench_$piece.tcl ]] || command=(tclsh8.6 "bench/bench_$piece.tcl")
+    TCLLIBPATH="$PWD/build/bench/dist/lib" "${command[@]}"
 done
 
 say "goals"
