@@ -17,7 +17,8 @@ install(FILES ${PROJECT_BINARY_DIR}/zavo-config.cmake ${PROJECT_BINARY_DIR}/zavo
 
 set(ZAVO_DOC_DIR share/doc/zavo)
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${ZAVO_DOC_DIR})
-install(PROGRAMS apps/zavo-shell DESTINATION bin)
+install(PROGRAMS apps/zavo-shell apps/zavo-explore DESTINATION bin)
+install(DIRECTORY apps/explore DESTINATION share/zavo)
 install(DIRECTORY examples DESTINATION ${ZAVO_DOC_DIR})
 # The manual, built by ./zavo docs, is the same on every target.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/share/ DESTINATION share OPTIONAL)

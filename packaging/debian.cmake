@@ -42,6 +42,7 @@ debian_part(libzavo-dev lib/${triplet}/cmake/zavo ${made}/zavo-config.cmake
 debian_part(libzavo-dev share/man/man3 ${tree}/share/man/man3/)
 debian_part(tcl-zavo lib/tcltk/${triplet}/zavo1.0 ${tree}/lib/zavo1.0/)
 debian_part(tcl-zavo bin ${tree}/bin/)
+debian_part(tcl-zavo share/zavo ${tree}/share/zavo/)
 debian_part(tcl-zavo share/man/man1 ${tree}/share/man/man1/)
 debian_part(tcl-zavo share/man/mann ${tree}/share/man/mann/)
 debian_part(zavo-doc ${ZAVO_DOC_DIR} ${tree}/${ZAVO_DOC_DIR}/)

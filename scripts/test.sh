@@ -18,14 +18,16 @@ declare -A about=(
     [windows64]="golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too"
     [tcl9]="the module for Tcl 9: unit, script, golden, docs; NAME: a part"
     [arm64]="64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, unit and script too"
-    [package]="the release archive, unpacked and used"
-    [docs]="manual pages and their transcripts"
+    [package]="archives unpacked and used, .deb installed, upgraded and removed"
+    [docs]="the manual built and checked, transcripts of its pages"
+    [explore]="the explorer's window, by mouse and keyboard on a virtual display"
     [lint]="formatting and static checks"
     [long]="the tests of minutes; NAME as for unit"
+    [browser]="the manual in headless Chromium: links, searches, a phone's width"
     [fuzz]="each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target"
 )
-ordinary=(unit script golden sanitize windows windows64 tcl9 arm64 package docs lint)
-on_demand=(long fuzz)
+ordinary=(unit script golden sanitize windows windows64 tcl9 arm64 package docs explore lint)
+on_demand=(long fuzz browser)
 
 # A suite whose script is not part of the tree is not offered.
 for optional in windows tcl9 arm64 package docs lint; do
@@ -198,6 +200,15 @@ test_arm64() { bash scripts/arm64.sh test "$@"; }
 test_windows64() { bash scripts/windows.sh 64 test "$@"; }
 test_package() { bash scripts/package.sh test; }
 test_docs() { bash scripts/docs.sh test; }
+test_browser() { bash scripts/docs.sh browser; }
+
+test_explore() {
+    need_packages tk8.6 tklib tcllib libtk-img xvfb xauth
+    build_linux
+    say "the explorer on a virtual display"
+    TCLLIBPATH="$PWD/dist/lib" xvfb-run -a -s "-screen 0 1280x900x24" tclsh8.6 tests/explore/explore.test
+}
+
 test_lint() { bash scripts/lint.sh; }
 
 # ---- The command line ------------------------------------------------------------

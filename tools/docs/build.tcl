@@ -142,7 +142,8 @@ proc build_docs::check_references {pages} {
             complain $page "has no keywords"
         }
         foreach name [dict get $info see_also] {
-            if {$name ni $known} {
+            # Tcl's own commands have pages, too.
+            if {$name ni $known && ![llength [info commands ::$name]]} {
                 complain $page "refers to $name, which no page describes"
             }
         }
@@ -535,8 +536,9 @@ proc build_docs::main {folder examples share {doxygen ""}} {
         write_file [file join $man $title.$volume] [convert [dict get $info path] nroff]
         # `man n command` finds the page of the command's family.
         foreach command [dict get $info commands] {
-            if {$command ne $title && ![string match "* *" $command]} {
-                write_file [file join $man [string map {:: _} $command].$volume] ".so man$volume/$title.$volume\n"
+            set name [string map {:: _} $command]
+            if {$name ne $title && ![string match "* *" $name]} {
+                write_file [file join $man $name.$volume] ".so man$volume/$title.$volume\n"
             }
         }
     }
