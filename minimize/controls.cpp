@@ -82,6 +82,29 @@ void check_tolerances(Controls& controls)
     }
 }
 
+// 1000 * max(|xscale * x|, |xscale|), Euclidean norms. Squares that run over are
+// formed once more in double, so that a far start has a finite limit, too.
+float computed_step_limit(int n, const float* x, const float* xscale)
+{
+    float sum = 0.0F;
+    for (int i = 0; i < n; ++i) {
+        const float scaled = xscale[i] * x[i];
+        sum += scaled * scaled;
+    }
+    const float limit = 1000.0F * l_fmax(std::sqrt(sum), l_vnrm2(n, xscale, 1));
+    if (limit != std::numeric_limits<float>::infinity()) {
+        return limit;
+    }
+    double squares = 0.0;
+    for (int i = 0; i < n; ++i) {
+        const double scaled = static_cast<double>(xscale[i]) * x[i];
+        squares += scaled * scaled;
+    }
+    const double wide = 1000.0 * std::fmax(std::sqrt(squares), static_cast<double>(l_vnrm2(n, xscale, 1)));
+    constexpr float most = std::numeric_limits<float>::max();
+    return std::isfinite(wide) ? (wide < most ? static_cast<float>(wide) : most) : limit;
+}
+
 void check_step_limits(const FreeProblem& problem, Controls& controls)
 {
     // A limit that is not positive is always computed; the stand-in value only
@@ -130,29 +153,6 @@ float eps_two_thirds()
 float default_function_tolerance()
 {
     return l_fmax(1e-10F, eps_two_thirds());
-}
-
-// Squares that run over are
-// formed once more in double, so that a far start has a finite limit, too.
-float computed_step_limit(int n, const float* x, const float* xscale)
-{
-    float sum = 0.0F;
-    for (int i = 0; i < n; ++i) {
-        const float scaled = xscale[i] * x[i];
-        sum += scaled * scaled;
-    }
-    const float limit = 1000.0F * l_fmax(std::sqrt(sum), l_vnrm2(n, xscale, 1));
-    if (limit != std::numeric_limits<float>::infinity()) {
-        return limit;
-    }
-    double squares = 0.0;
-    for (int i = 0; i < n; ++i) {
-        const double scaled = static_cast<double>(xscale[i]) * x[i];
-        squares += scaled * scaled;
-    }
-    const double wide = 1000.0 * std::fmax(std::sqrt(squares), static_cast<double>(l_vnrm2(n, xscale, 1)));
-    constexpr float most = std::numeric_limits<float>::max();
-    return std::isfinite(wide) ? (wide < most ? static_cast<float>(wide) : most) : limit;
 }
 
 int Controls::default_digits()

@@ -39,9 +39,6 @@ struct FreeProblem {
     float fscale = 1.0F;     // typical size of the function
 };
 
-// The step limit for a start x: 1000 * max(|xscale * x|, |xscale|), Euclidean norms.
-float computed_step_limit(int n, const float* x, const float* xscale);
-
 // Checks the controls and puts usable values in place of bad ones, with a
 // warning of type 6 each. False when n < 1, which posts 5/8020.
 bool check_controls(FreeProblem& problem, Controls& controls);

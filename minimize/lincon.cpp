@@ -4,7 +4,6 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/context_gradient.hpp"
 
 #include <algorithm>
 
@@ -141,8 +140,6 @@ ConstrainedOutcome minimize_constrained(Gradient& gradient, const ConstrainedPro
 template ConstrainedOutcome minimize_constrained(ConstrainedDifferences&, const ConstrainedProblem&,
                                                  const ConstrainedWorkspace&);
 template ConstrainedOutcome minimize_constrained(ConstrainedUserGradient&, const ConstrainedProblem&,
-                                                 const ConstrainedWorkspace&);
-template ConstrainedOutcome minimize_constrained(ContextGradient&, const ConstrainedProblem&,
                                                  const ConstrainedWorkspace&);
 
 } // namespace zavo::minimize

@@ -39,7 +39,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <climits>
 #include <cmath>
 
 namespace zavo::minimize {
@@ -83,7 +82,6 @@ struct ConstrainedProblem {
     const float* start = nullptr; // nvar
     float accuracy = 0.0F;
     int eval_limit = 0;
-    int iteration_limit = INT_MAX;
 };
 
 // Arrays of a run, two of which are results. The block: nvar^2 + 11 nvar + ncon.
@@ -99,7 +97,6 @@ struct ConstrainedOutcome {
     Value f = machine::not_a_number();
     int active_count = 0;
     Counts counts;
-    const float* gradient = nullptr; // nvar, in the workspace; null when none was taken
 };
 
 // ---- The method -----------------------------------------------------------------
@@ -111,9 +108,8 @@ public:
                         const ConstrainedWorkspace& work)
         : gradient_(gradient), c_(constraints), set_(constraints, work.block, work.active, work.multipliers),
           n_(problem.nvar), neq_(problem.neq), accuracy_(problem.accuracy), eval_limit_(problem.eval_limit),
-          iteration_limit_(problem.iteration_limit), x_(work.x), g_(set_.take_vector()),
-          d_(set_.take_vector()), xs_(set_.take_vector()), gs_(set_.take_vector()),
-          g_best_(set_.take_vector())
+          x_(work.x), g_(set_.take_vector()), d_(set_.take_vector()), xs_(set_.take_vector()),
+          gs_(set_.take_vector()), g_best_(set_.take_vector())
     {
         assert(n_ >= 1 && eval_limit_ >= 1);
     }
@@ -121,7 +117,7 @@ public:
     ConstrainedOutcome run()
     {
         minimize();
-        return {status_, f_, set_.active(), counts_, counts_.gradients > 0 ? g_ : nullptr};
+        return {status_, f_, set_.active(), counts_};
     }
 
 private:
@@ -146,7 +142,7 @@ private:
             if (set_.tolerance() <= set_.data_accuracy() || set_.active() < 1) {
                 break;
             }
-            if (counts_.evaluations == eval_limit_ || counts_.iterations >= iteration_limit_) {
+            if (counts_.evaluations == eval_limit_) {
                 status_ = limit_used;
                 break;
             }
@@ -224,7 +220,7 @@ private:
             }
             last_drop = f_before - f_;
             f_before = f_;
-            if (counts_.evaluations == eval_limit_ || counts_.iterations >= iteration_limit_) {
+            if (counts_.evaluations == eval_limit_) {
                 status_ = limit_used;
                 return;
             }
@@ -407,7 +403,6 @@ private:
     int neq_;
     float accuracy_;
     int eval_limit_;
-    int iteration_limit_;
     float* x_;
     float *g_, *d_, *xs_, *gs_, *g_best_;
     Value f_ = machine::not_a_number(); // until there is a value

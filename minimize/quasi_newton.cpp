@@ -1,7 +1,5 @@
 #include "minimize/quasi_newton.hpp"
 
-#include "minimize/context_gradient.hpp"
-
 namespace zavo::minimize {
 
 template SearchEnd search_line(DifferenceGradient&, const Search&);

@@ -223,7 +223,6 @@ private:
         }
         l_vcopy(n_, there_.x, 1, here_.x, 1);
         here_.f = there_.f;
-        gradient_.objective.report(n_, here_.x, here_.f, counts_);
         if (should_stop({here_.x, there_.g, here_.f})) {
             l_vcopy(n_, there_.g, 1, here_.g, 1);
             return true;
