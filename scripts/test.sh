@@ -24,10 +24,11 @@ declare -A about=(
     [lint]="formatting and static checks"
     [long]="the tests of minutes; NAME as for unit"
     [browser]="the manual in headless Chromium: links, searches, a phone's width"
+    [tsan]="the threads' tests under ThreadSanitizer"
     [fuzz]="each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target"
 )
 ordinary=(unit script golden sanitize windows windows64 tcl9 arm64 package docs explore lint)
-on_demand=(long fuzz browser)
+on_demand=(long tsan fuzz browser)
 
 # A suite whose script is not part of the tree is not offered.
 for optional in windows tcl9 arm64 package docs lint; do
@@ -129,6 +130,14 @@ run_units() {
 }
 
 test_unit() { run_units unit '*_test.cpp' "$@"; }
+# Synchronous faults are posted in their handler, by whatever that takes.
+test_tsan() {
+    need_packages "${build_packages[@]}" "${test_packages[@]}"
+    configure_and_build threads
+    say "threads under ThreadSanitizer"
+    TSAN_OPTIONS=report_signal_unsafe=0 build/threads/tests/unit_threads
+}
+
 test_long() { run_units long '*_long.cpp' "$@"; }
 
 # run_script_tests DIST NAMES [ENV=VALUE ...]: tcltest suites against an installed
