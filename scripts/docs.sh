@@ -83,6 +83,8 @@ test)
     build_docs
     say "transcripts of the pages"
     TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tools/doc_examples.tcl docs/*.man || die "pages and reality differ, see above"
+    say "the first five minutes of the README"
+    tclsh8.6 tools/docs/check_walk.tcl README.md || die "README and reality differ, see above"
     ;;
 browser)
     need_packages chromium chromium-driver tcllib
