@@ -6,36 +6,38 @@ source scripts/common.sh
 
 # ---- What there is -------------------------------------------------------------
 
-# Suites of every change, in this order, and those on demand. A suite NAME is a
-# function test_NAME; when it takes names, names_NAME prints them.
-# shellcheck disable=SC2034 # read by name
-declare -A about=(
-    [unit]="routines from C++; NAME: a folder, a group, a test or a pattern of them"
-    [script]="commands from Tcl, once more as Tcl 8.5 would have them; NAME: a file"
-    [golden]="results to the bit; NAME: all, for one table of all targets"
-    [sanitize]="unit and script under AddressSanitizer and UndefinedBehaviorSanitizer"
-    [windows]="unit, golden, script and more as 32-bit Windows programs under Wine; NAME: a part"
-    [windows64]="golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too"
-    [tcl9]="the module for Tcl 9: unit, script, golden, docs; NAME: a part"
-    [arm64]="64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, unit and script too"
-    [package]="archives unpacked and used, .deb installed, upgraded and removed"
-    [docs]="the manual built and checked, transcripts of its pages"
-    [explore]="the explorer's window, by mouse and keyboard on a virtual display"
-    [lint]="formatting and static checks"
-    [long]="the tests of minutes; NAME as for unit"
-    [browser]="the manual in headless Chromium: links, searches, a phone's width"
-    [tsan]="the threads' tests under ThreadSanitizer"
-    [fuzz]="each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target"
-)
-ordinary=(unit script golden sanitize windows windows64 tcl9 arm64 package docs explore lint)
-on_demand=(long tsan fuzz browser)
-
-# A suite whose script is not part of the tree is not offered.
-for optional in windows tcl9 arm64 package docs lint; do
-    if [[ ! -f scripts/$optional.sh ]]; then
-        mapfile -t ordinary < <(printf '%s\n' "${ordinary[@]}" | grep -vx "$optional")
-    fi
-done
+# A suite NAME is a function test_NAME; when it takes names, names_NAME prints them.
+# Those of every change run in this order; one whose scripts/NAME.sh is named but not
+# part of the tree is not offered.
+#   name | when | script | what
+table='
+unit      | change |         | routines from C++; NAME: a folder, a group, a test or a pattern of them
+script    | change |         | commands from Tcl, once more as Tcl 8.5 would have them; NAME: a file
+golden    | change |         | results to the bit; NAME: all, for one table of all targets
+memory    | change |         | every allocation of every command fails in turn; NAME: a command
+sanitize  | change |         | unit and script under AddressSanitizer and UndefinedBehaviorSanitizer
+windows   | change | windows | unit, golden, script and more as 32-bit Windows programs under Wine; NAME: a part
+windows64 | change | windows | golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too
+tcl9      | change | tcl9    | the module for Tcl 9: unit, script, golden, docs; NAME: a part
+arm64     | change | arm64   | 64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, unit and script too
+package   | change | package | archives unpacked and used, .deb installed, upgraded and removed
+docs      | change | docs    | the manual built and checked, transcripts of its pages
+explore   | change |         | the window of the explorer, by mouse and keyboard on a virtual display
+lint      | change | lint    | formatting and static checks
+long      | demand |         | the tests of minutes; NAME as for unit
+browser   | demand |         | the manual in headless Chromium: links, searches, a width like a telephone
+tsan      | demand |         | the tests of threads under ThreadSanitizer
+fuzz      | demand |         | each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target
+'
+declare -A about=()
+ordinary=()
+on_demand=()
+while IFS='|' read -r name when script what; do
+    name=${name// /} when=${when// /} script=${script// /}
+    [[ -n $name && (-z $script || -f scripts/$script.sh) ]] || continue
+    about[$name]=${what# }
+    if [[ $when == change ]]; then ordinary+=("$name"); else on_demand+=("$name"); fi
+done <<<"$table"
 
 list_suites() {
     local suite
@@ -68,6 +70,7 @@ names_tcl9() { printf '%s\n' unit script golden docs; }
 names_arm64() { printf '%s\n' fusion golden unit script; }
 names_golden() { echo all; }
 names_windows64() { names_windows; }
+names_memory() { grep -oE '(zavo_[a-z0-9_]+|dynlist\.[a-z]+)' tests/fault/commands_memory.tcl | sort -u; }
 names_fuzz() { printf '%s\n' tests/fuzz/fuzz_*.cpp | sed 's|.*/fuzz_||; s|\.cpp$||'; }
 
 # matching PATTERN_OF_FILES NAME ...: those of the unit tests that a name chooses.
@@ -171,6 +174,15 @@ test_golden() {
     build_linux -DZAVO_BUILD_TESTS=ON
     say "golden results"
     TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden
+}
+
+# Allocations of the installed libraries fail, those of the interpreter do not.
+test_memory() {
+    build_linux
+    say "failing allocations"
+    cmake --build --preset release --target failing_malloc
+    local library=$PWD/build/release/tests/libfailing_malloc.so
+    LD_PRELOAD=$library TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/fault/commands_memory.tcl "$library" "${@/%/*}"
 }
 
 # The same unit and script suites under the sanitizers. The interpreter itself

@@ -26,7 +26,15 @@ bool must_fail()
 {
     MemoryState& state = memory_state();
     ++state.allocations;
-    return state.until_failure >= 0 && state.until_failure-- == 0;
+    if (state.until_failure > 0) {
+        --state.until_failure;
+        return false;
+    }
+    const bool fails = state.until_failure == 0;
+    if (fails && !state.rest_fails) {
+        state.until_failure = -1;
+    }
+    return fails;
 }
 
 constexpr std::size_t work_alignment = 64;
@@ -46,7 +54,8 @@ bool product_overflows(std::size_t count, std::size_t size)
 
 extern "C" void zavo_fail_allocation(long nth)
 {
-    memory_state().until_failure = nth > 0 ? nth - 1 : -1;
+    memory_state().until_failure = std::labs(nth) - 1;
+    memory_state().rest_fails = nth < 0;
     memory_state().allocations = 0;
 }
 

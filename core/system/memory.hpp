@@ -8,8 +8,8 @@
 
 extern "C" {
 // For tests: makes the nth allocation of this thread from now on fail (1 is the
-// next one); 0 switches that off. zavo_allocation_count counts the thread's calls
-// since the last switch.
+// next one), -nth also all that follow it; 0 switches that off. zavo_allocation_count
+// counts the thread's calls since the last switch.
 void zavo_fail_allocation(long nth);
 long zavo_allocation_count(void);
 }
@@ -20,6 +20,7 @@ namespace zavo::core {
 struct WorkBlock;
 struct MemoryState {
     long until_failure = -1; // allocations that succeed before one fails; negative when none is to fail
+    bool rest_fails = false; // with all after it
     long allocations = 0;
     WorkBlock* newest_work = nullptr;
 };

@@ -1,0 +1,274 @@
+# The n-th allocation of every command fails, for n = 1, 2, ... until the command
+# no longer asks for so many; once alone, and once with all that follow it. Each
+# time the command gives the right result all the same or an error with words,
+# and after an error no list has come, gone or changed and no block is left behind.
+#
+#   LD_PRELOAD=libfailing_malloc.so tclsh commands_memory.tcl libfailing_malloc.so ?name ...?
+#
+# Names (patterns) choose cases. A command without a case is a failure.
+package require Tcl 8.5-
+lassign $argv library
+set chosen [lrange $argv 1 end]
+load $library Failing
+package require zavo
+package require morvel
+package require zavox
+
+namespace eval memory {
+    variable faults {} runs 0 words 0 cases 0 tried {}
+}
+
+# The value behind a result: the list's, when it names one, which goes.
+proc memory::value_of {result} {
+    if {[llength $result] == 1 && [dynlist exists $result]} {
+        return [list list [dynlist take $result]]
+    }
+    return $result
+}
+
+proc memory::snapshot {} {
+    set lists {}
+    foreach name [dynlist names] {
+        lappend lists $name [dynlist get $name]
+    }
+    return $lists
+}
+
+proc memory::fault {what} {
+    variable faults
+    lappend faults $what
+    puts "  $what"
+}
+
+# One run with the nth allocation failing; whether any has failed.
+proc memory::run_once {name call view n mode wanted} {
+    variable runs
+    variable words
+    set before [snapshot]
+    set blocks [failing::live]
+    failing::next $n {*}$mode
+    set status [catch {uplevel #0 $call} result]
+    set failed [failing::next 0]
+    set where "$name: allocation $n failing[expr {$mode eq "" ? "" : " and all after it"}]"
+    incr runs [expr {$failed > 0}]
+    if {$status == 1} {
+        incr words
+        if {$failed == 0} {
+            fault "$where: fails without a failure: $result"
+        }
+        # A sentence, whose first word is not the punctuation behind a name that is missing.
+        if {![regexp {^\w.*\w.*\w} $result]} {
+            fault "$where: an error without words: '$result'"
+        }
+        if {[snapshot] ne $before} {
+            fault "$where: the lists have changed"
+        }
+    } else {
+        set got [uplevel #0 [list apply $view [value_of $result]]]
+        if {$got ne $wanted} {
+            fault "$where: a wrong result: [string range $got 0 200], not [string range $wanted 0 200]"
+        }
+        if {[snapshot] ne $before} {
+            fault "$where: the lists have changed"
+        }
+    }
+    # A good call brings the caches back to where they were. What is left may have been
+    # kept for good, as the first error's message is; if it grows again, it is lost.
+    value_of [uplevel #0 $call]
+    if {[failing::live] != $blocks} {
+        set blocks [failing::live]
+        failing::next $n {*}$mode
+        catch {value_of [uplevel #0 $call]}
+        failing::next 0
+        value_of [uplevel #0 $call]
+        if {[failing::live] != $blocks} {
+            fault "$where: [expr {[failing::live] - $blocks}] blocks left behind"
+        }
+    }
+    return [expr {$failed > 0}]
+}
+
+# memory::check NAME SETUP CALL ?VIEW?: NAME begins with the command, or the
+# ensemble and its subcommand with a dot between them. VIEW, a procedure of one
+# argument, makes of the value what is compared.
+proc memory::check {name setup call {view {value {set value}}}} {
+    variable cases
+    variable tried
+    lappend tried [lindex [split $name :] 0]
+    global chosen
+    if {[llength $chosen] > 0 && ![llength [lsearch -all -inline -glob $chosen $name]]} {
+        set fits 0
+        foreach pattern $chosen {
+            incr fits [string match $pattern $name]
+        }
+        if {!$fits} {
+            return
+        }
+    }
+    incr cases
+    uplevel #0 $setup
+    # Twice: caches are full from then on.
+    foreach turn {1 2} {
+        set wanted [uplevel #0 [list apply $view [value_of [uplevel #0 $call]]]]
+    }
+    foreach mode {{} rest} {
+        for {set n 1} {[run_once $name $call $view $n $mode $wanted]} {incr n} {
+            if {$n > 5000} {
+                fault "$name: asks for more and more"
+                break
+            }
+        }
+    }
+    dynlist free {*}[dynlist names]
+}
+
+proc memory::floats {n} {
+    set values {}
+    for {set i 0} {$i < $n} {incr i} {
+        lappend values [expr {($i * 7 % 11) - 4.5}]
+    }
+    return $values
+}
+
+# Every block of the libraries of the package is counted from here on.
+if {[failing::watch [file join [lindex $::env(TCLLIBPATH) 0] zavo1.0]] < 4} {
+    puts "the package is not loaded from TCLLIBPATH"
+    exit 1
+}
+
+# ---- The cases -----------------------------------------------------------------
+
+set length {value {list [llength [lindex $value 1]] [llength [lindex $value 1 0]]}}
+set near {value {set out {}; foreach x [lindex $value 1] {lappend out [format %.3f $x]}; string map {-0.000 0.000} $out}}
+
+foreach {word call} {
+    zavo_constant {zavo_constant pi}                     zavo_constant:unit {zavo_constant gas erg/mole/K}
+    zavo_constant:warning {zavo_constant protonmass N}   zavo_i_machine {zavo_i_machine 5}
+    zavo_f_machine {zavo_f_machine 4}                    zavo_date_to_days {zavo_date_to_days 24 12 2026}
+    zavo_date_to_days:note {zavo_date_to_days 1 1 -50}   zavo_days_to_date {zavo_days_to_date 46378}
+} {
+    memory::check $word {} $call
+}
+# What fails anyway has words whatever else fails.
+foreach {word call} {
+    zavo_constant:refused {zavo_constant tau}            zavo_constant:unit_refused {zavo_constant pi furlong}
+    zavo_i_machine:refused {zavo_i_machine 99}           zavo_f_machine:refused {zavo_f_machine 99}
+    zavo_date_to_days:refused {zavo_date_to_days 30 2 2001}
+    zavo_fft_real:refused {zavo_fft_real $empty}         zavo_fft_real:lookup {zavo_fft_real nosuch}
+    zavo_random_uniform:refused {zavo_random_uniform 0}
+} {
+    memory::check $word {set empty [dynlist create float {}]} \
+        "if {!\[catch {$call} text\]} {error {no error}}; regexp {^\\w.*\\w.*\\w} \$text"
+}
+
+foreach command {zavo_random_uniform zavo_random_normal zavo_random_exp} {
+    memory::check $command {} "$command 5" $length
+    memory::check $command:long {} "$command 3000" $length
+    memory::check $command:lists {
+        set counts [dynlist create list [list [dynlist create int {2 3}] [dynlist create int 4]]]
+    } "$command \$counts" $length
+    memory::check $command:ints {set counts [dynlist create int {2 3 1}]} "$command \$counts" $length
+}
+
+foreach n {1 2 7 8 60 97 1024 3001 20000} {
+    foreach {name keyword} {forward {} backward BACKWARD} {
+        memory::check zavo_fft_real:$name.$n "set x \[dynlist create float \[memory::floats $n\]\]" \
+            "zavo_fft_real \$x $keyword"
+    }
+}
+memory::check zavo_fft_real:lists {
+    set x [dynlist create list [list [dynlist create float [memory::floats 12]] \
+        [dynlist create list [list [dynlist create float [memory::floats 5]] [dynlist create float 1]]]]]
+} {zavo_fft_real $x}
+
+foreach {m n} {1 1 4 8 5 7 16 16 64 48} {
+    foreach {name keyword} {forward {} backward BACKWARD} {
+        memory::check zavo_fft_2d_complex:$name.${m}x$n \
+            "set x \[dynlist create float \[memory::floats [expr {2 * $m * $n}]\]\]" "zavo_fft_2d_complex \$x $m $n $keyword"
+    }
+}
+memory::check zavo_fft_2d_complex:short {set x [dynlist create float {1 2 3}]} {zavo_fft_2d_complex $x 2 2}
+memory::check zavo_fft_2d_complex:lists {
+    set x [dynlist create list [list [dynlist create float [memory::floats 24]] [dynlist create float [memory::floats 24]]]]
+} {zavo_fft_2d_complex $x 3 4}
+
+foreach command {zavo_convolution zavo_correlation} {
+    foreach {nx ny} {1 1 5 3 3 5 64 64 900 37 37 900} {
+        memory::check $command:$nx.$ny \
+            "set x \[dynlist create float \[memory::floats $nx\]\]; set y \[dynlist create float \[memory::floats $ny\]\]" \
+            "$command \$x \$y"
+    }
+    memory::check $command:lists {
+        set y [dynlist create float [memory::floats 9]]
+        set x [dynlist create list [list [dynlist create float [memory::floats 24]] [dynlist create float [memory::floats 3]]]]
+    } "$command \$x \$y"
+    memory::check $command:both_lists {
+        set x [dynlist create list [list [dynlist create float [memory::floats 24]] [dynlist create float [memory::floats 3]]]]
+        set y [dynlist create list [list [dynlist create float [memory::floats 4]] [dynlist create float [memory::floats 30]]]]
+    } "$command \$x \$y"
+}
+
+proc bowl {x y} {expr {($x - 1) * ($x - 1) + 3 * ($y - 2) * ($y - 2)}}
+proc rosenbrock {x y} {expr {100 * ($y - $x * $x) * ($y - $x * $x) + (1 - $x) * (1 - $x)}}
+interp alias {} aliased {} bowl
+memory::check zavo_min_uncon_multivar {} {zavo_min_uncon_multivar bowl} $near
+memory::check zavo_min_uncon_multivar:start {set x [dynlist create float {3 4}]} \
+    {zavo_min_uncon_multivar bowl $x} $near
+memory::check zavo_min_uncon_multivar:many {
+    proc many {a b c d e f g h i j k l m n o p q r s t} {
+        set sum 0
+        foreach x [list $a $b $c $d $e $f $g $h $i $j $k $l $m $n $o $p $q $r $s $t] {
+            set sum [expr {$sum + ($x - 1) * ($x - 1)}]
+        }
+        return $sum
+    }
+    set x [dynlist create float [memory::floats 20]]
+} {zavo_min_uncon_multivar many $x} $near
+memory::check zavo_min_con_gen_lin {
+    foreach {name values} {guess {3 3} low {0 0} high {9 1.5}} {set $name [dynlist create float $values]}
+} {zavo_min_con_gen_lin bowl $guess $low $high} $near
+memory::check zavo_min_con_gen_lin:constraints {
+    foreach {name values} {guess {0 0} low {-9 -9} high {9 9} rows {1 1 1 0} right {1 -1}} {
+        set $name [dynlist create float $values]
+    }
+} {zavo_min_con_gen_lin bowl $guess $low $high 2 1 $rows $right} $near
+
+# ---- dynlist -------------------------------------------------------------------
+
+memory::check dynlist.create:int {} {dynlist create int {1 2 3}}
+memory::check dynlist.create:float {} {dynlist create float [memory::floats 5000]}
+memory::check dynlist.create:list {} {
+    dynlist scope -keep kept {
+        set kept [dynlist create list [list [dynlist create int 1] [dynlist create float {2 3}]]]
+    }
+}
+foreach {subcommand call} {
+    get {dynlist get $x}               get:deep {dynlist get $nested 0 1}      type {dynlist type $x}
+    length {dynlist length $nested}    exists {dynlist exists $x}             names {dynlist names}
+    names:pattern {dynlist names d*}   copy {dynlist copy $x}                 copy:lists {dynlist copy $nested}
+    frombytes {dynlist frombytes float abcdefgh}    tobytes {dynlist tobytes $x}
+    value {dynlist value $x}    take {dynlist take [dynlist copy $x]}           free {dynlist free [dynlist create int 1]}
+    scope {dynlist scope {dynlist create float 1; set one 1}}
+    scope:keep {dynlist scope -keep kept {set kept [dynlist create float 1]}}
+} {
+    memory::check dynlist.$subcommand {
+        set x [dynlist create float [memory::floats 2000]]
+        set nested [dynlist create list [list [dynlist create int {4 5}] [dynlist create float {1 2}]]]
+    } $call [expr {[string match names* $subcommand] ? {value {llength $value}} : {value {set value}}}]
+}
+
+# ---- The end -------------------------------------------------------------------
+
+if {[llength $chosen] == 0} {
+    catch {dynlist no_such_subcommand} subcommands
+    regsub {.*must be } $subcommands {} subcommands
+    foreach name [concat [info commands zavo_*] [string map {, {} { or } { }} $subcommands]] {
+        set name [expr {[string match zavo_* $name] ? $name : "dynlist.$name"}]
+        if {$name ni $::memory::tried} {
+            memory::fault "$name has no case"
+        }
+    }
+}
+puts "memory: $::memory::cases cases, $::memory::runs failing runs, $::memory::words of them ended with an error;\
+    [llength $::memory::faults] faults"
+exit [expr {[llength $::memory::faults] > 0 || $::memory::runs == 0}]
