@@ -65,7 +65,11 @@ function(zavo_package_library name kind)
       # every library has its own, nor the C++ run time's templates. And nothing
       # is asked for at load time that is not used.
       set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
-      target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed -Wl,--no-undefined)
+      target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed)
+      # clang's sanitizers are in the program, not in its libraries.
+      if(NOT ZAVO_FUZZ)
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+      endif()
       set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
     endif()
     install(TARGETS ${target}

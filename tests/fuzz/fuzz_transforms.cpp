@@ -1,0 +1,119 @@
+// The transforms by every path that the processor offers against the scalar one:
+// lengths that are products of any factors, arrays that begin anywhere on a line
+// of the cache, in place or apart, values of any size. Bits must be the same.
+
+#include "core/zavo.h"
+#include "fft/complex_fft.h"
+#include "fft/real_fft.h"
+#include "fft/transforms.hpp"
+#include "tests/fuzz/bytes.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using zavo::fuzz::Bytes;
+using zavo::fuzz::require;
+using namespace zavo::fft;
+
+constexpr int longest = 4096;
+
+int any_length(Bytes& in)
+{
+    static constexpr int factors[] = {2, 3, 4, 5, 7, 8, 11, 13, 16, 17, 23, 32, 64, 97, 128, 251};
+    const std::uint8_t way = in.byte();
+    if (way % 4 == 0) {
+        return 1 + in.below(longest);
+    }
+    int n = 1;
+    for (int i = 0; i < way % 8; ++i) {
+        const int factor = factors[in.byte() % 16];
+        n = n * factor <= longest ? n * factor : n;
+    }
+    return n;
+}
+
+struct Case {
+    bool complex;
+    bool backward;
+    bool in_place;
+    int n;
+    int p_offset; // floats
+    int q_offset;
+    const std::vector<float>& values;
+    const float* table;
+
+    int floats() const { return complex ? 2 * n : n; }
+};
+
+std::vector<float> by_path(Path path, const Case& c)
+{
+    limit_path(path);
+    constexpr float guard = -77.0F;
+    const auto size = static_cast<std::size_t>(c.floats());
+    std::vector<float> p(size + 32, guard);
+    std::vector<float> q(size + 32, guard);
+    std::copy(c.values.begin(), c.values.end(), p.begin() + c.p_offset);
+    const float* const from = p.data() + c.p_offset;
+    float* const to = c.in_place ? p.data() + c.p_offset : q.data() + c.q_offset;
+    if (c.complex) {
+        const auto* const source = reinterpret_cast<const f_complex*>(from);
+        auto* const target = reinterpret_cast<f_complex*>(to);
+        f_complex* const result =
+            c.backward ? zavo_c_fft_complex(c.n, source, ZAVO_BACKWARD, ZAVO_PARAMS, c.table,
+                                            ZAVO_RETURN_USER, target, 0)
+                       : zavo_c_fft_complex(c.n, source, ZAVO_PARAMS, c.table, ZAVO_RETURN_USER, target, 0);
+        require(result == target);
+    } else {
+        float* const result =
+            c.backward
+                ? zavo_f_fft_real(c.n, from, ZAVO_BACKWARD, ZAVO_PARAMS, c.table, ZAVO_RETURN_USER, to, 0)
+                : zavo_f_fft_real(c.n, from, ZAVO_PARAMS, c.table, ZAVO_RETURN_USER, to, 0);
+        require(result == to);
+    }
+    std::vector<float>& written = c.in_place ? p : q;
+    const int offset = c.in_place ? c.p_offset : c.q_offset;
+    require(std::all_of(written.begin(), written.begin() + offset, [](float x) { return x == guard; }));
+    require(std::all_of(written.begin() + offset + c.floats(), written.end(),
+                        [](float x) { return x == guard; }));
+    require(c.in_place || std::memcmp(from, c.values.data(), size * sizeof(float)) == 0);
+    limit_path(Path::avx512);
+    return {written.begin() + offset, written.begin() + offset + c.floats()};
+}
+
+// The same bits; any NaN is as good as another.
+bool same(const std::vector<float>& a, const std::vector<float>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), [](float x, float y) {
+        return std::memcmp(&x, &y, sizeof x) == 0 || (x != x && y != y);
+    });
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Bytes in(data, size);
+    const std::uint8_t kind = in.byte();
+    const bool complex = (kind & 1U) != 0;
+    const int n = any_length(in);
+    const int p_offset = in.byte() % 16;
+    const int q_offset = in.byte() % 16;
+    std::vector<float> values = in.numbers(std::min(complex ? 2 * n : n, 256));
+    for (int i = static_cast<int>(values.size()); i < (complex ? 2 * n : n); ++i) {
+        values.push_back(static_cast<float>(i * 37 % 101) - 50.0F);
+    }
+    float* const table = complex ? zavo_c_fft_complex_init(n) : zavo_f_fft_real_init(n);
+    require(table != nullptr);
+    const Case each{complex, (kind & 2U) != 0, (kind & 4U) != 0, n, p_offset, q_offset, values, table};
+    const std::vector<float> expected = by_path(Path::scalar, each);
+    for (const Path path : {Path::avx2, Path::avx512}) {
+        if (path <= best_path()) {
+            require(same(by_path(path, each), expected));
+        }
+    }
+    std::free(table);
+    return 0;
+}
