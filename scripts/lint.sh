@@ -149,7 +149,7 @@ check_driver() {
     while read -r suite; do
         # shellcheck disable=SC2016 # backquotes of Markdown
         grep -qF '`'"$suite"'`' README.md || failed+=("README.md does not name the test suite $suite")
-    done < <(bash scripts/test.sh --list | sed -n 's/^  \([a-z]*\) .*/\1/p')
+    done < <(bash scripts/test.sh --list | sed -n 's/^  \([a-z0-9]*\) .*/\1/p')
     mkdir -p build
     for call in 'tset' 'test nosuch' 'test unit -v' 'test golden unit nosuch' 'bench nosuch' 'lint no_such.cpp' 'build nosuch'; do
         # shellcheck disable=SC2086 # words
