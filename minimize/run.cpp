@@ -44,11 +44,16 @@ void zavo_run_minimization(const zavo_run_problem* problem, zavo_run_outcome* ou
     outcome->gradients = 0;
     outcome->iterations = 0;
     outcome->active_count = 0;
+    // A level of its own: the marks around user code are set at the top one, and what
+    // is posted in the run ends with it.
+    zavo_error_push("zavo_run_minimization");
     if (is_constrained(*problem)) {
         run_constrained(*problem, evaluations, *outcome);
     } else {
         run_free(*problem, evaluations, *outcome);
     }
+    zavo_e1mes(0, 0, "");
+    zavo_error_pop("zavo_run_minimization");
     outcome->evaluations = evaluations.count();
     write_message(*problem, *outcome);
 }
