@@ -5,8 +5,8 @@
 //
 // Methods: argument reduction, then the Taylor series of the function, cut where
 // the first term left out is below a tenth of an ulp. Sine, cosine and tangent are
-// reduced by pi/2 in three parts (W. Cody and W. Waite, "Software Manual for the
-// Elementary Functions", 1980). Logarithms go by the series of artanh, angles by
+// reduced by pi or pi/2 in three parts (W. Cody and W. Waite, "Software Manual for
+// the Elementary Functions", 1980). Logarithms go by the series of artanh, angles by
 // eighths, powers by a logarithm of twice the precision (sums and products with
 // their errors after T. Dekker, "A floating-point technique for extending the
 // available precision", 1971).
@@ -163,13 +163,49 @@ struct Functions : Ops<L> {
 
     // ---- Sine, cosine, tangent ---------------------------------------------------
 
-    // x = k pi/2 + r with |r| <= pi/4 or a little more.
+    // Sine and cosine are a sine within a half turn: x = k pi + r for whole k, or for
+    // k halfway between, with |r| <= pi/2 or a little more, and a sign that k's last
+    // bit tells. The first two parts of pi have 33 bits each, so that their products
+    // with k < 2^19 are exact, and so is the first difference. Neither sum that
+    // follows moves r by more than half an ulp.
+    static ZAVOX_INLINE D sine_of_rest(D x, D k, D magic_sum)
+    {
+        const D t = x - k * all(0x1.921fb54400000p+1);
+        const D r = (t - k * all(0x1.0b4611a600000p-33)) - k * all(0x1.3198a2e037073p-68);
+        const D value = sine_series_of_half_turn(r);
+        return number(bits(value) ^ (bits(magic_sum) << 63));
+    }
+    // Interpolates sine in the zeros of a Chebyshev polynomial of r^2 over the half
+    // turn; relative error below 2^-54.
+    static ZAVOX_INLINE D sine_series_of_half_turn(D r)
+    {
+        constexpr std::array<double, 8> c = {
+            -0x1.5555555555555p-3,  0x1.1111111111107p-7,  -0x1.a01a01a018aa6p-13, 0x1.71de3a54562a8p-19,
+            -0x1.ae6455a1a9e7ep-26, 0x1.6124014cbe2fcp-33, -0x1.ae513415aadccp-41, 0x1.89a3f16388edcp-49};
+        const D z = r * r;
+        return r + r * (z * polynomial(c, z));
+    }
+    // 2.5 ulp each for |x| < largest_angle.
+    static ZAVOX_INLINE D sin(D x)
+    {
+        const D magic = all(0x1.8p52);
+        const D shifted = x * all(0x1.45f306dc9c883p-2) + magic;
+        return with_sign_of_zero(sine_of_rest(x, shifted - magic, shifted), x);
+    }
+    static ZAVOX_INLINE D cos(D x)
+    {
+        // cos((k + 1/2) pi + r) = -(-1)^k sin r
+        const D magic = all(0x1.8p52);
+        const D shifted = (x * all(0x1.45f306dc9c883p-2) - all(0.5)) + magic;
+        return -sine_of_rest(x, (shifted - magic) + all(0.5), shifted);
+    }
+
+    // x = k pi/2 + r with |r| <= pi/4 or a little more, for the tangent, in the same
+    // way; what the rounding of the second difference loses is put back.
     struct Reduced {
         D r;
         I k;
     };
-    // Each of the first two parts has 33 bits, so their products with k < 2^20 are
-    // exact, and so is the first difference.
     static ZAVOX_INLINE Reduced reduce(D x)
     {
         I k;
@@ -194,23 +230,6 @@ struct Functions : Ops<L> {
         const D half = all(0.5) * z;
         const D high = all(1.0) - half;
         return high + ((all(1.0) - high) - half + z * z * polynomial(c, z));
-    }
-    static ZAVOX_INLINE D of_quadrant(D r, I k)
-    {
-        const I odd = (k & 1) != 0;
-        const D value = select(odd, cosine_series(r), sine_series(r));
-        return number(bits(value) ^ ((k & 2) << 62));
-    }
-    // 1.5 ulp for |x| < largest_angle.
-    static ZAVOX_INLINE D sin(D x)
-    {
-        const Reduced reduced = reduce(x);
-        return with_sign_of_zero(of_quadrant(reduced.r, reduced.k), x);
-    }
-    static ZAVOX_INLINE D cos(D x)
-    {
-        const Reduced reduced = reduce(x);
-        return of_quadrant(reduced.r, reduced.k + 1);
     }
     // 3 ulp for |x| < largest_angle.
     static ZAVOX_INLINE D tan(D x)

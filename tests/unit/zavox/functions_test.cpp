@@ -107,10 +107,8 @@ auto positive(Inner inner)
 
 TEST(functions, sine_cosine_tangent)
 {
-    expect_within(
-        1.5, sin_, [](long double x) { return sinl(x); }, sizes(19));
-    expect_within(
-        1.5, cos_, [](long double x) { return cosl(x); }, sizes(19));
+    expect_within(2.5, sin_, [](long double x) { return sinl(x); }, sizes(19));
+    expect_within(2.5, cos_, [](long double x) { return cosl(x); }, sizes(19));
     expect_within(
         3, tan_, [](long double x) { return tanl(x); }, sizes(19));
 }
