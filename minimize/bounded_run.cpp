@@ -25,12 +25,13 @@ namespace {
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr double difference_step = 0x1p-15; // relative to the variable
 constexpr double short_difference_step = 0x1p-19;
-constexpr double least_part = 1e-2;       // of its size, by which a variable near 0 moves
-constexpr float very_large = 1e30F;       // what a place without a value counts as
-constexpr float run_accuracy = 1e-5F;     // of F's gradient, whose size is about 1
-constexpr double round_change = 1e-9;     // of f, relative: less is no gain
-constexpr double resting_gradient = 1e-3; // relative; with nothing gained it is a minimum
-constexpr double least_change = 1e-7;     // of the first value: one about 0 is no smaller to the tests
+constexpr double least_part = 1e-2;         // of its size, by which a variable near 0 moves
+constexpr float very_large = 1e30F;         // what a place without a value counts as
+constexpr float run_accuracy = 1e-5F;       // of F's gradient, whose size is about 1
+constexpr double round_change = 1e-9;       // of f, relative: less is no gain
+constexpr double resting_gradient = 1e-3;   // relative; with nothing gained it is a minimum
+constexpr double promise_of_nothing = 1e-7; // by the axes one by one, relative
+constexpr double least_change = 1e-7;       // of the first value: one about 0 is no smaller to the tests
 constexpr int most_rounds = 12;
 
 // A block of floats and doubles that goes with its owner.
@@ -63,15 +64,15 @@ public:
     ConstrainedRun(const zavo_run_problem& problem, Evaluations& evaluations, zavo_run_outcome& outcome)
         : problem_(problem), evaluations_(evaluations), outcome_(outcome), n_(problem.n),
           count_(static_cast<std::size_t>(problem.n)), rows_(static_cast<std::size_t>(problem.rows)),
-          sizes_(count_), x_(count_), u_(count_), lower_(count_), upper_(count_), g_(count_), x_of_g_(count_),
-          best_x_(count_), columns_(count_ * rows_ + 1), multipliers_(count_),
-          work_(count_ * (count_ + 11) + rows_), objective_(value_at, this)
+          sizes_(count_), x_(count_), u_(count_), lower_(count_), upper_(count_), g_(count_),
+          curvature_(count_), x_of_g_(count_), best_x_(count_), columns_(count_ * rows_ + 1),
+          multipliers_(count_), work_(count_ * (count_ + 11) + rows_), objective_(value_at, this)
     {
     }
 
     bool good() const
     {
-        return sizes_ && x_ && u_ && lower_ && upper_ && g_ && x_of_g_ && best_x_ && columns_ &&
+        return sizes_ && x_ && u_ && lower_ && upper_ && g_ && curvature_ && x_of_g_ && best_x_ && columns_ &&
                multipliers_ && work_;
     }
 
@@ -272,7 +273,11 @@ private:
         const double f_above = value_with(i, above);
         const double f_below = forward && std::isfinite(f_above) ? std::numeric_limits<double>::infinity()
                                                                  : value_with(i, below);
+        curvature_[i] = 0.0;
         if (std::isfinite(f_above) && std::isfinite(f_below)) {
+            const double slope_above = (f_above - f) / (double{above} - here);
+            const double slope_below = (f - f_below) / (double{here} - below);
+            curvature_[i] = 2.0 * (slope_above - slope_below) / (double{above} - below);
             return (f_above - f_below) / (double{above} - below);
         }
         if (!std::isfinite(f_above) && !std::isfinite(f_below)) {
@@ -289,6 +294,7 @@ private:
         }
         const double h2 = double{far} - here;
         const double slope_far = (f_far - f) / h2;
+        curvature_[i] = 2.0 * (slope_far - slope_near) / (h2 - h1);
         return slope_near + (slope_near - slope_far) * h1 / (h2 - h1);
     }
 
@@ -324,6 +330,7 @@ private:
         }
         double greatest = 0.0;
         residual_ = 0.0;
+        promised_ = problem_.gradient != nullptr ? infinity : 0.0;
         for (std::size_t i = 0; i < count_; ++i) {
             double rest = g_[i];
             for (int a = 0; a < active_; ++a) {
@@ -332,9 +339,12 @@ private:
             greatest = std::max(greatest, std::fabs(rest) * sizes_[i]);
             const double reach = std::max(std::fabs(double{x_[i]}), double{sizes_[i]});
             residual_ = std::max(residual_, std::fabs(rest) * reach);
+            const double bend = 2.0 * curvature_[i];
+            promised_ = std::max(promised_, rest == 0.0 ? 0.0 : (bend > 0.0 ? rest * rest / bend : infinity));
         }
         const double size = std::max(std::fabs(reference_), least_change * std::fabs(first_f_));
         residual_ = residual_ == 0.0 ? 0.0 : residual_ / size;
+        promised_ = promised_ == 0.0 ? 0.0 : promised_ / size;
         sigma_ = greatest > 0.0 && std::isfinite(greatest) ? greatest : sigma_;
         return true;
     }
@@ -375,7 +385,8 @@ private:
     Array<float> u_; // of the minimiser
     Array<float> lower_;
     Array<float> upper_;
-    Array<double> g_; // of the function, at x_of_g_
+    Array<double> g_;         // of the function, at x_of_g_
+    Array<double> curvature_; // along the axes, at the last gradient
     Array<float> x_of_g_;
     Array<float> best_x_;
     Array<float> columns_; // the rows, scaled, by columns
@@ -389,6 +400,7 @@ private:
     double sigma_of_run_ = 0.0; // when the multipliers were made
     double best_f_ = std::numeric_limits<double>::quiet_NaN();
     double residual_ = 0.0;
+    double promised_ = 0.0;
     int active_ = 0;
     bool has_value_ = false;
     bool no_value_ = false;
@@ -531,7 +543,8 @@ void ConstrainedRun::report(const ConstrainedOutcome& found, bool gained)
         sigma_of_run_ = sigma_;
         break;
     default:
-        if (residual_ <= problem_.tolerance || (!gained && residual_ <= resting_gradient)) {
+        if (residual_ <= problem_.tolerance ||
+            (!gained && (residual_ <= resting_gradient || promised_ <= promise_of_nothing))) {
             end(ZAVO_RUN_CONVERGED, accuracy_reached);
         } else {
             end(ZAVO_RUN_UNCERTAIN, found.status == no_descent ? no_downhill : no_further_reduction);
