@@ -63,9 +63,10 @@ function(zavo_package_library name kind)
     if(NOT WIN32)
       # Only the declared names leave the library: not Tcl's stub table, of which
       # every library has its own, nor the C++ run time's templates. And nothing
-      # is asked for at load time that is not used.
+      # is asked for at load time that is not used: no run time of the compiler
+      # (module.needs_the_c_library_and_its_own_alone).
       set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
-      target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed)
+      target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed -static-libgcc)
       # clang's sanitizers are in the program, not in its libraries.
       if(NOT ZAVO_FUZZ)
         target_link_options(${target} PRIVATE -Wl,--no-undefined)

@@ -9,7 +9,7 @@ function(zavo_windows_dll target)
   endif()
   if(NOT TARGET zavo_windows_runtime)
     set(folder ${PROJECT_SOURCE_DIR}/cmake/windows)
-    add_library(zavo_windows_runtime STATIC ${folder}/dll_runtime.cpp ${folder}/from_chars.cpp
+    add_library(zavo_windows_runtime STATIC ${folder}/dll_runtime.cpp
       ${folder}/tls_directory.cpp)
   endif()
   # 32 bits decorate the names of functions.

@@ -1,9 +1,11 @@
 #include "minimize/number_text.hpp"
 
+#include <algorithm>
 #include <bit>
-#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <fast_float/fast_float.h>
 #include <limits>
 
 namespace zavo::minimize {
@@ -77,45 +79,68 @@ bool is_hexadecimal(const char* text)
            (is_digit(text[2]) || (text[2] == '.' && is_digit(text[3])));
 }
 
-// A number beyond the range of double: did it overflow? Otherwise it vanished.
-// Counts where its first digit that is not 0 stands.
-bool is_huge(const char* first, const char* last, bool hexadecimal)
+int hexadecimal_digit(char c)
 {
-    const char mark = hexadecimal ? 'p' : 'e';
-    long place = 0; // digits before the point, or minus the zeros behind it
-    bool started = false;
+    return c >= '0' && c <= '9'                     ? c - '0'
+           : (c | 0x20) >= 'a' && (c | 0x20) <= 'f' ? (c | 0x20) - 'a' + 10
+                                                    : -1;
+}
+
+// The power of two behind a hexadecimal number, "p" and digits; 0 without one. Far
+// beyond the range of double all are alike.
+long binary_exponent(const char* text)
+{
+    if ((*text | 0x20) != 'p') {
+        return 0;
+    }
+    const bool negative = text[1] == '-';
+    const char* digit = text + (text[1] == '-' || text[1] == '+' ? 2 : 1);
+    long exponent = 0;
+    for (; *digit >= '0' && *digit <= '9'; ++digit) {
+        exponent = exponent < 100000000L ? 10 * exponent + (*digit - '0') : exponent;
+    }
+    return negative ? -exponent : exponent;
+}
+
+// "hhh.hhhp+dd", rounded once: 60 bits are kept, and whether anything was cut off
+// stands in the last of them. (Doubles below the least normal one may be rounded a
+// second time; as floats they are all 0.)
+double read_hexadecimal(const char* text)
+{
+    std::uint64_t digits = 0;
+    double exponent = 0.0; // counts digits of texts of any length
     bool after_point = false;
-    const char* at = first;
-    for (; at != last && (*at | 0x20) != mark; ++at) {
-        if (*at == '.') {
+    for (;; ++text) {
+        const int digit = hexadecimal_digit(*text);
+        if (*text == '.' && !after_point) {
             after_point = true;
             continue;
         }
-        started = started || *at != '0';
-        place += !after_point && started ? 1 : (after_point && !started ? -1 : 0);
+        if (digit < 0) {
+            break;
+        }
+        if (digits >> 56 == 0) {
+            digits = digits * 16 + static_cast<std::uint64_t>(digit);
+            exponent -= after_point ? 4.0 : 0.0;
+        } else {
+            digits |= digit != 0 ? 1 : 0;
+            exponent += after_point ? 0.0 : 4.0;
+        }
     }
-    const bool negative = at != last && at + 1 != last && at[1] == '-';
-    double exponent = 0.0; // of any length
-    for (at += at != last ? 1 : 0; at != last; ++at) {
-        exponent = *at >= '0' && *at <= '9' ? 10.0 * exponent + (*at - '0') : exponent;
-    }
-    const double digits = static_cast<double>(place) * (hexadecimal ? 4.0 : 1.0);
-    return (negative ? -exponent : exponent) + digits > 0.0;
+    exponent = std::clamp(exponent + static_cast<double>(binary_exponent(text)), -5000.0, 5000.0);
+    return std::ldexp(static_cast<double>(digits), static_cast<int>(exponent)); // exact
 }
 
-// Negative when the text does not begin with a number.
+// Negative when the text does not begin with a number; infinite, or 0, beyond the
+// range of double.
 double read_unsigned(const char* text)
 {
-    const bool hexadecimal = is_hexadecimal(text);
-    const char* const first = hexadecimal ? text + 2 : text;
-    const char* const last = first + std::strlen(first);
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(
-        first, last, value, hexadecimal ? std::chars_format::hex : std::chars_format::general);
-    if (error == std::errc::result_out_of_range) {
-        return is_huge(first, end, hexadecimal) ? std::numeric_limits<double>::infinity() : 0.0;
+    if (is_hexadecimal(text)) {
+        return read_hexadecimal(text + 2);
     }
-    return error == std::errc{} ? value : -1.0;
+    double value = 0.0;
+    const auto [end, error] = fast_float::from_chars(text, text + std::strlen(text), value);
+    return error == std::errc::invalid_argument ? -1.0 : value;
 }
 
 // A value that is not negative, to the nearest float, also beyond their range.
