@@ -35,7 +35,7 @@ run_cpack() {
 }
 
 package_linux() {
-    need_packages dpkg-dev zip
+    need_packages dpkg-dev zip tcl
     bash scripts/docs.sh build
     run_cpack release TGZ
     run_cpack release DEB
@@ -96,7 +96,7 @@ test_archive() {
         die "find_package(zavo) does not work"
     }
     for program in "$there"/from_c "$there"/from_cpp "$there"/cmake/from_c "$there"/cmake/from_cpp; do
-        ZAVOERRPATH=$root/lib/zavo1.0 LD_LIBRARY_PATH=$root/lib "$program"
+        ZAVOERRPATH=$root/lib/zavo1.0 "$program"
     done
     readelf -d "$there/cmake/from_c" | grep -q 'NEEDED.*libzavo\.so\.1' || die "the C program is not linked to libzavo.so.1"
     test_names "$root"
@@ -107,6 +107,10 @@ test_archive() {
     [[ $exported == Zavo_Init ]] || die "the module exports: $exported"
     "$root/bin/zavomsg" dump "$root/lib/zavo1.0/de/zavoerr.bin" >"$there/text" && grep -q '^order' "$there/text" ||
         die "zavomsg does not run"
+    [[ $(echo 'zavo_i_machine 5' | env -u TCLLIBPATH "$root/bin/zavo-shell") == 2147483647 ]] || die "zavo-shell does not run"
+    need_packages tk8.6 tklib tcllib libtk-img xvfb xauth
+    env -u TCLLIBPATH ZAVO_EXPLORER="$root/bin/zavo-explore" xvfb-run -a -s "-screen 0 1280x900x24" \
+        tclsh8.6 tests/explore/explore.test -match 'explore.opens*' || die "zavo-explore does not run"
     (cd / && env -u TCLLIBPATH -u ZAVOERRPATH tclsh8.6 "$PWD_PROJECT/tools/docs/run_examples.tcl" \
         "$root/share/doc/zavo/examples" "$there/pictures") || die "an example does not run, see above"
     say "the archive works from $root: $(find "$there/pictures" -name '*.txt' | wc -l) examples"
@@ -144,8 +148,8 @@ test_debs() {
         mkdir -p "$there/old"
         dpkg-deb -R "$out/${package}"_1.0_*.deb "$old"
         sed -i 's/^Version: .*/Version: 1.0~0/; s/(= 1\.0)/(= 1.0~0)/' "$old/DEBIAN/control"
-        mkdir -p "$old/usr/share/zavo"
-        echo old >"$old/usr/share/zavo/$package"
+        mkdir -p "$old/usr/share/zavo-old"
+        echo old >"$old/usr/share/zavo-old/$package"
         dpkg-deb --root-owner-group -b "$old" "$there/debs/old_$package.deb" >/dev/null
         cp "$out/${package}"_1.0_*.deb "$there/debs/new_$package.deb"
     done
@@ -181,14 +185,17 @@ test_zip() {
     mkdir -p "${root%/*}"
     (cd "${root%/*}" && unzip -q "$out/$release-$target.zip")
     grep -q $'\r$' "$root/README.txt" || die "the README of $target has no Windows line ends"
-    if [[ -z $tclsh || ! -d $cache/wine ]] || ! command -v wine >/dev/null; then
+    # Where the 32-bit Wine is installed, `wine` is that.
+    local wine=wine
+    [[ $target != win64 ]] || wine=/usr/lib/wine/wine64
+    if [[ -z $tclsh || ! -d $cache/wine ]] || ! command -v "$wine" >/dev/null; then
         say "package: 1 suite skipped ($target): no Wine or no Tcl for it"
         return 0
     fi
     say "the zip of $target under Wine"
     # A locale whose letters Wine takes for those of the file names.
-    local run=(env -u ZAVOERRPATH LC_ALL=C.UTF-8 WINEPREFIX="$cache/wine" WINEDEBUG=-all
-        TCL_LIBRARY="Z:${cache//\//\\}\\tcl\\lib\\tcl8.6" wine "$tclsh")
+    local run=(env -u ZAVOERRPATH LC_ALL=C.UTF-8 WINEPREFIX="$cache/wine" WINEARCH="$target" WINEDEBUG=-all
+        TCL_LIBRARY="Z:${cache//\//\\}\\tcl\\lib\\tcl8.6" "$wine" "$tclsh")
     (cd "$root/share/doc/zavo/examples" &&
         "${run[@]}" "$PWD_PROJECT/tools/docs/run_examples.tcl" -nopictures . "$there/$target-output") </dev/null ||
         die "an example does not run on $target, see above"

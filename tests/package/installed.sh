@@ -20,11 +20,11 @@ use() {
 
 dpkg -i /root/debs/old_*.deb >/root/log 2>&1 || { cat /root/log >&2; complain "the older version does not install"; }
 [ "$(installed '1.0~0')" = 4 ] || complain "four packages should be there"
-[ -f /usr/share/zavo/tcl-zavo ] || complain "the older version is not the older version"
+[ -f /usr/share/zavo-old/tcl-zavo ] || complain "the older version is not the older version"
 use
 dpkg -i /root/debs/new_*.deb >/root/log 2>&1 || { cat /root/log >&2; complain "no upgrade"; }
 [ "$(installed '1.0')" = 4 ] || complain "four packages should have been upgraded"
-[ ! -e /usr/share/zavo ] || complain "the upgrade left files of the older version"
+[ ! -e /usr/share/zavo-old ] || complain "the upgrade left files of the older version"
 use
 dpkg --verify libzavo1 libzavo-dev tcl-zavo zavo-doc | grep . && complain "files differ from the packages"
 dpkg -P zavo-doc tcl-zavo libzavo-dev libzavo1 >/root/log 2>&1 || { cat /root/log >&2; complain "no removal"; }
