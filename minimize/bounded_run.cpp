@@ -10,6 +10,7 @@
 #include "minimize/bounded_run.hpp"
 
 #include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
 #include "minimize/lincon.hpp"
 
@@ -472,6 +473,7 @@ void ConstrainedRun::finish_inside()
     outcome_ = ending;
     evaluations_.add(evaluations.count() - refused_);
     evaluations_.end_as(evaluations);
+    zavo_error_set_int(1, problem_.limit);
     using namespace core::code;
     switch (ending.status) {
     case ZAVO_RUN_CONVERGED:
@@ -516,6 +518,7 @@ void ConstrainedRun::report(const ConstrainedOutcome& found, bool gained)
 {
     using namespace core::code;
     const auto end = [this](int status, int code) {
+        zavo_error_set_int(1, problem_.limit);
         outcome_.status = status;
         outcome_.code = code;
     };

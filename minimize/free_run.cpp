@@ -24,6 +24,7 @@
 #include "minimize/free_run.hpp"
 
 #include "core/errors/error_codes.hpp"
+#include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
 
 #include <algorithm>
@@ -748,12 +749,12 @@ private:
             return finish(ZAVO_RUN_CONVERGED, 0);
         case End::quiet:
             return nothing_promised ? finish(ZAVO_RUN_CONVERGED, 0)
-                                    : finish(ZAVO_RUN_UNCERTAIN, no_function_progress);
+                                    : finish(ZAVO_RUN_UNCERTAIN, no_function_progress, quiet_change);
         case End::search_failed:
             return nothing_promised ? finish(ZAVO_RUN_CONVERGED, 0)
-                                    : finish(ZAVO_RUN_UNCERTAIN, line_search_failed);
+                                    : finish(ZAVO_RUN_UNCERTAIN, line_search_failed, problem_.step_tolerance);
         case End::step_small:
-            return finish(ZAVO_RUN_UNCERTAIN, small_step);
+            return finish(ZAVO_RUN_UNCERTAIN, small_step, problem_.step_tolerance);
         case End::unbounded:
             return finish(ZAVO_RUN_UNBOUNDED, unbounded_steps);
         default:
@@ -761,8 +762,11 @@ private:
         }
     }
 
-    void finish(int status, int code)
+    // tolerance: the one that the message of the code names.
+    void finish(int status, int code, double tolerance = 0.0)
     {
+        zavo_error_set_int(1, problem_.limit);
+        zavo_error_set_real(1, tolerance);
         outcome_.status = status;
         outcome_.code = code;
         outcome_.value = f_;

@@ -13,15 +13,14 @@
 namespace zavo::minimize {
 namespace {
 
-// The text of the catalogue; nothing is posted.
-void write_message(const zavo_run_problem& problem, zavo_run_outcome& outcome)
+// The text of the catalogue, with the parameters that the run has set; nothing is
+// posted.
+void write_message(zavo_run_outcome& outcome)
 {
     outcome.message[0] = '\0';
     if (outcome.code == 0) {
         return;
     }
-    zavo_error_set_int(1, problem.limit);
-    zavo_error_set_real(1, problem.step_tolerance);
     core::TextBuffer text;
     core::expand_message(core::catalogue_message(outcome.code), text);
     std::strncat(outcome.message, text.c_str(), sizeof outcome.message - 1);
@@ -55,5 +54,5 @@ void zavo_run_minimization(const zavo_run_problem* problem, zavo_run_outcome* ou
     zavo_e1mes(0, 0, "");
     zavo_error_pop("zavo_run_minimization");
     outcome->evaluations = evaluations.count();
-    write_message(*problem, *outcome);
+    write_message(*outcome);
 }
