@@ -2,9 +2,10 @@
 # series of 1 %, two capacitors side by side of 5 %, each normal about its nominal
 # value with the tolerance as three standard deviations.
 #
-#   tclsh examples/tolerance.tcl ?seed? ?picture.png?
+#   tclsh examples/tolerance.tcl 20261122 ?picture.png?
 #
-# The same seed gives the same report to the last digit, on every system.
+# The first word is the seed, 20261122 when it is left out, too. The same seed gives the
+# same report to the last digit, on every system.
 source [file join [file dirname [file normalize [info script]]] support packages.tcl]
 package require zavox
 namespace import zavox::*
