@@ -23,6 +23,11 @@ void write_message(zavo_run_outcome& outcome)
     }
     core::TextBuffer text;
     core::expand_message(core::catalogue_message(outcome.code), text);
+    if (text.out_of_memory()) { // an outcome whose words are missing is none
+        outcome.status = ZAVO_RUN_NO_MEMORY;
+        outcome.code = 0;
+        return;
+    }
     std::strncat(outcome.message, text.c_str(), sizeof outcome.message - 1);
 }
 

@@ -257,6 +257,64 @@ foreach {subcommand call} {
     } $call [expr {[string match names* $subcommand] ? {value {llength $value}} : {value {set value}}}]
 }
 
+# ---- zavox: deviates, transforms, units, minima ----------------------------------
+
+foreach {word call} {
+    zavox_random:uniform {zavox::random seed 5; zavox::random uniform 100}
+    zavox_random:normal {zavox::random seed 5; zavox::random normal 100 2 3}
+    zavox_random:exponential {zavox::random seed 5; zavox::random exponential 100}
+    zavox_random:state {zavox::random generator 2; zavox::random seed 5; zavox::random uniform 3; zavox::random state}
+    zavox_random:restore {zavox::random state $state; zavox::random uniform 3}
+    zavox_random:quantile {zavox::random generator 1; zavox::random quantile {0.1 0.5 0.9}}
+    zavox_fft:real {zavox::release; zavox::fft real $x}
+    zavox_fft:prime {zavox::release; zavox::fft real $prime}
+    zavox_fft:inverse {zavox::release; zavox::fft inverse [zavox::fft real $prime] 101}
+    zavox_fft:complex {zavox::release; zavox::fft complex [list $x $x] -inverse}
+    zavox_fft:plane {zavox::release; zavox::fft plane [list $x $x] 10 12}
+    zavox_fft:plane_of_primes {zavox::release; zavox::fft plane [list [lrange $x 0 118] [lrange $x 0 118]] 7 17}
+    zavox_fft:frequencies {zavox::fft frequencies 10 0.1}
+    zavox_spectrum {zavox::release; zavox::spectrum $x -segment 30 -window flattop -detrend linear}
+    zavox_convolve {zavox::release; zavox::convolve $long $x}
+    zavox_convolve:circular {zavox::release; zavox::convolve $long $x -mode circular}
+    zavox_correlate {zavox::correlate $x {1 2 3} -mode same}
+    zavox_constant {zavox::constant speedlight km/s}     zavox_constant:names {zavox::constant}
+    zavox_units {zavox::units f*}                        zavox_convert {zavox::convert {1 2 3} foot m}
+    zavox_days {zavox::days {2026-11-21 0000-12-31}}     zavox_date {zavox::date {46345 -693598}}
+    zavox_minimize {zavox::minimize bowl_of_vector {3 4}}
+    zavox_minimize:gradient {zavox::minimize bowl_of_vector {3 4} -gradient bowl_gradient}
+    zavox_minimize:progress {zavox::minimize bowl_of_vector {3 4} -spread -progress list}
+    zavox_minimize:constraints {
+        zavox::minimize bowl_of_vector {3 4} -lower {0 0} -equal {{{1 1}} 2} -atmost {{{1 0}} 0.5} -scale {1 2}
+    }
+} {
+    memory::check $word {
+        set x [memory::floats 120]
+        set prime [memory::floats 101]
+        set long [memory::floats 700]
+        zavox::random generator 4
+        zavox::random seed 7
+        zavox::random uniform 3
+        set state [zavox::random state]
+        proc bowl_of_vector {args} {
+            lassign [concat {*}$args] a b
+            expr {($a - 1) * ($a - 1) + 3 * ($b - 2) * ($b - 2)}
+        }
+        proc bowl_gradient {x} {
+            lassign $x a b
+            list [expr {2 * ($a - 1)}] [expr {6 * ($b - 2)}]
+        }
+    } $call
+}
+# What fails anyway has words whatever else fails.
+foreach {word call} {
+    zavox_random:refused {zavox::random state {a b c}}   zavox_fft:refused {zavox::fft complex {{1 2} 3}}
+    zavox_convert:refused {zavox::convert 1 s m}         zavox_days:refused {zavox::days 2001-02-30}
+    zavox_minimize:refused {zavox::minimize list {1 2} -lower {3 3} -upper {1 1}}
+    zavox_minimize:error {zavox::minimize {error {the function gives up}} {1 2}}
+} {
+    memory::check $word {} "if {!\[catch {$call} text\]} {error {no error}}; regexp {^\\w.*\\w.*\\w} \$text"
+}
+
 # ---- The end -------------------------------------------------------------------
 
 if {[llength $chosen] == 0} {
