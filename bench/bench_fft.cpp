@@ -167,8 +167,9 @@ void add_complex(int n, double limit)
     const std::string backward = "complex backward " + std::to_string(n);
     const auto* const from = reinterpret_cast<const f_complex*>(p);
     auto* const to = reinterpret_cast<f_complex*>(q);
-    add(forward, estimate, [=] { l_f2tcf(&n, from, to, table, nullptr); });
-    add(backward, estimate, [=] { l_f2tcb(&n, from, to, table, nullptr); });
+    auto* const work = reinterpret_cast<f_complex*>(floats(count));
+    add(forward, estimate, [=] { l_f2tcf(&n, from, to, table, work); });
+    add(backward, estimate, [=] { l_f2tcb(&n, from, to, table, work); });
     for (const auto& planner : planners) {
         float* const in = floats(count);
         float* const out = floats(count);
@@ -342,6 +343,7 @@ void add_prime(int n, double limit)
     float* const q = floats(2 * count);
     float* const table = zavo_f_fft_real_init(n);
     float* const complex_table = zavo_c_fft_complex_init(n);
+    float* const work = floats(2 * count);
     const auto direction = zavo::fft::Direction::forward;
     for (const bool wide : {true, false}) {
         const Path path = wide ? Path::avx512 : Path::scalar;
@@ -354,7 +356,7 @@ void add_prime(int n, double limit)
         });
         add("complex prime " + suffix, 2 * estimate, [=] {
             zavo::fft::limit_path(path);
-            zavo::fft::transform_complex(direction, n, p, q, complex_table);
+            zavo::fft::transform_complex(direction, n, p, q, complex_table, work);
             zavo::fft::limit_path(Path::avx512);
         });
     }

@@ -43,6 +43,11 @@ struct LengthArray {
     }
 };
 
+// The latest plans of the transforms (fft/transforms.cpp).
+struct PlanState {
+    alignas(16) unsigned char bytes[16384] = {};
+};
+
 // What the module keeps (ext/conventions.cpp).
 struct ModuleState {
     // The interpreter's result points at the text. A longer message is cut: nine
@@ -67,6 +72,7 @@ struct ThreadState {
     StreamState stream;
     LengthArray series;        // fft/convolution.cpp
     LengthArray fft_table;     // fft/fft_real_commands.cpp
+    PlanState plans;
     void* objective = nullptr; // of the running minimisation (minimize/objective_commands.cpp)
     ModuleState module;
 };

@@ -28,7 +28,8 @@ float* floats(f_complex* z)
 }
 
 // What l_f2tcf and l_f2tcb share.
-void transform_checked(Direction d, const char* name, int n, const f_complex* p, f_complex* q, float* params)
+void transform_checked(Direction d, const char* name, int n, const f_complex* p, f_complex* q, float* params,
+                       f_complex* work)
 {
     if (n < 1) {
         zavo_error_push(name);
@@ -36,7 +37,7 @@ void transform_checked(Direction d, const char* name, int n, const f_complex* p,
         zavo_error_pop(name);
         return;
     }
-    transform_complex(d, n, floats(p), floats(q), params);
+    transform_complex(d, n, floats(p), floats(q), params, floats(work));
 }
 
 // One call of zavo_c_fft_complex. Stands outside the fault trap and owns the
@@ -130,12 +131,12 @@ extern "C" float* zavo_c_fft_complex_init(int n)
     return table;
 }
 
-extern "C" void l_f2tcf(const int* n, const f_complex* p, f_complex* q, float* params, f_complex*)
+extern "C" void l_f2tcf(const int* n, const f_complex* p, f_complex* q, float* params, f_complex* work)
 {
-    fft::transform_checked(fft::Direction::forward, "l_f2tcf", *n, p, q, params);
+    fft::transform_checked(fft::Direction::forward, "l_f2tcf", *n, p, q, params, work);
 }
 
-extern "C" void l_f2tcb(const int* n, const f_complex* p, f_complex* q, float* params, f_complex*)
+extern "C" void l_f2tcb(const int* n, const f_complex* p, f_complex* q, float* params, f_complex* work)
 {
-    fft::transform_checked(fft::Direction::backward, "l_f2tcb", *n, p, q, params);
+    fft::transform_checked(fft::Direction::backward, "l_f2tcb", *n, p, q, params, work);
 }

@@ -78,16 +78,17 @@ void transform_padded(const Sequence& sequence, int nz, float* spare, bool spare
 }
 
 // zhat = X times Y, z = its backward transform over nz. y may be null: then it is x.
+// zhat may be either work array; z, which is written last, serves for padding before.
 void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence* y, float* z, float* zhat,
               float* table)
 {
     if (mode == 0 || mode == 1) {
         FFTRI(&nz, table);
     }
-    const bool spare_is_free = y == nullptr || !overlap(zhat, nz, y->values, y->n);
-    transform_padded(x, nz, zhat, spare_is_free, table);
+    const bool spare_is_free = y == nullptr || !overlap(z, nz, y->values, y->n);
+    transform_padded(x, nz, z, spare_is_free, table);
     if (y != nullptr) {
-        transform_padded(*y, nz, zhat, true, table);
+        transform_padded(*y, nz, z, !overlap(z, nz, x.work, nz), table);
     }
     multiply_spectra(kind, nz, x.work, y != nullptr ? y->work : x.work, zhat);
     l_f2trb(&nz, zhat, z, table);
@@ -173,12 +174,12 @@ public:
         float* const xwork = series_area().data;
         float* const ywork = xwork + nz_;
         float* const table = ywork + nz_;
+        float* const zhat = zhat_.get() != nullptr ? zhat_.get() : xwork;
         const int table_mode = table_is_stale_ ? 1 : mode();
         if (kind_ == Product::convolution) {
-            R2ONV(&table_mode, &nx_, x_, &ny_, y_, &ipad, &nz_, result_.get(), zhat_.get(), xwork, ywork,
-                  table);
+            R2ONV(&table_mode, &nx_, x_, &ny_, y_, &ipad, &nz_, result_.get(), zhat, xwork, ywork, table);
         } else {
-            R2ORL(&table_mode, &nx_, x_, y_, &ipad, &nz_, result_.get(), zhat_.get(), xwork, ywork, table);
+            R2ORL(&table_mode, &nx_, x_, y_, &ipad, &nz_, result_.get(), zhat, xwork, ywork, table);
         }
     }
 
@@ -266,11 +267,9 @@ private:
         return true;
     }
 
-    // ZAVO_Z_TRANS comes before an array of the caller's.
-    bool get_spectrum(std::size_t count)
-    {
-        return (zhat_.borrowed() && !zhat_address_given_) || zhat_.allocate(count);
-    }
+    // ZAVO_Z_TRANS comes before an array of the caller's. Where nobody asked for the
+    // spectrum it stays in the work area, so that a series goes on without allocations.
+    bool get_spectrum(std::size_t count) { return !zhat_address_given_ || zhat_.allocate(count); }
 
     int nx_, ny_;
     const float* x_;

@@ -59,12 +59,12 @@ void sweep_rows(Direction d, Index n, Index m, const Layout& at, float* table, f
         const f_complex* const from = at.p + r * at.ldp;
         f_complex* const to = at.q + r * at.ldq;
         if (straight && n > 1) {
-            transform_complex(d, n, floats(from), floats(to), table);
+            transform_complex(d, n, floats(from), floats(to), table, floats(work));
             continue;
         }
         std::memcpy(work, from, bytes);
         if (n > 1) {
-            transform_complex(d, n, floats(work), floats(work), table);
+            transform_complex(d, n, floats(work), floats(work), table, nullptr);
         }
         std::memcpy(to, work, bytes);
     }

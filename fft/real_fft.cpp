@@ -120,7 +120,9 @@ extern "C" float* zavo_f_fft_real_init(int n)
 
 extern "C" void l_f2trf(const int* n, const float* p, float* q, float* params)
 {
-    fft::transform_real(fft::Direction::forward, *n, p, q, params);
+    if (*n >= 1) {
+        fft::transform_real(fft::Direction::forward, *n, p, q, params);
+    }
 }
 
 extern "C" void l_f2trb(const int* n, const float* p, float* q, float* params)

@@ -1,6 +1,7 @@
 #include "fft/transforms.hpp"
 
 #include "core/system/memory.hpp"
+#include "core/thread_state.hpp"
 #include "fft/passes/complex_passes.hpp"
 #include "fft/passes/real_passes.hpp"
 #include "fft/tables/factors.hpp"
@@ -9,6 +10,10 @@
 #include "fft/wide/simd.hpp"
 
 #include <atomic>
+#include <cassert>
+#include <cstdint>
+#include <cstring>
+#include <new>
 
 namespace zavo::fft {
 
@@ -81,54 +86,193 @@ void fill_cos_sin(float step, int first, int count, float* pairs)
     }
 }
 
+// ---- plans ---------------------------------------------------------------------------
+
+namespace {
+
+// What a plan was found for.
+struct PlanKey {
+    Index n = 0; // 0: for nothing yet
+    Path path = Path::scalar;
+    float record[record_floats - 1] = {}; // but for n itself
+
+    bool is_for(Index length, Path in_use, const float* factor_record) const
+    {
+        return length == n && in_use == path && std::memcmp(record, factor_record + 1, sizeof record) == 0;
+    }
+    void set(Index length, Path in_use, const float* factor_record)
+    {
+        n = length;
+        path = in_use;
+        std::memcpy(record, factor_record + 1, sizeof record);
+    }
+};
+
+// The latest plans of a kind, since finding the plan takes a short transform longer than
+// its butterflies. Bytes of zero are one that holds none.
+template <class PlanOfKind, int count>
+struct LatestPlans {
+    PlanKey key[count];
+    PlanOfKind plan[count];
+    int next = 0;
+
+    // find(plan) is called for a length that is not among them.
+    template <class Find>
+    const PlanOfKind& of(Index n, const float* record, const Find& find)
+    {
+        const Path path = path_in_use();
+        for (int i = 0; i < count; ++i) {
+            if (key[i].is_for(n, path, record)) {
+                return plan[i];
+            }
+        }
+        const int place = next;
+        next = (next + 1) % count;
+        key[place].n = 0; // until the plan stands
+        find(plan[place]);
+        key[place].set(n, path, record);
+        return plan[place];
+    }
+};
+
+// They stand in the thread's state, so that a transform asks for no memory.
+struct PlansOfThread {
+    LatestPlans<RealPlan, 2> real;
+    LatestPlans<ComplexPlan, 3> complex; // two are those of an array
+};
+
+PlansOfThread& latest_plans()
+{
+    core::PlanState& state = core::thread_state().plans;
+    static_assert(sizeof(PlansOfThread) <= sizeof state.bytes);
+    static_assert(alignof(PlansOfThread) <= alignof(core::PlanState));
+    return *std::launder(reinterpret_cast<PlansOfThread*>(state.bytes));
+}
+
+// One value at a time but for the sums of the general passes, which the path in use
+// takes.
+struct RotatingLanes : ScalarLanes {
+    static void rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
+    {
+        simd_path()->rotate_real(slab, ip, w, x, y);
+    }
+    template <Direction d>
+    static void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
+                                    Index step)
+    {
+        simd_path()->rotate_complex(d, slab, ip, x, y, wa, step);
+    }
+};
+
+template <Direction d, class Lanes>
+void run_scalar_real(const Plan& plan, const float* p, float* q, float* scratch, float*,
+                     const float* twiddles)
+{
+    run_real<d, Lanes>(plan.factors, 0, p, q, scratch, twiddles);
+}
+template <Direction d, class Lanes>
+void run_scalar_complex(const Plan& plan, const float* p, float* q, float* scratch, float*,
+                        const float* twiddles)
+{
+    run_complex<d, Lanes>(plan.factors, 0, p, q, scratch, twiddles);
+}
+
+// Whether the sums of the last pass, over slabs of `slab` values, are faster with a
+// register of output slots than with the loop over the slab that the compiler makes of
+// the scalar pass. Measured: ./zavo bench fft, "wide beside scalar".
+bool rotation_pays(const RealPlan& plan)
+{
+    const Index ip = plan.factors.ip[plan.factors.count - 1];
+    return ip >= 13 && ip >= plan.factors.n / ip;
+}
+bool rotation_pays(const ComplexPlan& plan)
+{
+    const Index ip = plan.factors.ip[plan.factors.count - 1];
+    return ip >= 13 && ip >= 8 * (plan.factors.n / ip) && plan.factors.n <= most_looked_up;
+}
+
+template <class Lanes>
+void set_scalar_runs(RealPlan& plan)
+{
+    plan.run[static_cast<int>(Direction::forward)] = run_scalar_real<Direction::forward, Lanes>;
+    plan.run[static_cast<int>(Direction::backward)] = run_scalar_real<Direction::backward, Lanes>;
+}
+template <class Lanes>
+void set_scalar_runs(ComplexPlan& plan)
+{
+    plan.run[static_cast<int>(Direction::forward)] = run_scalar_complex<Direction::forward, Lanes>;
+    plan.run[static_cast<int>(Direction::backward)] = run_scalar_complex<Direction::backward, Lanes>;
+}
+
+// Completes a plan for plan.factors; wide(plan) does what the path in use can.
+template <class PlanOfKind, class Wide>
+void complete(PlanOfKind& plan, const Wide& wide)
+{
+    const SimdPath* const simd = simd_path();
+    if (simd != nullptr && wide(*simd, plan)) {
+        return;
+    }
+    if (simd != nullptr && rotation_pays(plan)) {
+        set_scalar_runs<RotatingLanes>(plan);
+    } else {
+        set_scalar_runs<ScalarLanes>(plan);
+    }
+}
+
+const RealPlan& real_plan(Index n, const float* record)
+{
+    return latest_plans().real.of(n, record, [&](RealPlan& plan) {
+        plan.factors = read_real_record(n, record);
+        complete(plan, [](const SimdPath& simd, RealPlan& found) { return simd.plan_real(found); });
+    });
+}
+
+const ComplexPlan& complex_plan(Index n, const float* record)
+{
+    return latest_plans().complex.of(n, record, [&](ComplexPlan& plan) {
+        plan.factors = read_complex_record(n, record);
+        complete(plan, [](const SimdPath& simd, ComplexPlan& found) { return simd.plan_complex(found); });
+    });
+}
+
+// Copies p to q where the arrays overlap in part; the input then.
+const float* apart_or_same(Index floats, const float* p, float* q)
+{
+    const auto distance = reinterpret_cast<std::uintptr_t>(p) - reinterpret_cast<std::uintptr_t>(q);
+    const std::uintptr_t bytes = static_cast<std::uintptr_t>(floats) * sizeof(float);
+    if (distance != 0 && (distance < bytes || 0 - distance < bytes)) {
+        std::memmove(q, p, bytes);
+        return q;
+    }
+    return p;
+}
+
+} // namespace
+
+// ---- transforms ------------------------------------------------------------------------
+
 void transform_real(Direction d, Index n, const float* p, float* q, float* params)
 {
+    assert(n >= 1);
     if (n == 1) {
         *q = *p;
         return;
     }
-    float* const scratch = params;
-    const float* const twiddles = params + n;
-    const float* const record = params + 2 * n;
-    const SimdPath* const simd = simd_path();
-    if (simd != nullptr && simd->known_real(d, n, record, p, q, scratch, twiddles)) {
-        return;
-    }
-    const Factors factors = read_real_record(n, record);
-    if (simd != nullptr && simd->real(d, factors, p, q, scratch, twiddles)) {
-        return;
-    }
-    if (d == Direction::forward) {
-        run_real<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
-    } else {
-        run_real<Direction::backward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
-    }
+    const RealPlan& plan = real_plan(n, params + 2 * n);
+    plan.run[static_cast<int>(d)](plan, apart_or_same(n, p, q), q, params, nullptr, params + n);
 }
 
-void transform_complex(Direction d, Index n, const float* p, float* q, float* params)
+void transform_complex(Direction d, Index n, const float* p, float* q, float* params, float* work)
 {
+    assert(n >= 1);
     if (n == 1) {
         const float re = p[0], im = p[1];
         q[0] = re;
         q[1] = im;
         return;
     }
-    float* const scratch = params;
-    const float* const twiddles = params + 2 * n;
-    const float* const record = params + 4 * n;
-    const SimdPath* const simd = simd_path();
-    if (simd != nullptr && simd->known_complex(d, n, record, p, q, scratch, twiddles)) {
-        return;
-    }
-    const Factors factors = read_complex_record(n, record);
-    if (simd != nullptr && simd->complex(d, factors, p, q, scratch, twiddles)) {
-        return;
-    }
-    if (d == Direction::forward) {
-        run_complex<Direction::forward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
-    } else {
-        run_complex<Direction::backward, ScalarLanes>(factors, 0, p, q, scratch, twiddles);
-    }
+    const ComplexPlan& plan = complex_plan(n, params + 4 * n);
+    plan.run[static_cast<int>(d)](plan, apart_or_same(2 * n, p, q), q, params, work, params + 2 * n);
 }
 
 // Many columns at a time where the processor has wide registers and there is
@@ -148,7 +292,7 @@ void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp,
             work[2 * r] = p[2 * (r * ldp + c)];
             work[2 * r + 1] = p[2 * (r * ldp + c) + 1];
         }
-        transform_complex(d, m, work, work, params);
+        transform_complex(d, m, work, work, params, nullptr);
         for (Index r = 0; r < m; ++r) {
             q[2 * (r * ldq + c)] = work[2 * r];
             q[2 * (r * ldq + c) + 1] = work[2 * r + 1];

@@ -14,10 +14,13 @@ Path best_path();
 Path path_in_use();
 void limit_path(Path most);
 
-// n >= 1; the other arguments as in real_fft.h.
+// n >= 1; p and q may be the same array or overlap; params: a table of 2n + 15 floats for
+// n, unused for n = 1.
 void transform_real(Direction d, Index n, const float* p, float* q, float* params);
-// The same for n complex values, 2n floats; params: a table of 4n + 15 floats.
-void transform_complex(Direction d, Index n, const float* p, float* q, float* params);
+// The same for n complex values, 2n floats; params: a table of 4n + 15 floats. work: n
+// complex values apart from all other arrays, or null, which makes some long transforms
+// of lengths that are not rich in twos slower.
+void transform_complex(Direction d, Index n, const float* p, float* q, float* params, float* work);
 // Each of n columns of m >= 2 complex values, with the column dimensions ldp and
 // ldq, from p to the same column of q, which is p or does not overlap it. params:
 // a table for m; work: m complex values.

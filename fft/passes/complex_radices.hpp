@@ -91,6 +91,28 @@ struct ComplexRadix5 {
     }
 };
 
+// The butterfly of radix ip.
+template <Direction d, int ip>
+struct ComplexRadixOf;
+template <Direction d>
+struct ComplexRadixOf<d, 2> {
+    using Type = ComplexRadix2<d>;
+};
+template <Direction d>
+struct ComplexRadixOf<d, 3> {
+    using Type = ComplexRadix3<d>;
+};
+template <Direction d>
+struct ComplexRadixOf<d, 4> {
+    using Type = ComplexRadix4<d>;
+};
+template <Direction d>
+struct ComplexRadixOf<d, 5> {
+    using Type = ComplexRadix5<d>;
+};
+template <Direction d, int ip>
+using ComplexRadix = typename ComplexRadixOf<d, ip>::Type;
+
 // Calls work() with an object of the radix's type; false when there is none.
 template <Direction d, class Work>
 ZAVO_INLINE bool for_complex_radix(Index ip, const Work& work)

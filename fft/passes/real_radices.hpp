@@ -281,6 +281,28 @@ struct RealRadix5 {
     }
 };
 
+// The butterfly of radix ip.
+template <int ip>
+struct RealRadixOf;
+template <>
+struct RealRadixOf<2> {
+    using Type = RealRadix2;
+};
+template <>
+struct RealRadixOf<3> {
+    using Type = RealRadix3;
+};
+template <>
+struct RealRadixOf<4> {
+    using Type = RealRadix4;
+};
+template <>
+struct RealRadixOf<5> {
+    using Type = RealRadix5;
+};
+template <int ip>
+using RealRadix = typename RealRadixOf<ip>::Type;
+
 // Calls work() with an object of the radix's type; false when there is none.
 template <class Work>
 ZAVO_INLINE bool for_real_radix(Index ip, const Work& work)

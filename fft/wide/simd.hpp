@@ -2,32 +2,34 @@
 #pragma once
 
 #include "fft/passes/spectrum_product.hpp"
-#include "fft/tables/factors.hpp"
+#include "fft/tables/plan.hpp"
+#include "fft/tables/twiddle.hpp"
 
 namespace zavo::fft {
 
 struct SimdPath {
-    // As run_real and run_complex with first = 0; false when the path has nothing
-    // for this length.
-    bool (*real)(Direction, const Factors&, const float* p, float* q, float* scratch, const float* twiddles);
-    bool (*complex)(Direction, const Factors&, const float* p, float* q, float* scratch,
-                    const float* twiddles);
-    // The same for a table's record; false when the path has no transform of its own
-    // for that length.
-    bool (*known_real)(Direction, Index n, const float* record, const float* p, float* q, float* scratch,
-                       const float* twiddles);
-    bool (*known_complex)(Direction, Index n, const float* record, const float* p, float* q, float* scratch,
-                          const float* twiddles);
+    // Completes the plan for plan.factors; false when the path has nothing for this
+    // length.
+    bool (*plan_real)(RealPlan& plan);
+    bool (*plan_complex)(ComplexPlan& plan);
     // Complex transforms of length factors.n of n columns, by rows with the column
     // dimensions ldp and ldq. work: column_work(factors.n) floats.
     void (*columns)(Direction, const Factors&, Index n, const float* p, Index ldp, float* q, Index ldq,
                     float* work, const float* twiddles);
+    // The sums of a general pass, rotation.hpp's but for y_0; the complex one for tables
+    // of up to most_looked_up values.
+    void (*rotate_real)(Index slab, Index ip, CosSin w, const float* x, float* y);
+    void (*rotate_complex)(Direction, Index slab, Index ip, const float* x, float* y, const float* wa,
+                           Index step);
     // As in transforms.hpp.
     void (*multiply_spectra)(Product, Index n, const float* x, const float* y, float* z);
     void (*divide)(Index n, float* values, float divisor);
     // fill_cos_sin of twiddle.hpp.
     void (*fill_cos_sin)(float step, int first, int count, float* pairs);
 };
+
+// Offsets into a table have to fit an int.
+inline constexpr Index most_looked_up = Index{1} << 28;
 
 inline std::size_t column_work(Index m)
 {

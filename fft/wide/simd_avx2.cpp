@@ -10,8 +10,8 @@
 namespace zavo::fft {
 
 const SimdPath avx2_path = {
-    try_real<8>, try_complex<8>,         try_known_real<8>, try_known_complex<8>,
-    columns<8>,  multiply_spectra_by<8>, divide_by<8>,      fill_cos_sin_by<DoubleLanes<32>>,
+    plan_real<8>,      plan_complex<8>,        columns<8>,   rotate_real<8>,
+    rotate_complex<8>, multiply_spectra_by<8>, divide_by<8>, fill_cos_sin_by<DoubleLanes<32>>,
 };
 
 } // namespace zavo::fft

@@ -10,8 +10,8 @@
 namespace zavo::fft {
 
 const SimdPath avx512_path = {
-    try_real<16>, try_complex<16>,         try_known_real<16>, try_known_complex<16>,
-    columns<16>,  multiply_spectra_by<16>, divide_by<16>,      fill_cos_sin_by<DoubleLanes<64>>,
+    plan_real<16>,      plan_complex<16>,        columns<16>,   rotate_real<16>,
+    rotate_complex<16>, multiply_spectra_by<16>, divide_by<16>, fill_cos_sin_by<DoubleLanes<64>>,
 };
 
 } // namespace zavo::fft

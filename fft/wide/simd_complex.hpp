@@ -121,28 +121,10 @@ ZAVO_INLINE void columns_pass(Index rows, Index inner, Index l1, float* slots, c
     }
 }
 
-// The slots where the results of the columns stand.
-struct Results {
-    Index slot[most_slots];
-
-    constexpr ZAVO_INLINE void find(const Factors& factors, const Cut& cut)
-    {
-        slot[0] = 0;
-        Index found = 1;
-        for (int t = 0; t < cut.first; ++t) {
-            const Index more = found * (factors.ip[t] - 1);
-            for (Index k = 0; k < more; ++k) {
-                slot[found + k] = slot[k] + cut.inner[t];
-            }
-            found += more;
-        }
-    }
-};
-
 // V results of V columns, to V slots `step` apart whose lanes are results, in folded
 // order.
 template <int V>
-ZAVO_INLINE void turn_block(const float* slots, const Index* result, float* to, Index step)
+ZAVO_INLINE void turn_block(const float* slots, const std::uint16_t* result, float* to, Index step)
 {
     for (int part = 0; part < 2 * V; part += V) {
         transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * result[folded<V>(k)] + part; },
@@ -220,15 +202,14 @@ ZAVO_INLINE void last_rows_pass(const Factors& factors, const Cut& cut, int whic
 }
 
 // The passes of the factors from `which` on over one block of rows, pass by pass.
-template <Direction d, int V, class Plan>
-ZAVO_INLINE void near_rows(const Plan& plan, int which, float* slots, float* q, Index stride,
+template <Direction d, int V, class Plan, class Which>
+ZAVO_INLINE void near_rows(const Plan& plan, Which which, float* slots, float* q, Index stride,
                            const float* twiddles)
 {
     const Factors& factors = plan.factors;
-    const int last = factors.count - 1;
     Index blocks = 1;
-    plan.for_factors(which, last, [&](int t) ZAVO_INLINED {
-        for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+    plan.for_factors(which, plan.last(), [&](auto t) ZAVO_INLINED {
+        plan.template with_complex_radix<d>(t, [&](auto radix) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
                 rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots, 2 * V,
                                                  twiddles + 2 * factors.twiddle_offset(t));
@@ -236,16 +217,13 @@ ZAVO_INLINE void near_rows(const Plan& plan, int which, float* slots, float* q, 
         });
         blocks *= factors.ip[t];
     });
-    for_complex_radix<d>(factors.ip[last], [&](auto radix) ZAVO_INLINED {
-        if (factors.n < far_complex_length) {
+    plan.template with_complex_radix<d>(plan.last(), [&](auto radix) ZAVO_INLINED {
+        decide(plan.template is_at_least<far_complex_length>(), [&](auto far) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
-                last_rows_pass<d, decltype(radix), V, false>(factors, plan.cut, which, slots, q, stride);
+                last_rows_pass<d, decltype(radix), V, decltype(far)::value>(factors, plan.cut, which, slots,
+                                                                            q, stride);
             });
-        } else {
-            plan.loops([&]() ZAVO_INLINED {
-                last_rows_pass<d, decltype(radix), V, true>(factors, plan.cut, which, slots, q, stride);
-            });
-        }
+        });
     });
 }
 
@@ -258,7 +236,7 @@ void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index 
         near_rows<d, V>(plan, which, slots, q, stride, twiddles);
         return;
     }
-    for_complex_radix<d>(factors.ip[which], [&](auto radix) ZAVO_INLINED {
+    plan.with_complex_radix<d>(which, [&](auto radix) ZAVO_INLINED {
         plan.loops([&]() ZAVO_INLINED {
             rows_pass<d, decltype(radix), V>(factors.ido(which), 1, slots, 2 * V,
                                              twiddles + 2 * factors.twiddle_offset(which));
@@ -338,29 +316,26 @@ ZAVO_INLINE void exchanging_pass(Index far_ido, Index ido, Index outer, float* q
     }
 }
 
-// All passes over the rows of V neighbouring k.
+// All passes over the rows of V neighbouring k, of a KnownPlan.
 template <Direction d, int V, class Plan>
 ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Index step = 2 * plan.cut.group;
-    const int last = factors.count - 1;
-    plan.for_factors(plan.cut.first, factors.count, [&](int t) ZAVO_INLINED {
-        const int far = plan.cut.first + last - t;
+    constexpr int both_ends = decltype(plan.first())::value + decltype(plan.last())::value;
+    constexpr int last = decltype(plan.last())::value;
+    plan.for_factors(plan.first(), Number<last + 1>{}, [&](auto number) ZAVO_INLINED {
+        constexpr int t = decltype(number)::value;
+        constexpr int far = both_ends - t;
         const float* const wa = twiddles + 2 * factors.twiddle_offset(t);
-        for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+        plan.template with_complex_radix<d>(number, [&](auto radix) ZAVO_INLINED {
             using Radix = decltype(radix);
-            plan.loops([&]() ZAVO_INLINED {
-                if (t <= far) {
-                    rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
-                } else if (t < last) {
-                    exchanging_pass<d, Radix, V, false>(factors.ido(far), factors.ido(t),
+            if constexpr (t <= far) {
+                rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
+            } else {
+                exchanging_pass<d, Radix, V, t == last>(factors.ido(far), factors.ido(t),
                                                         plan.cut.weight[far], q, step, wa);
-                } else {
-                    exchanging_pass<d, Radix, V, true>(factors.ido(far), 1, plan.cut.weight[far], q, step,
-                                                       wa);
-                }
-            });
+            }
         });
     });
 }
@@ -393,28 +368,39 @@ void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partn
 
 // ---- all ---------------------------------------------------------------------------------------
 
+// Floats of storage besides the slots: a partner for chunks whose passes go to and fro,
+// and the chunk that overlaps another.
+constexpr ZAVO_INLINE Index complex_storage(const Factors& factors, const Cut& cut)
+{
+    return cut.chunk_floats(2) * (!is_smooth(factors) + cut.has_tail());
+}
+constexpr ZAVO_INLINE bool fits_stack(const Factors& factors, const Cut& cut)
+{
+    return cut.slot_floats() + complex_storage(factors, cut) <= stack_floats;
+}
+
 template <int V>
 constexpr ZAVO_INLINE Cut choose_complex_cut(const Factors& factors)
 {
-    return choose_cut<V>(factors, 1, [](Index group, Index rows, int& width) ZAVO_INLINED {
-        width = group >= V && rows >= V ? V : 0;
-        return rows;
+    return choose_cut(factors, 1, [&](Cut& cut) ZAVO_INLINED {
+        cut.rows_width = cut.columns_width = V;
+        cut.columns = cut.rows;
+        return cut.group >= V && cut.rows >= V &&
+               (fits_stack(factors, cut) || complex_storage(factors, cut) <= 2 * factors.n);
     });
 }
 
 struct FoundComplexPlan : FoundPlan {
     static constexpr bool has_order = false; // whether rows can end in order, and gain by it
-    Results results;
-
-    ZAVO_INLINE FoundComplexPlan(const Factors& list, const Cut& place) : FoundPlan{list, place}
-    {
-        results.find(list, place);
-    }
+    const Results& results;
 };
 
 template <int V, class List>
-struct KnownComplexPlan : KnownPlan<List> {
-    static constexpr Cut cut = choose_complex_cut<V>(List::factors);
+constexpr Cut known_complex_cut = choose_complex_cut<V>(List::factors);
+
+template <int V, class List>
+struct KnownComplexPlan : KnownPlan<List, known_complex_cut<V, List>.first> {
+    static constexpr const Cut& cut = known_complex_cut<V, List>;
     static constexpr bool has_order =
         List::factors.n >= far_complex_length && rows_are_symmetric(List::factors, cut);
     static constexpr Results results = [] {
@@ -425,42 +411,42 @@ struct KnownComplexPlan : KnownPlan<List> {
 };
 
 template <Direction d, int V, class Plan>
-ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float* scratch,
+ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float* scratch, float* work,
                                const float* twiddles)
 {
+    alignas(64) float on_stack[stack_floats];
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
     const Index rows = cut.rows;
     const Index group = cut.group;
-    const bool smooth = is_smooth(factors);
-    WholeWork work(cut, 2, !smooth);
-    if (work.slots == nullptr) {
-        return false;
-    }
-    float* const slots = work.slots;
+    const bool smooth = Plan::is_known || is_smooth(factors);
+    float* const slots = on_stack;
+    float* const partner = fits_stack(factors, cut) ? on_stack + cut.slot_floats() : work;
+    float* const tail = partner + (smooth ? 0 : cut.chunk_floats(2));
+    assert(partner != nullptr && cut.group * cut.rows == factors.n);
     // Rows in order have to lie in a result that is not read any more, and slots across
     // two lines of the cache would cost more than an array does.
     const bool in_order =
         Plan::has_order && p != q && reinterpret_cast<std::uintptr_t>(q) % (sizeof(float) * V) == 0;
     const Index step = in_order ? 2 * group : 2 * V;
     const auto chunk = [&](Index k) ZAVO_INLINED {
-        return in_order ? q + 2 * k : k % V == 0 ? scratch + 2 * rows * k : work.tail;
+        return in_order ? q + 2 * k : k % V == 0 ? scratch + 2 * rows * k : tail;
     };
 
     for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
-        if (factors.n >= scattered_complex_length) {
+        if (plan.template is_at_least<scattered_complex_length>()) {
             fetch_next_columns<V>(p + 2 * r, rows, group);
             fetch_next_columns<V>(twiddles + 2 * r, rows, group - 1);
         }
-        for_complex_radix<d>(factors.ip[0], [&](auto radix) ZAVO_INLINED {
+        plan.template with_complex_radix<d>(Number<0>{}, [&](auto radix) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
                 first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots,
                                                           twiddles + 2 * r);
             });
         });
-        plan.for_factors(1, cut.first, [&](int t) ZAVO_INLINED {
+        plan.for_factors(Number<1>{}, plan.first(), [&](auto t) ZAVO_INLINED {
             const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
-            for_complex_radix<d>(factors.ip[t], [&](auto radix) ZAVO_INLINED {
+            plan.template with_complex_radix<d>(t, [&](auto radix) ZAVO_INLINED {
                 plan.loops([&]() ZAVO_INLINED {
                     columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
                 });
@@ -475,43 +461,14 @@ ZAVO_INLINE bool complex_whole(const Plan& plan, const float* p, float* q, float
             if constexpr (Plan::has_order) {
                 rows_in_order<d, V>(plan, chunk(k), twiddles);
             }
-        } else if constexpr (Plan::is_near) {
-            near_rows<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+        } else if constexpr (Plan::is_known) {
+            near_rows<d, V>(plan, plan.first(), chunk(k), q + 2 * k, 2 * group, twiddles);
         } else if (smooth) {
             rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
         } else {
-            rows_any<d, V>(factors, cut, chunk(k), work.partner, q + 2 * k, twiddles);
+            rows_any<d, V>(factors, cut, chunk(k), partner, q + 2 * k, twiddles);
         }
     });
-    return true;
-}
-
-// The widest registers, V at most, that rows and columns fill; 0 when there are none.
-template <int V>
-constexpr ZAVO_INLINE int complex_width(const Factors& factors)
-{
-    if (choose_complex_cut<V>(factors).first != 0) {
-        return V;
-    }
-    if constexpr (V > 4) {
-        return complex_width<V / 2>(factors);
-    }
-    return 0;
-}
-
-// False when no registers fit.
-template <Direction d, int V>
-bool complex_whole_up_to(const Factors& factors, const float* p, float* q, float* scratch,
-                         const float* twiddles)
-{
-    const Cut cut = choose_complex_cut<V>(factors);
-    if (cut.first != 0) {
-        return complex_whole<d, V>(FoundComplexPlan{factors, cut}, p, q, scratch, twiddles);
-    }
-    if constexpr (V > 4) {
-        return complex_whole_up_to<d, V / 2>(factors, p, q, scratch, twiddles);
-    }
-    return false;
 }
 
 } // namespace

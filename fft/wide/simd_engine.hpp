@@ -1,6 +1,7 @@
 // The transforms that simd.hpp offers for one instruction set.
 #pragma once
 
+#include "fft/wide/simd.hpp"
 #include "fft/wide/simd_complex.hpp"
 #include "fft/wide/simd_real.hpp"
 #include "fft/wide/simd_rotation.hpp"
@@ -9,32 +10,13 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see shape.hpp
 
-// ---- columns of an array -------------------------------------------------------------------
+// The path with registers half as wide, for what these are too wide for.
+template <int V>
+constexpr const SimdPath* narrower_path = nullptr;
+template <>
+constexpr const SimdPath* narrower_path<16> = &avx2_path;
 
-// Calls work(width, column) for chunks of a group, the width as a type.
-template <int w>
-struct Width {
-    static constexpr int value = w;
-};
-template <int V, class Work>
-ZAVO_INLINE void for_chunks(Index group, Work&& work)
-{
-    Index c = 0;
-    for (; group - c >= V; c += V) {
-        work(Width<V>{}, c);
-    }
-    if (V > 8 && group - c >= 8) {
-        work(Width<8>{}, c);
-        c += 8;
-    }
-    if (group - c >= 4) {
-        work(Width<4>{}, c);
-        c += 4;
-    }
-    for (; c < group; ++c) {
-        work(Width<1>{}, c);
-    }
-}
+// ---- columns of an array -------------------------------------------------------------------
 
 // Pairs at p + stride * m to lanes, and back.
 template <int w>
@@ -66,133 +48,205 @@ void scatter_pairs(const float* lanes, Index rows, float* q, Index stride)
     }
 }
 
-// Each of n columns of m values of p, to the same column of q, V at a time. work:
-// room for 4 m V floats.
-template <Direction d, int V>
-void complex_columns(const Factors& factors, Index n, const float* p, Index ldp, float* q, Index ldq,
-                     float* work, const float* twiddles)
+// The columns of p from c on, w at a time, as long as there are so many; says where it
+// has got to. work: room for 4 w m floats.
+template <int w>
+Index columns_of_width(Direction d, const Factors& factors, Index c, Index n, const float* p, Index ldp,
+                       float* q, Index ldq, float* work, const float* twiddles)
 {
     const Index m = factors.n;
-    for_chunks<V>(n, [&](auto width, Index c) {
-        constexpr int w = width.value;
+    for (; n - c >= w; c += w) {
         float* const a = work;
         float* const b = work + 2 * w * m;
         gather_pairs<w>(p + 2 * c, 2 * ldp, m, a);
-        const float* const found = complex_lanes<d, w>(factors, 0, a, b, twiddles);
+        const float* const found = d == Direction::forward
+                                       ? complex_lanes<Direction::forward, w>(factors, 0, a, b, twiddles)
+                                       : complex_lanes<Direction::backward, w>(factors, 0, a, b, twiddles);
         scatter_pairs<w>(found, m, q + 2 * c, 2 * ldq);
-    });
+    }
+    return c;
 }
 
+// Narrower registers are those of the path below, which every processor with this one
+// has too: nothing is compiled twice.
 template <int V>
 void columns(Direction d, const Factors& factors, Index n, const float* p, Index ldp, float* q, Index ldq,
              float* work, const float* twiddles)
 {
-    if (d == Direction::forward) {
-        complex_columns<Direction::forward, V>(factors, n, p, ldp, q, ldq, work, twiddles);
+    Index c = columns_of_width<V>(d, factors, 0, n, p, ldp, q, ldq, work, twiddles);
+    if constexpr (V > 8) {
+        narrower_path<V>->columns(d, factors, n - c, p + 2 * c, ldp, q + 2 * c, ldq, work, twiddles);
     } else {
-        complex_columns<Direction::backward, V>(factors, n, p, ldp, q, ldq, work, twiddles);
+        c = columns_of_width<V / 2>(d, factors, c, n, p, ldp, q, ldq, work, twiddles);
+        columns_of_width<1>(d, factors, c, n, p, ldp, q, ldq, work, twiddles);
     }
 }
 
-// ---- lengths that cannot be cut --------------------------------------------------------------
-
-// A length that cannot be cut still gains when a large radix does the work.
-constexpr Index large_radix = 13;
-
-template <int V>
-bool try_scalar_real(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
-                     const float* twiddles)
-{
-    if (factors.ip[factors.count - 1] < large_radix) {
-        return false;
-    }
-    if (d == Direction::forward) {
-        run_real<Direction::forward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
-    } else {
-        run_real<Direction::backward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
-    }
-    return true;
-}
-
-// Offsets into the table have to fit an int.
-constexpr Index most_looked_up = Index{1} << 28;
-
-template <int V>
-bool try_scalar_complex(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
-                        const float* twiddles)
-{
-    if (factors.ip[factors.count - 1] < large_radix || factors.n > most_looked_up) {
-        return false;
-    }
-    if (d == Direction::forward) {
-        run_complex<Direction::forward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
-    } else {
-        run_complex<Direction::backward, WideScalarLanes<V>>(factors, 0, p, q, scratch, twiddles);
-    }
-    return true;
-}
-
-// ---- the faces: false when the length is not one for this path --------------------------------
+// ---- runs: what a plan calls ----------------------------------------------------------------
 
 // A function for each length and direction: the optimiser does worse on all in one.
 template <Direction d, int V, class List>
-__attribute__((noinline)) bool real_known(const float* p, float* q, float* scratch, const float* twiddles)
+void run_known_real(const Plan&, const float* p, float* q, float* scratch, float*, const float* twiddles)
 {
-    // A short transform waits for its results rather than for room in the processor.
-    constexpr int widest = List::factors.n < 1024 ? std::min(V, 8) : V;
-    const KnownRealPlan<widest, List> plan;
-    return real_whole<d, plan.cut.rows_width, plan.cut.columns_width>(plan, p, q, scratch, twiddles);
+    using Known = KnownRealPlan<V, List>;
+    real_whole<d, Known::cut.rows_width, Known::cut.columns_width>(Known{}, p, q, scratch, twiddles);
 }
 template <Direction d, int V, class List>
-__attribute__((noinline)) bool complex_known(const float* p, float* q, float* scratch, const float* twiddles)
-{
-    constexpr int width = complex_width<V>(List::factors);
-    return complex_whole<d, width>(KnownComplexPlan<width, List>{}, p, q, scratch, twiddles);
-}
-
-template <int V>
-bool try_known_real(Direction d, Index n, const float* record, const float* p, float* q, float* scratch,
-                    const float* twiddles)
-{
-    return for_known_length(n, record, [&](auto list) ZAVO_INLINED {
-        using List = decltype(list);
-        return d == Direction::forward ? real_known<Direction::forward, V, List>(p, q, scratch, twiddles)
-                                       : real_known<Direction::backward, V, List>(p, q, scratch, twiddles);
-    });
-}
-
-template <int V>
-bool try_real(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
-              const float* twiddles)
-{
-    const Cut cut = choose_real_cut<V>(factors);
-    if (cut.first == 0) {
-        return try_scalar_real<V>(d, factors, p, q, scratch, twiddles);
-    }
-    return d == Direction::forward
-               ? real_whole_up_to<Direction::forward, V, V>(factors, cut, p, q, scratch, twiddles)
-               : real_whole_up_to<Direction::backward, V, V>(factors, cut, p, q, scratch, twiddles);
-}
-
-template <int V>
-bool try_known_complex(Direction d, Index n, const float* record, const float* p, float* q, float* scratch,
+void run_known_complex(const Plan&, const float* p, float* q, float* scratch, float* work,
                        const float* twiddles)
 {
-    return for_known_length(n, record, [&](auto list) ZAVO_INLINED {
-        using List = decltype(list);
-        return d == Direction::forward ? complex_known<Direction::forward, V, List>(p, q, scratch, twiddles)
-                                       : complex_known<Direction::backward, V, List>(p, q, scratch, twiddles);
-    });
+    complex_whole<d, V>(KnownComplexPlan<V, List>{}, p, q, scratch, work, twiddles);
+}
+
+template <Direction d, int W, int C>
+void run_found_real(const Plan& plan, const float* p, float* q, float* scratch, float*, const float* twiddles)
+{
+    const auto& found = static_cast<const RealPlan&>(plan);
+    real_whole<d, W, C>(FoundRealPlan{{found.factors, found.cut}, found.members}, p, q, scratch, twiddles);
+}
+template <Direction d, int V>
+void run_found_complex(const Plan& plan, const float* p, float* q, float* scratch, float* work,
+                       const float* twiddles)
+{
+    const auto& found = static_cast<const ComplexPlan&>(plan);
+    if (work == nullptr && !fits_stack(found.factors, found.cut)) {
+        run_complex<d, ScalarLanes>(found.factors, 0, p, q, scratch, twiddles);
+        return;
+    }
+    complex_whole<d, V>(FoundComplexPlan{{found.factors, found.cut}, found.results}, p, q, scratch, work,
+                        twiddles);
+}
+
+// ---- plans -------------------------------------------------------------------------------------
+
+// The lengths with code of their own, and the order of factors that the builder of tables
+// gives them. Both kinds of transform have these alike.
+template <class Work>
+ZAVO_INLINE bool for_known_list(const Factors& factors, const Work& work)
+{
+    const auto try_list = [&](auto list) ZAVO_INLINED {
+        constexpr const Factors& known = decltype(list)::factors;
+        if (factors.count != known.count || !std::equal(known.ip, known.ip + known.count, factors.ip)) {
+            return false;
+        }
+        work(list);
+        return true;
+    };
+    switch (factors.n) {
+    case 64:
+        return try_list(FactorList<4, 4, 4>{});
+    case 128:
+        return try_list(FactorList<2, 4, 4, 4>{});
+    case 256:
+        return try_list(FactorList<4, 4, 4, 4>{});
+    case 512:
+        return try_list(FactorList<2, 4, 4, 4, 4>{});
+    case 1024:
+        return try_list(FactorList<4, 4, 4, 4, 4>{});
+    case 2048:
+        return try_list(FactorList<2, 4, 4, 4, 4, 4>{});
+    case 4096:
+        return try_list(FactorList<4, 4, 4, 4, 4, 4>{});
+    default:
+        return false;
+    }
+}
+
+ZAVO_INLINE void set_runs(Plan& plan, Run forward, Run backward)
+{
+    plan.run[static_cast<int>(Direction::forward)] = forward;
+    plan.run[static_cast<int>(Direction::backward)] = backward;
+}
+
+// A short real transform is latency-bound, so that narrower registers win.
+template <int V>
+constexpr Index shortest_known_real = V > 8 ? 1024 : 0;
+
+// The runs with the widths that the cut names: W and C, or one of them and half of the
+// other.
+template <int W, int C>
+void set_real_widths(RealPlan& plan)
+{
+    if (plan.cut.rows_width == W && plan.cut.columns_width == C) {
+        set_runs(plan, run_found_real<Direction::forward, W, C>, run_found_real<Direction::backward, W, C>);
+    }
+}
+
+// Shorter transforms of other lengths are faster one value at a time. Measured:
+// ./zavo bench fft, "wide beside scalar".
+constexpr Index shortest_found_real = 100;
+constexpr Index shortest_found_complex = 40;
+
+// The plan for plan.factors; false when the scalar path serves this length better.
+template <int V>
+bool plan_real(RealPlan& plan)
+{
+    const Factors& factors = plan.factors;
+    if (for_known_list(factors, [&](auto list) ZAVO_INLINED {
+            using List = decltype(list);
+            if constexpr (List::factors.n < shortest_known_real<V>) {
+                narrower_path<V>->plan_real(plan);
+            } else {
+                set_runs(plan, run_known_real<Direction::forward, V, List>,
+                         run_known_real<Direction::backward, V, List>);
+            }
+        })) {
+        return true;
+    }
+    if (factors.n < shortest_found_real) {
+        return false;
+    }
+    plan.cut = choose_real_cut<V>(factors);
+    if (V > 8 && std::max(plan.cut.rows_width, plan.cut.columns_width) < V) {
+        return narrower_path<V>->plan_real(plan);
+    }
+    if (plan.cut.first == 0) {
+        return false;
+    }
+    plan.members.find(factors, plan.cut.first);
+    set_real_widths<V, V>(plan);
+    set_real_widths<V, V / 2>(plan);
+    set_real_widths<V / 2, V>(plan);
+    if constexpr (V == 8) {
+        set_real_widths<V / 2, V / 2>(plan);
+    }
+    return true;
 }
 
 template <int V>
-bool try_complex(Direction d, const Factors& factors, const float* p, float* q, float* scratch,
-                 const float* twiddles)
+bool plan_complex(ComplexPlan& plan)
 {
-    const bool whole = d == Direction::forward
-                           ? complex_whole_up_to<Direction::forward, V>(factors, p, q, scratch, twiddles)
-                           : complex_whole_up_to<Direction::backward, V>(factors, p, q, scratch, twiddles);
-    return whole || try_scalar_complex<V>(d, factors, p, q, scratch, twiddles);
+    const Factors& factors = plan.factors;
+    if (for_known_list(factors, [&](auto list) ZAVO_INLINED {
+            using List = decltype(list);
+            constexpr int width = known_complex_cut<V, List>.first != 0 ? V : V / 2;
+            if constexpr (width >= 8 && width < V) {
+                narrower_path<V>->plan_complex(plan);
+            } else {
+                set_runs(plan, run_known_complex<Direction::forward, width, List>,
+                         run_known_complex<Direction::backward, width, List>);
+            }
+        })) {
+        return true;
+    }
+    if (factors.n < shortest_found_complex) {
+        return false;
+    }
+    plan.cut = choose_complex_cut<V>(factors);
+    if (plan.cut.first != 0) {
+        set_runs(plan, run_found_complex<Direction::forward, V>, run_found_complex<Direction::backward, V>);
+    } else if constexpr (V > 8) {
+        return narrower_path<V>->plan_complex(plan);
+    } else {
+        plan.cut = choose_complex_cut<V / 2>(factors);
+        if (plan.cut.first == 0) {
+            return false;
+        }
+        set_runs(plan, run_found_complex<Direction::forward, V / 2>,
+                 run_found_complex<Direction::backward, V / 2>);
+    }
+    plan.results.find(factors, plan.cut);
+    return true;
 }
 
 } // namespace

@@ -19,6 +19,7 @@
 #include "fft/wide/simd_whole.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace zavo::fft {
@@ -28,19 +29,29 @@ namespace { // compiled for several instruction sets: see shape.hpp
 // From this length on the values outside are fetched ahead.
 constexpr Index far_real_length = 32 * 1024;
 
-// With even R the registers may reach t = R / 2, whose values are put right
-// afterwards.
+// Columns: with even R the registers may reach t = R / 2, whose values are put right
+// afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Wide
+// registers with quarters of them would be code for a handful of lengths.
 template <int V>
 constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 {
-    return choose_cut<V>(factors, 2, [](Index, Index rows, int& width) ZAVO_INLINED {
-        const Index partners = (rows - 1) / 2;
-        width = width_for<V>(partners);
-        if (rows % 2 == 0 && width_for<V>(rows / 2) > width) {
-            width = width_for<V>(rows / 2);
-            return rows / 2;
+    return choose_cut(factors, 2, [](Cut& cut) ZAVO_INLINED {
+        cut.columns = (cut.rows - 1) / 2;
+        cut.columns_width = width_for<V>(cut.columns);
+        if (cut.rows % 2 == 0 && width_for<V>(cut.rows / 2) > cut.columns_width) {
+            cut.columns_width = width_for<V>(cut.rows / 2);
+            cut.columns = cut.rows / 2;
         }
-        return partners;
+        cut.rows_width = std::min(width_for<V>(cut.group), 2 * cut.columns_width);
+        cut.columns_width = std::min(cut.columns_width, 2 * cut.rows_width);
+        const auto floats = [&]() ZAVO_INLINED {
+            return cut.slot_floats() + (cut.has_tail() ? cut.chunk_floats(1) : 0);
+        };
+        while (cut.rows_width > 4 && floats() > stack_floats) {
+            cut.rows_width /= 2;
+            cut.columns_width = std::min(cut.columns_width, 2 * cut.rows_width);
+        }
+        return cut.rows_width != 0 && cut.columns_width != 0 && floats() <= stack_floats;
     });
 }
 
@@ -57,22 +68,24 @@ struct SmoothRows {
     float* chunk;
     float* partner;
     const float* twiddles;
+    Index apart; // from value to value outside: G, or V where a chunk was copied out
 
     ZAVO_INLINE float* made_by(int t) const { return (t - plan.cut.first) % 2 == 0 ? chunk : partner; }
 
     // The pass of factor t in `count` transforms that begin with value `start`.
-    ZAVO_INLINE void pass(int t, Index start, Index count) const
+    template <class Which>
+    ZAVO_INLINE void pass(Which t, Index start, Index count) const
     {
         const Factors& factors = plan.factors;
         float* const joined = made_by(t) + V * start;
-        float* const apart = made_by(t + 1) + V * start;
+        float* const nested = made_by(t + 1) + V * start;
         const Shape shape{factors.ido(t), count, factors.ip[t]};
         const float* const wa = twiddles + factors.twiddle_offset(t);
-        for_real_radix(shape.ip, [&](auto radix) ZAVO_INLINED {
+        plan.with_real_radix(t, [&](auto radix) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
                 real_radix_pass<d, decltype(radix), VectorLanes<V>, AllFrequencies, NestedView>(
-                    shape, d == Direction::forward ? apart : joined, d == Direction::forward ? joined : apart,
-                    wa);
+                    shape, d == Direction::forward ? nested : joined,
+                    d == Direction::forward ? joined : nested, wa);
             });
         });
     }
@@ -86,7 +99,7 @@ struct SmoothRows {
         const Factors& factors = plan.factors;
         const Cut& cut = plan.cut;
         const int last = factors.count - 1;
-        const Index step = cut.group * cut.weight[last];
+        const Index step = apart * cut.weight[last];
         float* at = made_by(last) + V * start;
         Index digit[most_factors] = {};
         for (;;) {
@@ -113,15 +126,15 @@ struct SmoothRows {
                     }
                 }
                 at += V * ip;
-                leaf += t < last ? cut.group * cut.weight[last - 1] : 0;
+                leaf += t < last ? apart * cut.weight[last - 1] : 0;
             }
             int carry = last - 2;
             for (; carry >= t; --carry) {
-                outside += cut.group * cut.weight[carry];
+                outside += apart * cut.weight[carry];
                 if (++digit[carry] < factors.ip[carry]) {
                     break;
                 }
-                outside -= cut.group * cut.weight[carry] * factors.ip[carry];
+                outside -= apart * cut.weight[carry] * factors.ip[carry];
                 digit[carry] = 0;
             }
             if (carry < t) {
@@ -133,33 +146,31 @@ struct SmoothRows {
     template <class Outside>
     ZAVO_INLINE void outer(int t, Index start, Outside* outside) const
     {
-        const Factors& factors = plan.factors;
-        for_real_radix(factors.ip[factors.count - 1], [&](auto radix) ZAVO_INLINED {
-            if (factors.n < far_real_length) {
-                plan.loops([&]() ZAVO_INLINED { outer_pass<decltype(radix), false>(t, start, outside); });
-            } else {
-                plan.loops([&]() ZAVO_INLINED { outer_pass<decltype(radix), true>(t, start, outside); });
-            }
+        plan.with_real_radix(plan.last(), [&](auto radix) ZAVO_INLINED {
+            decide(plan.template is_at_least<far_real_length>(), [&](auto far) ZAVO_INLINED {
+                plan.loops([&]() ZAVO_INLINED {
+                    outer_pass<decltype(radix), decltype(far)::value>(t, start, outside);
+                });
+            });
         });
     }
 
     // The transform of factors t and on that begins with value `start`, pass by pass.
-    template <class Outside>
-    ZAVO_INLINE void run_near(int t, Index start, Outside* outside) const
+    template <class Which, class Outside>
+    ZAVO_INLINE void run_near(Which t, Index start, Outside* outside) const
     {
         const Factors& factors = plan.factors;
-        const int last = factors.count - 1;
         if constexpr (d == Direction::backward) {
             Index count = 1;
-            plan.for_factors(t, last, [&](int s) ZAVO_INLINED {
+            plan.for_factors(t, plan.last(), [&](auto s) ZAVO_INLINED {
                 pass(s, start, count);
                 count *= factors.ip[s];
             });
             outer(t, start, outside);
         } else {
             outer(t, start, outside);
-            Index count = factors.after[t] / factors.ip[last];
-            plan.for_factors_falling(t, last, [&](int s) ZAVO_INLINED {
+            Index count = factors.after[t] / factors.ip[plan.last()];
+            plan.for_factors_falling(t, plan.last(), [&](auto s) ZAVO_INLINED {
                 count /= factors.ip[s];
                 pass(s, start, count);
             });
@@ -180,17 +191,21 @@ struct SmoothRows {
             pass(t, start, 1);
         }
         for (Index j = 0; j < factors.ip[t]; ++j) {
-            run(t + 1, start + factors.after[t + 1] * j, outside + cut.group * cut.weight[t] * j);
+            run(t + 1, start + factors.after[t + 1] * j, outside + apart * cut.weight[t] * j);
         }
         if constexpr (d == Direction::forward) {
             pass(t, start, 1);
         }
     }
 
+    // by_pass: pass by pass, so that nothing is left of the partner when the last pass
+    // begins.
     template <class Outside>
-    ZAVO_INLINE void run_all(Outside* outside) const
+    ZAVO_INLINE void run_all(Outside* outside, bool by_pass) const
     {
-        if constexpr (Plan::is_near) {
+        if constexpr (Plan::is_known) {
+            run_near(plan.first(), 0, outside);
+        } else if (by_pass) {
             run_near(plan.cut.first, 0, outside);
         } else {
             run(plan.cut.first, 0, outside);
@@ -198,49 +213,69 @@ struct SmoothRows {
     }
 };
 
-// Of any radices.
+// Rows of any radices: w values side by side go to and fro between `from` and `to`; says
+// where they are.
+template <Direction d, int V>
+float* real_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
+{
+    for (int t = first; t < factors.count; ++t) {
+        const int which = d == Direction::forward ? first + factors.count - 1 - t : t;
+        real_pass<d, VectorLanes<V>>(factors.shape_within(first, which), from, to, from,
+                                     twiddles + factors.twiddle_offset(which));
+        std::swap(from, to);
+    }
+    return from;
+}
+
+// Whether the last pass of the rows (forward: the first one) reads (writes) the chunk
+// and not its partner.
+template <class Plan>
+ZAVO_INLINE bool rows_are_odd(const Plan& plan)
+{
+    return (plan.last() - plan.first()) % 2 == 0;
+}
+
+// V values from p, p + apart, ... to a chunk. by_pass: p is the chunk, when the rows are
+// even, or its partner, when they are odd.
 template <int V, class Plan>
-ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, float* chunk, float* partner,
-                              const float* twiddles)
+ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, Index apart, bool by_pass, float* chunk,
+                              float* partner, const float* twiddles)
 {
     const Factors& factors = plan.factors;
-    const Cut& cut = plan.cut;
-    if (is_smooth(factors)) {
-        SmoothRows<Direction::forward, V, Plan>{plan, chunk, partner, twiddles}.run_all(p);
+    if (Plan::is_known || is_smooth(factors)) {
+        SmoothRows<Direction::forward, V, Plan>{plan, chunk, partner, twiddles, apart}.run_all(p, by_pass);
         return;
     }
-    const bool odd = (factors.count - cut.first) % 2 != 0;
-    float* from = odd ? partner : chunk;
-    float* to = odd ? chunk : partner;
-    for (Index m = 0; m < cut.rows; ++m) {
-        store<V>(from + V * m, load<V>(p + cut.group * m));
-    }
-    for (int which = factors.count - 1; which >= cut.first; --which) {
-        real_pass<Direction::forward, VectorLanes<V>>(factors.shape_within(cut.first, which), from, to, from,
-                                                      twiddles + factors.twiddle_offset(which));
-        std::swap(from, to);
+    if constexpr (!Plan::is_known) {
+        float* const from = rows_are_odd(plan) ? partner : chunk;
+        if (!by_pass) {
+            for (Index m = 0; m < plan.cut.rows; ++m) {
+                store<V>(from + V * m, load<V>(p + apart * m));
+            }
+        }
+        real_lanes<Direction::forward, V>(factors, plan.cut.first, from, from == chunk ? partner : chunk,
+                                          twiddles);
     }
 }
 
+// The way back; `partner` may be part of q when `by_pass` is set.
 template <int V, class Plan>
-ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, float* q,
+ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass,
                                const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
-    if (is_smooth(factors)) {
-        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles}.run_all(q);
+    if (Plan::is_known || is_smooth(factors)) {
+        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group}.run_all(q,
+                                                                                                    by_pass);
         return;
     }
-    float* from = chunk;
-    float* to = partner;
-    for (int which = cut.first; which < factors.count; ++which) {
-        real_pass<Direction::backward, VectorLanes<V>>(factors.shape_within(cut.first, which), from, to, from,
-                                                       twiddles + factors.twiddle_offset(which));
-        std::swap(from, to);
-    }
-    for (Index m = 0; m < cut.rows; ++m) {
-        store<V>(q + cut.group * m, load<V>(from + V * m));
+    if constexpr (!Plan::is_known) {
+        const float* const from =
+            real_lanes<Direction::backward, V>(factors, cut.first, chunk, partner, twiddles);
+        for (Index m = 0; m < cut.rows; ++m) {
+            store<V>(q + cut.group * m, load<V>(from + V * m));
+        }
     }
 }
 
@@ -249,50 +284,13 @@ template <Direction d, class Plan, class Work>
 ZAVO_INLINE void for_first_factors(const Plan& plan, const Work& work)
 {
     if constexpr (d == Direction::forward) {
-        plan.for_factors_falling(0, plan.cut.first, work);
+        plan.for_factors_falling(Number<0>{}, plan.first(), work);
     } else {
-        plan.for_factors(0, plan.cut.first, work);
+        plan.for_factors(Number<0>{}, plan.first(), work);
     }
 }
 
 // ---- columns -----------------------------------------------------------------------------
-
-// The frequency base + sign * t.
-struct Member {
-    int base;
-    int sign;
-};
-
-// The members of t: before(which) begins those that the transforms have before (forward)
-// or after (backward) the pass of factor `which`, whole() those of the whole spectrum.
-// A pass of radix ip makes ip of one.
-struct Members {
-    Member all[2 * most_slots];
-    int start[most_factors + 1];
-
-    constexpr ZAVO_INLINE void find(const Factors& factors, int first)
-    {
-        start[first] = 0;
-        all[0] = {0, 1};
-        int count = 1;
-        for (int which = first - 1; which >= 0; --which) {
-            const Member* const from = all + start[which + 1];
-            Member* to = all + start[which + 1] + count;
-            start[which] = start[which + 1] + count;
-            const int ido = static_cast<int>(factors.ido(which));
-            const int ip = static_cast<int>(factors.ip[which]);
-            for (int e = 0; e < count; ++e) {
-                for (int j = 0; j < ip; ++j) {
-                    *to++ = j % 2 == 0 ? Member{ido * (j / 2) + from[e].base, from[e].sign}
-                                       : Member{ido * ((j + 1) / 2) - from[e].base, -from[e].sign};
-                }
-            }
-            count *= ip;
-        }
-    }
-    ZAVO_INLINE const Member* before(int which) const { return all + start[which + 1]; }
-    ZAVO_INLINE const Member* whole() const { return all + start[0]; }
-};
 
 // The pairs of a member for the V frequencies from t on, in laced order. Frequency f
 // stands at values[2 f + zero].
@@ -397,29 +395,22 @@ ZAVO_INLINE void columns_block(const Plan& plan, Index t, float* slots, Spectrum
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
     const Members& members = plan.members;
-    if (factors.n >= far_real_length) {
+    if (plan.template is_at_least<far_real_length>()) {
         fetch_columns<d, V>(members.whole(), cut.group, t + V, spectrum);
     }
-    const auto pass = [&](int which) ZAVO_INLINED {
+    for_first_factors<d>(plan, [&](auto which) ZAVO_INLINED {
         const Shape shape = factors.shape(which);
         const Index count = members.start[which] - members.start[which + 1];
         const float* const wa = twiddles + factors.twiddle_offset(which);
-        for_real_radix(factors.ip[which], [&](auto radix) ZAVO_INLINED {
-            using Radix = decltype(radix);
-            if (which == 0) {
+        plan.with_real_radix(which, [&](auto radix) ZAVO_INLINED {
+            decide(is_zero(which), [&](auto outermost) ZAVO_INLINED {
                 plan.loops([&]() ZAVO_INLINED {
-                    real_columns_pass<d, Radix, V, true>(shape, count, members.before(0), members.whole(), t,
-                                                         slots, spectrum, wa);
+                    real_columns_pass<d, decltype(radix), V, decltype(outermost)::value>(
+                        shape, count, members.before(which), members.whole(), t, slots, spectrum, wa);
                 });
-            } else {
-                plan.loops([&]() ZAVO_INLINED {
-                    real_columns_pass<d, Radix, V, false>(shape, count, members.before(which),
-                                                          members.whole(), t, slots, spectrum, wa);
-                });
-            }
+            });
         });
-    };
-    for_first_factors<d>(plan, pass);
+    });
 }
 
 // ---- the frequencies without a partner ----------------------------------------------------
@@ -515,12 +506,12 @@ struct Unpaired {
     {
         const Factors& factors = plan.factors;
         const Cut& cut = plan.cut;
-        const auto pass = [&](int which) ZAVO_INLINED {
+        for_first_factors<d>(plan, [&](auto which) ZAVO_INLINED {
             const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
             if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
                 four_unpaired<d, inner>(shape.l1, values[at], values[1 - at]);
             } else {
-                for_real_radix(shape.ip, [&](auto radix) ZAVO_INLINED {
+                plan.with_real_radix(which, [&](auto radix) ZAVO_INLINED {
                     plan.loops([&]() ZAVO_INLINED {
                         real_radix_pass<d, decltype(radix), ScalarLanes>(
                             shape, values[at], values[1 - at], twiddles + factors.twiddle_offset(which),
@@ -529,8 +520,7 @@ struct Unpaired {
                 });
             }
             at = 1 - at;
-        };
-        for_first_factors<d>(plan, pass);
+        });
     }
 };
 
@@ -572,17 +562,15 @@ ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* s
 }
 
 struct FoundRealPlan : FoundPlan {
-    Members members;
-
-    ZAVO_INLINE FoundRealPlan(const Factors& list, const Cut& place) : FoundPlan{list, place}
-    {
-        members.find(list, place.first);
-    }
+    const Members& members;
 };
 
 template <int V, class List>
-struct KnownRealPlan : KnownPlan<List> {
-    static constexpr Cut cut = choose_real_cut<V>(List::factors);
+constexpr Cut known_real_cut = choose_real_cut<V>(List::factors);
+
+template <int V, class List>
+struct KnownRealPlan : KnownPlan<List, known_real_cut<V, List>.first> {
+    static constexpr const Cut& cut = known_real_cut<V, List>;
     static constexpr Members members = [] {
         Members found{};
         found.find(List::factors, cut.first);
@@ -590,35 +578,86 @@ struct KnownRealPlan : KnownPlan<List> {
     }();
 };
 
-template <Direction d, int W, int C, class Plan>
-ZAVO_INLINE bool real_whole(const Plan& plan, const float* p, float* q, float* scratch, const float* twiddles)
+// Whether a partner fits the stack; chunks of a known length overlap no others.
+template <class Plan>
+constexpr bool known_storage_fits =
+    !Plan::cut.has_tail() && Plan::cut.slot_floats() + Plan::cut.chunk_floats(1) <= stack_floats;
+
+// The rows of all chunks, with the result for a partner.
+template <int W, class Plan, class Chunk>
+ZAVO_INLINE void all_rows_forward(const Plan& plan, const float* p, float* partner, const Chunk& chunk,
+                                  const float* twiddles)
 {
-    const Factors& factors = plan.factors;
+    for_blocks<W>(plan.cut.group, [&](Index g) ZAVO_INLINED {
+        rows_forward<W>(plan, p + g, plan.cut.group, false, chunk(g), partner, twiddles);
+    });
+}
+
+// The same where the result is p, which is read to the last chunk: chunks that are still
+// empty serve as partners, and the last one is copied out of p, which is free then.
+template <int W, class Plan, class Chunk>
+void all_rows_in_place(const Plan& plan, const float* p, float* q, const Chunk& chunk, const float* twiddles)
+{
     const Cut& cut = plan.cut;
-    // The result can serve as a partner, which no cache has to hold besides: forward
-    // until the columns write it; backward beside a single chunk, and in its place where
-    // the last pass of the rows reads the partner.
-    const bool result_serves = p != q && (d == Direction::forward || (cut.group == W && is_smooth(factors) &&
-                                                                      2 * W * cut.rows <= near_floats));
-    WholeWork work(cut, 1, !result_serves);
-    if (work.slots == nullptr) {
-        return false;
+    const Index last = cut.group / W * W - W; // of those that overlap no other
+    if (cut.has_tail()) {
+        const Index tail = cut.group - W;
+        rows_forward<W>(plan, p + tail, cut.group, false, chunk(tail), chunk(0), twiddles);
     }
-    float* chunks = scratch;
-    float* partner = result_serves ? q : work.partner;
-    if (d == Direction::backward && result_serves && (factors.count - 1 - cut.first) % 2 != 0) {
-        std::swap(chunks, partner);
+    for (Index g = 0; g < last; g += W) {
+        rows_forward<W>(plan, p + g, cut.group, false, chunk(g), chunk(last), twiddles);
     }
-    const auto chunk = [&](Index g) ZAVO_INLINED { return g % W == 0 ? chunks + cut.rows * g : work.tail; };
+    float* const copy = chunk(last);
+    for (Index m = 0; m < cut.rows; ++m) {
+        store<W>(copy + W * m, load<W>(p + last + cut.group * m));
+    }
+    const float* from = copy;
+    if (rows_are_odd(plan)) {
+        std::memcpy(q, copy, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
+        from = q;
+    }
+    rows_forward<W>(plan, from, Index{W}, true, copy, q, twiddles);
+}
+
+// The same way back. The first chunk has the result for a partner, and the others the
+// place of the first.
+template <int W, class Plan, class Chunk>
+ZAVO_INLINE void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* scratch,
+                                   const float* twiddles)
+{
+    const Cut& cut = plan.cut;
+    for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
+        float* const values = chunk(g);
+        float* const partner = g == 0 && values == scratch ? q : scratch;
+        rows_backward<W>(plan, values, partner, q + g, g == 0, twiddles);
+    });
+}
+
+template <Direction d, int W, int C, class Plan>
+ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* scratch, const float* twiddles)
+{
+    alignas(64) float on_stack[stack_floats];
+    const Cut& cut = plan.cut;
+    float* const slots = on_stack;
+    float* const tail = on_stack + cut.slot_floats();
+    assert(cut.group * cut.rows == plan.factors.n);
+    assert(cut.slot_floats() + cut.has_tail() * cut.chunk_floats(1) <= stack_floats);
+    // What the last pass of the rows backward reads may not lie in the result.
+    const bool smooth = Plan::is_known || is_smooth(plan.factors);
+    const bool starts_in_result = d == Direction::backward && rows_are_odd(plan) != smooth;
+    float* first = starts_in_result && p != q ? q : scratch;
+    const auto chunk = [&](Index g) ZAVO_INLINED {
+        return g == 0 ? first : g % W == 0 ? scratch + cut.rows * g : tail;
+    };
     const auto columns = [&](auto* spectrum) ZAVO_INLINED {
         for_blocks<C>(cut.columns, [&](Index before_t) ZAVO_INLINED {
             const Index t = before_t + 1;
             if constexpr (d == Direction::forward) {
-                turn_real<d, W, C>(cut, chunk, t, work.slots);
+                turn_real<d, W, C>(cut, chunk, t, slots);
             }
-            columns_block<d, C>(plan, t, work.slots, spectrum, twiddles);
+            columns_block<d, C>(plan, t, slots, spectrum, twiddles);
             if constexpr (d == Direction::backward) {
-                turn_real<d, W, C>(cut, chunk, t, work.slots);
+                turn_real<d, W, C>(cut, chunk, t, slots);
             }
         });
     };
@@ -626,9 +665,14 @@ ZAVO_INLINE bool real_whole(const Plan& plan, const float* p, float* q, float* s
     Unpaired<d, 2, Plan> zero{plan};
     Unpaired<d, 1, Plan> half{plan};
     if constexpr (d == Direction::forward) {
-        for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
-            rows_forward<W>(plan, p + g, chunk(g), partner, twiddles);
-        });
+        if constexpr (Plan::is_known) {
+            static_assert(known_storage_fits<Plan>);
+            all_rows_forward<W>(plan, p, p != q ? q : tail, chunk, twiddles);
+        } else if (p != q) {
+            all_rows_forward<W>(plan, p, q, chunk, twiddles);
+        } else {
+            all_rows_in_place<W>(plan, p, q, chunk, twiddles);
+        }
         zero.template take_row<W>(chunk, 0);
         zero.transform(twiddles);
         if (has_half) {
@@ -652,29 +696,12 @@ ZAVO_INLINE bool real_whole(const Plan& plan, const float* p, float* q, float* s
         if (has_half) {
             half.template give_row<W>(chunk, cut.rows - 1);
         }
-        for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
-            rows_backward<W>(plan, chunk(g), partner, q + g, twiddles);
-        });
-    }
-    return true;
-}
-
-// The same with the widths that the cut names, W and C at most.
-template <Direction d, int W, int C>
-bool real_whole_up_to(const Factors& factors, const Cut& cut, const float* p, float* q, float* scratch,
-                      const float* twiddles)
-{
-    if constexpr (W > 4) {
-        if (cut.rows_width < W) {
-            return real_whole_up_to<d, W / 2, C>(factors, cut, p, q, scratch, twiddles);
+        if (starts_in_result && p == q) {
+            std::memcpy(q, scratch, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
+            first = q;
         }
+        all_rows_backward<W>(plan, q, chunk, scratch, twiddles);
     }
-    if constexpr (C > 4) {
-        if (cut.columns_width < C) {
-            return real_whole_up_to<d, W, C / 2>(factors, cut, p, q, scratch, twiddles);
-        }
-    }
-    return real_whole<d, W, C>(FoundRealPlan{factors, cut}, p, q, scratch, twiddles);
 }
 
 } // namespace

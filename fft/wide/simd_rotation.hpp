@@ -125,49 +125,57 @@ ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, cons
     }
 }
 
-// ScalarLanes with the sums of the general passes taken V slots at a time.
+// The sums of a real general pass; see rotation.hpp.
 template <int V>
-struct WideScalarLanes : ScalarLanes {
-    static void rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
-    {
-        constexpr Index run = V * rotation_registers;
-        const Index half = (ip - 1) / 2;
-        RotationRun rotations{{1.0F, 0.0F}, w};
-        for (Index l = 1; l <= half; l += run) {
-            Rotation<Vector<V>> by_l[rotation_registers];
-            rotations.next<V>(by_l);
-            const Index count = half + 1 - l < run ? half + 1 - l : run;
-            for (Index i = 0; i < slab; ++i) {
-                Vector<V> cosines[rotation_registers], sines[rotation_registers];
-                rotate_run<V>(slab, ip, by_l, x + i, cosines, sines);
-                for (Index t = 0; t < count; ++t) {
-                    y[i + slab * (l + t)] = cosines[t / V][t % V];
-                    y[i + slab * (ip - l - t)] = sines[t / V][t % V];
-                }
+void rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
+{
+    constexpr Index run = V * rotation_registers;
+    const Index half = (ip - 1) / 2;
+    RotationRun rotations{{1.0F, 0.0F}, w};
+    for (Index l = 1; l <= half; l += run) {
+        Rotation<Vector<V>> by_l[rotation_registers];
+        rotations.next<V>(by_l);
+        const Index count = half + 1 - l < run ? half + 1 - l : run;
+        for (Index i = 0; i < slab; ++i) {
+            Vector<V> cosines[rotation_registers], sines[rotation_registers];
+            rotate_run<V>(slab, ip, by_l, x + i, cosines, sines);
+            for (Index t = 0; t < count; ++t) {
+                y[i + slab * (l + t)] = cosines[t / V][t % V];
+                y[i + slab * (ip - l - t)] = sines[t / V][t % V];
             }
         }
     }
+}
 
-    template <Direction d>
-    static void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
-                                    Index step)
-    {
-        const Index half = (ip - 1) / 2;
-        for (Index l = 1; l <= half; l += V) {
-            const Index count = half + 1 - l < V ? half + 1 - l : V;
-            for (Index i = 0; i < slab; i += 2) {
-                Vector<V> cosines[2], sines[2];
-                look_up_run<d, V>(slab, ip, l, x + i, wa, static_cast<int>(step), cosines, sines);
-                for (Index t = 0; t < count; ++t) {
-                    for (int part = 0; part < 2; ++part) {
-                        y[i + part + slab * (l + t)] = cosines[part][t];
-                        y[i + part + slab * (ip - l - t)] = sines[part][t];
-                    }
+// The same for a complex one.
+template <Direction d, int V>
+void rotate_complex_in(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+{
+    const Index half = (ip - 1) / 2;
+    for (Index l = 1; l <= half; l += V) {
+        const Index count = half + 1 - l < V ? half + 1 - l : V;
+        for (Index i = 0; i < slab; i += 2) {
+            Vector<V> cosines[2], sines[2];
+            look_up_run<d, V>(slab, ip, l, x + i, wa, static_cast<int>(step), cosines, sines);
+            for (Index t = 0; t < count; ++t) {
+                for (int part = 0; part < 2; ++part) {
+                    y[i + part + slab * (l + t)] = cosines[part][t];
+                    y[i + part + slab * (ip - l - t)] = sines[part][t];
                 }
             }
         }
     }
-};
+}
+
+template <int V>
+void rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+{
+    if (d == Direction::forward) {
+        rotate_complex_in<Direction::forward, V>(slab, ip, x, y, wa, step);
+    } else {
+        rotate_complex_in<Direction::backward, V>(slab, ip, x, y, wa, step);
+    }
+}
 
 } // namespace
 

@@ -1,13 +1,14 @@
 // What whole transforms in registers share: where the factor list is cut, blocks of
 // registers, and storage.
 //
-// The factors are cut in two: G is the product of the first, R = n / G that of the
-// others. Complex transforms and backward real ones take the first factors in columns
-// of G values and the others in rows of R; forward real ones come from the rows.
+// plan.hpp says what G and R are. Complex transforms and backward real ones take the
+// first factors in columns of G values and the others in rows of R; forward real ones
+// come from the rows.
 #pragma once
 
-#include "core/system/memory.hpp"
-#include "fft/tables/factors.hpp"
+#include "fft/passes/complex_radices.hpp"
+#include "fft/passes/real_radices.hpp"
+#include "fft/tables/plan.hpp"
 #include "fft/wide/simd_vectors.hpp"
 
 #include <algorithm>
@@ -18,44 +19,17 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see shape.hpp
 
-// Most slots of a block of columns: 32 KB of the widest registers.
-constexpr Index most_slots = 256;
 // A block of rows up to this size runs pass by pass, a larger one depth first.
 constexpr Index near_floats = 8 * 1024;
-// Work storage that is taken from the stack.
-constexpr Index stack_floats = 16 * 1024;
+// Work storage on the stack: the slots of a block of columns and, as far as it fits
+// beside them, a chunk that overlaps another.
+constexpr Index stack_floats = 24 * 1024;
 
 // Large factors stand last.
 constexpr ZAVO_INLINE bool is_smooth(const Factors& factors)
 {
     return factors.ip[factors.count - 1] <= 5;
 }
-
-// Where the list is cut. first = 0: nowhere.
-struct Cut {
-    int first = 0;
-    int rows_width = 0; // registers of the rows and of the columns
-    int columns_width = 0;
-    Index group = 1;                 // G
-    Index rows = 1;                  // R
-    Index columns = 0;               // how many, see choose_cut
-    Index inner[most_factors] = {};  // product of the factors behind, up to the cut
-    Index weight[most_factors] = {}; // product of the factors before, from the cut on
-
-    constexpr ZAVO_INLINE void multiply_up(const Factors& factors)
-    {
-        Index product = 1;
-        for (int t = first - 1; t >= 0; --t) {
-            inner[t] = product;
-            product *= factors.ip[t];
-        }
-        product = 1;
-        for (int t = first; t < factors.count; ++t) {
-            weight[t] = product;
-            product *= factors.ip[t];
-        }
-    }
-};
 
 // The widest registers, V at most, that `count` values fill; 0 below 4.
 template <int V>
@@ -72,31 +46,30 @@ constexpr ZAVO_INLINE std::int64_t padded_work(Index count, int width)
     return ((count + width - 1) >> shift) * (width == 16 ? 3 : 2);
 }
 
-// The cut with the least work. columns(group, rows, width) says how many columns there
-// are, of `values` values of a row each, and which registers they fill.
-template <int V, class Columns>
-constexpr ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Columns& columns)
+// The cut with the least work. For each place, fit(cut) sets the widths and the number
+// of columns, of `values` values of a row each; false when the registers or the storage
+// do not fit.
+template <class Fit>
+constexpr ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const Fit& fit)
 {
     Cut cut;
     std::int64_t least = 0;
     for (int first = 1; first < factors.count && factors.ip[first - 1] <= 5; ++first) {
-        const Index group = factors.l1(first);
-        const Index rows = factors.after[first];
-        const int rows_width = width_for<V>(group);
-        int columns_width = 0;
-        const Index count = columns(group, rows, columns_width);
-        if (rows_width == 0 || columns_width == 0 || group > most_slots) {
+        Cut place;
+        place.first = first;
+        place.group = factors.l1(first);
+        place.rows = factors.after[first];
+        if (place.group > most_slots) {
+            break;
+        }
+        if (!fit(place)) {
             continue;
         }
-        const std::int64_t work = padded_work(group, rows_width) * rows * (factors.count - first) +
-                                  padded_work(count, columns_width) * group * first * values;
+        const std::int64_t work =
+            padded_work(place.group, place.rows_width) * place.rows * (factors.count - first) +
+            padded_work(place.columns, place.columns_width) * place.group * first * values;
         if (cut.first == 0 || work < least) {
-            cut.first = first;
-            cut.rows_width = rows_width;
-            cut.columns_width = columns_width;
-            cut.group = group;
-            cut.rows = rows;
-            cut.columns = count;
+            cut = place;
             least = work;
         }
     }
@@ -108,11 +81,64 @@ constexpr ZAVO_INLINE Cut choose_cut(const Factors& factors, int values, const C
 // A plan is a factor list and its cut, and says how to go through the factors. What
 // is known when compiling leaves no loops over factors and no strides to look up,
 // which is half the time of a short transform.
+//
+// Passes are written once for both kinds: the number of a factor, and a question that a
+// pass asks, are values in a FoundPlan and types in a KnownPlan. What a KnownPlan does
+// not do is then never compiled, and not thrown away by the optimiser afterwards.
+
+template <int i>
+using Number = std::integral_constant<int, i>;
+
+// work(std::true_type) or work(std::false_type), by a question that is a type or a value.
+template <bool answer, class Work>
+ZAVO_INLINE void decide(std::bool_constant<answer> question, const Work& work)
+{
+    work(question);
+}
+template <class Work>
+ZAVO_INLINE void decide(bool question, const Work& work)
+{
+    if (question) {
+        work(std::true_type{});
+    } else {
+        work(std::false_type{});
+    }
+}
+
+template <int i>
+ZAVO_INLINE std::bool_constant<i == 0> is_zero(Number<i>)
+{
+    return {};
+}
+ZAVO_INLINE bool is_zero(int i)
+{
+    return i == 0;
+}
 
 struct FoundPlan {
-    static constexpr bool is_near = false; // a block of rows is known to be a near one
+    static constexpr bool is_known = false;
     const Factors& factors;
     const Cut& cut;
+
+    ZAVO_INLINE int first() const { return cut.first; }
+    ZAVO_INLINE int last() const { return factors.count - 1; }
+    template <Index length>
+    ZAVO_INLINE bool is_at_least() const
+    {
+        return factors.n >= length;
+    }
+
+    // work(radix) with the butterfly of factor t.
+    template <Direction d, class Work>
+    ZAVO_INLINE void with_complex_radix(int t, const Work& work) const
+    {
+        for_complex_radix<d>(factors.ip[t], work);
+    }
+    template <class Work>
+    ZAVO_INLINE void with_real_radix(int t, const Work& work) const
+    {
+        for_real_radix(factors.ip[t], work);
+    }
 
     // work(), the loops of one pass: in a function of their own, with all its registers.
     template <class Work>
@@ -121,18 +147,18 @@ struct FoundPlan {
         work();
     }
 
-    // work(t) for the factors first <= t < end.
+    // work(t) for the factors begin <= t < end.
     template <class Work>
-    ZAVO_INLINE void for_factors(int first, int end, const Work& work) const
+    ZAVO_INLINE void for_factors(int begin, int end, const Work& work) const
     {
-        for (int t = first; t < end; ++t) {
+        for (int t = begin; t < end; ++t) {
             work(t);
         }
     }
     template <class Work>
-    ZAVO_INLINE void for_factors_falling(int first, int end, const Work& work) const
+    ZAVO_INLINE void for_factors_falling(int begin, int end, const Work& work) const
     {
-        for (int t = end - 1; t >= first; --t) {
+        for (int t = end - 1; t >= begin; --t) {
             work(t);
         }
     }
@@ -149,77 +175,50 @@ struct FactorList {
         list.multiply_up();
         return list;
     }();
-
-    // Whether a table's record lists these factors.
-    static ZAVO_INLINE bool is_in(const float* record)
-    {
-        const float* at = record + 2;
-        return record[1] == static_cast<float>(sizeof...(ip)) && (... && (*at++ == static_cast<float>(ip)));
-    }
 };
 
-template <class List>
+// first_row: the first factor of the rows.
+template <class List, int first_row>
 struct KnownPlan {
-    static constexpr bool is_near = true;
+    static constexpr bool is_known = true;
     static constexpr const Factors& factors = List::factors;
 
+    ZAVO_INLINE Number<first_row> first() const { return {}; }
+    ZAVO_INLINE Number<List::factors.count - 1> last() const { return {}; }
+    template <Index length>
+    ZAVO_INLINE std::bool_constant<(List::factors.n >= length)> is_at_least() const
+    {
+        return {};
+    }
+
+    template <Direction d, int t, class Work>
+    ZAVO_INLINE void with_complex_radix(Number<t>, const Work& work) const
+    {
+        work(ComplexRadix<d, static_cast<int>(List::factors.ip[t])>{});
+    }
+    template <int t, class Work>
+    ZAVO_INLINE void with_real_radix(Number<t>, const Work& work) const
+    {
+        work(RealRadix<static_cast<int>(List::factors.ip[t])>{});
+    }
+
     template <class Work>
-#ifdef __SANITIZE_ADDRESS__ // see for_known_length
-    static __attribute__((noinline)) void loops(const Work& work)
-#else
     static ZAVO_INLINE void loops(const Work& work)
-#endif
     {
         work();
     }
-    template <class Work>
-    ZAVO_INLINE void for_factors(int first, int end, const Work& work) const
+
+    template <int begin, int end, class Work>
+    ZAVO_INLINE void for_factors(Number<begin>, Number<end>, const Work& work) const
     {
-        unroll<factors.count>([&](auto t) ZAVO_INLINED {
-            if (t >= first && t < end) {
-                work(t);
-            }
-        });
+        unroll<end - begin>([&](auto i) ZAVO_INLINED { work(Number<begin + i>{}); });
     }
-    template <class Work>
-    ZAVO_INLINE void for_factors_falling(int first, int end, const Work& work) const
+    template <int begin, int end, class Work>
+    ZAVO_INLINE void for_factors_falling(Number<begin>, Number<end>, const Work& work) const
     {
-        unroll<factors.count>([&](auto n) ZAVO_INLINED {
-            const int t = factors.count - 1 - n;
-            if (t >= first && t < end) {
-                work(t);
-            }
-        });
+        unroll<end - begin>([&](auto i) ZAVO_INLINED { work(Number<end - 1 - i>{}); });
     }
 };
-
-// Calls work(list) for the factor list that is in the record of a table for length n;
-// false when it is none of the known ones. Both kinds of transform have these alike.
-template <class Work>
-ZAVO_INLINE bool for_known_length(Index n, const float* record, const Work& work)
-{
-    const auto try_list = [&](auto list) ZAVO_INLINED { return list.is_in(record) && work(list); };
-    switch (n) {
-    case 64:
-        return try_list(FactorList<4, 4, 4>{});
-    case 256:
-        return try_list(FactorList<4, 4, 4, 4>{});
-    case 2048:
-        return try_list(FactorList<2, 4, 4, 4, 4, 4>{});
-#ifndef __SANITIZE_ADDRESS__ // with its checks, each length takes half a minute to compile
-    case 128:
-        return try_list(FactorList<2, 4, 4, 4>{});
-    case 512:
-        return try_list(FactorList<2, 4, 4, 4, 4>{});
-    case 1024:
-        return try_list(FactorList<4, 4, 4, 4, 4>{});
-    case 4096:
-        return try_list(FactorList<4, 4, 4, 4, 4, 4>{});
-#endif
-    default:
-        return false;
-    }
-}
 
 // ---- storage ---------------------------------------------------------------------
 
@@ -250,37 +249,6 @@ struct Slots {
         fft::store<V>(first + step * j, re);
         fft::store<V>(first + step * j + V, im);
     }
-};
-
-// Storage beside the table's scratch: the slots of a block of columns, a partner for
-// chunks of rows, and the chunk that overlaps another. Null slots: memory is short.
-struct WholeWork {
-    alignas(64) float on_stack[stack_floats];
-    float* taken = nullptr;
-    float* slots = nullptr;
-    float* partner = nullptr;
-    float* tail = nullptr;
-
-    // parts: floats a value.
-    WholeWork(const Cut& cut, int parts, bool has_partner)
-    {
-        const Index slot_floats = 2 * cut.columns_width * cut.group;
-        const Index chunk_floats = (parts * cut.rows_width * cut.rows + 15) / 16 * 16;
-        const bool has_tail = cut.group % cut.rows_width != 0;
-        const Index floats = slot_floats + chunk_floats * (has_partner + has_tail);
-        if (floats <= stack_floats) {
-            slots = on_stack;
-        } else {
-            slots = taken = core::take_work<float>(static_cast<std::size_t>(floats));
-        }
-        if (slots != nullptr) {
-            partner = slots + slot_floats;
-            tail = partner + (has_partner ? chunk_floats : 0);
-        }
-    }
-    WholeWork(const WholeWork&) = delete;
-    WholeWork& operator=(const WholeWork&) = delete;
-    ~WholeWork() { core::give_back_work(taken); }
 };
 
 } // namespace

@@ -42,6 +42,13 @@ std::vector<Path> wide_paths()
     return paths;
 }
 
+std::vector<Path> paths_here()
+{
+    std::vector<Path> paths = wide_paths();
+    paths.push_back(Path::scalar);
+    return paths;
+}
+
 bool same_bits(const std::vector<float>& a, const std::vector<float>& b)
 {
     return a.size() == b.size() &&
@@ -86,6 +93,14 @@ std::vector<float> kept_part(int n, int kind, const float* table)
                             : std::vector<float>{table + parts * n, table + 2 * parts * n + 15};
 }
 
+// As l_f2tcf has it: with an array for work.
+void transform_complex_values(Direction d, Index n, const float* p, float* q, float* table)
+{
+    std::vector<float> work(static_cast<std::size_t>(2 * n));
+    transform_complex(d, n, p, q, table, work.data());
+}
+constexpr Transform transforms[] = {transform_real, transform_complex_values};
+
 using Tables = std::array<Table, 2>; // real, complex
 Tables tables_of(int n)
 {
@@ -96,7 +111,6 @@ Tables tables_of(int n)
 template <class Values>
 void expect_same_bits(int n, const Tables& tables, const Values& values)
 {
-    const Transform transforms[] = {transform_real, transform_complex};
     for (int kind = 0; kind < 2; ++kind) {
         const std::vector<float> x = values(kind);
         float* const table = tables[static_cast<std::size_t>(kind)].get();
@@ -193,25 +207,57 @@ TEST(simd, zeros_of_both_signs_keep_theirs)
     }
 }
 
-TEST(simd, without_work_storage_the_scalar_path_takes_over)
+// Nothing is asked for: table, result and the array for work are all that a transform uses.
+TEST(simd, transforms_allocate_nothing)
 {
-    if (wide_paths().empty()) {
-        GTEST_SKIP() << "no wide registers";
+    std::vector<int> lengths = {5000,   6561,   8192,   10007,   16384,  15625,   30030,
+                                32768,  65536,  78125,  100000,  177147, 262144,  390625,
+                                500000, 531441, 823543, 1 << 19, 786432, 1000000, 1 << 20};
+    for (int n = 1; n <= 4096; ++n) {
+        lengths.push_back(n);
     }
-    const int n = 531441; // 3 to the 12th: chunks overlap, and are too long for the stack
-    const Table tables[] = {Table{zavo_f_fft_real_init(n)}, Table{zavo_c_fft_complex_init(n)}};
-    const Transform transforms[] = {transform_real, transform_complex};
-    for (int kind = 0; kind < 2; ++kind) {
-        const auto x = noise((kind + 1) * n, 5);
+    for (const int n : lengths) {
+        const Tables tables = tables_of(n);
+        std::vector<float> x = noise(2 * n, 1), y(x.size()), work(x.size());
+        zavo_fail_allocation(0);
         for (const Direction d : {Direction::forward, Direction::backward}) {
-            float* const table = tables[kind].get();
-            const auto expected = by_path(best_path(), transforms[kind], d, n, x, table, Place::on_a_line);
-            zavo_fail_allocation(1);
-            const auto found = by_path(best_path(), transforms[kind], d, n, x, table, Place::on_a_line);
-            const long asked = zavo_allocation_count();
-            zavo_fail_allocation(0);
-            EXPECT_TRUE(same_bits(found, expected)) << kind;
-            EXPECT_EQ(asked, 1) << kind;
+            for (float* const q : {x.data(), y.data()}) {
+                transform_real(d, n, x.data(), q, tables[0].get());
+                transform_complex(d, n, x.data(), q, tables[1].get(), work.data());
+            }
+        }
+        EXPECT_EQ(zavo_allocation_count(), 0) << n;
+    }
+}
+
+// p and q that overlap in part: p is read as it was before the call.
+TEST(simd, overlapping_arrays_give_the_results_of_disjoint_ones)
+{
+    for (const int n : {1, 2, 7, 16, 30, 64, 100, 256, 1000, 1001, 1009, 4096, 5000, 65536}) {
+        const Tables tables = tables_of(n);
+        for (int kind = 0; kind < 2; ++kind) {
+            const int count = (kind + 1) * n;
+            const auto x = noise(count, 11);
+            float* const table = tables[static_cast<std::size_t>(kind)].get();
+            for (const Direction d : {Direction::forward, Direction::backward}) {
+                const auto expected =
+                    by_path(Path::scalar, transforms[kind], d, n, x, table, Place::on_a_line);
+                for (const int shift : {1, kind + 1, count / 3 + 1, count - 1}) {
+                    for (const Path path : paths_here()) {
+                        const LimitedPath limited{path};
+                        std::vector<float> array(static_cast<std::size_t>(count + shift));
+                        const auto run = [&](std::ptrdiff_t from, std::ptrdiff_t to) {
+                            std::copy(x.begin(), x.end(), array.begin() + from);
+                            transforms[kind](d, n, array.data() + from, array.data() + to, table);
+                            const auto start = array.begin() + to;
+                            EXPECT_TRUE(same_bits({start, start + count}, expected))
+                                << n << " complex " << kind << " from " << from << " to " << to;
+                        };
+                        run(0, shift);
+                        run(shift, 0);
+                    }
+                }
+            }
         }
     }
 }
@@ -263,8 +309,7 @@ TEST(simd, matrices_have_the_scalar_bits)
 // number of them is bounded instead.
 TEST(simd, twiddles_are_the_floats_of_exact_cosines_and_sines_by_every_path)
 {
-    std::vector<Path> paths = wide_paths();
-    paths.push_back(Path::scalar);
+    const std::vector<Path> paths = paths_here();
     long differing = 0, values = 0;
     const auto check = [&](int n, int l1, int count) {
         const float step = static_cast<float>(l1) * (6.2831855F / static_cast<float>(n));
