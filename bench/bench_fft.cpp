@@ -7,6 +7,7 @@
 // The last lines are accuracy: relative L2 errors of the real transform of prime
 // lengths, whose general pass loses digits by its definition.
 #include "bench/ratio_report.hpp"
+#include "core/simd/path.hpp"
 #include "core/zavo.h"
 #include "fft/complex_fft.h"
 #include "fft/convolution.h"
@@ -32,7 +33,7 @@
 namespace {
 
 using ratio_report::Pair;
-using zavo::fft::Path;
+using zavo::simd::Path;
 
 std::vector<Pair> pairs;
 std::deque<std::string> names; // keeps what `pairs` points at
@@ -251,7 +252,7 @@ AVX512 void butterflies_alone()
 template <int passes>
 void add_butterflies_alone()
 {
-    if (zavo::fft::best_path() != Path::avx512) {
+    if (zavo::simd::best_path() != Path::avx512) {
         return;
     }
     const int n = 1 << 2 * passes;
@@ -350,14 +351,14 @@ void add_prime(int n, double limit)
         const std::string suffix = std::to_string(n) + (wide ? "" : " scalar-pass");
         const double estimate = static_cast<double>(n) * n * (wide ? 0.05 : 1.0);
         add("real prime " + suffix, estimate, [=] {
-            zavo::fft::limit_path(path);
+            zavo::simd::limit_path(path);
             zavo::fft::transform_real(direction, n, p, q, table);
-            zavo::fft::limit_path(Path::avx512);
+            zavo::simd::limit_path(Path::avx512);
         });
         add("complex prime " + suffix, 2 * estimate, [=] {
-            zavo::fft::limit_path(path);
+            zavo::simd::limit_path(path);
             zavo::fft::transform_complex(direction, n, p, q, complex_table, work);
-            zavo::fft::limit_path(Path::avx512);
+            zavo::simd::limit_path(Path::avx512);
         });
     }
     compare("real prime " + std::to_string(n), "real prime " + std::to_string(n) + " scalar-pass", limit);

@@ -3,8 +3,8 @@
 // deviates; and, for an array that no cache holds, beside writing nothing but
 // zeros to it. All arrays are of float. The commands are run from a script.
 #include "bench/ratio_report.hpp"
+#include "core/simd/path.hpp"
 #include "core/zavo.h"
-#include "random/kernels.hpp"
 
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +17,9 @@
 #include <vector>
 
 namespace {
+
+using zavo::simd::Path;
+using zavo::simd::widest_path;
 
 constexpr int small_count = 100'000;    // 400 kB
 constexpr int large_count = 10'000'000; // 40 MB
@@ -92,37 +95,37 @@ void add_peers()
 
 using Routine = float*(int n, ...);
 
-void fill(const zavo::random::Kernels* set, int option, Routine* routine, int n, float* array)
+void fill(Path path, int option, Routine* routine, int n, float* array)
 {
-    zavo::random::use_kernels(set);
+    zavo::simd::limit_path(path);
     zavo_random_option(option);
     zavo_random_seed_set(seed);
     check(routine(n, ZAVO_RETURN_USER, array, 0) == array && zavo_error_code(1) == 0, "no deviates");
 }
 
-// Each set that this processor runs; the widest is also what counts, unnamed.
+// Each path that this processor has; the widest is also what counts, unnamed.
 void add_library()
 {
-    using zavo::random::available_kernels;
-    std::vector<const zavo::random::Kernels*> sets{nullptr};
-    for (int i = 0; available_kernels(i) != nullptr; ++i) {
-        sets.push_back(available_kernels(i));
-    }
-    for (const auto* set : sets) {
-        const std::string suffix = set != nullptr ? std::string("_") + set->name : "";
+    const auto add_path = [](const std::string& suffix, Path path) {
         const auto add_routine = [&](const char* name, int option, Routine* routine) {
-            add_small(name + suffix, [=] { fill(set, option, routine, small_count, small_array); });
+            add_small(name + suffix, [=] { fill(path, option, routine, small_count, small_array); });
         };
         add_routine("uniform", 1, zavo_f_random_uniform);
         add_routine("shuffled", 2, zavo_f_random_uniform);
         add_routine("exponential", 1, zavo_f_random_exponential);
         add_routine("normal", 1, zavo_f_random_normal);
         add_large("uniform_large" + suffix,
-                  [=] { fill(set, 1, zavo_f_random_uniform, large_count, large_array); });
+                  [=] { fill(path, 1, zavo_f_random_uniform, large_count, large_array); });
+    };
+    add_path("", widest_path);
+    for (const Path path : zavo::simd::all_paths) {
+        if (zavo::simd::has_path(path)) {
+            add_path(std::string("_") + zavo::simd::name_of(path), path);
+        }
     }
     add_large("exponential_large",
-              [] { fill(nullptr, 1, zavo_f_random_exponential, large_count, large_array); });
-    add_large("normal_large", [] { fill(nullptr, 1, zavo_f_random_normal, large_count, large_array); });
+              [] { fill(widest_path, 1, zavo_f_random_exponential, large_count, large_array); });
+    add_large("normal_large", [] { fill(widest_path, 1, zavo_f_random_normal, large_count, large_array); });
 }
 
 // ---- From a script ---------------------------------------------------------------

@@ -1,5 +1,6 @@
 #include "fft/transforms.hpp"
 
+#include "core/simd/path.hpp"
 #include "core/system/memory.hpp"
 #include "core/thread_state.hpp"
 #include "fft/passes/complex_passes.hpp"
@@ -9,7 +10,6 @@
 #include "fft/tables/twiddle_block.hpp"
 #include "fft/wide/simd.hpp"
 
-#include <atomic>
 #include <cassert>
 #include <cstdint>
 #include <cstring>
@@ -17,70 +17,28 @@
 
 namespace zavo::fft {
 
+using simd::Path;
+
 namespace {
 
-Path path_limit = Path::avx512;
-
-Path find_best_path()
-{
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")) {
-        return Path::avx512;
-    }
-    if (__builtin_cpu_supports("avx2")) {
-        return Path::avx2;
-    }
-#endif
-    return Path::scalar;
-}
-
-// The path in use; null for the scalar one.
+// The path in use; null for one without transforms of its own.
 const SimdPath* simd_path()
 {
-#if defined(__x86_64__) || defined(__i386__)
-    switch (path_in_use()) {
-    case Path::avx512:
-        return &avx512_path;
-    case Path::avx2:
-        return &avx2_path;
-    default:
-        break;
-    }
-#endif
+#if defined(ZAVO_X86_PATHS)
+    const Path path = simd::path_in_use();
+    return path >= Path::avx512 ? &avx512_path : path >= Path::avx2 ? &avx2_path : nullptr;
+#else
     return nullptr;
+#endif
 }
 
 } // namespace
 
-Path best_path()
-{
-    static constinit std::atomic<int> best{-1}; // threads that look at once find the same
-    int found = best.load(std::memory_order_relaxed);
-    if (found < 0) {
-        found = static_cast<int>(find_best_path());
-        best.store(found, std::memory_order_relaxed);
-    }
-    return static_cast<Path>(found);
-}
-
-Path path_in_use()
-{
-    const Path best = best_path();
-    return path_limit < best ? path_limit : best;
-}
-
-void limit_path(Path most)
-{
-    path_limit = most;
-}
-
 void fill_cos_sin(float step, int first, int count, float* pairs)
 {
-    const SimdPath* const simd = simd_path();
-    if (simd != nullptr) {
-        simd->fill_cos_sin(step, first, count, pairs);
+    const SimdPath* const wide = simd_path();
+    if (wide != nullptr) {
+        wide->fill_cos_sin(step, first, count, pairs);
     } else {
         fill_cos_sin_by<DoublePair>(step, first, count, pairs);
     }
@@ -120,7 +78,7 @@ struct LatestPlans {
     template <class Find>
     const PlanOfKind& of(Index n, const float* record, const Find& find)
     {
-        const Path path = path_in_use();
+        const Path path = simd::path_in_use();
         for (int i = 0; i < count; ++i) {
             if (key[i].is_for(n, path, record)) {
                 return plan[i];
@@ -204,15 +162,15 @@ void set_scalar_runs(ComplexPlan& plan)
     plan.run[static_cast<int>(Direction::backward)] = run_scalar_complex<Direction::backward, Lanes>;
 }
 
-// Completes a plan for plan.factors; wide(plan) does what the path in use can.
-template <class PlanOfKind, class Wide>
-void complete(PlanOfKind& plan, const Wide& wide)
+// Completes a plan for plan.factors; find(path, plan) does what the path in use can.
+template <class PlanOfKind, class Find>
+void complete(PlanOfKind& plan, const Find& find)
 {
-    const SimdPath* const simd = simd_path();
-    if (simd != nullptr && wide(*simd, plan)) {
+    const SimdPath* const wide = simd_path();
+    if (wide != nullptr && find(*wide, plan)) {
         return;
     }
-    if (simd != nullptr && rotation_pays(plan)) {
+    if (wide != nullptr && rotation_pays(plan)) {
         set_scalar_runs<RotatingLanes>(plan);
     } else {
         set_scalar_runs<ScalarLanes>(plan);
@@ -223,7 +181,7 @@ const RealPlan& real_plan(Index n, const float* record)
 {
     return latest_plans().real.of(n, record, [&](RealPlan& plan) {
         plan.factors = read_real_record(n, record);
-        complete(plan, [](const SimdPath& simd, RealPlan& found) { return simd.plan_real(found); });
+        complete(plan, [](const SimdPath& wide, RealPlan& found) { return wide.plan_real(found); });
     });
 }
 
@@ -231,7 +189,7 @@ const ComplexPlan& complex_plan(Index n, const float* record)
 {
     return latest_plans().complex.of(n, record, [&](ComplexPlan& plan) {
         plan.factors = read_complex_record(n, record);
-        complete(plan, [](const SimdPath& simd, ComplexPlan& found) { return simd.plan_complex(found); });
+        complete(plan, [](const SimdPath& wide, ComplexPlan& found) { return wide.plan_complex(found); });
     });
 }
 
@@ -280,10 +238,10 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
 void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
                        float* params, float* work)
 {
-    const SimdPath* const simd = simd_path();
-    float* const block = simd != nullptr && n > 1 ? core::take_work<float>(column_work(m)) : nullptr;
+    const SimdPath* const wide = simd_path();
+    float* const block = wide != nullptr && n > 1 ? core::take_work<float>(column_work(m)) : nullptr;
     if (block != nullptr) {
-        simd->columns(d, read_complex_record(m, params + 4 * m), n, p, ldp, q, ldq, block, params + 2 * m);
+        wide->columns(d, read_complex_record(m, params + 4 * m), n, p, ldp, q, ldq, block, params + 2 * m);
         core::give_back_work(block);
         return;
     }
@@ -302,9 +260,9 @@ void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp,
 
 void multiply_spectra(Product kind, Index n, const float* x, const float* y, float* z)
 {
-    const SimdPath* const simd = simd_path();
-    if (simd != nullptr) {
-        simd->multiply_spectra(kind, n, x, y, z);
+    const SimdPath* const wide = simd_path();
+    if (wide != nullptr) {
+        wide->multiply_spectra(kind, n, x, y, z);
     } else {
         multiply_spectra_scalar(kind, n, x, y, z);
     }
@@ -312,9 +270,9 @@ void multiply_spectra(Product kind, Index n, const float* x, const float* y, flo
 
 void divide(Index n, float* values, float divisor)
 {
-    const SimdPath* const simd = simd_path();
-    if (simd != nullptr) {
-        simd->divide(n, values, divisor);
+    const SimdPath* const wide = simd_path();
+    if (wide != nullptr) {
+        wide->divide(n, values, divisor);
         return;
     }
     for (Index i = 0; i < n; ++i) {

@@ -5,15 +5,6 @@
 
 namespace zavo::fft {
 
-// The code paths, in rising order of register width. All give the same bits.
-enum class Path { scalar, avx2, avx512 };
-
-// The best path of this processor, and the one in use: the best unless
-// limit_path() holds it down, as the tests and benchmarks do.
-Path best_path();
-Path path_in_use();
-void limit_path(Path most);
-
 // n >= 1; p and q may be the same array or overlap; params: a table of 2n + 15 floats for
 // n, unused for n = 1.
 void transform_real(Direction d, Index n, const float* p, float* q, float* params);

@@ -314,14 +314,9 @@ bool normal_in_place(std::size_t n, float* r)
 }
 
 template <class L>
-constexpr Kernels kernels_of(const char* name)
+constexpr Kernels kernels_of()
 {
-    return {name,
-            fill_cached<L>,
-            fill_streamed<L>,
-            fill_with_states<L>,
-            minus_log_in_place<L>,
-            normal_in_place<L>};
+    return {fill_cached<L>, fill_streamed<L>, fill_with_states<L>, minus_log_in_place<L>, normal_in_place<L>};
 }
 
 } // namespace zavo::random

@@ -1,5 +1,5 @@
 // The inner loops of the deviates, one set for each instruction set. Every set
-// gives the same bits; which one runs is found out once, from the processor.
+// gives the same bits; core/simd/path.hpp says which one runs.
 #pragma once
 
 #include "random/congruence.hpp"
@@ -10,8 +10,6 @@
 namespace zavo::random {
 
 struct Kernels {
-    const char* name;
-
     // Writes the deviates of the n >= 1 states that follow x to r and returns
     // the last of these states.
     std::uint32_t (*uniform)(const Multiplier& a, std::uint32_t x, std::size_t n, float* r);
@@ -54,13 +52,7 @@ extern const Kernels sse2_kernels;
 extern const Kernels avx2_kernels;
 extern const Kernels avx512_kernels;
 
-// The widest set that this processor runs.
+// The set of the path in use.
 const Kernels& kernels();
-
-// For tests and benchmarks: the i-th set that this processor runs, slowest
-// first, null behind the last; and a set to use from now on, null for the
-// widest.
-const Kernels* available_kernels(int i);
-void use_kernels(const Kernels* set);
 
 } // namespace zavo::random

@@ -1,4 +1,4 @@
 #include "random/deviate_kernels.hpp"
 #include "random/lanes_avx2.hpp"
 
-constexpr zavo::random::Kernels zavo::random::avx2_kernels = kernels_of<Avx2Lanes>("avx2");
+constexpr zavo::random::Kernels zavo::random::avx2_kernels = kernels_of<Avx2Lanes>();

@@ -2,9 +2,8 @@
 // b[i + nrow*j] = a[j + ncol*i]. One template serves floats, complex values and
 // integers.
 //
-// Distinct arrays go tile by tile through a buffer that stays in the first-level
-// cache: rows of the tile are read whole and written whole, so every cache line
-// is fetched once, also when rows lie a power of two apart. Example: 2 x 3
+// Distinct arrays go tile by tile through a buffer that stays in L1: rows of the tile are read whole and
+// written whole, so every cache line is fetched once, also when rows lie a power of two apart. Example: 2 x 3
 // {1 2 3, 4 5 6} becomes 3 x 2 {1 4, 2 5, 3 6}.
 //
 // In one array: a square is swapped across its diagonal, a rectangle goes through
@@ -15,6 +14,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/kernels/vector_kernels.h"
+#include "core/simd/vectors.hpp"
 #include "core/system/memory.hpp"
 
 #include <algorithm>
@@ -23,14 +23,12 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace {
 
 using std::size_t;
 using zavo::core::code::ErrorCode;
+namespace simd = zavo::simd;
 
 constexpr char routine_name[] = "M1RAN_F";
 
@@ -46,56 +44,23 @@ struct Tile {
     alignas(64) T values[tile_edge<T> * tile_edge<T>];
 };
 
-#if defined(__SSE2__)
-__m128i load(const void* from)
-{
-    return _mm_loadu_si128(static_cast<const __m128i*>(from));
-}
-void store(void* to, __m128i value)
-{
-    _mm_store_si128(static_cast<__m128i*>(to), value);
-}
-
-// A square of 16-byte rows into the buffer, transposed: 4 x 4 elements of four
-// bytes, or 2 x 2 of eight.
+// A square of rows of 16 bytes into the buffer, transposed: 4 x 4 elements of four
+// bytes, or 2 x 2 of eight. Elements travel as bits; no arithmetic sees them.
 template <class T>
 void gather_square(const T* from, size_t stride, T* to)
 {
     constexpr size_t edge = tile_edge<T>;
+    const auto row = [&](int r) {
+        return reinterpret_cast<const float*>(from + static_cast<size_t>(r) * stride);
+    };
+    const auto column = [&](int c) { return reinterpret_cast<float*>(to + static_cast<size_t>(c) * edge); };
     if constexpr (sizeof(T) == 4) {
-        const __m128i r0 = load(from);
-        const __m128i r1 = load(from + stride);
-        const __m128i r2 = load(from + 2 * stride);
-        const __m128i r3 = load(from + 3 * stride);
-        const __m128i low01 = _mm_unpacklo_epi32(r0, r1); // a0 b0 a1 b1
-        const __m128i low23 = _mm_unpacklo_epi32(r2, r3); // c0 d0 c1 d1
-        const __m128i high01 = _mm_unpackhi_epi32(r0, r1);
-        const __m128i high23 = _mm_unpackhi_epi32(r2, r3);
-        store(to, _mm_unpacklo_epi64(low01, low23));
-        store(to + edge, _mm_unpackhi_epi64(low01, low23));
-        store(to + 2 * edge, _mm_unpacklo_epi64(high01, high23));
-        store(to + 3 * edge, _mm_unpackhi_epi64(high01, high23));
+        simd::transpose<4>(row, column);
     } else {
         static_assert(sizeof(T) == 8);
-        const __m128i r0 = load(from);
-        const __m128i r1 = load(from + stride);
-        store(to, _mm_unpacklo_epi64(r0, r1));
-        store(to + edge, _mm_unpackhi_epi64(r0, r1));
+        simd::transpose_pairs(row, column);
     }
 }
-
-#else
-template <class T>
-void gather_square(const T* from, size_t stride, T* to)
-{
-    constexpr size_t step = 16 / sizeof(T);
-    for (size_t r = 0; r < step; ++r) {
-        for (size_t c = 0; c < step; ++c) {
-            to[c * tile_edge<T> + r] = from[r * stride + c];
-        }
-    }
-}
-#endif
 
 // Reads rows x columns elements, whose rows lie `stride` apart, transposed into
 // the buffer.
@@ -288,7 +253,7 @@ bool transpose_in_place(std::uint64_t ncol, std::uint64_t nrow, T* b)
     }
 }
 
-// ---- The roads -------------------------------------------------------------
+// ---- Dispatch -------------------------------------------------------------
 
 // A rectangle in its own array: through a copy, else by cycles.
 template <class T>

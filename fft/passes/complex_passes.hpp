@@ -10,7 +10,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // wa: ip - 1 blocks of ido (cos, sin) pairs. With ido = 1 there is no twiddle,
 // otherwise even the pair (1, 0) of i = 0 is multiplied with: it can turn a

@@ -9,7 +9,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // z times conj(w) forward, times w backward.
 template <Direction d, class L, class W>

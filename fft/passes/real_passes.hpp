@@ -14,7 +14,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // The frequencies that a pass works on: all of them.
 struct AllFrequencies {

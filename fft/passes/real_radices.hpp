@@ -19,7 +19,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 struct RealRadix2 {
     static constexpr int ip = 2;

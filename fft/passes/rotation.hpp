@@ -16,7 +16,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // (re, im) = cos and sin of the next multiple of an angle, by rotation in float.
 // Kept: the recurrence loses digits with every step, so that a prime factor near

@@ -9,7 +9,7 @@ namespace zavo::fft {
 // X times Y, or X times the conjugate of Y.
 enum class Product { convolution, correlation };
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 template <class L>
 ZAVO_INLINE void multiply_frequency(Product kind, const L& xr, const L& xi, const L& yr, const L& yi, L& zr,

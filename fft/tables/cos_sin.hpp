@@ -58,7 +58,7 @@ inline constexpr std::int64_t doubt = 16;
 
 } // namespace cos_sin_detail
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // D: double or a vector of doubles. 0 <= x <= 7.
 template <class D>

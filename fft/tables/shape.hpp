@@ -6,7 +6,8 @@
 //     split  (i, k, j):  i + ido * (k + l1 * j)    ip slabs, far apart
 //     joined (i, j, k):  i + ido * (j + ip * k)    ip rows, side by side
 //     nested (i, k, j):  the same places; the sub-transforms that a butterfly joins
-//                        lie side by side, so that a part of the array is a whole//
+//                        lie side by side, so that a part of the array is a
+//                        whole
 // A forward real pass reads split and writes joined, a backward one the reverse;
 // a complex pass reads joined and writes split in both directions.
 //
@@ -14,19 +15,13 @@
 // a register of floats that belong to independent transforms of the same shape
 // and lie `stride` floats apart from value to value. The passes are templates on
 // Lanes, so a wider register is a new lane type and not a second pass.
-//
-// The passes are compiled once for every instruction set. So that the linker
-// cannot merge the copies, all that they are made of has internal linkage or is
-// always inlined.
 #pragma once
+
+#include "core/simd/inlining.hpp"
 
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-
-#define ZAVO_INLINE inline __attribute__((always_inline))
-// The same for a lambda, behind its parameters.
-#define ZAVO_INLINED __attribute__((always_inline))
 
 namespace zavo::fft {
 

@@ -7,7 +7,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // D: vector of `width` doubles, I: of as many 64-bit integers, F: of floats.
 template <int bytes>

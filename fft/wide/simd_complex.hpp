@@ -23,7 +23,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // From this length on the result is fetched ahead of its writing.
 constexpr Index far_complex_length = 2048;

@@ -8,7 +8,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // The path with registers half as wide, for what these are too wide for.
 template <int V>

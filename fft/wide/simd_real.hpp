@@ -24,7 +24,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // From this length on the values outside are fetched ahead.
 constexpr Index far_real_length = 32 * 1024;

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "fft/passes/rotation.hpp"
-#include "fft/wide/simd_vectors.hpp"
+#include "fft/wide/simd_lanes.hpp"
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // Registers in flight: a recurrence alone would wait for its own results.
 constexpr int rotation_registers = 4;

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "fft/passes/spectrum_product.hpp"
-#include "fft/wide/simd_vectors.hpp"
+#include "fft/wide/simd_lanes.hpp"
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 template <int V, bool full>
 ZAVO_INLINE void multiply_run(Product kind, const float* x, const float* y, float* z, int count)

@@ -9,7 +9,7 @@
 #include "fft/passes/complex_radices.hpp"
 #include "fft/passes/real_radices.hpp"
 #include "fft/tables/plan.hpp"
-#include "fft/wide/simd_vectors.hpp"
+#include "fft/wide/simd_lanes.hpp"
 
 #include <algorithm>
 #include <bit>
@@ -17,7 +17,7 @@
 
 namespace zavo::fft {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 // A block of rows up to this size runs pass by pass, a larger one depth first.
 constexpr Index near_floats = 8 * 1024;
@@ -241,13 +241,13 @@ struct Slots {
     Index step;
     ZAVO_INLINE void load(int j, Vector<V>& re, Vector<V>& im) const
     {
-        re = fft::load<V>(first + step * j);
-        im = fft::load<V>(first + step * j + V);
+        re = simd::load<V>(first + step * j);
+        im = simd::load<V>(first + step * j + V);
     }
     ZAVO_INLINE void store(int j, const Vector<V>& re, const Vector<V>& im) const
     {
-        fft::store<V>(first + step * j, re);
-        fft::store<V>(first + step * j + V, im);
+        simd::store<V>(first + step * j, re);
+        simd::store<V>(first + step * j + V, im);
     }
 };
 

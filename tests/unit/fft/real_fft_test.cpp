@@ -319,4 +319,19 @@ TEST(real_fft, large_prime_error_is_as_documented)
     RecordProperty("error_10007", std::to_string(near_10000));
 }
 
+// The forward worker does nothing with a length below 1 and copies a single value.
+TEST(real_fft, forward_worker_touches_nothing_below_length_1)
+{
+    const float p[2] = {3.0F, 4.0F};
+    float q[2] = {1.0F, 2.0F};
+    for (const int n : {0, -1}) {
+        l_f2trf(&n, p, q, nullptr);
+        EXPECT_EQ(q[0], 1.0F);
+    }
+    const int one = 1;
+    l_f2trf(&one, p, q, nullptr);
+    EXPECT_EQ(q[0], 3.0F);
+    EXPECT_EQ(q[1], 2.0F);
+}
+
 } // namespace

@@ -4,6 +4,7 @@
 #include "core/zavo.h"
 #include "fft/tables/twiddle.hpp"
 #include "fft/transforms.hpp"
+#include "tests/support/covered_paths.hpp"
 #include "tests/unit/fft/reference.hpp"
 
 #include <array>
@@ -23,19 +24,17 @@ struct Free {
 };
 using Table = std::unique_ptr<float, Free>;
 
-class LimitedPath {
-public:
-    explicit LimitedPath(Path path) { limit_path(path); }
-    ~LimitedPath() { limit_path(Path::avx512); }
-    LimitedPath(const LimitedPath&) = delete;
-    LimitedPath& operator=(const LimitedPath&) = delete;
-};
+using zavo::simd::Path;
+using zavo::test::LimitedPath;
+
+constexpr Path paths_of_transforms[] = {Path::scalar, Path::avx2, Path::avx512};
+const auto* const environment = zavo::test::cover_paths(paths_of_transforms);
 
 std::vector<Path> wide_paths()
 {
     std::vector<Path> paths;
-    for (const Path path : {Path::avx2, Path::avx512}) {
-        if (path <= best_path()) {
+    for (const Path path : {Path::avx2, Path::avx512}) { // all but the scalar one
+        if (zavo::simd::has_path(path)) {
             paths.push_back(path);
         }
     }

@@ -35,6 +35,19 @@ std::size_t first_difference(const std::vector<float>& a, const std::vector<floa
 
 // 10^8 deviates of each option, in batches of any length, by every kernel set.
 // The sets take turns over one sequence, so each goes on from any other's state.
+using zavo::test::LimitedPath;
+
+// The processor's paths in turn.
+zavo::simd::Path path_of_turn(int turn)
+{
+    const int count = static_cast<int>(zavo::simd::best_path()) + 1;
+    return zavo::simd::all_paths[turn % count];
+}
+const char* name_of_path()
+{
+    return zavo::simd::name_of(zavo::simd::path_in_use());
+}
+
 TEST(random_long, hundred_million_deviates_of_each_option_are_the_serial_sequence)
 {
     constexpr long deviates = 100000000;
@@ -49,22 +62,15 @@ TEST(random_long, hundred_million_deviates_of_each_option_are_the_serial_sequenc
         SerialStream serial{option, 3 * option};
         int turn = 0;
         for (long done = 0; done < deviates;) {
-            const auto* set = zavo::random::available_kernels(turn);
-            if (set == nullptr) {
-                turn = 0;
-                continue;
-            }
-            ++turn;
-            zavo::random::use_kernels(set);
+            const LimitedPath limited{path_of_turn(turn++)};
             const std::size_t n = 1 + lengths() % block;
             zavo_rnun(static_cast<int>(n), r.data());
             std::generate_n(serial_values.begin(), n, [&] { return serial.next(); });
-            ASSERT_EQ(first_difference(r, serial_values, n), n) << set->name << ", option " << option;
+            ASSERT_EQ(first_difference(r, serial_values, n), n) << name_of_path() << ", option " << option;
             ASSERT_EQ(zavo_random_seed_get(), serial.state());
             done += static_cast<long>(n);
         }
     }
-    zavo::random::use_kernels(nullptr);
     zavo_random_option(1);
 }
 
@@ -126,16 +132,11 @@ TEST(random_long, normal_of_every_float_in_the_lower_tail_is_the_definition)
     int turn = 0;
     for_all_floats(smallest, lower_tail, [&](const std::vector<float>& u, std::size_t n) {
         std::transform(u.begin(), u.begin() + static_cast<long>(n), expected.begin(), serial_normal);
-        const auto* set = zavo::random::available_kernels(turn);
-        if (set == nullptr) {
-            turn = 0;
-            set = zavo::random::available_kernels(turn);
-        }
-        ++turn;
+        const LimitedPath limited{path_of_turn(turn++)};
         std::vector<float> r = u;
-        ASSERT_FALSE(set->normal(n, r.data()));
+        ASSERT_FALSE(zavo::random::kernels().normal(n, r.data()));
         const std::size_t i = first_difference(r, expected, n);
-        ASSERT_EQ(i, n) << set->name << ' ' << u[i];
+        ASSERT_EQ(i, n) << name_of_path() << ' ' << u[i];
     });
 }
 

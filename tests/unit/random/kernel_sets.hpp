@@ -1,21 +1,24 @@
-// Runs a test body once with each instruction set that the processor has.
+// Runs a test body once on each code path that the processor has.
 #pragma once
 
 #include "random/kernels.hpp"
+#include "tests/support/covered_paths.hpp"
 
 #include <gtest/gtest.h>
 
 namespace zavo::test {
 
+// body(set) with the kernels of the path.
 template <class Body>
 void with_each_kernel_set(Body&& body)
 {
-    for (int i = 0; const random::Kernels* set = random::available_kernels(i); ++i) {
-        SCOPED_TRACE(set->name);
-        random::use_kernels(set);
-        body(*set);
+    for (const simd::Path path : simd::all_paths) {
+        if (simd::has_path(path)) {
+            SCOPED_TRACE(simd::name_of(path));
+            const LimitedPath limited{path};
+            body(random::kernels());
+        }
     }
-    random::use_kernels(nullptr);
 }
 
 } // namespace zavo::test

@@ -125,6 +125,24 @@ TEST(random_normal, every_kernel_set_gives_the_bits_of_the_routine)
     });
 }
 
+TEST(random_normal, every_lane_is_its_own)
+{
+    constexpr std::size_t lanes = 16; // of the widest set
+    with_each_kernel_set([&](const auto& set) {
+        for (const float odd_one : {0x1.827a74p-7F, 0.9999F, 0.02425F, 0.31F}) {
+            for (std::size_t place = 0; place < 2 * lanes; ++place) {
+                std::vector<float> r(2 * lanes, 0.3F);
+                r[place] = odd_one;
+                EXPECT_FALSE(set.normal(r.size(), r.data()));
+                for (std::size_t i = 0; i < r.size(); ++i) {
+                    ASSERT_EQ(bits_of(r[i]), bits_of(serial_normal(i == place ? odd_one : 0.3F)))
+                        << place << ' ' << i;
+                }
+            }
+        }
+    });
+}
+
 TEST(random_normal, every_length_up_to_600_in_every_kernel_set)
 {
     with_each_kernel_set([](const auto& set) {

@@ -1,18 +1,21 @@
 // Registers of V floats and how values get in and out of them: pairs (real and
 // imaginary part side by side in memory, apart in registers), the same in falling
-// order, and transposition. Arithmetic is that of the compiler's vector types.
-//
-// Included by the sources that are compiled for one instruction set each.
+// order, transposes. Arithmetic and most shuffles are those of the compiler's vector
+// types; intrinsics stand where an instruction has no such form.
 #pragma once
 
-#include "fft/tables/shape.hpp"
+#include "core/simd/inlining.hpp"
 
-#include <immintrin.h>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#endif
 
-namespace zavo::fft {
+namespace zavo::simd {
 
-namespace { // compiled for several instruction sets: see shape.hpp
+namespace { // compiled for several instruction sets: see inlining.hpp
 
 template <int V>
 struct Register {
@@ -73,7 +76,7 @@ ZAVO_INLINE void store_places(float* p, Vector<V> v, int first, int last)
         _mm256_mask_storeu_ps(p, static_cast<__mmask8>(places(first, last)), (__m256)v);
     }
 }
-#else
+#elif defined(__AVX2__)
 ZAVO_INLINE __m256i places(int first, int last)
 {
     const __m256i place = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
@@ -162,6 +165,14 @@ constexpr int folded(int t)
     return t / 4 * 2 + t % 2 + t % 4 / 2 * (V / 2);
 }
 
+// Even (h = 0) or odd places of re and of im in turn.
+template <int h, class T, std::size_t... I>
+ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
+{
+    constexpr std::size_t V = sizeof...(I);
+    return __builtin_shufflevector(re, im, static_cast<int>(I % 2 * V + I / 2 * 2 + h)...);
+}
+
 // Even places of a and of b in turn, and the odd ones. A load can repeat every
 // other value.
 template <int V>
@@ -170,13 +181,17 @@ ZAVO_INLINE Vector<V> even_in_turn(const float* a, const float* b)
 #ifdef __AVX512F__
     if constexpr (V == 16) {
         return (Vector<16>)_mm512_mask_moveldup_ps((__m512)load<16>(a), 0xAAAA, (__m512)load<16>(b));
-    } else
+    }
 #endif
-        if constexpr (V == 8) {
+#ifdef __AVX2__
+    if constexpr (V == 8) {
         return (Vector<8>)_mm256_blend_ps((__m256)load<8>(a), _mm256_moveldup_ps((__m256)load<8>(b)), 0xAA);
-    } else {
+    }
+    if constexpr (V == 4) {
         return (Vector<4>)_mm_blend_ps((__m128)load<4>(a), _mm_moveldup_ps((__m128)load<4>(b)), 0xA);
     }
+#endif
+    return laced_half<0>(load<V>(a), load<V>(b), Places<V>{});
 }
 template <int V>
 ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
@@ -184,13 +199,17 @@ ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
 #ifdef __AVX512F__
     if constexpr (V == 16) {
         return (Vector<16>)_mm512_mask_movehdup_ps((__m512)load<16>(b), 0x5555, (__m512)load<16>(a));
-    } else
+    }
 #endif
-        if constexpr (V == 8) {
+#ifdef __AVX2__
+    if constexpr (V == 8) {
         return (Vector<8>)_mm256_blend_ps((__m256)load<8>(b), _mm256_movehdup_ps((__m256)load<8>(a)), 0x55);
-    } else {
+    }
+    if constexpr (V == 4) {
         return (Vector<4>)_mm_blend_ps((__m128)load<4>(b), _mm_movehdup_ps((__m128)load<4>(a)), 0x5);
     }
+#endif
+    return laced_half<1>(load<V>(a), load<V>(b), Places<V>{});
 }
 
 // In every four places, the first two (h = 0) or the last two of a and of b in turn.
@@ -200,23 +219,16 @@ ZAVO_INLINE T mixed_singles(T a, T b, std::index_sequence<I...>)
     constexpr std::size_t V = sizeof...(I);
     return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + I / 4 * 4 + 2 * h + I % 4 / 2)...);
 }
-// Even (h = 0) or odd places of re and of im in turn.
-template <int h, class T, std::size_t... I>
-ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
-{
-    constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(re, im, static_cast<int>(I % 2 * V + I / 2 * 2 + h)...);
-}
 template <class T, std::size_t... I>
 ZAVO_INLINE T pairs_reversed(T a, std::index_sequence<I...>)
 {
     return __builtin_shufflevector(a, a, static_cast<int>((sizeof...(I) / 2 - 1 - I / 2) * 2 + I % 2)...);
 }
 
-// Has the floats from p + ahead on brought near; nothing need be there.
+// Prefetches the floats from p + ahead on; nothing need be there.
 enum Fetch { for_reading, for_writing };
 template <int floats, Fetch what>
-ZAVO_INLINE void fetch(const float* p, Index ahead)
+ZAVO_INLINE void fetch(const float* p, std::ptrdiff_t ahead)
 {
     const auto at = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(ahead) * sizeof(float);
     for (std::size_t byte = 0; byte < floats * sizeof(float); byte += 64) {
@@ -339,27 +351,15 @@ ZAVO_INLINE void transpose(const From& from, const To& to)
     });
 }
 
-// ---- lanes -----------------------------------------------------------------------------
-
-// V transforms side by side: value i of transform t stands at i * V + t. Complex
-// values are V real parts, then V imaginary parts.
-template <int V>
-struct VectorLanes {
-    using Value = Vector<V>;
-    static constexpr Index stride = V;
-    static ZAVO_INLINE Value load(const float* p) { return fft::load<V>(p); }
-    static ZAVO_INLINE void store(float* p, const Value& v) { fft::store<V>(p, v); }
-};
-
-template <int w>
-struct LanesOf {
-    using Type = VectorLanes<w>;
-};
-template <>
-struct LanesOf<1> {
-    using Type = ScalarLanes;
-};
+// Two rows of two values of eight bytes, each row at from(i), to rows at to(i).
+template <class From, class To>
+ZAVO_INLINE void transpose_pairs(const From& from, const To& to)
+{
+    const Vector<4> a = load<4>(from(0)), b = load<4>(from(1));
+    store<4>(to(0), mixed_doubles<0>(a, b, Places<4>{}));
+    store<4>(to(1), mixed_doubles<1>(a, b, Places<4>{}));
+}
 
 } // namespace
 
-} // namespace zavo::fft
+} // namespace zavo::simd

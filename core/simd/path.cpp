@@ -1,0 +1,60 @@
+#include "core/simd/path.hpp"
+
+#include <atomic>
+
+namespace zavo::simd {
+
+namespace {
+
+constinit std::atomic<Path> limit{widest_path};
+
+// Not asked for yet: threads that ask at once find the same.
+constexpr int unknown = -1;
+constinit std::atomic<int> best{unknown};
+
+Path find_best_path()
+{
+#if defined(ZAVO_X86_PATHS)
+    __builtin_cpu_init();
+    if (!__builtin_cpu_supports("avx2")) {
+        return Path::sse2;
+    }
+    const bool has_avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                            __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+    return has_avx512 ? Path::avx512 : Path::avx2;
+#else
+    return Path::scalar;
+#endif
+}
+
+} // namespace
+
+const char* name_of(Path path)
+{
+    static constexpr const char* names[] = {"scalar", "sse2", "avx2", "avx512"};
+    return names[static_cast<int>(path)];
+}
+
+Path best_path()
+{
+    int found = best.load(std::memory_order_relaxed);
+    if (found == unknown) {
+        found = static_cast<int>(find_best_path());
+        best.store(found, std::memory_order_relaxed);
+    }
+    return static_cast<Path>(found);
+}
+
+Path path_in_use()
+{
+    const Path most = limit.load(std::memory_order_relaxed);
+    const Path widest = best_path();
+    return most < widest ? most : widest;
+}
+
+void limit_path(Path most)
+{
+    limit.store(most, std::memory_order_relaxed);
+}
+
+} // namespace zavo::simd

@@ -1,0 +1,34 @@
+// V transforms side by side as lanes of the passes, and the vector room's names.
+#pragma once
+
+#include "core/simd/vectors.hpp"
+#include "fft/tables/shape.hpp"
+
+namespace zavo::fft {
+
+namespace { // compiled for several instruction sets: see inlining.hpp
+
+using namespace simd;
+
+// V transforms side by side: value i of transform t stands at i * V + t. Complex
+// values are V real parts, then V imaginary parts.
+template <int V>
+struct VectorLanes {
+    using Value = Vector<V>;
+    static constexpr Index stride = V;
+    static ZAVO_INLINE Value load(const float* p) { return simd::load<V>(p); }
+    static ZAVO_INLINE void store(float* p, const Value& v) { simd::store<V>(p, v); }
+};
+
+template <int w>
+struct LanesOf {
+    using Type = VectorLanes<w>;
+};
+template <>
+struct LanesOf<1> {
+    using Type = ScalarLanes;
+};
+
+} // namespace
+
+} // namespace zavo::fft
