@@ -110,15 +110,15 @@ PlansOfThread& latest_plans()
 // One value at a time but for the sums of the general passes, which the path in use
 // takes.
 struct RotatingLanes : ScalarLanes {
-    static void rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
+    static bool rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
     {
-        simd_path()->rotate_real(slab, ip, w, x, y);
+        return simd_path()->rotate_real(slab, ip, w, x, y);
     }
     template <Direction d>
-    static void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
+    static bool rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
                                     Index step)
     {
-        simd_path()->rotate_complex(d, slab, ip, x, y, wa, step);
+        return simd_path()->rotate_complex(d, slab, ip, x, y, wa, step);
     }
 };
 
@@ -135,18 +135,10 @@ void run_scalar_complex(const Plan& plan, const float* p, float* q, float* scrat
     run_complex<d, Lanes>(plan.factors, 0, p, q, scratch, twiddles);
 }
 
-// Whether the sums of the last pass, over slabs of `slab` values, are faster with a
-// register of output slots than with the loop over the slab that the compiler makes of
-// the scalar pass. Measured: ./zavo bench fft, "wide beside scalar".
-bool rotation_pays(const RealPlan& plan)
+// Whether a factor has a pass of its own; large factors stand last.
+bool has_butterfly(Index ip)
 {
-    const Index ip = plan.factors.ip[plan.factors.count - 1];
-    return ip >= 13 && ip >= plan.factors.n / ip;
-}
-bool rotation_pays(const ComplexPlan& plan)
-{
-    const Index ip = plan.factors.ip[plan.factors.count - 1];
-    return ip >= 13 && ip >= 8 * (plan.factors.n / ip) && plan.factors.n <= most_looked_up;
+    return ip <= 5;
 }
 
 template <class Lanes>
@@ -170,7 +162,7 @@ void complete(PlanOfKind& plan, const Find& find)
     if (wide != nullptr && find(*wide, plan)) {
         return;
     }
-    if (wide != nullptr && rotation_pays(plan)) {
+    if (wide != nullptr && !has_butterfly(plan.factors.ip[plan.factors.count - 1])) {
         set_scalar_runs<RotatingLanes>(plan);
     } else {
         set_scalar_runs<ScalarLanes>(plan);

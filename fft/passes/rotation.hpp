@@ -48,23 +48,19 @@ void sum_slots(Index slab, Index ip, const float* x, float* y)
     }
 }
 
-// The rotation by one slot; its angle is kept as a float.
-ZAVO_INLINE CosSin rotation_of(Index ip)
-{
-    return cos_sin(static_cast<double>(static_cast<float>(6.283185307179586 / static_cast<double>(ip))));
-}
-
-// x, y: ip slots of `slab` values. Lanes may bring a way of its own.
+// x, y: ip slots of `slab` values. Lanes may bring a way of their own, which says
+// whether it has served.
 template <class Lanes>
 void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
 {
     using L = typename Lanes::Value;
     constexpr Index step = Lanes::stride;
-    const CosSin w = rotation_of(ip);
+    const CosSin w = rotation_of(static_cast<int>(ip));
     if constexpr (requires { Lanes::rotate_real_sums(slab, ip, w, x, y); }) {
-        Lanes::rotate_real_sums(slab, ip, w, x, y);
-        sum_slots<Lanes>(slab, ip, x, y);
-        return;
+        if (Lanes::rotate_real_sums(slab, ip, w, x, y)) {
+            sum_slots<Lanes>(slab, ip, x, y);
+            return;
+        }
     }
     Rotation<float> by_l{1.0F, 0.0F};
     for (Index l = 1; l < (ip + 1) / 2; ++l) {
@@ -102,9 +98,10 @@ void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const f
     using L = typename Lanes::Value;
     constexpr Index stride = Lanes::stride;
     if constexpr (requires { Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step); }) {
-        Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step);
-        sum_slots<Lanes>(slab, ip, x, y);
-        return;
+        if (Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step)) {
+            sum_slots<Lanes>(slab, ip, x, y);
+            return;
+        }
     }
     const auto sine = [](float value) { return d == Direction::forward ? -value : value; };
     for (Index l = 1; l < (ip + 1) / 2; ++l) {

@@ -5,6 +5,9 @@
 
 #include "fft/tables/cos_sin.hpp"
 
+#include <array>
+#include <cstddef>
+
 namespace zavo::fft {
 
 namespace {
@@ -17,14 +20,14 @@ struct Double2 {
     double low;
 };
 
-Double2 two_sum(double a, double b)
+constexpr Double2 two_sum(double a, double b)
 {
     const double sum = a + b;
     const double part = sum - a;
     return {sum, (a - (sum - part)) + (b - part)};
 }
 
-Double2 two_product(double a, double b)
+constexpr Double2 two_product(double a, double b)
 {
     constexpr double splitter = 134217729.0; // 2^27 + 1
     const double ca = splitter * a, cb = splitter * b;
@@ -34,7 +37,7 @@ Double2 two_product(double a, double b)
     return {product, ((ah * bh - product) + ah * bl + al * bh) + al * bl};
 }
 
-Double2 add(Double2 a, Double2 b)
+constexpr Double2 add(Double2 a, Double2 b)
 {
     const Double2 high = two_sum(a.high, b.high);
     const Double2 low = two_sum(a.low, b.low);
@@ -42,7 +45,7 @@ Double2 add(Double2 a, Double2 b)
     return two_sum(sum.high, sum.low + low.low);
 }
 
-Double2 multiply(Double2 a, Double2 b)
+constexpr Double2 multiply(Double2 a, Double2 b)
 {
     const Double2 product = two_product(a.high, b.high);
     return two_sum(product.high, product.low + (a.high * b.low + a.low * b.high));
@@ -83,7 +86,7 @@ constexpr Double2 terms[] = {
 // clang-format on
 
 // The Maclaurin series with the even (first = 0) or odd (first = 1) powers.
-Double2 series(Double2 r, int first)
+constexpr Double2 series(Double2 r, int first)
 {
     const Double2 r2 = multiply(r, r);
     Double2 sum = terms[26 + first];
@@ -93,9 +96,7 @@ Double2 series(Double2 r, int first)
     return first == 0 ? sum : multiply(sum, r);
 }
 
-} // namespace
-
-CosSin careful_cos_sin(double x)
+constexpr CosSin exact_cos_sin(double x)
 {
     using namespace cos_sin_detail;
     const double k = (x * two_over_pi + rounder) - rounder;
@@ -109,6 +110,33 @@ CosSin careful_cos_sin(double x)
     const double sin_part = quarter % 2 != 0 ? c : s;
     return {static_cast<float>(quarter == 1 || quarter == 2 ? -cos_part : cos_part),
             static_cast<float>(quarter >= 2 ? -sin_part : sin_part)};
+}
+
+constexpr CosSin rotation_by_slot(int ip)
+{
+    return exact_cos_sin(static_cast<double>(static_cast<float>(6.283185307179586 / ip)));
+}
+
+// Of the odd radices from 3 on, which are most that a length has.
+constexpr auto rotations = [] {
+    std::array<CosSin, 64> all{};
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        all[i] = rotation_by_slot(static_cast<int>(2 * i) + 3);
+    }
+    return all;
+}();
+
+} // namespace
+
+CosSin careful_cos_sin(double x)
+{
+    return exact_cos_sin(x);
+}
+
+CosSin rotation_of(int ip)
+{
+    const auto place = static_cast<std::size_t>(ip - 3) / 2;
+    return ip >= 3 && ip % 2 != 0 && place < rotations.size() ? rotations[place] : rotation_by_slot(ip);
 }
 
 CosSin cos_sin(double x)

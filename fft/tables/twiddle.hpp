@@ -13,6 +13,9 @@ struct CosSin {
 // 0 <= x <= 7.
 CosSin cos_sin(double x);
 
+// The rotation by one of ip slots of a general pass; its angle is kept as a float.
+CosSin rotation_of(int ip);
+
 // Stores (cos, sin) of t * step for t = first .. first + count - 1 as pairs at
 // `pairs`; the products are exact in double. 0 <= t * step <= 7.
 void fill_cos_sin(float step, int first, int count, float* pairs);

@@ -16,10 +16,10 @@ struct SimdPath {
     // dimensions ldp and ldq. work: column_work(factors.n) floats.
     void (*columns)(Direction, const Factors&, Index n, const float* p, Index ldp, float* q, Index ldq,
                     float* work, const float* twiddles);
-    // The sums of a general pass, rotation.hpp's but for y_0; the complex one for tables
-    // of up to most_looked_up values.
-    void (*rotate_real)(Index slab, Index ip, CosSin w, const float* x, float* y);
-    void (*rotate_complex)(Direction, Index slab, Index ip, const float* x, float* y, const float* wa,
+    // The sums of a general pass, rotation.hpp's but for y_0; false when they are faster
+    // one value at a time.
+    bool (*rotate_real)(Index slab, Index ip, CosSin w, const float* x, float* y);
+    bool (*rotate_complex)(Direction, Index slab, Index ip, const float* x, float* y, const float* wa,
                            Index step);
     // As in transforms.hpp.
     void (*multiply_spectra)(Product, Index n, const float* x, const float* y, float* z);

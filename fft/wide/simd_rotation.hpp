@@ -1,15 +1,16 @@
-// The rotation of the general odd-radix passes for few values a slot: V output
-// slots at a time, each lane with its own recurrence.
+// The rotation of the general odd-radix passes. For slabs of few values V output slots
+// to a register, each lane with its own recurrence; else V neighbours of a slab.
 #pragma once
 
 #include "fft/passes/rotation.hpp"
+#include "fft/wide/simd.hpp"
 #include "fft/wide/simd_lanes.hpp"
 
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
 
-// Registers in flight: a recurrence alone would wait for its own results.
+// Registers in flight: one recurrence alone is latency-bound.
 constexpr int rotation_registers = 4;
 
 // The rotations by w, 2 w, 3 w ..., as the recurrence has them.
@@ -125,9 +126,9 @@ ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, cons
     }
 }
 
-// The sums of a real general pass; see rotation.hpp.
+// The sums of a real general pass for slabs of few values.
 template <int V>
-void rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
+void rotate_few_real(Index slab, Index ip, CosSin w, const float* x, float* y)
 {
     constexpr Index run = V * rotation_registers;
     const Index half = (ip - 1) / 2;
@@ -149,7 +150,7 @@ void rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
 
 // The same for a complex one.
 template <Direction d, int V>
-void rotate_complex_in(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+void rotate_few_complex(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
 {
     const Index half = (ip - 1) / 2;
     for (Index l = 1; l <= half; l += V) {
@@ -167,14 +168,143 @@ void rotate_complex_in(Index slab, Index ip, const float* x, float* y, const flo
     }
 }
 
+// ---- slabs of many values: V neighbours of a slab to a register ------------------------
+
+// Output slots that share the loads of a slab, and the rotations of each of them by
+// every input slot, j = 1 .. half.
+constexpr Index slots_at_once = 4;
+constexpr Index most_turns = 512;
+struct Turns {
+    float cos[slots_at_once];
+    float sin[slots_at_once];
+};
+
+// The sums of the slots l .. l + count - 1 at V neighbours.
 template <int V>
-void rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+ZAVO_INLINE void rotate_neighbours(Index slab, Index ip, const Turns* turns, Index l, Index count,
+                                   const float* x, float* y)
 {
-    if (d == Direction::forward) {
-        rotate_complex_in<Direction::forward, V>(slab, ip, x, y, wa, step);
-    } else {
-        rotate_complex_in<Direction::backward, V>(slab, ip, x, y, wa, step);
+    const Vector<V> x0 = load<V>(x);
+    Vector<V> xj = load<V>(x + slab);
+    Vector<V> xc = load<V>(x + slab * (ip - 1));
+    Vector<V> cosines[slots_at_once], sines[slots_at_once];
+    for (int s = 0; s < slots_at_once; ++s) {
+        cosines[s] = x0 + turns[1].cos[s] * xj;
+        sines[s] = turns[1].sin[s] * xc;
     }
+    for (Index j = 2; j < (ip + 1) / 2; ++j) {
+        xj = load<V>(x + slab * j);
+        xc = load<V>(x + slab * (ip - j));
+        for (int s = 0; s < slots_at_once; ++s) {
+            cosines[s] = cosines[s] + turns[j].cos[s] * xj;
+            sines[s] = sines[s] + turns[j].sin[s] * xc;
+        }
+    }
+    for (Index s = 0; s < count; ++s) {
+        store<V>(y + slab * (l + s), cosines[s]);
+        store<V>(y + slab * (ip - l - s), sines[s]);
+    }
+}
+
+// All sums of slabs of at least V values. fill(l, s, turns) sets the rotations of slot l
+// as the s-th of `turns`.
+template <int V, class Fill>
+ZAVO_INLINE void rotate_slabs(Index slab, Index ip, const float* x, float* y, const Fill& fill)
+{
+    Turns turns[most_turns + 1];
+    const Index half = (ip - 1) / 2;
+    for (Index l = 1; l <= half; l += slots_at_once) {
+        const Index count = half + 1 - l < slots_at_once ? half + 1 - l : slots_at_once;
+        for (Index s = 0; s < slots_at_once; ++s) {
+            fill(l + (s < count ? s : 0), s, turns);
+        }
+        Index i = 0;
+        do {
+            const Index at = i < slab - V ? i : slab - V; // the last ones overlap
+            rotate_neighbours<V>(slab, ip, turns, l, count, x + at, y + at);
+            i += V;
+        } while (i < slab);
+    }
+}
+
+// From this radix on slabs of few values gain.
+constexpr Index large_radix = 13;
+
+template <int V>
+bool rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
+{
+    if (slab < V || (ip - 1) / 2 > most_turns) {
+        if constexpr (V > 4) {
+            if (slab >= V / 2 && (ip - 1) / 2 <= most_turns) {
+                return V > 8 ? avx2_path.rotate_real(slab, ip, w, x, y) : rotate_real<4>(slab, ip, w, x, y);
+            }
+        }
+        if constexpr (V > 4) {
+            if (ip >= large_radix && ip >= slab) {
+                rotate_few_real<V>(slab, ip, w, x, y);
+                return true;
+            }
+        }
+        return false;
+    }
+    Rotation<float> by_l{1.0F, 0.0F};
+    Index reached = 0;
+    rotate_slabs<V>(slab, ip, x, y, [&](Index l, Index s, Turns* turns) {
+        if (l > reached) { // slots come in rising order, but for those that only fill up
+            by_l.advance(w.cos, w.sin);
+            reached = l;
+        }
+        Rotation<float> by_lj = by_l;
+        for (Index j = 1; j < (ip + 1) / 2; ++j) {
+            if (j > 1) {
+                by_lj.advance(by_l.re, by_l.im);
+            }
+            turns[j].cos[s] = by_lj.re;
+            turns[j].sin[s] = by_lj.im;
+        }
+    });
+    return true;
+}
+
+template <Direction d, int V>
+void rotate_complex_slabs(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+{
+    rotate_slabs<V>(slab, ip, x, y, [&](Index l, Index s, Turns* turns) {
+        Index b = 0;
+        for (Index j = 1; j < (ip + 1) / 2; ++j) {
+            b = b + l >= ip ? b + l - ip : b + l;
+            const float* const w = wa + step * (b - 1);
+            turns[j].cos[s] = w[0];
+            turns[j].sin[s] = d == Direction::forward ? -w[1] : w[1];
+        }
+    });
+}
+
+template <int V>
+bool rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+{
+    const bool forward = d == Direction::forward;
+    if (slab < V || (ip - 1) / 2 > most_turns) {
+        if constexpr (V > 4) {
+            if (slab >= V / 2 && (ip - 1) / 2 <= most_turns) {
+                return V > 8 ? avx2_path.rotate_complex(d, slab, ip, x, y, wa, step)
+                             : rotate_complex<4>(d, slab, ip, x, y, wa, step);
+            }
+        }
+        if constexpr (V > 4) {
+            if (ip >= large_radix && ip >= 4 * slab && step * ip <= most_looked_up) {
+                const auto rotate = forward ? rotate_few_complex<Direction::forward, V>
+                                            : rotate_few_complex<Direction::backward, V>;
+                rotate(slab, ip, x, y, wa, step);
+                return true;
+            }
+        }
+        return false;
+    }
+    const auto rotate =
+        forward ? rotate_complex_slabs<Direction::forward, V> : rotate_complex_slabs<Direction::backward, V>;
+    rotate(slab, ip, x, y, wa, step);
+    return true;
 }
 
 } // namespace
