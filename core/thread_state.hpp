@@ -70,8 +70,8 @@ struct ThreadState {
     FaultTrap trap = {};
     CatalogueCache catalogue;
     StreamState stream;
-    LengthArray series;        // fft/convolution.cpp
-    LengthArray fft_table;     // fft/fft_real_commands.cpp
+    LengthArray series;    // fft/convolution.cpp
+    LengthArray fft_table; // fft/fft_real_commands.cpp
     PlanState plans;
     void* objective = nullptr; // of the running minimisation (minimize/objective_commands.cpp)
     ModuleState module;

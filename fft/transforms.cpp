@@ -48,21 +48,27 @@ void fill_cos_sin(float step, int first, int count, float* pairs)
 
 namespace {
 
-// What a plan was found for.
+// What a plan was found for: the bits of a table's factor record among it.
 struct PlanKey {
-    Index n = 0; // 0: for nothing yet
+    Index n = 0; // 0: nothing yet
     Path path = Path::scalar;
-    float record[record_floats - 1] = {}; // but for n itself
+    std::uint32_t record[record_floats] = {};
 
     bool is_for(Index length, Path in_use, const float* factor_record) const
     {
-        return length == n && in_use == path && std::memcmp(record, factor_record + 1, sizeof record) == 0;
+        std::uint32_t bits[record_floats];
+        std::memcpy(bits, factor_record, sizeof bits);
+        std::uint32_t differing = 0;
+        for (int i = 0; i < record_floats; ++i) {
+            differing |= bits[i] ^ record[i];
+        }
+        return length == n && in_use == path && differing == 0;
     }
     void set(Index length, Path in_use, const float* factor_record)
     {
         n = length;
         path = in_use;
-        std::memcpy(record, factor_record + 1, sizeof record);
+        std::memcpy(record, factor_record, sizeof record);
     }
 };
 
