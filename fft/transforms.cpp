@@ -78,20 +78,23 @@ template <class PlanOfKind, int count>
 struct LatestPlans {
     PlanKey key[count];
     PlanOfKind plan[count];
-    int next = 0;
+    int latest = 0;
 
     // find(plan) is called for a length that is not among them.
     template <class Find>
     const PlanOfKind& of(Index n, const float* record, const Find& find)
     {
         const Path path = simd::path_in_use();
+        if (key[latest].is_for(n, path, record)) {
+            return plan[latest];
+        }
         for (int i = 0; i < count; ++i) {
             if (key[i].is_for(n, path, record)) {
+                latest = i;
                 return plan[i];
             }
         }
-        const int place = next;
-        next = (next + 1) % count;
+        const int place = latest = (latest + 1) % count;
         key[place].n = 0; // until the plan stands
         find(plan[place]);
         key[place].set(n, path, record);

@@ -234,9 +234,12 @@ template <int V>
 bool rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
 {
     if (slab < V || (ip - 1) / 2 > most_turns) {
-        if constexpr (V > 4) {
-            if (slab >= V / 2 && (ip - 1) / 2 <= most_turns) {
-                return V > 8 ? avx2_path.rotate_real(slab, ip, w, x, y) : rotate_real<4>(slab, ip, w, x, y);
+        if (V > 8 && (slab >= 4 || ip < 2 * V) && (ip - 1) / 2 <= most_turns) {
+            return avx2_path.rotate_real(slab, ip, w, x, y);
+        }
+        if constexpr (V == 8) {
+            if (slab >= 4 && (ip - 1) / 2 <= most_turns) {
+                return rotate_real<4>(slab, ip, w, x, y);
             }
         }
         if constexpr (V > 4) {
@@ -285,10 +288,12 @@ bool rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y,
 {
     const bool forward = d == Direction::forward;
     if (slab < V || (ip - 1) / 2 > most_turns) {
-        if constexpr (V > 4) {
-            if (slab >= V / 2 && (ip - 1) / 2 <= most_turns) {
-                return V > 8 ? avx2_path.rotate_complex(d, slab, ip, x, y, wa, step)
-                             : rotate_complex<4>(d, slab, ip, x, y, wa, step);
+        if (V > 8 && (slab >= 4 || ip < 2 * V) && (ip - 1) / 2 <= most_turns) {
+            return avx2_path.rotate_complex(d, slab, ip, x, y, wa, step);
+        }
+        if constexpr (V == 8) {
+            if (slab >= 4 && (ip - 1) / 2 <= most_turns) {
+                return rotate_complex<4>(d, slab, ip, x, y, wa, step);
             }
         }
         if constexpr (V > 4) {
