@@ -2,8 +2,7 @@
 // computed with the vector instructions that the path names, else with the best that
 // the processor has. Without arguments it prints the names of the families, one a
 // line; with -paths those of the paths that this processor can go.
-#include "fft/transforms.hpp"
-#include "random/kernels.hpp"
+#include "core/simd/path.hpp"
 #include "tests/golden/golden.hpp"
 
 #include <cstdio>
@@ -11,32 +10,23 @@
 
 namespace {
 
-namespace fft = zavo::fft;
-namespace random = zavo::random;
-
-// Each set of instructions for the deviates, which has the most of them, and what the
-// transforms do on a processor that has no better one.
-fft::Path transforms_of(const char* set)
-{
-    return std::strcmp(set, "avx512") == 0 ? fft::Path::avx512
-           : std::strcmp(set, "avx2") == 0 ? fft::Path::avx2
-                                           : fft::Path::scalar;
-}
+namespace simd = zavo::simd;
 
 void print_paths()
 {
-    for (int i = 0; random::available_kernels(i) != nullptr; ++i) {
-        std::puts(random::available_kernels(i)->name);
+    for (const simd::Path path : simd::all_paths) {
+        if (simd::has_path(path)) {
+            std::puts(simd::name_of(path));
+        }
     }
 }
 
-bool go(const char* path)
+bool go(const char* name)
 {
-    for (int i = 0; random::available_kernels(i) != nullptr; ++i) {
-        if (std::strcmp(random::available_kernels(i)->name, path) == 0) {
-            random::use_kernels(random::available_kernels(i));
-            fft::limit_path(transforms_of(path));
-            return fft::path_in_use() == transforms_of(path);
+    for (const simd::Path path : simd::all_paths) {
+        if (simd::has_path(path) && std::strcmp(simd::name_of(path), name) == 0) {
+            simd::limit_path(path);
+            return true;
         }
     }
     return false;
