@@ -523,16 +523,20 @@ proc explore::fit {record model} {
 
 # ---- Units ---------------------------------------------------------------------------
 
-# The record in another unit.
-proc explore::converted {record from to} {
+# The record with its `values` or its `time` in another unit.
+proc explore::converted {record axis from to} {
     if {[catch {zavox::convert 1 $from $to} factor]} {
         refuse "Cannot convert $from into $to: [lindex [split $factor \n] 0]"
     }
-    set values {}
-    foreach value [dict get $record values] {
-        lappend values [expr {$value * $factor}]
+    set key [expr {$axis eq "time" ? "times" : "values"}]
+    set scaled {}
+    foreach value [dict get $record $key] {
+        lappend scaled [expr {$value * $factor}]
     }
-    dict set record values $values
+    dict set record $key $scaled
+    if {$axis eq "time"} {
+        dict set record step [expr {[dict get $record step] * $factor}]
+    }
     return $record
 }
 

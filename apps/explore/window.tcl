@@ -15,9 +15,9 @@ namespace eval explore {
     variable ui          ;# what the controls hold
     array set ui {
         view record time "row number" value "" step 1 unit "" detrend mean window hann model line
-        from "" to "" message "Open a CSV file." progress 0
+        axis values from "" to "" message "Open a CSV file." progress 0
     }
-    variable converted {} ;# from and to of the units that have been applied
+    variable converted {} ;# axis -> from and to of the units that have been applied
     variable colours {line #0b5cad mark #c2410c soft #9ca3af}
 }
 
@@ -43,13 +43,15 @@ proc explore::open_window {} {
     labelled time "Time" [ttk::combobox .side.time -state readonly -width 18 -textvariable explore::ui(time)]
     labelled step "Distance of rows" [ttk::entry .side.step -width 18 -textvariable explore::ui(step)]
     labelled value "Values" [ttk::combobox .side.value -state readonly -width 18 -textvariable explore::ui(value)]
-    ttk::label .side.units_label -text "Unit of the values, from and to"
+    ttk::label .side.units_label -text "Units of an axis, from and to"
+    ttk::combobox .side.axis -state readonly -values {values time} -textvariable explore::ui(axis)
     ttk::frame .side.units
     ttk::entry .side.units.from -width 8 -textvariable explore::ui(from)
     ttk::entry .side.units.to -width 8 -textvariable explore::ui(to)
     ttk::button .side.units.convert -text "Convert" -width 8 -command {explore::act explore::convert_units}
     pack .side.units.from .side.units.to .side.units.convert -side left -fill x -expand 1
-    pack .side.units_label .side.units -fill x -pady {6 0}
+    pack .side.units_label -fill x -pady {6 0}
+    pack .side.axis .side.units -fill x
     ttk::separator .side.line1
     pack .side.line1 -fill x -pady 8
     foreach {view words} {record "Record" spectrum "Spectrum" autocorrelation "Autocorrelation"
@@ -128,6 +130,7 @@ proc explore::enable {} {
     foreach view {record spectrum autocorrelation histogram fit} {
         .side.view_$view state [expr {$ready ? "!disabled" : "disabled"}]
     }
+    .side.axis state [expr {$ready ? "!disabled" : "disabled"}]
     foreach name {from to convert} {
         .side.units.$name state [expr {$ready ? "!disabled" : "disabled"}]
     }
@@ -259,8 +262,8 @@ proc explore::load {} {
     }
     set time [expr {$ui(time) eq "row number" ? -1 : [column $ui(time)]}]
     set record [read_record $info $time [column $ui(value)] $step]
-    if {[llength $converted]} {
-        set record [converted $record {*}$converted]
+    dict for {axis units} $converted {
+        set record [converted $record $axis {*}$units]
     }
     draw
 }
@@ -272,10 +275,13 @@ proc explore::convert_units {} {
     if {$ui(from) eq "" || $ui(to) eq ""} {
         refuse "Say two units, such as mile/hour and m/s."
     }
-    set new [converted $record $ui(from) $ui(to)]
-    set record $new
+    set record [converted $record $ui(axis) $ui(from) $ui(to)]
     # Twice is once with the first and the last unit.
-    set converted [list [expr {[llength $converted] ? [lindex $converted 0] : $ui(from)}] $ui(to)]
+    set first $ui(from)
+    if {[dict exists $converted $ui(axis)]} {
+        set first [lindex [dict get $converted $ui(axis)] 0]
+    }
+    dict set converted $ui(axis) [list $first $ui(to)]
     set ui(from) $ui(to)
     draw
 }
@@ -376,16 +382,21 @@ proc explore::plot_curves {title x_title y_title series {from_zero 0}} {
 
 proc explore::time_title {} {
     variable ui
-    if {$ui(time) eq "row number"} {
-        return [expr {$ui(step) == 1 ? "row" : "row number times [number_text $ui(step)]"}]
+    set title $ui(time)
+    if {$ui(time) eq "row number" && $ui(step) != 1} {
+        append title " times [number_text $ui(step)]"
     }
-    return $ui(time)
+    return $title[unit_of time]
+}
+
+proc explore::unit_of {axis} {
+    variable converted
+    return [expr {[dict exists $converted $axis] ? " in [lindex [dict get $converted $axis] 1]" : ""}]
 }
 
 proc explore::value_title {} {
     variable ui
-    variable converted
-    return [expr {[llength $converted] ? "$ui(value) in [lindex $converted 1]" : $ui(value)}]
+    return $ui(value)[unit_of values]
 }
 
 # A label at a place of the plot, kept within it.
@@ -672,8 +683,8 @@ proc explore::script {} {
         "lappend auto_path [package_folders]" "source [list [file join $here record.tcl]]" "" \
         "set info \[explore::look_at [list [dict get $info file]]\]" \
         "set record \[explore::read_record \$info $time [column $ui(value)] $ui(step)\]"]
-    if {[llength $converted]} {
-        lappend lines "set record \[explore::converted \$record $converted\]"
+    dict for {axis units} $converted {
+        lappend lines "set record \[explore::converted \$record $axis $units\]"
     }
     lappend lines ""
     switch -- $ui(view) {

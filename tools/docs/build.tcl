@@ -239,6 +239,9 @@ proc build_docs::body_of {html info links} {
     }
     set body [figures $body]
     regsub -all {<p>\s*</p>} $body "" body
+    if {[dict get $info kind] eq "tutorial"} {
+        return "<h1>[escape [dict get $info purpose]]</h1>\n$body"
+    }
     return "<h1>[escape [dict get $info title]]</h1>\n<p class=\"lead\">[escape [dict get $info purpose]]</p>\n$body"
 }
 

@@ -115,7 +115,8 @@ proc header_filter::convert {text} {
             if {$fresh && $depth == 0} {
                 set doc $comment
                 if {$doc eq "" && [regexp {^(enum|typedef struct) (\w+)} $line -> - name]} {
-                    set doc "Values of [string map {zavo_ {} _ { }} $name]."
+                    set doc [expr {[string match *option* $name] ?
+                        "Option codes, and the values that follow each in the list of arguments." : "The possible values."}]
                 }
                 if {$doc ne ""} {
                     lappend out "/** [marked_up [words_of $doc]] */"
