@@ -24,6 +24,10 @@ package   | change | package | archives unpacked and used, .deb installed, upgra
 docs      | change | docs    | the manual built and checked, transcripts of its pages
 explore   | change |         | the window of the explorer, by mouse and keyboard on a virtual display
 lint      | change | lint    | formatting and static checks
+coverage  | demand |         | lines and branches that unit and script tests reach, a folder
+soak      | demand |         | mixed work and a million faults for ZAVO_SOAK_SECONDS (600), with the memory watched
+valgrind  | demand |         | memcheck over the script tests; NAME: a file
+mutants   | demand |         | changes of one line that the tests must notice; NAME: how many (40)
 long      | demand |         | the tests of minutes; NAME as for unit
 browser   | demand |         | the manual in headless Chromium: links, searches, a width like a telephone
 tsan      | demand |         | the tests of threads under ThreadSanitizer
@@ -70,6 +74,7 @@ names_tcl9() { printf '%s\n' unit script golden docs; }
 names_arm64() { printf '%s\n' fusion golden unit script; }
 names_golden() { echo all; }
 names_windows64() { names_windows; }
+names_valgrind() { names_script; }
 names_memory() { grep -oE '(zavo_[a-z0-9_]+|dynlist\.[a-z]+)' tests/fault/commands_memory.tcl | sort -u; }
 names_fuzz() { printf '%s\n' tests/fuzz/fuzz_*.cpp | sed 's|.*/fuzz_||; s|\.cpp$||'; }
 
@@ -100,6 +105,7 @@ check_names() {
         case $suite in
         unit) [[ -n $(matching '*_test.cpp' "$name") ]] && continue ;;
         long) [[ -n $(matching '*_long.cpp' "$name") ]] && continue ;;
+        mutants) [[ $name =~ ^[0-9]+$ ]] && continue ;;
         *) is_one_of "$name" "${known[@]}" && continue ;;
         esac
         die "the suite $suite has no '$name', and no suite has that name; $suite has: ${known[*]}"
@@ -183,6 +189,67 @@ test_memory() {
     cmake --build --preset release --target failing_malloc
     local library=$PWD/build/release/tests/libfailing_malloc.so
     LD_PRELOAD=$library TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/fault/commands_memory.tcl "$library" "${@/%/*}"
+    [[ $# -gt 0 ]] || soak 10
+}
+
+# soak SECONDS: mixed work, with an eye on the memory of the process.
+soak() {
+    say "mixed work for $1 seconds"
+    TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/support/soak.tcl "$1"
+}
+
+test_soak() {
+    build_linux -DZAVO_BUILD_TESTS=ON
+    soak "${ZAVO_SOAK_SECONDS:-600}"
+    build/release/tests/long_routines --gtest_filter='trapped_faults_long.*'
+}
+
+# What valgrind says of the interpreter is its own; a finding counts when one of our
+# libraries is among its frames, which the log of each process tells.
+test_valgrind() {
+    build_linux
+    need_packages valgrind gnuplot-nox
+    local names=("$@") name logs=$PWD/build/valgrind findings
+    [[ $# -gt 0 ]] || mapfile -t names < <(names_script)
+    rm -rf "$logs"
+    mkdir -p "$logs"
+    for name in "${names[@]}"; do
+        say "valgrind: $name"
+        TCLLIBPATH="$PWD/dist/lib" valgrind --quiet --leak-check=full --show-leak-kinds=definite --num-callers=30 \
+            --trace-children=yes --trace-children-skip='*gnuplot*' --log-file="$logs/$name.%p" \
+            tclsh8.6 "tests/script/$name.test" | tail -n 1
+    done
+    findings=$(awk -v RS='==[0-9]+== \n' '/zavomath|libmorvel|libquillet|zavox\.so/' "$logs"/*)
+    if [[ -n $findings ]]; then
+        printf '%s\n' "$findings" | head -n 60
+        die "valgrind has findings in our libraries, see build/valgrind"
+    fi
+    say "valgrind: ${#names[@]} files of script tests, no finding in our libraries"
+}
+
+# Lines and branches by folder; what no test reaches stands in
+# tests/coverage/unreached.txt with the reason.
+test_coverage() {
+    need_packages "${build_packages[@]}" "${test_packages[@]}" gcovr tcllib
+    configure_and_build coverage
+    install_tree coverage
+    find build/coverage -name '*.gcda' -delete
+    say "unit tests, counted"
+    ctest --test-dir build/coverage -LE long -j "$(nproc)" --output-on-failure | tail -n 3
+    say "script tests, counted"
+    TCLLIBPATH="$PWD/build/coverage/dist/lib" tclsh8.6 tests/script/all.tcl | tail -n 1
+    say "coverage"
+    # Two programs that compile the same file may number its functions differently.
+    gcovr --root . --object-directory build/coverage --exclude 'tests/.*' --exclude 'build/.*' --exclude 'bench/.*' \
+        --exclude-throw-branches --gcov-ignore-parse-errors --json build/coverage/coverage.json build/coverage
+    tclsh8.6 tools/coverage.tcl build/coverage/coverage.json tests/coverage/unreached.txt
+}
+
+# Each mutant is a clone of this tree with one line changed (tools/mutants.tcl).
+test_mutants() {
+    need_packages "${build_packages[@]}" "${test_packages[@]}"
+    build_linux -DZAVO_BUILD_TESTS=ON
+    tclsh8.6 tools/mutants.tcl "${1:-40}"
 }
 
 # The same unit and script suites under the sanitizers. The interpreter itself

@@ -88,6 +88,43 @@ proc memory::run_once {name call view n mode wanted} {
     return [expr {$failed > 0}]
 }
 
+# Kilobytes of the process that are in memory, shared libraries left out.
+proc memory::resident {} {
+    set channel [open /proc/self/status]
+    set text [read $channel]
+    close $channel
+    regexp {RssAnon:\s+(\d+)} $text -> kilobytes
+    return $kilobytes
+}
+
+# The interpreter keeps pools of its own, in which a value that nobody releases is no
+# lost block. Many calls show it: the process grows with them.
+proc memory::repeat {call seconds} {
+    set stop [expr {[clock milliseconds] + int(1000 * $seconds)}]
+    for {set i 0} {$i < 20000 && ($i % 20 != 0 || [clock milliseconds] < $stop)} {incr i} {
+        set status [catch {uplevel #0 $call} result]
+        if {$status == 0 && [llength $result] == 1 && [dynlist exists $result]} {
+            dynlist free $result
+        }
+    }
+    return $i
+}
+proc memory::check_growth {name what call} {
+    repeat $call 0.03
+    set before [resident]
+    set times [repeat $call 0.12]
+    set growth [expr {1024 * ([resident] - $before)}]
+    if {$growth > 20000 && $growth > 10 * $times} {
+        # Again and longer, since an allocator takes more in steps.
+        set before [resident]
+        set times [repeat $call 0.8]
+        set growth [expr {1024 * ([resident] - $before)}]
+        if {$growth > 60000 && $growth > 20 * $times} {
+            fault "$name: $what grows the process by [expr {$growth / $times}] bytes a call"
+        }
+    }
+}
+
 # memory::check NAME SETUP CALL ?VIEW?: NAME begins with the command, or the
 # ensemble and its subcommand with a dot between them. VIEW, a procedure of one
 # argument, makes of the value what is compared.
@@ -119,6 +156,9 @@ proc memory::check {name setup call {view {value {set value}}}} {
             }
         }
     }
+    check_growth $name "a good call" $call
+    check_growth $name "a call that fails" "failing::next 1; set status \[catch {$call} result options\]
+        failing::next 0; return -options \$options \$result"
     dynlist free {*}[dynlist names]
 }
 
@@ -224,6 +264,9 @@ memory::check zavo_min_uncon_multivar:many {
     }
     set x [dynlist create float [memory::floats 20]]
 } {zavo_min_uncon_multivar many $x} $near
+proc {a bowl} {x y} {bowl $x $y}
+memory::check zavo_min_uncon_multivar:quoted {} {zavo_min_uncon_multivar {{a bowl}}} $near
+memory::check zavo_min_uncon_multivar:alias {} {zavo_min_uncon_multivar ::bowl} $near
 memory::check zavo_min_con_gen_lin {
     foreach {name values} {guess {3 3} low {0 0} high {9 1.5}} {set $name [dynlist create float $values]}
 } {zavo_min_con_gen_lin bowl $guess $low $high} $near

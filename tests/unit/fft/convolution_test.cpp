@@ -168,6 +168,26 @@ TEST(convolution, a_series_gives_the_same_bits_as_single_calls)
     }
 }
 
+// The last call gives the storage back, so that a next one has to ask for its own.
+TEST(convolution, a_series_ends_with_its_last_call)
+{
+    const auto x = noise(40, 3);
+    int nz = 0;
+    std::vector<float> z(200);
+    const auto allocations = [&](int mode) {
+        const long before = zavo_allocation_count();
+        EXPECT_EQ(zavo_f_convolution(40, x.data(), 40, x.data(), &nz, mode, ZAVO_RETURN_USER, z.data(), 0),
+                  z.data());
+        return zavo_allocation_count() - before;
+    };
+    const long at_first = allocations(ZAVO_SERIES_FIRST);
+    const long within = allocations(ZAVO_SERIES_NEXT);
+    allocations(ZAVO_SERIES_LAST);
+    EXPECT_GT(at_first, within);
+    EXPECT_EQ(allocations(ZAVO_SERIES_NEXT), at_first);
+    allocations(ZAVO_SERIES_LAST);
+}
+
 TEST(convolution, a_series_that_lacks_its_first_call_or_changes_its_length_still_works)
 {
     const auto x = noise(64, 1);
