@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 
 namespace zavo::ext {
 
@@ -64,9 +65,14 @@ int find_start(Tcl_Interp* interp, const char* command, const char* name, int n,
                        ": invalid number of start values", list);
 }
 
-// The solution as a Tcl list; without one, the library's error.
-int put_solution(Tcl_Interp* interp, const char* routine, int n, float* x)
+// The solution as a Tcl list; without one, the library's error. When the interpreter
+// has ended the run it is the interpreter's error.
+int put_solution(Tcl_Interp* interp, ScriptObjective& objective, const char* routine, int n, float* x)
 {
+    if (objective.ended()) {
+        std::free(x);
+        return objective.raise();
+    }
     if (x == nullptr) {
         Tcl_ResetResult(interp);
         return library_failure(interp);
@@ -143,7 +149,7 @@ int min_uncon_multivar_command(ClientData, Tcl_Interp* interp, int argc, const c
         return TCL_ERROR;
     }
     if (argc == 2) {
-        return put_solution(interp, free_routine, n,
+        return put_solution(interp, objective, free_routine, n,
                             zavo_f_min_uncon_multivar(unconstrained_objective, n, 0));
     }
     HeldList guess;
@@ -151,7 +157,7 @@ int min_uncon_multivar_command(ClientData, Tcl_Interp* interp, int argc, const c
         return TCL_ERROR;
     }
     return put_solution(
-        interp, free_routine, n,
+        interp, objective, free_routine, n,
         zavo_f_min_uncon_multivar(unconstrained_objective, n, ZAVO_START_POINT, floats_of(guess.get()), 0));
 }
 
@@ -176,7 +182,7 @@ int min_con_gen_lin_command(ClientData, Tcl_Interp* interp, int argc, const char
         (argc == 9 && general.read(interp, argv[0], n, argv + 5) != TCL_OK)) {
         return TCL_ERROR;
     }
-    return put_solution(interp, constrained_routine, n,
+    return put_solution(interp, objective, constrained_routine, n,
                         zavo_f_min_con_gen_lin(constrained_objective, n, general.ncon, general.neq,
                                                general.lhs(), general.rhs(), floats_of(lower.get()),
                                                floats_of(upper.get()), ZAVO_START_POINT,

@@ -12,9 +12,11 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace zavo::ext {
 
@@ -53,10 +55,11 @@ private:
 } // namespace
 
 ScriptObjective::ScriptObjective(Tcl_Interp* interp, const char* function)
-    : interp_(interp), function_(function), outer_(place())
+    : interp_(interp), function_(function), outer_(place()), double_type_(Tcl_GetObjType("double"))
 {
     Tcl_Preserve(interp_);
     place() = this;
+    watch_precision();
     if (is_plain_word(function)) {
         name_ = Tcl_NewStringObj(function, -1);
         Tcl_IncrRefCount(name_);
@@ -71,8 +74,53 @@ ScriptObjective::~ScriptObjective()
     }
     core::release(words_);
     core::release(script_);
+    if (ended()) {
+        Tcl_DiscardInterpState(end_);
+    }
+    forget_precision();
     Tcl_Release(interp_);
 }
+
+// ---- The digits of texts --------------------------------------------------------
+
+// What tcl_precision says: with 0, which means as many as needed, and 17 the text of
+// a double reads as the same double. It is asked for once, and a trace tells when
+// the procedure has changed it.
+void ScriptObjective::watch_precision()
+{
+    const char* const digits = Tcl_GetVar2(interp_, "tcl_precision", nullptr, TCL_GLOBAL_ONLY);
+    text_has_all_digits_ =
+        digits == nullptr || std::strcmp(digits, "0") == 0 || std::strcmp(digits, "17") == 0;
+    Tcl_TraceVar2(interp_, "tcl_precision", nullptr,
+                  TCL_GLOBAL_ONLY | TCL_TRACE_WRITES | TCL_TRACE_UNSETS, precision_written, this);
+}
+
+void ScriptObjective::forget_precision()
+{
+    Tcl_UntraceVar2(interp_, "tcl_precision", nullptr,
+                    TCL_GLOBAL_ONLY | TCL_TRACE_WRITES | TCL_TRACE_UNSETS, precision_written, this);
+}
+
+char* ScriptObjective::precision_written(ClientData objective, Tcl_Interp*, const char*, const char*, int)
+{
+    static_cast<ScriptObjective*>(objective)->text_has_all_digits_ = false;
+    return nullptr;
+}
+
+// The number that the result's text stands for, or begins with.
+float ScriptObjective::result() const
+{
+    Tcl_Obj* const object = Tcl_GetObjResult(interp_);
+    if (text_has_all_digits_ && object->bytes == nullptr && object->typePtr == double_type_) {
+        const double number = object->internalRep.doubleValue;
+        if (std::isfinite(number)) {
+            return static_cast<float>(number);
+        }
+    }
+    return minimize::read_float(Tcl_GetString(object));
+}
+
+// ---- Calls ----------------------------------------------------------------------
 
 // The word stands in the script as it is, so that it means the same as in a call.
 int ScriptObjective::count_variables(int* n)
@@ -109,18 +157,51 @@ bool ScriptObjective::reserve(int n)
 
 float ScriptObjective::value(int n, const float* x)
 {
-    const UserCode marks;
-    if (name_ != nullptr) {
-        call_by_words(n, x);
-    } else {
-        call_by_script(n, x);
+    constexpr float no_value = std::numeric_limits<float>::quiet_NaN();
+    if (ended()) {
+        return no_value;
     }
+    const UserCode marks;
+    const int status = name_ != nullptr ? call_by_words(n, x) : call_by_script(n, x);
     place() = this;
-    return minimize::read_float(Tcl_GetStringResult(interp_));
+    if (status == TCL_ERROR && ended_by_interpreter(status)) {
+        end_ = Tcl_SaveInterpState(interp_, TCL_ERROR);
+        return no_value;
+    }
+    return result();
 }
 
-// The return code is not looked at: whatever the result is, it is the value.
-void ScriptObjective::call_by_words(int n, const float* x)
+// Cancellation came with Tcl 8.6 and is known by its error code, which is there
+// whichever Tcl this was compiled for.
+bool ScriptObjective::ended_by_interpreter(int status) const
+{
+    if (Tcl_InterpDeleted(interp_) != 0 || Tcl_LimitExceeded(interp_) != 0) {
+        return true;
+    }
+    Tcl_Obj* const options = Tcl_GetReturnOptions(interp_, status);
+    Tcl_Obj* const key = Tcl_NewStringObj("-errorcode", -1);
+    Tcl_IncrRefCount(options);
+    Tcl_IncrRefCount(key);
+    Tcl_Obj* code = nullptr;
+    constexpr char cancelled[] = "TCL CANCEL";
+    const bool is_cancelled =
+        Tcl_DictObjGet(nullptr, options, key, &code) == TCL_OK && code != nullptr &&
+        std::strncmp(Tcl_GetString(code), cancelled, sizeof cancelled - 1) == 0;
+    Tcl_DecrRefCount(key);
+    Tcl_DecrRefCount(options);
+    return is_cancelled;
+}
+
+int ScriptObjective::raise()
+{
+    const int status = Tcl_RestoreInterpState(interp_, end_);
+    end_ = nullptr;
+    return status;
+}
+
+// The status matters where the interpreter has ended the call. Else it is not looked
+// at: whatever the result is, it is the value.
+int ScriptObjective::call_by_words(int n, const float* x)
 {
     words_[0] = name_;
     for (int i = 0; i < n; ++i) {
@@ -129,13 +210,14 @@ void ScriptObjective::call_by_words(int n, const float* x)
         words_[i + 1] = Tcl_NewStringObj(text, length);
         Tcl_IncrRefCount(words_[i + 1]);
     }
-    Tcl_EvalObjv(interp_, n + 1, words_, 0);
+    const int status = Tcl_EvalObjv(interp_, n + 1, words_, 0);
     for (int i = 1; i <= n; ++i) {
         Tcl_DecrRefCount(words_[i]);
     }
+    return status;
 }
 
-void ScriptObjective::call_by_script(int n, const float* x)
+int ScriptObjective::call_by_script(int n, const float* x)
 {
     const std::size_t name_length = std::strlen(function_);
     std::memcpy(script_, function_, name_length);
@@ -145,7 +227,7 @@ void ScriptObjective::call_by_script(int n, const float* x)
         end += format_fixed(x[i], end);
     }
     *end = '\0';
-    Tcl_Eval(interp_, script_);
+    return Tcl_Eval(interp_, script_);
 }
 
 } // namespace zavo::ext

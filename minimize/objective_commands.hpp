@@ -27,14 +27,28 @@ public:
     bool reserve(int n);
 
     // The procedure's value at x. An error's message is read as if it were the
-    // value: the number that it begins with, else 0.
+    // value: the number that it begins with, else 0. But when the interpreter itself
+    // has ended the call, because it was cancelled, met a limit or was deleted, the
+    // procedure is not called again and all values are NaN from then on, with which
+    // no minimisation goes far.
     float value(int n, const float* x);
+
+    // Has the interpreter ended the run? raise() then puts its error back and returns
+    // TCL_ERROR.
+    bool ended() const { return end_ != nullptr; }
+    int raise();
 
     static ScriptObjective& running() { return *static_cast<ScriptObjective*>(place()); }
 
 private:
-    void call_by_words(int n, const float* x);
-    void call_by_script(int n, const float* x);
+    int call_by_words(int n, const float* x);
+    int call_by_script(int n, const float* x);
+    bool ended_by_interpreter(int status) const;
+    float result() const;
+    void watch_precision();
+    void forget_precision();
+    static char* precision_written(ClientData objective, Tcl_Interp* interp, const char* name,
+                                   const char* element, int flags);
 
     // Where the thread keeps its running objective.
     static void*& place() { return core::thread_state().objective; }
@@ -47,6 +61,11 @@ private:
     Tcl_Obj* name_ = nullptr;
     Tcl_Obj** words_ = nullptr;
     char* script_ = nullptr;
+    Tcl_InterpState end_ = nullptr; // the interpreter's error that ended the run
+    // A double whose text has not been asked for is read as it is, unless the text
+    // would have fewer digits.
+    const Tcl_ObjType* double_type_;
+    bool text_has_all_digits_ = false;
 };
 
 } // namespace zavo::ext
