@@ -192,6 +192,27 @@ int format_fixed(float value, char* text)
     return length + 7;
 }
 
+// With at most 15 digits both the digits and the million are exact, and the quotient
+// of the two is rounded once.
+bool number_of_fixed(const char* text, double* number)
+{
+    constexpr int most_digits = 15;
+    const bool negative = text[0] == '-';
+    double digits = 0.0;
+    int count = 0;
+    for (const char* at = text + (negative ? 1 : 0); *at != '\0'; ++at) {
+        if (*at == '.') {
+            continue;
+        }
+        if (*at < '0' || *at > '9' || ++count > most_digits) {
+            return false;
+        }
+        digits = 10.0 * digits + (*at - '0');
+    }
+    *number = negative ? -(digits / 1e6) : digits / 1e6;
+    return true;
+}
+
 float read_float(const char* text)
 {
     while (is_space(*text)) {

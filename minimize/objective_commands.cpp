@@ -2,7 +2,8 @@
 //     name x[0] x[1] ...
 // each number in fixed notation with six decimals. A plain name goes to
 // Tcl_EvalObjv: no text is put together or parsed, the interpreter keeps the
-// command that it found for the name, and the procedure gets the same texts.
+// command that it found for the name, and the procedure gets the same texts, which
+// already know the numbers that they stand for.
 #include "minimize/objective_commands.hpp"
 
 #include "core/errors/error_stack.h"
@@ -91,14 +92,14 @@ void ScriptObjective::watch_precision()
     const char* const digits = Tcl_GetVar2(interp_, "tcl_precision", nullptr, TCL_GLOBAL_ONLY);
     text_has_all_digits_ =
         digits == nullptr || std::strcmp(digits, "0") == 0 || std::strcmp(digits, "17") == 0;
-    Tcl_TraceVar2(interp_, "tcl_precision", nullptr,
-                  TCL_GLOBAL_ONLY | TCL_TRACE_WRITES | TCL_TRACE_UNSETS, precision_written, this);
+    Tcl_TraceVar2(interp_, "tcl_precision", nullptr, TCL_GLOBAL_ONLY | TCL_TRACE_WRITES | TCL_TRACE_UNSETS,
+                  precision_written, this);
 }
 
 void ScriptObjective::forget_precision()
 {
-    Tcl_UntraceVar2(interp_, "tcl_precision", nullptr,
-                    TCL_GLOBAL_ONLY | TCL_TRACE_WRITES | TCL_TRACE_UNSETS, precision_written, this);
+    Tcl_UntraceVar2(interp_, "tcl_precision", nullptr, TCL_GLOBAL_ONLY | TCL_TRACE_WRITES | TCL_TRACE_UNSETS,
+                    precision_written, this);
 }
 
 char* ScriptObjective::precision_written(ClientData objective, Tcl_Interp*, const char*, const char*, int)
@@ -184,9 +185,8 @@ bool ScriptObjective::ended_by_interpreter(int status) const
     Tcl_IncrRefCount(key);
     Tcl_Obj* code = nullptr;
     constexpr char cancelled[] = "TCL CANCEL";
-    const bool is_cancelled =
-        Tcl_DictObjGet(nullptr, options, key, &code) == TCL_OK && code != nullptr &&
-        std::strncmp(Tcl_GetString(code), cancelled, sizeof cancelled - 1) == 0;
+    const bool is_cancelled = Tcl_DictObjGet(nullptr, options, key, &code) == TCL_OK && code != nullptr &&
+                              std::strncmp(Tcl_GetString(code), cancelled, sizeof cancelled - 1) == 0;
     Tcl_DecrRefCount(key);
     Tcl_DecrRefCount(options);
     return is_cancelled;
@@ -208,6 +208,10 @@ int ScriptObjective::call_by_words(int n, const float* x)
         char text[fixed_text_size];
         const int length = format_fixed(x[i], text);
         words_[i + 1] = Tcl_NewStringObj(text, length);
+        if (double number = 0.0; double_type_ != nullptr && minimize::number_of_fixed(text, &number)) {
+            words_[i + 1]->internalRep.doubleValue = number;
+            words_[i + 1]->typePtr = double_type_;
+        }
         Tcl_IncrRefCount(words_[i + 1]);
     }
     const int status = Tcl_EvalObjv(interp_, n + 1, words_, 0);

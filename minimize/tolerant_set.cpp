@@ -358,9 +358,12 @@ bool TolerantSet::find_feasible(float* x, bool* moved)
 
 // Long steps between nearly parallel constraints may have left x close to a
 // feasible point and the active set such that float arithmetic cannot get closer.
-// From where x is now the steps are short, and other constraints become active.
+// From where x is now the steps are short, and other constraints become active. In
+// vain, x stays.
 bool TolerantSet::find_feasible_afresh(float* x, bool* moved)
 {
+    float* const before = rest_; // free as long as there is no gradient
+    l_vcopy(c_.n, x, 1, before, 1);
     for (int attempt = 0; attempt < afresh_attempts; ++attempt) {
         set_.start_over(z_length_ < 0.0F);
         std::fill_n(u_, c_.n, 0.0F);
@@ -378,6 +381,7 @@ bool TolerantSet::find_feasible_afresh(float* x, bool* moved)
             }
         }
     }
+    l_vcopy(c_.n, before, 1, x, 1);
     return false;
 }
 

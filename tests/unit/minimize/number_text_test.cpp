@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -141,6 +142,31 @@ TEST(number_text, numbers_beyond_the_range_become_infinite_or_zero)
     EXPECT_EQ(read_float((std::string(400, '9')).c_str()), inf);
     EXPECT_EQ(read_float("3.4028235677973366e38"), inf); // half a spacing above the greatest
     EXPECT_EQ(read_float("3.40282356e38"), std::numeric_limits<float>::max());
+}
+
+TEST(number_text, number_of_a_fixed_text_is_what_the_text_stands_for)
+{
+    std::uint32_t state = 1;
+    int taken = 0;
+    for (int i = 0; i < 100000; ++i) {
+        state = state * 1664525U + 1013904223U;
+        float value = 0;
+        std::memcpy(&value, &state, sizeof value);
+        if (i % 2 == 0) { // of everyday size
+            value = static_cast<float>(static_cast<std::int32_t>(state)) * 1e-6F;
+        }
+        char text[zavo::minimize::fixed_text_size];
+        zavo::minimize::format_fixed(value, text);
+        double number = 99;
+        if (zavo::minimize::number_of_fixed(text, &number)) {
+            const double wanted = std::strtod(text, nullptr);
+            ASSERT_EQ(std::memcmp(&number, &wanted, sizeof number), 0) << text;
+            ++taken;
+        } else {
+            ASSERT_TRUE(std::strlen(text) > 16 || std::strchr(text, 'n') != nullptr) << text;
+        }
+    }
+    EXPECT_GT(taken, 50000);
 }
 
 } // namespace
