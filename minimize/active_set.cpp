@@ -14,7 +14,10 @@
 
 #include "core/kernels/vector_kernels.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -128,6 +131,21 @@ void ActiveSet::set_identity()
                 column(next++)[j] = 1.0F;
             }
         }
+    }
+}
+
+void ActiveSet::save_active(float* place) const
+{
+    static_assert(sizeof(int) == sizeof(float));
+    std::memcpy(place, list_, static_cast<std::size_t>(count_) * sizeof(int));
+}
+
+void ActiveSet::restore_active(int count, const float* place)
+{
+    for (count_ = 0; count_ < count; ++count_) {
+        int k = 0;
+        std::memcpy(&k, place + count_, sizeof k);
+        std::swap(list_[count_], *std::find(list_ + count_, list_ + listed_, k));
     }
 }
 

@@ -128,6 +128,11 @@ public:
     // to 0.
     void shift_to_boundaries(const float* x, float* shift, bool exactly = false);
 
+    // The active list to and from n floats' worth of work. What comes back is the list
+    // alone, for a run that ends here: Z does not follow.
+    void save_active(float* place) const;
+    void restore_active(int count, const float* place);
+
     // Leaves only the kept constraints active, the others listed as they are, and
     // with `fresh` makes Z anew from the identity.
     void start_over(bool fresh);

@@ -189,7 +189,7 @@ private:
     bool make_feasible(Status otherwise)
     {
         bool moved = false;
-        const bool found = set_.find_feasible(x_, &moved);
+        const bool found = set_.find_feasible(x_, &moved, d_);
         status_ = !found ? otherwise : (moved ? converged : status_);
         return found;
     }

@@ -333,7 +333,7 @@ void TolerantSet::refine_active(float* x)
 // the rows have rounding errors of their own. When that costs an active row too
 // much the next pass puts it right, and brings the bounds in that then are in
 // the way.
-bool TolerantSet::find_feasible(float* x, bool* moved)
+bool TolerantSet::find_feasible(float* x, bool* moved, float* spare)
 {
     settle_active(x, moved);
     std::fill_n(u_, c_.n, 0.0F);
@@ -353,17 +353,19 @@ bool TolerantSet::find_feasible(float* x, bool* moved)
             return true;
         }
     }
-    return find_feasible_afresh(x, moved);
+    return find_feasible_afresh(x, moved, spare);
 }
 
 // Long steps between nearly parallel constraints may have left x close to a
 // feasible point and the active set such that float arithmetic cannot get closer.
 // From where x is now the steps are short, and other constraints become active. In
-// vain, x stays.
-bool TolerantSet::find_feasible_afresh(float* x, bool* moved)
+// vain, x and the active list stay.
+bool TolerantSet::find_feasible_afresh(float* x, bool* moved, float* spare)
 {
     float* const before = rest_; // free as long as there is no gradient
     l_vcopy(c_.n, x, 1, before, 1);
+    const int active_before = set_.count();
+    set_.save_active(spare);
     for (int attempt = 0; attempt < afresh_attempts; ++attempt) {
         set_.start_over(z_length_ < 0.0F);
         std::fill_n(u_, c_.n, 0.0F);
@@ -382,6 +384,7 @@ bool TolerantSet::find_feasible_afresh(float* x, bool* moved)
         }
     }
     l_vcopy(c_.n, before, 1, x, 1);
+    set_.restore_active(active_before, spare);
     return false;
 }
 

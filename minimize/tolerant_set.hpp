@@ -55,8 +55,9 @@ public:
     void list(int k) { set_.list(k); }
 
     // Moves x to where all listed constraints hold, the nearest place in the
-    // norm of Z. Answers whether that worked, and in *moved whether x changed.
-    bool find_feasible(float* x, bool* moved);
+    // norm of Z. Answers whether that worked, and in *moved whether x changed. spare:
+    // n floats of work.
+    bool find_feasible(float* x, bool* moved, float* spare);
 
     // Brings the active set up to date at x for gradient g and finds d.
     Direction direction(const float* x, const float* g, float* d);
@@ -101,7 +102,7 @@ private:
     void bring_violated_in(float* x, bool* moved);
     void refine_active(float* x);
     bool all_satisfied(const float* x);
-    bool find_feasible_afresh(float* x, bool* moved);
+    bool find_feasible_afresh(float* x, bool* moved, float* spare);
     void refine_exactly(float* x);
     void drop_wrong_signs(const float* g);
     int most_crossing(const float* x, const float* d, float limit, float* measure, float* along) const;

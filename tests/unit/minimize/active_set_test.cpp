@@ -137,7 +137,7 @@ TEST(tolerant_set, finds_the_nearest_feasible_point)
     for (unsigned seed = 1; seed <= 200; ++seed) {
         const Data data(5, 7, seed);
         const Constraints c = data.constraints();
-        std::vector<float> work(5 * 5 + 11 * 5 + 7), multipliers(5), x(5), start;
+        std::vector<float> work(5 * 5 + 11 * 5 + 7), multipliers(5), x(5), spare(5), start;
         std::vector<int> list(7 + 10);
         std::mt19937 random(seed);
         std::uniform_real_distribution<float> uniform(-4.0F, 4.0F);
@@ -151,7 +151,7 @@ TEST(tolerant_set, finds_the_nearest_feasible_point)
             set.list(k);
         }
         bool moved = false;
-        ASSERT_TRUE(set.find_feasible(x.data(), &moved)); // 0 is feasible
+        ASSERT_TRUE(set.find_feasible(x.data(), &moved, spare.data())); // 0 is feasible
         for (int k = 1; k <= 17; ++k) {
             ASSERT_GE(c.residual(k, x.data()), -1e-5F * c.size(k, x.data())) << "seed " << seed;
         }
@@ -179,7 +179,7 @@ TEST(tolerant_set, tells_constraints_that_cannot_hold)
     data.a = {1, -1, 1, -1}; // x0 + x1 <= 1 and -(x0 + x1) <= -1.5, by columns
     data.b = {1, -1.5F};
     const Constraints c = data.constraints();
-    std::vector<float> work(4 + 22 + 2), multipliers(2), x = {0.2F, 0.3F};
+    std::vector<float> work(4 + 22 + 2), multipliers(2), spare(2), x = {0.2F, 0.3F};
     std::vector<int> list(6);
     TolerantSet set(c, work.data(), list.data(), multipliers.data());
     set.start(x.data());
@@ -187,7 +187,7 @@ TEST(tolerant_set, tells_constraints_that_cannot_hold)
         set.list(k);
     }
     bool moved = false;
-    EXPECT_FALSE(set.find_feasible(x.data(), &moved));
+    EXPECT_FALSE(set.find_feasible(x.data(), &moved, spare.data()));
 }
 
 TEST(tolerant_set, accuracy_is_the_spacing_of_floats_at_100)
