@@ -460,7 +460,8 @@ TEST(minimize_run, every_allocation_may_fail)
             zavo_fail_allocation(0);
             done = run.outcome.status == ZAVO_RUN_CONVERGED;
             EXPECT_TRUE(done || run.outcome.status == ZAVO_RUN_NO_MEMORY);
-            EXPECT_TRUE(done || run.calls == 0);
+            // The words of an outcome are the last to be made.
+            EXPECT_TRUE(done || run.calls == 0 || run.outcome.code == 0);
             ASSERT_LT(nth, 40);
         }
     }
