@@ -2,6 +2,7 @@
 // lengths that are products of any factors, arrays that begin anywhere on a line
 // of the cache, in place or apart, values of any size. Bits must be the same.
 
+#include "core/simd/path.hpp"
 #include "core/zavo.h"
 #include "fft/complex_fft.h"
 #include "fft/real_fft.h"
@@ -16,6 +17,8 @@ namespace {
 
 using zavo::fuzz::Bytes;
 using zavo::fuzz::require;
+using zavo::simd::limit_path;
+using zavo::simd::Path;
 using namespace zavo::fft;
 
 constexpr int longest = 4096;
@@ -79,7 +82,7 @@ std::vector<float> by_path(Path path, const Case& c)
     require(std::all_of(written.begin() + offset + c.floats(), written.end(),
                         [](float x) { return x == guard; }));
     require(c.in_place || std::memcmp(from, c.values.data(), size * sizeof(float)) == 0);
-    limit_path(Path::avx512);
+    limit_path(zavo::simd::widest_path);
     return {written.begin() + offset, written.begin() + offset + c.floats()};
 }
 
@@ -112,8 +115,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(table != nullptr);
     const Case each{complex, (kind & 2U) != 0, (kind & 4U) != 0, n, p_offset, q_offset, values, table};
     const std::vector<float> expected = by_path(Path::scalar, each);
-    for (const Path path : {Path::avx2, Path::avx512}) {
-        if (path <= best_path()) {
+    for (const Path path : zavo::simd::all_paths) {
+        if (zavo::simd::has_path(path)) {
             require(same(by_path(path, each), expected));
         }
     }
