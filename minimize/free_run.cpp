@@ -26,6 +26,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
+#include "minimize/inverse_hessian.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -166,7 +167,7 @@ class FreeRun {
 public:
     FreeRun(const zavo_run_problem& problem, Evaluations& evaluations, zavo_run_outcome& outcome, Work& work)
         : problem_(problem), evaluations_(evaluations), outcome_(outcome), w_(work), n_(problem.n),
-          x_(outcome.x)
+          x_(outcome.x), h_(problem.n, work.h)
     {
     }
 
@@ -368,7 +369,6 @@ private:
     void start_inverse(bool axes)
     {
         fresh_ = true;
-        std::fill_n(w_.h, static_cast<std::size_t>(n_) * static_cast<std::size_t>(n_), 0.0);
         double steepest = 0.0;
         for (int i = 0; i < n_; ++i) {
             steepest = std::max(steepest, std::fabs(w_.g[i]) * w_.sizes[i]);
@@ -377,8 +377,9 @@ private:
             const double slope = axes ? std::fabs(w_.g[i]) * w_.sizes[i] : steepest;
             const double second = axes ? std::fabs(w_.curvature[i]) * w_.sizes[i] * w_.sizes[i] : 0.0;
             const double stiffness = std::max({second, slope, 1e-12 * std::fabs(f_)});
-            w_.h[diagonal(i)] = stiffness > 0.0 && std::isfinite(stiffness) ? 1.0 / stiffness : 1.0;
+            w_.p[i] = stiffness > 0.0 && std::isfinite(stiffness) ? 1.0 / stiffness : 1.0;
         }
+        h_.set_diagonal(w_.p);
     }
 
     // The inverse of all second derivatives by differences, for as many variables as
@@ -388,28 +389,14 @@ private:
         if (n_ > most_newton_variables || problem_.gradient != nullptr || !second_derivatives()) {
             return false;
         }
-        double shift = 0.0;
-        double greatest = 0.0;
         for (int i = 0; i < n_; ++i) {
-            greatest = std::max(greatest, std::fabs(w_.curvature[i]));
+            w_.p[i] = w_.curvature[i] * w_.sizes[i] * w_.sizes[i];
         }
-        for (int attempt = 0; attempt < 12; ++attempt) {
-            if (factor(shift)) {
-                invert_factor();
-                fresh_ = false;
-                return true;
-            }
-            shift = shift == 0.0 ? 1e-12 * greatest : 10.0 * shift;
-        }
-        return false;
+        fresh_ = !h_.invert(w_.p);
+        return !fresh_;
     }
 
-    double& h(int i, int j)
-    {
-        return w_.h[static_cast<std::size_t>(i) * static_cast<std::size_t>(n_) + static_cast<std::size_t>(j)];
-    }
-
-    // To the upper triangle of h, the diagonal to `curvature`; in units of the sizes.
+    // To h_, in units of the sizes, and the diagonal as it is to `curvature`.
     // Steps of both signs, so that third derivatives drop out. s, hy: the values one step
     // up and down each axis; y: the steps.
     bool second_derivatives()
@@ -426,7 +413,7 @@ private:
             if (!std::isfinite(bend)) {
                 return false;
             }
-            w_.curvature[i] = bend / (w_.y[i] * w_.y[i]) * w_.sizes[i] * w_.sizes[i];
+            w_.curvature[i] = bend / (w_.y[i] * w_.y[i]);
         }
         for (int i = 0; i < n_; ++i) {
             const float here = x[i];
@@ -440,70 +427,10 @@ private:
                 if (!std::isfinite(sum)) {
                     return false;
                 }
-                h(i, j) = sum / (2.0 * w_.y[i] * w_.y[j]) * w_.sizes[i] * w_.sizes[j];
+                h_.second(i, j) = sum / (2.0 * w_.y[i] * w_.y[j]) * w_.sizes[i] * w_.sizes[j];
             }
         }
         return !evaluations_.must_end();
-    }
-
-    // The Cholesky factor of what second_derivatives() found, plus a shift of the
-    // diagonal, to the lower triangle of h. False when it is not positive definite.
-    bool factor(double shift)
-    {
-        for (int i = 0; i < n_; ++i) {
-            for (int j = 0; j <= i; ++j) {
-                double sum = i == j ? w_.curvature[i] + shift : h(j, i);
-                for (int k = 0; k < j; ++k) {
-                    sum -= h(i, k) * h(j, k);
-                }
-                if (i != j) {
-                    h(i, j) = sum / h(j, j);
-                } else if (sum > 1e-14 * (std::fabs(w_.curvature[i]) + shift)) {
-                    h(i, i) = std::sqrt(sum);
-                } else {
-                    return false;
-                }
-            }
-        }
-        return true;
-    }
-
-    // h becomes the inverse of L L', L being its lower triangle.
-    void invert_factor()
-    {
-        for (int j = 0; j < n_; ++j) { // L^-1, in place
-            h(j, j) = 1.0 / h(j, j);
-            for (int i = j + 1; i < n_; ++i) {
-                double sum = 0.0;
-                for (int k = j; k < i; ++k) {
-                    sum -= h(i, k) * h(k, j);
-                }
-                h(i, j) = sum / h(i, i);
-            }
-        }
-        for (int i = 0; i < n_; ++i) { // its transpose times itself
-            for (int j = i; j < n_; ++j) {
-                double sum = 0.0;
-                for (int k = j; k < n_; ++k) {
-                    sum += h(k, i) * h(k, j);
-                }
-                h(i, j) = sum;
-            }
-        }
-        for (int i = 0; i < n_; ++i) {
-            for (int j = 0; j < i; ++j) {
-                h(i, j) = h(j, i);
-            }
-        }
-    }
-
-    std::size_t diagonal(int i) const
-    {
-        return static_cast<std::size_t>(i) * (static_cast<std::size_t>(n_) + 1);
-    }
-    const double* row(int i) const
-    {
-        return w_.h + static_cast<std::size_t>(i) * static_cast<std::size_t>(n_);
     }
 
     // One step with its search and update; End::ended when the round goes on.
@@ -512,10 +439,10 @@ private:
         double slope = 0.0;
         double length = 0.0; // relative to the variables
         for (int i = 0; i < n_; ++i) {
-            double sum = 0.0;
-            for (int j = 0; j < n_; ++j) {
-                sum += row(i)[j] * (w_.g[j] * w_.sizes[j]);
-            }
+            w_.hy[i] = w_.g[i] * w_.sizes[i];
+        }
+        for (int i = 0; i < n_; ++i) {
+            const double sum = h_.row_times(i, w_.hy);
             w_.p[i] = -sum;
             slope -= sum * w_.g[i] * w_.sizes[i];
             length = std::max(length, std::fabs(sum) * w_.sizes[i] / reach(i));
@@ -700,38 +627,15 @@ private:
         fresh_ = false;
         if (sy > 1e-10 * std::sqrt(ss * yy)) {
             if (scale_first) {
-                for (int i = 0; i < n_; ++i) {
-                    w_.h[diagonal(i)] = sy / yy;
-                }
+                std::fill_n(w_.p, n_, sy / yy);
+                h_.set_diagonal(w_.p);
             }
-            update_inverse(sy);
+            h_.update(w_.s, w_.y, sy, w_.hy);
         } else {
             // No curvature to learn from: on a slope that goes on, longer steps.
-            const std::size_t count = static_cast<std::size_t>(n_) * static_cast<std::size_t>(n_);
-            std::for_each(w_.h, w_.h + count, [](double& value) { value *= 4.0; });
+            h_.stretch(4.0);
         }
         return step;
-    }
-
-    // H + (1 + y'Hy / s'y) ss' / s'y - (Hy s' + s y'H) / s'y
-    void update_inverse(double sy)
-    {
-        double yhy = 0.0;
-        for (int i = 0; i < n_; ++i) {
-            double sum = 0.0;
-            for (int j = 0; j < n_; ++j) {
-                sum += row(i)[j] * w_.y[j];
-            }
-            w_.hy[i] = sum;
-            yhy += w_.y[i] * sum;
-        }
-        const double part = (1.0 + yhy / sy) / sy;
-        for (int i = 0; i < n_; ++i) {
-            double* const h = w_.h + static_cast<std::size_t>(i) * static_cast<std::size_t>(n_);
-            for (int j = 0; j < n_; ++j) {
-                h[j] += part * w_.s[i] * w_.s[j] - (w_.hy[i] * w_.s[j] + w_.s[i] * w_.hy[j]) / sy;
-            }
-        }
     }
 
     // ---- The end -------------------------------------------------------------------
@@ -779,6 +683,7 @@ private:
     Work& w_;
     int n_;
     float* x_;
+    InverseHessian h_; // in units of the sizes
     double f_ = 0.0;
     double f_new_ = 0.0;
     double step_ = 0.0;                                         // of differences, relative
