@@ -220,9 +220,11 @@ void split_day_of_year(int day_of_year, bool leap, int year, int* month, int* da
         return;
     }
     const MonthTable& starts = month_starts(year, leap);
-    int m = 12;
-    while (starts[m] > day_of_year) {
-        --m;
+    // No month is longer than 31 days, and all of them together fall short of that
+    // by less than a month.
+    int m = (day_of_year - 1) / 31 + 1;
+    if (m < 12 && starts[m + 1] <= day_of_year) {
+        ++m;
     }
     *month = m;
     *day = day_of_year - starts[m] + 1;
@@ -257,10 +259,10 @@ void zavo_days_to_date(int days, int* day, int* month, int* year)
     zavo::core::EntryFrame frame{"zavo_days_to_date"};
     const calendar::YearDay date = days >= calendar::first_day_of_1583 ? calendar::gregorian_year_day(days)
                                                                        : calendar::julian_year_day(days);
-    const int leap = calendar::is_leap(date.year) ? 1 : -1;
     int m = 0;
     int d = 0;
-    l_n3yin(&date.day_of_year, &leap, &date.year, &m, &d);
+    // Not through l_n3yin: a day that has been counted lies within its year.
+    calendar::split_day_of_year(date.day_of_year, calendar::is_leap(date.year), date.year, &m, &d);
     if (day != nullptr) {
         *day = d;
     }

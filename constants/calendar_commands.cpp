@@ -17,8 +17,8 @@ int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* a
     int day = 0;
     int month = 0;
     int year = 0;
-    if (Tcl_GetInt(interp, argv[1], &day) != TCL_OK || Tcl_GetInt(interp, argv[2], &month) != TCL_OK ||
-        Tcl_GetInt(interp, argv[3], &year) != TCL_OK) {
+    if (read_int(interp, argv[1], &day) != TCL_OK || read_int(interp, argv[2], &month) != TCL_OK ||
+        read_int(interp, argv[3], &year) != TCL_OK) {
         return TCL_ERROR;
     }
     forget_last_error(); // a note may stand behind the error that fails the date
@@ -26,7 +26,7 @@ int date_to_days_command(ClientData, Tcl_Interp* interp, int argc, const char* a
     if (failure_reported(interp)) {
         return TCL_ERROR;
     }
-    Tcl_SetObjResult(interp, Tcl_NewIntObj(days));
+    Tcl_SetIntObj(own_result(interp), days);
     return TCL_OK;
 }
 
@@ -37,7 +37,7 @@ int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* a
         return usage(interp, argv[0], " days");
     }
     int days = 0;
-    if (Tcl_GetInt(interp, argv[1], &days) != TCL_OK) {
+    if (read_int(interp, argv[1], &days) != TCL_OK) {
         return TCL_ERROR;
     }
     int day = 0;
@@ -55,7 +55,7 @@ int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* a
         }
         end = std::to_chars(end, std::end(text), part).ptr;
     }
-    Tcl_SetObjResult(interp, Tcl_NewStringObj(text, static_cast<int>(end - text)));
+    Tcl_SetStringObj(own_result(interp), text, static_cast<int>(end - text));
     return TCL_OK;
 }
 

@@ -6,6 +6,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/frame/entry_frame.hpp"
+#include "core/kernels/machine.hpp"
 
 namespace zavo::constants {
 namespace {
@@ -34,7 +35,7 @@ float look_up(const char* name, const char* unit)
     if (row == nullptr) {
         zavo_error_set_string(1, name);
         zavo_error_post(ZAVO_TERMINAL, core::code::unknown_constant);
-        return zavo_amach(6);
+        return core::machine::not_a_number();
     }
     float value = row->value;
     if (unit != nullptr) {

@@ -13,6 +13,6 @@ int zavo::ext::constant_command(ClientData, Tcl_Interp* interp, int argc, const 
     if (zavo_error_result(interp)) {
         return TCL_ERROR;
     }
-    Tcl_SetObjResult(interp, Tcl_NewDoubleObj(value));
+    Tcl_SetDoubleObj(own_result(interp), value);
     return TCL_OK;
 }

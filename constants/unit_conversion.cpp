@@ -8,6 +8,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/frame/entry_frame.hpp"
+#include "core/kernels/machine.hpp"
 
 #include <cstdint>
 #include <cstring>
@@ -126,7 +127,7 @@ bool read_strictly(const char* text, Unit& unit)
 void l_cunit(float value, const char* from_unit, float* result, const char* to_unit)
 {
     zavo_error_push("l_cunit");
-    *result = zavo_amach(6);
+    *result = zavo::core::machine::not_a_number();
     zavo::constants::convert(value, from_unit, result, to_unit);
     zavo_error_pop("l_cunit");
 }

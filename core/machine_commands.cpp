@@ -14,7 +14,7 @@ int read_index(Tcl_Interp* interp, int argc, const char* argv[], int low, int hi
     if (argc < 2) {
         return usage(interp, argv[0], " index");
     }
-    if (Tcl_GetInt(interp, argv[1], index) != TCL_OK) {
+    if (read_int(interp, argv[1], index) != TCL_OK) {
         return TCL_ERROR;
     }
     if (*index < low || *index > high) {

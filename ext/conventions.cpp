@@ -121,6 +121,33 @@ int library_failure(Tcl_Interp* interp)
     return TCL_ERROR;
 }
 
+Tcl_Obj* own_result(Tcl_Interp* interp)
+{
+    if (Tcl_IsShared(Tcl_GetObjResult(interp))) {
+        Tcl_ResetResult(interp);
+    }
+    return Tcl_GetObjResult(interp);
+}
+
+int read_int(Tcl_Interp* interp, const char* word, int* value)
+{
+    constexpr int digits_that_fit = 9;
+    const bool negative = word[0] == '-';
+    const char* at = word + (negative ? 1 : 0);
+    const bool may_be_octal = at[0] == '0' && at[1] != '\0';
+    int number = 0;
+    int digits = 0;
+    while (*at >= '0' && *at <= '9' && digits < digits_that_fit) {
+        number = 10 * number + (*at++ - '0');
+        ++digits;
+    }
+    if (*at != '\0' || digits == 0 || may_be_octal) {
+        return Tcl_GetInt(interp, word, value);
+    }
+    *value = negative ? -number : number;
+    return TCL_OK;
+}
+
 int memory_failure(Tcl_Interp* interp, const char* routine, const char* argument, int count)
 {
     zavo_error_push(routine);

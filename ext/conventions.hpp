@@ -28,6 +28,12 @@ int fail(Tcl_Interp* interp, const char* command, const char* text);       // co
 int bad_datatype(Tcl_Interp* interp, const char* command); // command ": data must be lists or floats"
 int library_failure(Tcl_Interp* interp);                   // of the library's last error
 
+// Tcl_GetInt; a plain decimal number, which has one meaning, is read on the spot.
+int read_int(Tcl_Interp* interp, const char* word, int* value);
+
+// The interpreter's result, for Tcl_SetIntObj and the like.
+Tcl_Obj* own_result(Tcl_Interp* interp);
+
 // For a list or an array that memory does not allow: posts 5/201 under the name of
 // the routine that the command stands for, with `count` elements of `argument`.
 int memory_failure(Tcl_Interp* interp, const char* routine, const char* argument, int count);

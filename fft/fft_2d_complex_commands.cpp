@@ -66,8 +66,8 @@ int fft_2d_complex_command(ClientData, Tcl_Interp* interp, int argc, const char*
     }
     HeldList p;
     Request request{};
-    if (p.find(interp, argv[1]) != TCL_OK || Tcl_GetInt(interp, argv[2], &request.m) != TCL_OK ||
-        Tcl_GetInt(interp, argv[3], &request.n) != TCL_OK) {
+    if (p.find(interp, argv[1]) != TCL_OK || read_int(interp, argv[2], &request.m) != TCL_OK ||
+        read_int(interp, argv[3], &request.n) != TCL_OK) {
         return TCL_ERROR;
     }
     request.backward = argc > 4 && std::strcmp(argv[4], "BACKWARD") == 0;

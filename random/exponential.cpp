@@ -19,7 +19,8 @@ void l_rnexp(int n, float* r)
 {
     if (n < 1) {
         // Kept: pushed with two blanks, popped without. The pop reports the
-        // mismatch, which stops the process; no public routine comes here.
+        // mismatch, which stops the process; no public routine comes here
+        // (random_exponential_death_test.worker_stops_the_process_for_a_count_below_1).
         int argument_no = 0;
         zavo_error_push("l_rnexp  ");
         zavo_arg_check_range(n, "n_random", 1, 0, &argument_no);

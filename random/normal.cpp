@@ -3,6 +3,7 @@
 
 #include "core/errors/error_codes.hpp"
 #include "core/frame/entry_frame.hpp"
+#include "core/kernels/machine.hpp"
 #include "random/deliver.hpp"
 #include "random/exact_log.hpp"
 #include "random/inverse_normal.hpp"
@@ -74,8 +75,7 @@ float not_in_range(float p)
     zavo_error_set_real(1, p);
     zavo_error_post(ZAVO_TERMINAL, core::code::probability_outside);
     zavo_error_pop(name);
-    constexpr int not_a_number = 6;
-    return zavo_amach(not_a_number);
+    return core::machine::not_a_number();
 }
 
 double inverse_error_function(float p)

@@ -35,7 +35,7 @@ int random_command(ClientData client_data, Tcl_Interp* interp, int argc, const c
     ResultBuilder builder{distribution.name};
     const auto deviates = [&](int n) { return builder.floats(n, distribution.routine(n, 0)); };
     int n = 0;
-    if (Tcl_GetInt(interp, argv[1], &n) == TCL_OK) {
+    if (read_int(interp, argv[1], &n) == TCL_OK) {
         return builder.put(interp, argv[0], deviates(n));
     }
     Tcl_ResetResult(interp);

@@ -160,7 +160,7 @@ void zavo_random_seed_set(int seed)
         stream.seeded = true;
     } else if (seed == 0) {
         // Kept: not marked as seeded, so a stream that never was takes the
-        // clock once more at its first deviate.
+        // clock once more at its first deviate (random_uniform.seed_0_takes_the_clock).
         seed_from_clock(stream);
     } else {
         seed_at_latest_now(stream);

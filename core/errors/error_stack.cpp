@@ -234,21 +234,23 @@ int zavo_error_pop(const char* name)
         zavo_error_set_string(2, state.current().name);
         zavo_error_post(ZAVO_INTERNAL, code::pop_mismatch);
     }
-    const StackEntry popped = state.current();
+    // Field by field: a copy of the entry would wait for the stores of its fields.
+    const unsigned char type = state.current().type;
+    const int code = state.current().code;
     StackEntry& below = state.stack[state.top - 1];
     if (below.user_level != 0) {
         report_at_return();
     }
-    if (below.type <= popped.type) {
-        below.type = popped.type;
-        below.code = popped.code;
-        state.carried_type = popped.type;
-        state.carried_code = popped.code;
+    if (below.type <= type) {
+        below.type = type;
+        below.code = code;
+        state.carried_type = type;
+        state.carried_code = code;
     }
-    state.popped_type = popped.type;
-    state.popped_code = popped.code;
+    state.popped_type = type;
+    state.popped_code = code;
     --state.top;
-    return popped.code;
+    return code;
 }
 
 void zavo_e1mes(int type, int code, const char* message)

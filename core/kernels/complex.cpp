@@ -6,6 +6,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/kernels/elementary.hpp"
+#include "core/kernels/machine.hpp"
 
 #include <cmath>
 
@@ -23,7 +24,7 @@ float squeeze(double x)
 // zavo_amach(5), which is log10 of 2, is 2 in float.)
 double half_root_of_epsilon()
 {
-    return squeeze(std::sqrt(static_cast<double>(zavo_amach(4)))) / 2.0;
+    return squeeze(std::sqrt(static_cast<double>(zavo::core::machine::epsilon()))) / 2.0;
 }
 
 struct HalfAngle {
@@ -127,7 +128,7 @@ int l_c_eq(f_complex a, f_complex b)
 float l_c_abs(f_complex z)
 {
     if (std::isinf(z.re) || std::isinf(z.im)) {
-        return zavo_amach(7);
+        return zavo::core::machine::infinity();
     }
     const double re = z.re;
     const double im = z.im;

@@ -11,16 +11,22 @@
 // same n elements are met in reverse order.
 #include "core/kernels/vector_kernels.h"
 
+#include "core/kernels/machine.hpp"
+
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
 
+namespace machine = zavo::core::machine;
+
 namespace {
 
-// First element of a strided vector.
+// First element of a strided vector of n >= 1.
 template <class T>
 T* start_of(T* x, int n, int inc)
 {
+    assert(x != nullptr && n >= 1);
     return inc < 0 ? x + (1 - std::ptrdiff_t{n}) * inc : x;
 }
 
@@ -118,6 +124,7 @@ void l_vcopy(int n, const float* x, int incx, float* y, int incy)
     if (n <= 0) {
         return;
     }
+    assert(incy != 0 || n == 1);
     if (incx == 1 && incy == 1) {
         std::memmove(y, x, static_cast<std::size_t>(n) * sizeof *y);
         return;
@@ -148,9 +155,10 @@ float l_vdot(int n, const float* x, int incx, const float* y, int incy)
 // contiguous (vector_kernels.norm_ignores_its_increment).
 float l_vnrm2(int n, const float* x, int /*inc*/)
 {
-    const double tiny = zavo_amach(1);
-    const double huge = zavo_amach(2);
-    const double epsilon = zavo_amach(4);
+    assert(n < 1 || x != nullptr);
+    const double tiny = machine::smallest();
+    const double huge = machine::largest();
+    const double epsilon = machine::epsilon();
     const double small = std::sqrt(tiny / epsilon);
     const double big = std::sqrt(huge * epsilon);
     float total = 0.0F; // sum of |x[i]|
@@ -190,6 +198,7 @@ void l_vrot(int n, float* x, int incx, float* y, int incy, float c, float s)
 // 1 when c = 0.
 void l_vrotg(float* a, float* b, float* c, float* s)
 {
+    assert(c != s && a != b);
     const float p = *a;
     const float q = *b;
     if (std::fabs(q) >= std::fabs(p)) {

@@ -91,7 +91,7 @@ void write_console(void* console, const char* text, std::size_t length)
     WriteConsoleA(console, text, static_cast<DWORD>(length), &written, nullptr);
 }
 
-// Large pages need a privilege here that hardly a user has.
+// Large pages need a privilege that ordinary accounts lack.
 void* allocate_large(std::size_t bytes)
 {
     return std::malloc(bytes);

@@ -154,6 +154,26 @@ TEST_F(commands, library_errors_set_the_error_code)
     EXPECT_EQ(interp.error_code(), "ZAVO 5 12111 zavo_f_constant");
 }
 
+TEST_F(commands, integers_are_read_as_tcl_reads_them)
+{
+    for (const char* word : {"0",          "-0",         "7",           "-7",
+                             "+7",         "08",         "010",         "-010",
+                             "0x1f",       "999999999",  "-999999999",  "1234567890",
+                             "2147483647", "2147483648", "-2147483648", "-2147483649",
+                             "4294967295", "",           "-",           "--1",
+                             " 5",         "5 ",         "5x",          "1e3",
+                             "1.0",        "0b11",       "0o17",        "99999999999999999999"}) {
+        int expected = -77;
+        int read = -77;
+        const int status = Tcl_GetInt(interp, word, &expected);
+        const std::string message = status == TCL_OK ? "" : interp.result();
+        Tcl_ResetResult(interp);
+        EXPECT_EQ(zavo::ext::read_int(interp, word, &read), status) << word;
+        EXPECT_EQ(read, expected) << word;
+        EXPECT_EQ(interp.result(), message) << word;
+    }
+}
+
 TEST_F(commands, a_message_is_cut_between_characters)
 {
     // A string parameter of two-byte characters, longer than any text is kept; the
