@@ -35,6 +35,8 @@ gtest_prefix=$cache/gtest
 dist=$PWD/dist-$preset
 all_parts=(unit golden imports faults script desktop)
 ordinary_parts=("${all_parts[@]}")
+programs=(faulty)
+[[ $bits == 32 ]] || programs+=(call_convention)
 [[ $bits == 32 ]] || ordinary_parts=(golden imports faults script)
 
 export WINEPREFIX=$cache/wine WINEARCH=$preset WINEDEBUG=-all
@@ -201,6 +203,7 @@ part_imports() {
 
 # The fault trap within an interpreter, as the module meets it.
 part_faults() {
+    [[ $bits == 32 ]] || "$wine" "build/$preset/tests/windows/call_convention.exe"
     tclsh_wine tests/windows/faults.tcl build/$preset/tests/windows/faulty.dll
 }
 
@@ -235,7 +238,7 @@ test_windows() {
         build_windows ON
     else
         build_windows OFF
-        cmake --build --preset "$preset" --target zavo_golden faulty -j "$(nproc)"
+        cmake --build --preset "$preset" --target zavo_golden "${programs[@]}" -j "$(nproc)"
     fi
     start_wine
     for part in "${parts[@]}"; do
