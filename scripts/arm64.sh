@@ -94,7 +94,7 @@ test_arm64() {
     local part parts=("$@")
     [[ ${#parts[@]} -gt 0 ]] || parts=("${ordinary_parts[@]}")
     if ! (need_packages "${compile_packages[@]}" "${run_packages[@]}" && find_tcl); then
-        say "arm64: ${#parts[@]} suites skipped (${parts[*]}): the Debian packages cannot be had"
+        skip arm64 "the Debian packages cannot be had" "${parts[@]}"
         exit 0
     fi
     if [[ " ${parts[*]} " == *" unit "* ]]; then

@@ -135,7 +135,7 @@ test_debs() {
     words=$(lintian --fail-on none "$out"/*.deb 2>/dev/null) || die "lintian: $words"
     [[ -z $words ]] || die "lintian: $words"
     if ! make_debian; then
-        say "package: 1 suite skipped (installing the .deb): a Debian 12 cannot be had"
+        skip package "a Debian 12 cannot be had" "installing the .deb"
         return 0
     fi
     say "installing, upgrading and removing the .deb"
@@ -189,7 +189,7 @@ test_zip() {
     local wine=wine
     [[ $target != win64 ]] || wine=/usr/lib/wine/wine64
     if [[ -z $tclsh || ! -d $cache/wine ]] || ! command -v "$wine" >/dev/null; then
-        say "package: 1 suite skipped ($target): no Wine or no Tcl for it"
+        skip package "no Wine or no Tcl for it" "$target"
         return 0
     fi
     say "the zip of $target under Wine"

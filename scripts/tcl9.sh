@@ -65,7 +65,7 @@ test_tcl9() {
     [[ ${#parts[@]} -gt 0 ]] || parts=("${all_parts[@]}")
     need_packages "${build_packages[@]}" "${test_packages[@]}"
     if ! find_tcl9; then
-        say "tcl9: ${#parts[@]} suites skipped (${parts[*]}): Tcl 9 cannot be had"
+        skip tcl9 "Tcl 9 cannot be had" "${parts[@]}"
         exit 0
     fi
     # The unit tests and their framework only where they are asked for.

@@ -230,7 +230,7 @@ test_windows() {
     [[ ${#parts[@]} -gt 0 ]] || parts=("${ordinary_parts[@]}")
     # Only packages that cannot be had excuse a run, and it says so.
     if ! (need_packages "${compile_packages[@]}" && need_wine && { is_cached tcl || need_source tcl8.6; }); then
-        say "$suite: ${#parts[@]} suites skipped (${parts[*]}): the Debian packages cannot be had"
+        skip "$suite" "the Debian packages cannot be had" "${parts[@]}"
         exit 0
     fi
     # The unit tests and their framework only where they are asked for.

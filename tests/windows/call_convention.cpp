@@ -3,9 +3,8 @@
 // there. Calls routines by every path of vector instructions from either place of the
 // stack with marks in those registers: the marks stay, and results are the same.
 
+#include "core/simd/path.hpp"
 #include "core/zavo.h"
-#include "fft/transforms.hpp"
-#include "random/kernels.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -89,7 +88,7 @@ void spoil(void*)
 
 int faults = 0;
 
-void check(const char* set, Call* call, const Call* expected)
+void check(const char* path, Call* call, const Call* expected)
 {
     Marks marks;
     for (int i = 0; i < 2 * kept_registers; ++i) {
@@ -100,11 +99,11 @@ void check(const char* set, Call* call, const Call* expected)
         const Marks after = call_marked(work, call, marks, offset);
         if (std::memcmp(after.halves, marks.halves, sizeof marks.halves) != 0) {
             ++faults;
-            std::printf("%s, %d values: a register that belongs to the caller has changed\n", set, call->n);
+            std::printf("%s, %d values: a register that belongs to the caller has changed\n", path, call->n);
         }
         if (std::memcmp(call->result, expected->result, sizeof call->result) != 0) {
             ++faults;
-            std::printf("%s, %d values: the result differs\n", set, call->n);
+            std::printf("%s, %d values: the result differs\n", path, call->n);
         }
     }
     if (std::memcmp(call_marked(spoil, nullptr, marks, 0).halves, marks.halves, sizeof marks.halves) == 0) {
@@ -117,31 +116,27 @@ void check(const char* set, Call* call, const Call* expected)
 
 int main()
 {
-    namespace fft = zavo::fft;
-    namespace random = zavo::random;
+    namespace simd = zavo::simd;
     static Call call;
     static Call expected;
-    int sets = 0;
+    int paths = 0;
     for (int i = 0; i < greatest; ++i) {
         call.input[i] = expected.input[i] = static_cast<float>(i * 7919 % 1024) / 64.0F;
     }
-    for (int n : {16, 60, 1000, 1001, 4096, greatest}) {
+    for (const int n : {16, 60, 1000, 1001, 4096, greatest}) {
         call.n = expected.n = n;
         std::memset(expected.result, 0, sizeof expected.result);
-        random::use_kernels(random::available_kernels(0));
-        fft::limit_path(fft::Path::scalar);
+        simd::limit_path(simd::Path::scalar);
         work(&expected);
-        sets = 0;
-        while (random::available_kernels(sets) != nullptr) {
-            const char* const set = random::available_kernels(sets)->name;
-            random::use_kernels(random::available_kernels(sets));
-            fft::limit_path(std::strcmp(set, "avx512") == 0 ? fft::Path::avx512
-                            : std::strcmp(set, "avx2") == 0 ? fft::Path::avx2
-                                                            : fft::Path::scalar);
-            check(set, &call, &expected);
-            ++sets;
+        paths = 0;
+        for (const simd::Path path : simd::all_paths) {
+            if (simd::has_path(path)) {
+                simd::limit_path(path);
+                check(simd::name_of(path), &call, &expected);
+                ++paths;
+            }
         }
     }
-    std::printf("call convention: %d paths, %d faults\n", sets, faults);
+    std::printf("call convention: %d paths, %d faults\n", paths, faults);
     return faults == 0 ? 0 : 1;
 }
