@@ -44,6 +44,12 @@ def convolution():
     return lambda: convolve(x, y), lambda r: np.linalg.norm(r.astype(np.float64))
 
 
+def text():
+    words = (str(i * 7046029254386353131 + 10**19)[-17:] for i in range(1, N + 1))
+    digits = " ".join("0." + word for word in words)
+    return lambda: np.fromstring(digits, sep=" ").astype(single), lambda r: r.sum(dtype=np.float64)
+
+
 def rosenbrock():
     from scipy.optimize import minimize
 
@@ -57,7 +63,7 @@ def start():
     return lambda: single(1) + single(1), lambda r: r
 
 
-jobs = [calc, statistics, normals, spectrum, convolution, rosenbrock, start]
+jobs = [calc, statistics, normals, spectrum, convolution, text, rosenbrock, start]
 
 if len(sys.argv) == 2:
     job = next(job for job in jobs if job.__name__ == sys.argv[1])

@@ -13,6 +13,15 @@ namespace eval jobs {
         set i [zavox::vector linspace 0 [expr {$n - 1}] $n]
         return [zavox::calc {fmod($i * $step, 1) - 0.5}]
     }
+
+    # A text of n numbers of 17 digits: the last ones of i times a constant.
+    proc digits {n} {
+        set words {}
+        for {set i 1} {$i <= $n} {incr i} {
+            lappend words 0.[string range [expr {$i * 7046029254386353131 + 10**19}] end-16 end]
+        }
+        return [join $words]
+    }
 }
 
 # name, set-up, body, check: set-up is not timed within the process.
@@ -34,6 +43,9 @@ set jobs::table {
         set x [jobs::sequence 100000 0.618034]
         set y [jobs::sequence 1000 0.414214]
     } {set r [zavox::convolve $x $y]} {zavox::vector norm $r}
+    text {
+        set text [jobs::digits $n]
+    } {set r [dynlist create float $text]; dynlist free $r} {zavox::vector sum $text}
     rosenbrock {
         proc rosenbrock {point} {
             lassign $point a b

@@ -1,7 +1,8 @@
-// Expressions of zavox::calc. The input is the expression; x is a vector of three
-// values, y a list, z a number. What comes out must come out again; and where no
-// command looks at the vector as a whole, each element of the result must be what
-// the expression gives for the elements alone.
+// Expressions of zavox::calc. The input is the expression; x and y are vectors of
+// three values, z is a number. What comes out must come out again; and where no
+// command looks at a vector as a whole, each element of the result must be what the
+// expression gives for the elements alone. (They are floats: numbers would enter
+// with more digits than vectors.)
 #include "core/kernels/elementary.hpp"
 #include "core/system/memory.hpp"
 #include "tests/support/zavox_commands.hpp"
@@ -81,12 +82,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static Tcl_Interp* const interp = make_interpreter();
     const std::string expression(reinterpret_cast<const char*>(data), size);
     const char* const xs[] = {"-1.5", "0", "3"};
-    const char* const ys[] = {"2", "NaN", "1e30"};
-    const Outcome whole = evaluate(interp, expression, "-1.5 0 3", "2 NaN 1e30");
+    const char* const ys[] = {"2", "NaN", "1073741824"};
+    const Outcome whole = evaluate(interp, expression, "-1.5 0 3", "2 NaN 1073741824");
     if (expression.find_first_of("[\\") != std::string::npos) {
         return 0;
     }
-    const Outcome again = evaluate(interp, expression, "-1.5 0 3", "2 NaN 1e30");
+    const Outcome again = evaluate(interp, expression, "-1.5 0 3", "2 NaN 1073741824");
     require(again.status == whole.status && again.text == whole.text);
     if (whole.status != TCL_OK || expression.find_first_of("\"{(") != std::string::npos) {
         return 0;

@@ -86,19 +86,43 @@ struct Ops {
     static ZAVOX_INLINE I select(I mask, I yes, I no) { return mask ? yes : no; }
     static ZAVOX_INLINE bool any(I mask)
     {
+#if defined(__AVX512DQ__)
+        if constexpr (n == 8) {
+            return _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask)) != 0;
+        }
+#endif
+#if defined(__AVX__)
+        if constexpr (n == 4) {
+            return _mm256_movemask_pd(reinterpret_cast<__m256d>(mask)) != 0;
+        }
+#endif
+#if defined(__SSE2__)
+        if constexpr (n == 2) {
+            return _mm_movemask_pd(reinterpret_cast<__m128d>(mask)) != 0;
+        }
+#endif
         std::int64_t found = 0;
         for (int i = 0; i < n; ++i) {
             found |= mask[i];
         }
         return found != 0;
     }
-    static ZAVOX_INLINE D abs(D x) { return number(bits(x) & all_integers(INT64_MAX)); }
-    static ZAVOX_INLINE I sign_bit(D x) { return bits(x) & all_integers(INT64_MIN); }
+    static ZAVOX_INLINE D abs(D x)
+    {
+        return number(bits(x) & all_integers(INT64_MAX));
+    }
+    static ZAVOX_INLINE I sign_bit(D x)
+    {
+        return bits(x) & all_integers(INT64_MIN);
+    }
     static ZAVOX_INLINE D with_sign(D size, D sign)
     {
         return number((bits(size) & all_integers(INT64_MAX)) | sign_bit(sign));
     }
-    static ZAVOX_INLINE I is_nan(D x) { return x != x; }
+    static ZAVOX_INLINE I is_nan(D x)
+    {
+        return x != x;
+    }
     static ZAVOX_INLINE D sqrt(D x)
     {
 #if defined(__AVX512F__)
