@@ -254,7 +254,7 @@ private:
         return true;
     }
 
-    // One line search and what it teaches; false when it got nowhere.
+    // One line search and the BFGS update from it; false when no step reduced f.
     bool step_along(const Direction& found)
     {
         const float step = search_line(found);

@@ -297,9 +297,9 @@ bool TolerantSet::all_satisfied(const float* x)
     return true;
 }
 
-// Brings violated constraints in until none is left that can be. One that cannot
-// be brought in is passed over, for those less violated; whether it mattered
-// shows at the end. The dual method ends by itself; the count guards against
+// Makes violated constraints active until none is left that can be. One whose dual
+// step fails is passed over, for those less violated; all_satisfied() tells whether
+// it mattered. The dual method ends by itself; the count guards against
 // rounding errors that make it go round in circles.
 void TolerantSet::bring_violated_in(float* x, bool* moved)
 {
@@ -450,8 +450,9 @@ int TolerantSet::most_crossing(const float* x, const float* d, float limit, floa
     return found;
 }
 
-// The ratio of residual to speed, over constraints that are run towards. Near ones
-// are not, but for rounding errors, which crosses() knows.
+// The maximum feasible step: the least ratio of residual to a.d over the constraints
+// that d crosses. Near ones are not crossed, but for rounding errors, which crosses()
+// knows.
 void TolerantSet::measure_cap(const float* x, const float* d, Direction* found) const
 {
     const float length = l_vnrm2(c_.n, d, 1);

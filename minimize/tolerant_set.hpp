@@ -35,7 +35,7 @@ enum Status : int {
 struct Direction {
     float slope;            // along the gradient
     float residual_squared; // of the Kuhn-Tucker conditions
-    float cap;              // longest step that keeps to the constraints
+    float cap;              // maximum feasible step
     int blocking;           // place of the constraint that sets the cap; -1 when none does
 };
 

@@ -299,8 +299,21 @@ inline Problem in_units_of(Problem p, const std::vector<float>& start)
     return p;
 }
 
-// Both starts of the nine sets, either with the sums as they are or divided by
-// their certified values.
+// Both starts of the nine sets with the variables as they are.
+inline std::vector<Problem> nist_problems_as_given()
+{
+    std::vector<Problem> all;
+    for (const NistSet& set : nist_sets()) {
+        for (const std::vector<float>& start : set.starts) {
+            all.push_back(set.raw);
+            all.back().start = start;
+        }
+    }
+    return all;
+}
+
+// Both starts of the nine sets in units of them, either with the sums as they are or
+// divided by their certified values.
 inline std::vector<Problem> nist_problems(bool divided)
 {
     std::vector<Problem> all;
