@@ -10,7 +10,7 @@ using support::floats;
 using support::Interpreter;
 using support::TclFixture;
 
-class MorvelMemory : public TclFixture {
+class morvel_memory : public TclFixture {
 protected:
     // Runs `script` after `before`, in a fresh interpreter each time, with the
     // first, second, ... allocation failing until it succeeds. Returns the
@@ -41,7 +41,7 @@ protected:
     }
 };
 
-TEST_F(MorvelMemory, create_of_numbers)
+TEST_F(morvel_memory, create_of_numbers)
 {
     // The list, its array, the first list's registry, the entry.
     EXPECT_EQ(failures_until_success("", "dynlist create float {1 2 3}"), 4);
@@ -49,14 +49,14 @@ TEST_F(MorvelMemory, create_of_numbers)
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist create float {}"), 2);
 }
 
-TEST_F(MorvelMemory, create_of_lists)
+TEST_F(morvel_memory, create_of_lists)
 {
     EXPECT_EQ(failures_until_success("dynlist create int 1; dynlist create float {2 3}",
                                      "dynlist create list {dynlist2 dynlist1}"),
               3);
 }
 
-TEST_F(MorvelMemory, copy)
+TEST_F(morvel_memory, copy)
 {
     EXPECT_EQ(
         failures_until_success("dynlist create list [list [dynlist create int 1] [dynlist create float 2]]",
@@ -64,13 +64,13 @@ TEST_F(MorvelMemory, copy)
         7);
 }
 
-TEST_F(MorvelMemory, bytes)
+TEST_F(morvel_memory, bytes)
 {
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist frombytes int abcdabcd"), 3);
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist tobytes dynlist1"), 1);
 }
 
-TEST_F(MorvelMemory, get_and_take_of_many_values)
+TEST_F(morvel_memory, get_and_take_of_many_values)
 {
     const char* const before = "dynlist create list [list [dynlist create int [lrepeat 5000 1]] "
                                "[dynlist create float [lrepeat 5000 1]]]";
@@ -78,19 +78,19 @@ TEST_F(MorvelMemory, get_and_take_of_many_values)
     EXPECT_EQ(failures_until_success(before, "dynlist take dynlist3"), 2);
 }
 
-TEST_F(MorvelMemory, names)
+TEST_F(morvel_memory, names)
 {
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist names"), 1);
 }
 
-TEST_F(MorvelMemory, scope)
+TEST_F(morvel_memory, scope)
 {
     EXPECT_EQ(failures_until_success("", "dynlist scope {}"), 1);
     EXPECT_EQ(failures_until_success("", "dynlist scope {dynlist create float 1}"), 4);
 }
 
 // Without the script layer: the list goes in any case.
-TEST_F(MorvelMemory, put_frees_the_list_when_it_fails)
+TEST_F(morvel_memory, put_frees_the_list_when_it_fails)
 {
     int failures = 0;
     for (int nth = 1;; ++nth, ++failures) {

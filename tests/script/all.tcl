@@ -19,6 +19,10 @@ proc ::run::check_names {files} {
         set text [read $channel]
         close $channel
         foreach {- name} [regexp -all -inline -line {^\s*(?:::tcltest::)?test\s+([^\s{}]+)} $text] {
+            # A family, a dot, and what must hold: small letters, one style.
+            if {![regexp {^[a-z][a-z0-9_]*(\.[^-.\s]([^\s]*[^-.\s])?)+$} [regsub -all {\([^)]*\)|\$\{?\w+\}?|\[.*\]} $name x]]} {
+                lappend broken "[file tail $file]: the name $name is not of the form family.what_must_hold"
+            }
             if {[string match {*$*} $name]} {
                 continue ;# made in a loop
             }

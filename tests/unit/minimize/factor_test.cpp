@@ -47,9 +47,9 @@ Matrix bfgs(int n, const Matrix& h, const std::vector<float>& s, const std::vect
     return updated;
 }
 
-class Updates : public ::testing::TestWithParam<int> {};
+class factor_updates : public ::testing::TestWithParam<int> {};
 
-TEST_P(Updates, agree_with_the_formula)
+TEST_P(factor_updates, agree_with_the_formula)
 {
     const int n = GetParam();
     const auto size = static_cast<std::size_t>(n);
@@ -83,7 +83,7 @@ TEST_P(Updates, agree_with_the_formula)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(factor, Updates, ::testing::Values(1, 2, 3, 8, 11));
+INSTANTIATE_TEST_SUITE_P(factor, factor_updates, ::testing::Values(1, 2, 3, 8, 11));
 
 TEST(factor, solves_for_the_step)
 {

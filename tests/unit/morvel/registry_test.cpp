@@ -8,7 +8,7 @@
 
 namespace {
 
-using Registry = support::TclFixture;
+using registry_of_lists = support::TclFixture;
 using support::floats;
 using support::Interpreter;
 
@@ -29,7 +29,7 @@ DynList* nested(int levels)
     return list;
 }
 
-TEST_F(Registry, works_where_the_package_was_never_loaded)
+TEST_F(registry_of_lists, works_where_the_package_was_never_loaded)
 {
     Interpreter bare{Interpreter::without_package};
     DynList* found = nullptr;
@@ -50,7 +50,7 @@ TEST_F(Registry, works_where_the_package_was_never_loaded)
     EXPECT_EQ(bare.eval("dynlist get dynlist1"), "1.5 2.5");
 }
 
-TEST_F(Registry, converts_nested_lists_and_leaves_them_to_the_caller)
+TEST_F(registry_of_lists, converts_nested_lists_and_leaves_them_to_the_caller)
 {
     DynList* const list = dfuCreateDynList(DFU_LIST, 0);
     ASSERT_EQ(dfuMoveDynListList(list, floats({1.0F})), 0);
@@ -62,7 +62,7 @@ TEST_F(Registry, converts_nested_lists_and_leaves_them_to_the_caller)
     dfuFreeDynList(list);
 }
 
-TEST_F(Registry, refuses_what_nests_too_deep_and_frees_it)
+TEST_F(registry_of_lists, refuses_what_nests_too_deep_and_frees_it)
 {
     EXPECT_EQ(tclPutList(interp, nested(MORVEL_MAX_NESTING)), TCL_OK);
     EXPECT_EQ(interp.eval("dynlist get dynlist1"), "1.5");
@@ -78,7 +78,7 @@ TEST_F(Registry, refuses_what_nests_too_deep_and_frees_it)
     EXPECT_EQ(interp.eval("dynlist names"), "dynlist1");
 }
 
-TEST_F(Registry, refuses_a_list_that_another_owns_and_leaves_it_there)
+TEST_F(registry_of_lists, refuses_a_list_that_another_owns_and_leaves_it_there)
 {
     DynList* const list = floats({1.0F});
     ASSERT_EQ(tclPutList(interp, list), TCL_OK);
@@ -96,14 +96,14 @@ TEST_F(Registry, refuses_a_list_that_another_owns_and_leaves_it_there)
     EXPECT_EQ(interp.eval("dynlist names"), "");
 }
 
-TEST_F(Registry, a_list_that_could_not_be_made_is_a_lack_of_memory)
+TEST_F(registry_of_lists, a_list_that_could_not_be_made_is_a_lack_of_memory)
 {
     EXPECT_EQ(tclPutList(interp, nullptr), TCL_ERROR);
     EXPECT_EQ(interp.result(), "not enough memory");
     EXPECT_EQ(interp.error_code(), "MORVEL MEMORY");
 }
 
-TEST_F(Registry, interpreters_count_for_themselves)
+TEST_F(registry_of_lists, interpreters_count_for_themselves)
 {
     Interpreter other;
     ASSERT_EQ(tclPutList(interp, floats({1.0F})), TCL_OK);
@@ -114,7 +114,7 @@ TEST_F(Registry, interpreters_count_for_themselves)
     EXPECT_EQ(other.eval("dynlist get dynlist1"), "3.0");
 }
 
-TEST_F(Registry, held_list_outlives_its_name)
+TEST_F(registry_of_lists, held_list_outlives_its_name)
 {
     DynList* const list = floats({4.0F});
     ASSERT_EQ(tclPutList(interp, list), TCL_OK);
@@ -126,7 +126,7 @@ TEST_F(Registry, held_list_outlives_its_name)
     morvelReleaseList(interp, list);
 }
 
-TEST_F(Registry, held_list_outlives_the_list_it_was_moved_into)
+TEST_F(registry_of_lists, held_list_outlives_the_list_it_was_moved_into)
 {
     DynList* const list = floats({5.0F});
     ASSERT_EQ(tclPutList(interp, list), TCL_OK);
@@ -137,7 +137,7 @@ TEST_F(Registry, held_list_outlives_the_list_it_was_moved_into)
     morvelReleaseList(interp, list);
 }
 
-TEST_F(Registry, held_list_outlives_take_and_scope)
+TEST_F(registry_of_lists, held_list_outlives_take_and_scope)
 {
     for (const char* const script : {"dynlist take dynlist1", "dynlist free {*}[dynlist names]"}) {
         Interpreter fresh;
@@ -150,7 +150,7 @@ TEST_F(Registry, held_list_outlives_take_and_scope)
     }
 }
 
-TEST_F(Registry, held_list_outlives_its_interpreter)
+TEST_F(registry_of_lists, held_list_outlives_its_interpreter)
 {
     DynList* const list = floats({7.0F});
     Tcl_Interp* gone = nullptr;
@@ -181,7 +181,7 @@ int reading_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const obj
     return status;
 }
 
-TEST_F(Registry, command_reads_on_whatever_its_script_does)
+TEST_F(registry_of_lists, command_reads_on_whatever_its_script_does)
 {
     Tcl_CreateObjCommand(interp, "reading", reading_command, nullptr, nullptr);
     for (const char* const deed :
@@ -196,7 +196,7 @@ TEST_F(Registry, command_reads_on_whatever_its_script_does)
 
 // Children are safe interpreters: those start without the script library, which
 // a test program may not find.
-TEST_F(Registry, interpreter_deleted_by_the_script_of_a_reading_command)
+TEST_F(registry_of_lists, interpreter_deleted_by_the_script_of_a_reading_command)
 {
     interp.eval("interp create -safe child");
     Tcl_Interp* const child = Tcl_GetSlave(interp, "child");
@@ -208,7 +208,7 @@ TEST_F(Registry, interpreter_deleted_by_the_script_of_a_reading_command)
     EXPECT_EQ(interp.eval("interp exists child"), "0");
 }
 
-TEST_F(Registry, scope_lets_its_interpreter_go)
+TEST_F(registry_of_lists, scope_lets_its_interpreter_go)
 {
     bool gone = false;
     {
@@ -220,7 +220,7 @@ TEST_F(Registry, scope_lets_its_interpreter_go)
     EXPECT_TRUE(gone);
 }
 
-TEST_F(Registry, lists_put_by_a_dying_interpreter_go_with_it)
+TEST_F(registry_of_lists, lists_put_by_a_dying_interpreter_go_with_it)
 {
     // A delete procedure runs after the registry may have gone.
     interp.eval("interp create -safe child");

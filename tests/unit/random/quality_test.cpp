@@ -72,7 +72,7 @@ double chi_square_deviate(const std::vector<int>& counts)
     return (std::cbrt(chi_square / freedom) - (1.0 - spread)) / std::sqrt(spread);
 }
 
-class DeviateQuality : public testing::TestWithParam<std::tuple<Kind, int>> {
+class deviate_quality : public testing::TestWithParam<std::tuple<Kind, int>> {
 protected:
     Kind kind = std::get<0>(GetParam());
     int option = std::get<1>(GetParam());
@@ -85,11 +85,11 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(all, DeviateQuality,
+INSTANTIATE_TEST_SUITE_P(all, deviate_quality,
                          testing::Combine(testing::Values(Kind::uniform, Kind::normal, Kind::exponential),
                                           testing::Range(1, 7)));
 
-TEST_P(DeviateQuality, chi_square_of_a_thousand_cells)
+TEST_P(deviate_quality, chi_square_of_a_thousand_cells)
 {
     std::vector<int> counts(1000);
     for (float x : r) {
@@ -99,7 +99,7 @@ TEST_P(DeviateQuality, chi_square_of_a_thousand_cells)
     EXPECT_LT(std::fabs(chi_square_deviate(counts)), three_sigma);
 }
 
-TEST_P(DeviateQuality, chi_square_of_pairs)
+TEST_P(deviate_quality, chi_square_of_pairs)
 {
     constexpr int side = 32;
     std::vector<int> counts(side * side);
@@ -109,7 +109,7 @@ TEST_P(DeviateQuality, chi_square_of_pairs)
     EXPECT_LT(std::fabs(chi_square_deviate(counts)), three_sigma);
 }
 
-TEST_P(DeviateQuality, kolmogorov_smirnov)
+TEST_P(deviate_quality, kolmogorov_smirnov)
 {
     std::sort(r.begin(), r.end());
     double distance = 0.0;
@@ -122,7 +122,7 @@ TEST_P(DeviateQuality, kolmogorov_smirnov)
     EXPECT_GT(std::sqrt(double{sample}) * distance, 0.3); // and not suspiciously well: once in 10^5 times
 }
 
-TEST_P(DeviateQuality, serial_correlation)
+TEST_P(deviate_quality, serial_correlation)
 {
     double mean = 0.0;
     double square = 0.0;

@@ -296,7 +296,7 @@ TEST(random_uniform, seed_0_takes_the_clock)
 }
 
 // First use: in a process of its own, where nothing has seeded the stream.
-class RandomFirstUse : public testing::Test {
+class random_first_use : public testing::Test {
 protected:
     void SetUp() override { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
 
@@ -307,7 +307,7 @@ protected:
     }
 };
 
-TEST_F(RandomFirstUse, seed_get_takes_the_clock)
+TEST_F(random_first_use, seed_get_takes_the_clock)
 {
     in_new_process([] {
         const int before = seed_of_the_clock_now();
@@ -316,7 +316,7 @@ TEST_F(RandomFirstUse, seed_get_takes_the_clock)
     });
 }
 
-TEST_F(RandomFirstUse, a_negative_seed_takes_the_clock)
+TEST_F(random_first_use, a_negative_seed_takes_the_clock)
 {
     in_new_process([] {
         const int before = seed_of_the_clock_now();
@@ -326,7 +326,7 @@ TEST_F(RandomFirstUse, a_negative_seed_takes_the_clock)
     });
 }
 
-TEST_F(RandomFirstUse, the_first_deviate_follows_the_clock_with_option_1)
+TEST_F(random_first_use, the_first_deviate_follows_the_clock_with_option_1)
 {
     in_new_process([] {
         const int before = seed_of_the_clock_now();
@@ -342,7 +342,7 @@ TEST_F(RandomFirstUse, the_first_deviate_follows_the_clock_with_option_1)
     });
 }
 
-TEST_F(RandomFirstUse, a_table_loaded_before_anything_else_is_kept)
+TEST_F(random_first_use, a_table_loaded_before_anything_else_is_kept)
 {
     in_new_process([] {
         float table[128];
@@ -392,16 +392,16 @@ constexpr Routine routines[] = {{"zavo_f_random_uniform", zavo_f_random_uniform}
                                 {"zavo_f_random_normal", zavo_f_random_normal},
                                 {"zavo_f_random_exponential", zavo_f_random_exponential}};
 
-class RandomRoutine : public testing::TestWithParam<Routine> {
+class random_routine : public testing::TestWithParam<Routine> {
 protected:
-    RandomRoutine() { start(1, 100); }
+    random_routine() { start(1, 100); }
     CapturedErrors errors;
 };
 
-INSTANTIATE_TEST_SUITE_P(all, RandomRoutine, testing::ValuesIn(routines),
+INSTANTIATE_TEST_SUITE_P(all, random_routine, testing::ValuesIn(routines),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_P(RandomRoutine, counts_below_1_are_refused)
+TEST_P(random_routine, counts_below_1_are_refused)
 {
     float array[1] = {7.0F};
     for (int n : {0, -1, std::numeric_limits<int>::min()}) {
@@ -415,7 +415,7 @@ TEST_P(RandomRoutine, counts_below_1_are_refused)
     EXPECT_EQ(zavo_random_seed_get(), 100);
 }
 
-TEST_P(RandomRoutine, unknown_options_are_refused_before_the_count_is_looked_at)
+TEST_P(random_routine, unknown_options_are_refused_before_the_count_is_looked_at)
 {
     EXPECT_EQ(GetParam().call(3, ZAVO_BACKWARD, 0), nullptr);
     EXPECT_EQ(GetParam().call(-3, 4711, 0), nullptr);
@@ -423,14 +423,14 @@ TEST_P(RandomRoutine, unknown_options_are_refused_before_the_count_is_looked_at)
     EXPECT_EQ(zavo_random_seed_get(), 100);
 }
 
-TEST_P(RandomRoutine, one_option_is_read_and_no_more)
+TEST_P(random_routine, one_option_is_read_and_no_more)
 {
     float array[4];
     EXPECT_EQ(GetParam().call(4, ZAVO_RETURN_USER, array, 4711, 0), array);
     EXPECT_TRUE(errors.empty());
 }
 
-TEST_P(RandomRoutine, fills_and_returns_the_callers_array_and_no_more_of_it)
+TEST_P(random_routine, fills_and_returns_the_callers_array_and_no_more_of_it)
 {
     std::vector<float> array(1001, -7.0F);
     EXPECT_EQ(GetParam().call(1000, ZAVO_RETURN_USER, array.data(), 0), array.data());
@@ -444,7 +444,7 @@ TEST_P(RandomRoutine, fills_and_returns_the_callers_array_and_no_more_of_it)
     EXPECT_TRUE(errors.empty());
 }
 
-TEST_P(RandomRoutine, null_array_of_the_caller_counts_as_none)
+TEST_P(random_routine, null_array_of_the_caller_counts_as_none)
 {
     float* const made = GetParam().call(3, ZAVO_RETURN_USER, static_cast<float*>(nullptr), 0);
     EXPECT_NE(made, nullptr);
@@ -452,7 +452,7 @@ TEST_P(RandomRoutine, null_array_of_the_caller_counts_as_none)
     EXPECT_TRUE(errors.empty());
 }
 
-TEST_P(RandomRoutine, uses_one_uniform_deviate_each_whatever_the_batch)
+TEST_P(random_routine, uses_one_uniform_deviate_each_whatever_the_batch)
 {
     std::vector<float> whole(40000);
     std::vector<float> parts(40000);
@@ -471,7 +471,7 @@ TEST_P(RandomRoutine, uses_one_uniform_deviate_each_whatever_the_batch)
     EXPECT_EQ(last, serial.state());
 }
 
-TEST_P(RandomRoutine, each_allocation_that_fails_is_reported_and_leaves_nothing)
+TEST_P(random_routine, each_allocation_that_fails_is_reported_and_leaves_nothing)
 {
     long failures = 0;
     for (long nth = 1;; ++nth) {
@@ -492,7 +492,7 @@ TEST_P(RandomRoutine, each_allocation_that_fails_is_reported_and_leaves_nothing)
     EXPECT_EQ(failures, 1);
 }
 
-TEST_P(RandomRoutine, an_array_that_cannot_be_written_is_a_trapped_fault)
+TEST_P(random_routine, an_array_that_cannot_be_written_is_a_trapped_fault)
 {
     float* volatile nowhere = reinterpret_cast<float*>(std::uintptr_t{64});
     EXPECT_EQ(GetParam().call(1000, ZAVO_RETURN_USER, nowhere, 0), nullptr);
