@@ -36,7 +36,10 @@ run_cpack() {
 
 package_linux() {
     need_packages dpkg-dev zip tcl
+    # Nothing of an earlier build; the libraries for Tcl 9 where they have been built.
+    rm -rf dist
     bash scripts/docs.sh build
+    [[ ! -f build/tcl9/cmake_install.cmake ]] || cmake --install build/tcl9 >/dev/null
     run_cpack release TGZ
     run_cpack release DEB
 }
