@@ -205,7 +205,7 @@ void add_complex(int n, double limit)
 
 // The operations of a complex transform of length 4^passes and nothing else: no loads,
 // no stores, no result. A transform with registers of 16 floats cannot be faster; each
-// value changes places six times, see docs/packed_spectrum.md.
+// value changes places six times, see docs/transforms.md.
 using Wide = float __attribute__((vector_size(64)));
 
 #define AVX512 __attribute__((target("avx512f,avx512dq,avx512bw,avx512vl")))

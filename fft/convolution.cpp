@@ -238,7 +238,7 @@ private:
         return core::pending_type() == 0;
     }
 
-    // A length beyond int is answered like memory that is not there.
+    // A length beyond int is reported as memory that cannot be had.
     bool find_length()
     {
         const std::int64_t nz = kind_ == Product::convolution ? convolution_length(nx_, ny_, periodic_)

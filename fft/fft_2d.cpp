@@ -92,7 +92,7 @@ void transform_forward(Index n, Index m, const f_complex* p, Index ldp, f_comple
 }
 
 // Kept: with one column the result is the input; what the sweep of the columns
-// would make of it counts for nothing (fft_2d.backward_of_one_column_is_the_input).
+// would make of it is ignored (fft_2d.backward_of_one_column_is_the_input).
 void transform_backward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
                         float* row_table, float* column_table, f_complex* work)
 {

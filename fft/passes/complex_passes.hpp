@@ -49,7 +49,7 @@ void complex_radix_pass(const Shape& shape, const float* __restrict cc, float* _
 }
 
 // The pass of any other radix. Its rotation comes from the table: the first pair
-// of block b is (cos, sin) of 2 pi b / ip. `in` goes to waste when work == in.
+// of block b is (cos, sin) of 2 pi b / ip. `in` is clobbered when work == in.
 template <Direction d, class Lanes>
 void complex_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {

@@ -153,7 +153,7 @@ ZAVO_INLINE void backward_pass(const Shape& shape, const float* __restrict cc, f
 // forward), rotate the sums (rotation.hpp), unfold. ido is odd here, since every
 // even factor stands before an odd one.
 
-// Split to joined. `in` goes to waste when work == in.
+// Split to joined. `in` is clobbered when work == in.
 template <class Lanes>
 void forward_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
@@ -214,7 +214,7 @@ void forward_general_pass(const Shape& shape, const float* in, float* out, float
     }
 }
 
-// Joined to split. `in` goes to waste when work == in.
+// Joined to split. `in` is clobbered when work == in.
 template <class Lanes>
 void backward_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {

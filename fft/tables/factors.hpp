@@ -58,7 +58,7 @@ Factors complex_factors(Index n);
 
 // The factors that a record of a table for length n holds. A record that does
 // not multiply up to n (more factors than it has room for, or not a record at
-// all) counts for nothing; n is factored instead.
+// all) is ignored; n is factored instead.
 Factors read_real_record(Index n, const float* record);
 Factors read_complex_record(Index n, const float* record);
 

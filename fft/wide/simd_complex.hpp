@@ -2,15 +2,15 @@
 // are. Value r + R g of the input takes this way:
 //
 //     columns   the passes of the first factors, V neighbouring r at a time, in
-//               the G slots of a block that stays in the innermost cache
-//     turn      blocks of V by V values are transposed, so that V neighbouring
-//               results k of the columns lie side by side: a chunk of R slots
+//               the G slots of a block that stays in L1
+//     transpose blocks of V by V values, so that V neighbouring results k of the
+//               columns lie side by side: a chunk of R slots
 //     rows      the passes of the other factors, chunk by chunk; the last one
 //               leaves for the result, frequency k + G times the row's
 //
-// All passes of radix 2 to 5 but the last stay in place: digits come out in reverse
-// order, and the two places that read a finished block, the turn and the last pass,
-// count in that order. Where rows can end in order ("rows in order"), the chunks are
+// All passes of radix 2 to 5 but the last stay in place and leave their results in
+// digit-reversed order; the two that read a finished block, the transpose and the last
+// pass, count in that order. Where rows can end in order ("rows in order"), the chunks are
 // parts of the result.
 //
 // The butterflies are those of run_complex with ScalarLanes and so are the bits.
@@ -25,10 +25,10 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
 
-// From this length on the result is fetched ahead of its writing.
+// From this length on the result is prefetched for writing.
 constexpr Index far_complex_length = 2048;
-// From this length on the next columns are fetched while those before are worked on:
-// in the processor's eyes they are too many streams to foresee.
+// From this length on the next columns are prefetched while those before are worked on:
+// they are more streams than the hardware prefetcher tracks.
 constexpr Index scattered_complex_length = 64 * 1024;
 
 // ---- butterflies of V lanes ----------------------------------------------------------
@@ -157,7 +157,7 @@ ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, Index step, co
 
 // The last pass of a block in which the digits of the factors from `which` on are
 // open. Frequency f of the block goes to q + stride * f. `far`: into memory that is
-// not in a near cache.
+// not in L1 or L2.
 template <Direction d, class Radix, int V, bool far>
 ZAVO_INLINE void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* slots, float* q,
                                 Index stride)
@@ -253,7 +253,7 @@ void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index 
 // belong: slot m of V neighbouring k stands 2 G m floats behind the first. Every pass of
 // the second half puts its digit in the place of the one that stands as far from the
 // other end, and so the digits come out in order. The slots are the result's own, and
-// the transform takes one array less of the innermost cache.
+// the transform takes one array less of L1.
 
 constexpr ZAVO_INLINE bool rows_are_symmetric(const Factors& factors, const Cut& cut)
 {
@@ -342,14 +342,14 @@ ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles
 
 // ---- rows of any radix --------------------------------------------------------------------------
 
-// The passes of the factors from `first` on over w transforms side by side, to and
+// The passes of the factors from `first` on over V transforms side by side, to and
 // fro between `from` and `to`; says where the values are.
-template <Direction d, int w>
+template <Direction d, int V>
 float* complex_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
 {
     for (int which = first; which < factors.count; ++which) {
-        complex_pass<d, typename LanesOf<w>::Type>(factors.shape_within(first, which), from, to, from,
-                                                   twiddles + 2 * factors.twiddle_offset(which));
+        complex_pass<d, VectorLanes<V>>(factors.shape_within(first, which), from, to, from,
+                                        twiddles + 2 * factors.twiddle_offset(which));
         std::swap(from, to);
     }
     return from;
@@ -419,7 +419,7 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
     const Cut& cut = plan.cut;
     const Index rows = cut.rows;
     const Index group = cut.group;
-    const bool smooth = Plan::is_known || is_smooth(factors);
+    const bool smooth = always_smooth<V, Plan> || is_smooth(factors);
     float* const slots = on_stack;
     float* const partner = fits_stack(factors, cut) ? on_stack + cut.slot_floats() : work;
     float* const tail = partner + (smooth ? 0 : cut.chunk_floats(2));
@@ -465,7 +465,7 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
             near_rows<d, V>(plan, plan.first(), chunk(k), q + 2 * k, 2 * group, twiddles);
         } else if (smooth) {
             rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
-        } else {
+        } else if constexpr (!always_smooth<V, Plan>) {
             rows_any<d, V>(factors, cut, chunk(k), partner, q + 2 * k, twiddles);
         }
     });

@@ -18,67 +18,44 @@ constexpr const SimdPath* narrower_path<16> = &avx2_path;
 
 // ---- columns of an array -------------------------------------------------------------------
 
-// Pairs at p + stride * m to lanes, and back.
-template <int w>
-void gather_pairs(const float* p, Index stride, Index rows, float* lanes)
+// Pairs at p + stride * m to lanes, and back; with `full` false only the first `count`
+// lanes have some.
+template <int V, bool full>
+void gather_pairs(const float* p, Index stride, Index rows, int count, float* lanes)
 {
     for (Index m = 0; m < rows; ++m) {
-        if constexpr (w > 1) {
-            const Pairs<w> z = load_pairs<w, true>(p + stride * m, w);
-            store<w>(lanes + 2 * w * m, z.re);
-            store<w>(lanes + 2 * w * m + w, z.im);
-        } else {
-            lanes[2 * m] = p[stride * m];
-            lanes[2 * m + 1] = p[stride * m + 1];
-        }
+        const Pairs<V> z = load_pairs<V, full>(p + stride * m, count);
+        store<V>(lanes + 2 * V * m, z.re);
+        store<V>(lanes + 2 * V * m + V, z.im);
     }
 }
 
-template <int w>
-void scatter_pairs(const float* lanes, Index rows, float* q, Index stride)
+template <int V, bool full>
+void scatter_pairs(const float* lanes, Index rows, int count, float* q, Index stride)
 {
     for (Index m = 0; m < rows; ++m) {
-        if constexpr (w > 1) {
-            store_pairs<w, true>(q + stride * m, load<w>(lanes + 2 * w * m), load<w>(lanes + 2 * w * m + w),
-                                 w);
-        } else {
-            q[stride * m] = lanes[2 * m];
-            q[stride * m + 1] = lanes[2 * m + 1];
-        }
+        store_pairs<V, full>(q + stride * m, load<V>(lanes + 2 * V * m), load<V>(lanes + 2 * V * m + V),
+                             count);
     }
 }
 
-// The columns of p from c on, w at a time, as long as there are so many; says where it
-// has got to. work: room for 4 w m floats.
-template <int w>
-Index columns_of_width(Direction d, const Factors& factors, Index c, Index n, const float* p, Index ldp,
-                       float* q, Index ldq, float* work, const float* twiddles)
-{
-    const Index m = factors.n;
-    for (; n - c >= w; c += w) {
-        float* const a = work;
-        float* const b = work + 2 * w * m;
-        gather_pairs<w>(p + 2 * c, 2 * ldp, m, a);
-        const float* const found = d == Direction::forward
-                                       ? complex_lanes<Direction::forward, w>(factors, 0, a, b, twiddles)
-                                       : complex_lanes<Direction::backward, w>(factors, 0, a, b, twiddles);
-        scatter_pairs<w>(found, m, q + 2 * c, 2 * ldq);
-    }
-    return c;
-}
-
-// Narrower registers are those of the path below, which every processor with this one
-// has too: nothing is compiled twice.
+// Each of n columns of m values of p, to the same column of q, V at a time; the lanes
+// that the last ones leave open carry zeros. work: room for 4 m V floats.
 template <int V>
 void columns(Direction d, const Factors& factors, Index n, const float* p, Index ldp, float* q, Index ldq,
              float* work, const float* twiddles)
 {
-    Index c = columns_of_width<V>(d, factors, 0, n, p, ldp, q, ldq, work, twiddles);
-    if constexpr (V > 8) {
-        narrower_path<V>->columns(d, factors, n - c, p + 2 * c, ldp, q + 2 * c, ldq, work, twiddles);
-    } else {
-        c = columns_of_width<V / 2>(d, factors, c, n, p, ldp, q, ldq, work, twiddles);
-        columns_of_width<1>(d, factors, c, n, p, ldp, q, ldq, work, twiddles);
+    const Index m = factors.n;
+    float* const a = work;
+    float* const b = work + 2 * V * m;
+    for (Index c = 0; c < n; c += V) {
+        const bool full = n - c >= V;
+        const int count = full ? V : static_cast<int>(n - c);
+        (full ? gather_pairs<V, true> : gather_pairs<V, false>)(p + 2 * c, 2 * ldp, m, count, a);
+        const float* const found = d == Direction::forward
+                                       ? complex_lanes<Direction::forward, V>(factors, 0, a, b, twiddles)
+                                       : complex_lanes<Direction::backward, V>(factors, 0, a, b, twiddles);
+        (full ? scatter_pairs<V, true> : scatter_pairs<V, false>)(found, m, count, q + 2 * c, 2 * ldq);
     }
 }
 
@@ -162,8 +139,7 @@ ZAVO_INLINE void set_runs(Plan& plan, Run forward, Run backward)
 template <int V>
 constexpr Index shortest_known_real = V > 8 ? 1024 : 0;
 
-// The runs with the widths that the cut names: W and C, or one of them and half of the
-// other.
+// The runs with the widths that the cut names.
 template <int W, int C>
 void set_real_widths(RealPlan& plan)
 {
@@ -200,13 +176,12 @@ bool plan_real(RealPlan& plan)
     if (V > 8 && std::max(plan.cut.rows_width, plan.cut.columns_width) < V) {
         return narrower_path<V>->plan_real(plan);
     }
-    if (plan.cut.first == 0) {
+    if (plan.cut.first == 0 || (plan.cut.rows_width < 8 && !is_smooth(factors))) {
         return false;
     }
     plan.members.find(factors, plan.cut.first);
     set_real_widths<V, V>(plan);
     set_real_widths<V, V / 2>(plan);
-    set_real_widths<V / 2, V>(plan);
     if constexpr (V == 8) {
         set_real_widths<V / 2, V / 2>(plan);
     }
@@ -238,7 +213,7 @@ bool plan_complex(ComplexPlan& plan)
     } else if constexpr (V > 8) {
         return narrower_path<V>->plan_complex(plan);
     } else {
-        plan.cut = choose_complex_cut<V / 2>(factors);
+        plan.cut = is_smooth(factors) ? choose_complex_cut<V / 2>(factors) : Cut{};
         if (plan.cut.first == 0) {
             return false;
         }

@@ -20,15 +20,6 @@ struct VectorLanes {
     static ZAVO_INLINE void store(float* p, const Value& v) { simd::store<V>(p, v); }
 };
 
-template <int w>
-struct LanesOf {
-    using Type = VectorLanes<w>;
-};
-template <>
-struct LanesOf<1> {
-    using Type = ScalarLanes;
-};
-
 } // namespace
 
 } // namespace zavo::fft

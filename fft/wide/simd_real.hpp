@@ -2,11 +2,10 @@
 // values x[g + G m] take this way:
 //
 //     rows      G transforms of length R, W neighbouring g side by side: a chunk
-//     turn      blocks are transposed, so that C neighbouring frequencies t of one g
-//               lie side by side
+//     transpose blocks, so that C neighbouring frequencies t of one g lie side by side
 //     columns   the passes of the first factors. The frequencies that come of one t
 //               are R m + t and R m - t, the members of t; G of them, for C
-//               neighbouring t, stay in the innermost cache
+//               neighbouring t, stay in L1
 //
 // and backward the same way back. The frequencies without a partner, t = 0 and
 // t = R / 2, are one transform of G values each, taken one value at a time.
@@ -26,12 +25,13 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
 
-// From this length on the values outside are fetched ahead.
+// From this length on the values outside are prefetched.
 constexpr Index far_real_length = 32 * 1024;
 
 // Columns: with even R the registers may reach t = R / 2, whose values are put right
-// afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Wide
-// registers with quarters of them would be code for a handful of lengths.
+// afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Columns
+// have the same registers or half of them; other pairs would be code for a handful of
+// lengths.
 template <int V>
 constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 {
@@ -43,13 +43,13 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
             cut.columns = cut.rows / 2;
         }
         cut.rows_width = std::min(width_for<V>(cut.group), 2 * cut.columns_width);
-        cut.columns_width = std::min(cut.columns_width, 2 * cut.rows_width);
+        cut.columns_width = std::min(cut.columns_width, cut.rows_width);
         const auto floats = [&]() ZAVO_INLINED {
             return cut.slot_floats() + (cut.has_tail() ? cut.chunk_floats(1) : 0);
         };
         while (cut.rows_width > 4 && floats() > stack_floats) {
             cut.rows_width /= 2;
-            cut.columns_width = std::min(cut.columns_width, 2 * cut.rows_width);
+            cut.columns_width = std::min(cut.columns_width, cut.rows_width);
         }
         return cut.rows_width != 0 && cut.columns_width != 0 && floats() <= stack_floats;
     });
@@ -242,11 +242,11 @@ ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, Index apart, boo
                               float* partner, const float* twiddles)
 {
     const Factors& factors = plan.factors;
-    if (Plan::is_known || is_smooth(factors)) {
+    if (always_smooth<V, Plan> || is_smooth(factors)) {
         SmoothRows<Direction::forward, V, Plan>{plan, chunk, partner, twiddles, apart}.run_all(p, by_pass);
         return;
     }
-    if constexpr (!Plan::is_known) {
+    if constexpr (!always_smooth<V, Plan>) {
         float* const from = rows_are_odd(plan) ? partner : chunk;
         if (!by_pass) {
             for (Index m = 0; m < plan.cut.rows; ++m) {
@@ -265,12 +265,12 @@ ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, f
 {
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
-    if (Plan::is_known || is_smooth(factors)) {
+    if (always_smooth<V, Plan> || is_smooth(factors)) {
         SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group}.run_all(q,
                                                                                                     by_pass);
         return;
     }
-    if constexpr (!Plan::is_known) {
+    if constexpr (!always_smooth<V, Plan>) {
         const float* const from =
             real_lanes<Direction::backward, V>(factors, cut.first, chunk, partner, twiddles);
         for (Index m = 0; m < cut.rows; ++m) {
@@ -643,7 +643,7 @@ ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* s
     assert(cut.group * cut.rows == plan.factors.n);
     assert(cut.slot_floats() + cut.has_tail() * cut.chunk_floats(1) <= stack_floats);
     // What the last pass of the rows backward reads may not lie in the result.
-    const bool smooth = Plan::is_known || is_smooth(plan.factors);
+    const bool smooth = always_smooth<W, Plan> || is_smooth(plan.factors);
     const bool starts_in_result = d == Direction::backward && rows_are_odd(plan) != smooth;
     float* first = starts_in_result && p != q ? q : scratch;
     const auto chunk = [&](Index g) ZAVO_INLINED {

@@ -31,6 +31,11 @@ constexpr ZAVO_INLINE bool is_smooth(const Factors& factors)
     return factors.ip[factors.count - 1] <= 5;
 }
 
+// Whether nothing but radices 2 to 5 comes to a plan's rows of V lanes: registers of 4 do
+// not pay for others.
+template <int V, class Plan>
+constexpr bool always_smooth = Plan::is_known || V < 8;
+
 // The widest registers, V at most, that `count` values fill; 0 below 4.
 template <int V>
 constexpr ZAVO_INLINE int width_for(Index count)
