@@ -389,9 +389,9 @@ private:
         case opt_limit:
             return get_count(interp_, value, 1, name, &problem.limit);
         case opt_lower:
-            return vector_of_n(name, value, &lower_, &problem.lower);
+            return bounds(name, value, -INFINITY, &lower_, &problem.lower);
         case opt_upper:
-            return vector_of_n(name, value, &upper_, &problem.upper);
+            return bounds(name, value, INFINITY, &upper_, &problem.upper);
         case opt_progress:
             return script_.progress.set(interp_, value, 1);
         case opt_scale:
@@ -417,6 +417,21 @@ private:
                         Tcl_ObjPrintf("%s must have %d values, not %d", option, n_, values.size()));
         }
         *vector = std::move(values);
+        *place = vector->data();
+        return TCL_OK;
+    }
+
+    // Infinite bounds are none, whatever their sign.
+    int bounds(const char* option, Tcl_Obj* word, float none, Vector* vector, const float** place)
+    {
+        Vector given;
+        Vector bounds;
+        if (vector_of_n(option, word, &given, place) != TCL_OK || bounds.allocate(interp_, n_) != TCL_OK) {
+            return TCL_ERROR;
+        }
+        std::transform(given.data(), given.data() + n_, bounds.writable(),
+                       [none](float bound) { return std::isinf(bound) ? none : bound; });
+        *vector = std::move(bounds);
         *place = vector->data();
         return TCL_OK;
     }
@@ -448,7 +463,7 @@ private:
         for (int i = 0; i < n_; ++i) {
             const float low = problem.lower != nullptr ? problem.lower[i] : -INFINITY;
             const float high = problem.upper != nullptr ? problem.upper[i] : INFINITY;
-            if (!(low <= high) || low == INFINITY || high == -INFINITY) {
+            if (!(low <= high)) {
                 Tcl_Obj* const message =
                     Tcl_ObjPrintf("the lower bound of variable %d is not below or at its upper bound", i);
                 return fail(interp_, Fault::value, given_[opt_lower] ? "-lower" : "-upper", message);
