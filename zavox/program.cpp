@@ -12,9 +12,14 @@ namespace {
 using wide::Kernels;
 using wide::Operation;
 
-// Doubles of a block: a register is 4 KiB, so that half a dozen stay in the first
-// cache.
-constexpr int block_size = 512;
+// Doubles of a block at most: a register is then 4 KiB, so that half a dozen stay in
+// the first cache.
+constexpr int longest_block = 512;
+
+int padded(int count)
+{
+    return (count + wide::granule - 1) / wide::granule * wide::granule;
+}
 
 double apply(const Kernels& kernels, Operation operation, const Program::Value values[], int count)
 {
@@ -174,10 +179,11 @@ private:
 // The registers, each at the start of a cache line.
 class Blocks {
 public:
-    explicit Blocks(int count)
+    Blocks(int count, int size) : size_(size)
     {
         constexpr std::size_t line = 64;
-        const auto doubles = static_cast<std::size_t>(count) * block_size + line / sizeof(double);
+        const std::size_t doubles =
+            static_cast<std::size_t>(count) * static_cast<std::size_t>(size) + line / sizeof(double);
         storage_ = static_cast<double*>(dfuAllocate(doubles, sizeof(double)));
         const auto address = reinterpret_cast<std::uintptr_t>(storage_);
         start_ = storage_ + (line - address % line) % line / sizeof(double);
@@ -187,9 +193,10 @@ public:
     Blocks& operator=(const Blocks&) = delete;
 
     bool made() const { return storage_ != nullptr; }
-    double* at(int place) const { return start_ + static_cast<std::ptrdiff_t>(place) * block_size; }
+    double* at(int place) const { return start_ + static_cast<std::ptrdiff_t>(place) * size_; }
 
 private:
+    int size_;
     double* storage_;
     double* start_;
 };
@@ -254,7 +261,8 @@ bool Program::run(int n, float* out) const
     if (!schedule.make(floats_, steps_)) {
         return false;
     }
-    const Blocks blocks(schedule.registers());
+    const int block_size = std::min(longest_block, padded(n));
+    const Blocks blocks(schedule.registers(), block_size);
     if (!blocks.made()) {
         return false;
     }
@@ -265,7 +273,6 @@ bool Program::run(int n, float* out) const
     const double* const result = blocks.at(schedule.result());
     for (int done = 0; done < n; done += block_size) {
         const int count = std::min(block_size, n - done);
-        const int padded = (count + wide::granule - 1) / wide::granule * wide::granule;
         for (int m = 0; m < schedule.moves().size(); ++m) {
             const Move& move = schedule.moves()[m];
             if (move.floats != nullptr) {
@@ -273,7 +280,7 @@ bool Program::run(int n, float* out) const
             } else {
                 kernels.of[static_cast<int>(move.operation)](blocks.at(move.out), blocks.at(move.in[0]),
                                                              blocks.at(move.in[1]), blocks.at(move.in[2]),
-                                                             padded);
+                                                             padded(count));
             }
         }
         narrow(kernels, out + done, result, count);
