@@ -162,8 +162,11 @@ float ScriptObjective::value(int n, const float* x)
     if (ended()) {
         return no_value;
     }
-    const UserCode marks;
-    const int status = name_ != nullptr ? call_by_words(n, x) : call_by_script(n, x);
+    int status = TCL_OK;
+    {
+        const UserCode marks;
+        status = name_ != nullptr ? call_by_words(n, x) : call_by_script(n, x);
+    }
     place() = this;
     if (status == TCL_ERROR && ended_by_interpreter(status)) {
         end_ = Tcl_SaveInterpState(interp_, TCL_ERROR);

@@ -4,6 +4,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/frame/entry_frame.hpp"
 #include "core/kernels/machine.hpp"
+#include "core/system/float_control.hpp"
 #include "random/deliver.hpp"
 #include "random/exact_log.hpp"
 #include "random/inverse_normal.hpp"
@@ -132,6 +133,7 @@ float l_inverse_normal(float p)
 
 float zavo_f_normal_inverse_cdf(float p)
 {
+    const zavo::platform::UsualFloatControl usual;
     return p > 0.0F && p < 1.0F ? l_inverse_normal(p) : not_in_range(p);
 }
 

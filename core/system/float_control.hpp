@@ -47,4 +47,26 @@ inline void set_float_control(FloatControl control)
 
 #endif
 
+// The usual modes while it lives, for routines too short for an entry frame.
+class UsualFloatControl {
+public:
+    UsualFloatControl() : host_(float_control())
+    {
+        if (host_ != usual_float_control) {
+            set_float_control(usual_float_control);
+        }
+    }
+    ~UsualFloatControl()
+    {
+        if (host_ != usual_float_control) {
+            set_float_control(host_);
+        }
+    }
+    UsualFloatControl(const UsualFloatControl&) = delete;
+    UsualFloatControl& operator=(const UsualFloatControl&) = delete;
+
+private:
+    FloatControl host_;
+};
+
 } // namespace zavo::platform
