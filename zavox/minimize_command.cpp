@@ -1,6 +1,7 @@
 // zavox::minimize: a script's function, free or under bounds and linear constraints.
 #include "zavox/arguments.hpp"
 #include "zavox/buffer.hpp"
+#include "zavox/callback.hpp"
 
 #include <algorithm>
 #include <climits>
@@ -11,131 +12,6 @@ namespace zavox {
 namespace {
 
 // ---- Callbacks -------------------------------------------------------------------
-
-// A command prefix and the calls of it. What goes wrong in a call stays in the
-// interpreter, whose result nobody touches any more until the command returns.
-class Callback {
-public:
-    Callback() = default;
-    ~Callback() { drop(); }
-    Callback(const Callback&) = delete;
-    Callback& operator=(const Callback&) = delete;
-
-    // extra: most words behind the prefix.
-    int set(Tcl_Interp* interp, Tcl_Obj* prefix, int extra)
-    {
-        drop();
-        int count = 0;
-        Tcl_Obj** words = nullptr;
-        if (get_words(interp, prefix, &count, &words) != TCL_OK) {
-            return TCL_ERROR;
-        }
-        if (count == 0) {
-            return fail(interp, Fault::value, "", "a command prefix must not be empty");
-        }
-        if (count > INT_MAX - extra || !words_.make(std::int64_t{count} + extra)) {
-            return memory_short(interp);
-        }
-        for (int i = 0; i < count; ++i) {
-            words_[i] = words[i];
-            Tcl_IncrRefCount(words[i]);
-        }
-        fixed_ = count;
-        return TCL_OK;
-    }
-    bool given() const { return fixed_ > 0; }
-
-    // Calls it with x, as one list or word for word; the code that Tcl returns.
-    int call(Tcl_Interp* interp, const float* x, int n, bool spread)
-    {
-        int count = fixed_;
-        if (spread) {
-            for (int i = 0; i < n; ++i) {
-                words_[count++] = Tcl_NewDoubleObj(x[i]);
-            }
-        } else {
-            Tcl_Obj* const list = Tcl_NewListObj(0, nullptr);
-            for (int i = 0; i < n; ++i) {
-                Tcl_ListObjAppendElement(nullptr, list, Tcl_NewDoubleObj(x[i]));
-            }
-            words_[count++] = list;
-        }
-        return evaluate(interp, count);
-    }
-    int call(Tcl_Interp* interp, Tcl_Obj* word)
-    {
-        words_[fixed_] = word;
-        return evaluate(interp, fixed_ + 1);
-    }
-
-private:
-    int evaluate(Tcl_Interp* interp, int count)
-    {
-        for (int i = fixed_; i < count; ++i) {
-            Tcl_IncrRefCount(words_[i]);
-        }
-        int code = Tcl_EvalObjv(interp, count, words_.get(), 0);
-        for (int i = fixed_; i < count; ++i) {
-            Tcl_DecrRefCount(words_[i]);
-        }
-        if (Tcl_InterpDeleted(interp)) {
-            return TCL_ERROR;
-        }
-        // A limit of the interpreter ends commands that run no script, too.
-        if (code != TCL_ERROR && Tcl_LimitReady(interp) != 0 && Tcl_LimitCheck(interp) != TCL_OK) {
-            code = TCL_ERROR;
-        }
-        return code;
-    }
-    void drop()
-    {
-        for (int i = 0; i < fixed_; ++i) {
-            Tcl_DecrRefCount(words_[i]);
-        }
-        fixed_ = 0;
-    }
-
-    Buffer<Tcl_Obj*> words_;
-    int fixed_ = 0;
-};
-
-// The code that a return has been asked for with; ok for a plain one.
-int code_of_return(Tcl_Interp* interp)
-{
-    Tcl_Obj* const options = Tcl_GetReturnOptions(interp, TCL_RETURN);
-    Tcl_IncrRefCount(options);
-    Tcl_Obj* const key = Tcl_NewStringObj("-code", -1);
-    Tcl_IncrRefCount(key);
-    Tcl_Obj* value = nullptr;
-    int code = TCL_OK;
-    if (Tcl_DictObjGet(nullptr, options, key, &value) == TCL_OK && value != nullptr) {
-        Tcl_GetIntFromObj(nullptr, value, &code);
-    }
-    Tcl_DecrRefCount(key);
-    Tcl_DecrRefCount(options);
-    return code;
-}
-
-// Codes other than ok and error, as Tcl takes them where there is no loop.
-int outside_a_loop(Tcl_Interp* interp, int code)
-{
-    code = code == TCL_RETURN ? code_of_return(interp) : code;
-    if (code == TCL_OK || code == TCL_ERROR) {
-        return code;
-    }
-    char number[TCL_INTEGER_SPACE];
-    Tcl_Obj* const text = Tcl_NewIntObj(code);
-    Tcl_IncrRefCount(text);
-    std::copy_n(Tcl_GetString(text), std::min<int>(text->length + 1, sizeof number), number);
-    Tcl_DecrRefCount(text);
-    Tcl_ResetResult(interp);
-    Tcl_SetObjResult(interp, code == TCL_BREAK ? Tcl_NewStringObj("invoked \"break\" outside of a loop", -1)
-                             : code == TCL_CONTINUE
-                                 ? Tcl_NewStringObj("invoked \"continue\" outside of a loop", -1)
-                                 : Tcl_ObjPrintf("command returned bad code: %d", code));
-    Tcl_SetErrorCode(interp, "TCL", "UNEXPECTED_RESULT_CODE", number, nullptr);
-    return TCL_ERROR;
-}
 
 // What the run's callbacks get as their context.
 struct Script {
