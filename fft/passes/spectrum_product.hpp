@@ -37,7 +37,12 @@ inline void multiply_spectra_scalar(Product kind, Index n, const float* x, const
 {
     multiply_ends(n, x, y, z);
     for (Index i = 1; i + 1 < n; i += 2) {
-        multiply_frequency(kind, x[i], x[i + 1], y[i], y[i + 1], z[i], z[i + 1]);
+        // By way of copies: z may be x or y.
+        const float xr = x[i], xi = x[i + 1], yr = y[i], yi = y[i + 1];
+        float zr, zi;
+        multiply_frequency(kind, xr, xi, yr, yi, zr, zi);
+        z[i] = zr;
+        z[i + 1] = zi;
     }
 }
 

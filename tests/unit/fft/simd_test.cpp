@@ -280,6 +280,25 @@ TEST(simd, products_of_spectra_and_divisions_have_the_scalar_bits)
     }
 }
 
+// As in convolution: the product may take the place of either factor.
+TEST(simd, products_of_spectra_may_take_the_place_of_a_factor)
+{
+    for (const Path path : zavo::simd::all_paths) {
+        const LimitedPath limited{path};
+        for (const int n : {3, 5, 8, 31, 100}) {
+            const auto x = noise(n, 1), y = noise(n, 2);
+            for (const Product kind : {Product::convolution, Product::correlation}) {
+                auto apart = x, in_x = x, in_y = y;
+                multiply_spectra(kind, n, x.data(), y.data(), apart.data());
+                multiply_spectra(kind, n, in_x.data(), y.data(), in_x.data());
+                multiply_spectra(kind, n, x.data(), in_y.data(), in_y.data());
+                EXPECT_TRUE(same_bits(in_x, apart)) << n << " " << zavo::simd::name_of(path);
+                EXPECT_TRUE(same_bits(in_y, apart)) << n << " " << zavo::simd::name_of(path);
+            }
+        }
+    }
+}
+
 TEST(simd, matrices_have_the_scalar_bits)
 {
     for (const int m : {1, 2, 3, 7, 16, 29, 60, 64}) {
