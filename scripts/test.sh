@@ -75,7 +75,7 @@ names_arm64() { printf '%s\n' fusion golden unit script; }
 names_golden() { echo all; }
 names_windows64() { names_windows; }
 names_valgrind() { names_script; }
-names_memory() { grep -oE '(zavo_[a-z0-9_]+|dynlist\.[a-z]+)' tests/fault/commands_memory.tcl | sort -u; }
+names_memory() { grep -oE '(zavox?_[a-z0-9_]+|dynlist\.[a-z]+)' tests/fault/commands_memory.tcl | sort -u; }
 names_fuzz() { printf '%s\n' tests/fuzz/fuzz_*.cpp | sed 's|.*/fuzz_||; s|\.cpp$||'; }
 
 # matching PATTERN_OF_FILES NAME ...: those of the unit tests that a name chooses.

@@ -86,8 +86,9 @@ void write_record(const Factors& factors, float* record)
 {
     record[0] = static_cast<float>(factors.n);
     record[1] = static_cast<float>(factors.count);
-    for (int i = 0; i < factors.count && i < record_floats - 2; ++i) {
-        record[2 + i] = static_cast<float>(factors.ip[i]);
+    // To its end, since records are compared as a whole.
+    for (int i = 0; i < record_floats - 2; ++i) {
+        record[2 + i] = i < factors.count ? static_cast<float>(factors.ip[i]) : 0.0F;
     }
 }
 
