@@ -466,7 +466,7 @@ void ConstrainedRun::finish_inside()
     zavo_run_outcome ending = outcome_;
     ending.gradients = 0;
     ending.iterations = 0;
-    Evaluations evaluations(inner);
+    Evaluations evaluations(inner, evaluations_.host());
     run_free(inner, evaluations, ending);
     ending.gradients += outcome_.gradients;
     ending.iterations += outcome_.iterations;

@@ -45,6 +45,32 @@ double noise_of_digits(int digits)
     return noise;
 }
 
+namespace {
+
+// The host's modes while one of its functions runs.
+class HostFloatControl {
+public:
+    explicit HostFloatControl(platform::FloatControl host) : differs_(host != platform::usual_float_control)
+    {
+        if (differs_) {
+            platform::set_float_control(host);
+        }
+    }
+    ~HostFloatControl()
+    {
+        if (differs_) {
+            platform::set_float_control(platform::usual_float_control);
+        }
+    }
+    HostFloatControl(const HostFloatControl&) = delete;
+    HostFloatControl& operator=(const HostFloatControl&) = delete;
+
+private:
+    bool differs_;
+};
+
+} // namespace
+
 double Evaluations::value(const float* x)
 {
     constexpr double none = std::numeric_limits<double>::infinity();
@@ -56,13 +82,18 @@ double Evaluations::value(const float* x)
         return none;
     }
     ++count_;
-    const double f = problem_.value(problem_.context, x, &stopped_);
+    double f = none;
+    {
+        const HostFloatControl host(host_);
+        f = problem_.value(problem_.context, x, &stopped_);
+    }
     return std::isfinite(f) ? f : none;
 }
 
 bool Evaluations::gradient(const float* x, double* g)
 {
     if (!must_end()) {
+        const HostFloatControl host(host_);
         problem_.gradient(problem_.context, x, g, &stopped_);
     }
     return !must_end();
@@ -71,6 +102,7 @@ bool Evaluations::gradient(const float* x, double* g)
 void Evaluations::progress(const float* x, double value, int iteration)
 {
     if (problem_.progress != nullptr && !must_end()) {
+        const HostFloatControl host(host_);
         problem_.progress(problem_.context, x, value, count_, iteration, &stopped_);
     }
 }

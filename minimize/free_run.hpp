@@ -1,6 +1,7 @@
 // Free minimisation of a function whose values are doubles.
 #pragma once
 
+#include "core/system/float_control.hpp"
 #include "minimize/run.h"
 
 namespace zavo::minimize {
@@ -9,7 +10,10 @@ namespace zavo::minimize {
 // with its counts.
 class Evaluations {
 public:
-    explicit Evaluations(const zavo_run_problem& problem) : problem_(problem) {}
+    // host: the processor's modes of the caller, in which its callbacks run.
+    Evaluations(const zavo_run_problem& problem, platform::FloatControl host) : problem_(problem), host_(host)
+    {
+    }
 
     // The value at x; infinity where the function has none and, with nothing called,
     // once the run has to end.
@@ -20,6 +24,7 @@ public:
 
     bool must_end() const { return limited_ || stopped_ != 0; }
     bool limited() const { return limited_; }
+    platform::FloatControl host() const { return host_; }
     int count() const { return count_; }
     // Calls that somebody else has made for the same run.
     void add(int calls) { count_ += calls; }
@@ -31,6 +36,7 @@ public:
 
 private:
     const zavo_run_problem& problem_;
+    platform::FloatControl host_;
     int count_ = 0;
     int stopped_ = 0;
     bool limited_ = false;

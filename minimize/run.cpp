@@ -5,6 +5,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/errors/error_state.hpp"
+#include "core/system/float_control.hpp"
 #include "minimize/bounded_run.hpp"
 #include "minimize/free_run.hpp"
 
@@ -43,7 +44,9 @@ using namespace zavo::minimize;
 
 void zavo_run_minimization(const zavo_run_problem* problem, zavo_run_outcome* outcome)
 {
-    Evaluations evaluations(*problem);
+    const zavo::platform::FloatControl host = zavo::platform::float_control();
+    const zavo::platform::UsualFloatControl usual;
+    Evaluations evaluations(*problem, host);
     outcome->code = 0;
     outcome->gradients = 0;
     outcome->iterations = 0;

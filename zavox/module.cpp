@@ -1,6 +1,8 @@
 // The entry point of the package and its table of commands.
 #include "zavox/zavox.hpp"
 
+#include "core/system/float_control.hpp"
+
 #include <atomic>
 #include <tcl_generations.hpp>
 
@@ -26,14 +28,31 @@ struct CommandRow {
     Command* procedure;
 };
 
+// What computes and calls no script does so in the modes that a process starts with.
+template <Command* procedure>
+int in_usual_modes(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+{
+    const zavo::platform::UsualFloatControl usual;
+    return procedure(data, interp, objc, objv);
+}
+
 constexpr CommandRow commands[] = {
-    {"::zavox::calc", calc_command},           {"::zavox::constant", constant_command},
-    {"::zavox::convert", convert_command},     {"::zavox::convolve", convolve_command},
-    {"::zavox::correlate", correlate_command}, {"::zavox::date", date_command},
-    {"::zavox::days", days_command},           {"::zavox::fft", fft_command},
-    {"::zavox::minimize", minimize_command},   {"::zavox::random", random_command},
-    {"::zavox::release", release_command},     {"::zavox::spectrum", spectrum_command},
-    {"::zavox::units", units_command},         {"::zavox::vector", vector_command},
+    // clang-format off
+    {"::zavox::calc",      calc_command},
+    {"::zavox::constant",  in_usual_modes<constant_command>},
+    {"::zavox::convert",   in_usual_modes<convert_command>},
+    {"::zavox::convolve",  in_usual_modes<convolve_command>},
+    {"::zavox::correlate", in_usual_modes<correlate_command>},
+    {"::zavox::date",      date_command},
+    {"::zavox::days",      days_command},
+    {"::zavox::fft",       in_usual_modes<fft_command>},
+    {"::zavox::minimize",  minimize_command},
+    {"::zavox::random",    in_usual_modes<random_command>},
+    {"::zavox::release",   release_command},
+    {"::zavox::spectrum",  in_usual_modes<spectrum_command>},
+    {"::zavox::units",     units_command},
+    {"::zavox::vector",    in_usual_modes<vector_command>},
+    // clang-format on
 };
 
 int take_engine(Tcl_Interp* interp)

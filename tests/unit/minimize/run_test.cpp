@@ -3,6 +3,7 @@
 #include "minimize/run.h"
 
 #include "core/errors/error_codes.hpp"
+#include "core/system/float_control.hpp"
 #include "core/system/memory.hpp"
 #include "tests/support/nist_problems.hpp"
 
@@ -429,6 +430,37 @@ TEST(minimize_run, equalities_that_fix_everything_leave_the_point)
     EXPECT_NEAR(run.x[1], 1.0, 1e-6);
     EXPECT_NEAR(run.outcome.value, 901.0, 1e-3);
     EXPECT_EQ(run.calls, 1);
+}
+
+// A host that rounds upwards gets the same bits; its functions run in its modes.
+TEST(minimize_run, modes_of_the_host_change_no_bit)
+{
+    using namespace zavo::platform;
+    for (const bool bounded : {false, true}) {
+        const auto solved = [bounded](FloatControl host) {
+            Attempt run(
+                [host](const std::vector<double>& x) {
+                    EXPECT_EQ(float_control(), host);
+                    const UsualFloatControl usual; // the values themselves are to be the same
+                    return rosenbrock(x);
+                },
+                {-1.2F, 1.0F});
+            if (bounded) {
+                run.upper = {0.5F, 5.0F};
+            }
+            set_float_control(host);
+            run.solve();
+            EXPECT_EQ(float_control(), host);
+            set_float_control(usual_float_control);
+            return std::pair(run.x, run.outcome.evaluations);
+        };
+#if defined(__aarch64__)
+        const FloatControl upwards = usual_float_control | 1UL << 22;
+#else
+        const FloatControl upwards = usual_float_control | 0x4000U;
+#endif
+        EXPECT_EQ(solved(usual_float_control), solved(upwards));
+    }
 }
 
 TEST(minimize_run, runs_nest)
