@@ -15,6 +15,7 @@
 #include "core/kernels/vector_kernels.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -172,6 +173,7 @@ void ActiveSet::start_over(bool fresh)
 // has outside the active ones.
 float ActiveSet::project(int k, float* v)
 {
+    assert(k >= 1 && k <= c_.ncon + 2 * n_ && count_ <= n_);
     float free_part = 0.0F;
     for (int i = 0; i < n_; ++i) {
         v[i] = c_.along(k, column(i));
@@ -211,6 +213,7 @@ void ActiveSet::gather(float* v)
 // v_ holds the projection of the normal at `place`.
 void ActiveSet::append(int place)
 {
+    assert(place >= count_ && place < listed_ && count_ < n_);
     gather(v_);
     std::swap(list_[place], list_[count_]);
     ++count_;
@@ -270,6 +273,7 @@ bool ActiveSet::keep_equality(int k, float* x)
 //           x              x
 void ActiveSet::remove(int place)
 {
+    assert(place >= kept_ && place < count_);
     const int leaving = list_[place];
     for (int i = place; i + 1 < count_; ++i) {
         const int k = list_[i + 1];

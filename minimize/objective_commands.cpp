@@ -112,7 +112,8 @@ char* ScriptObjective::precision_written(ClientData objective, Tcl_Interp*, cons
 float ScriptObjective::result() const
 {
     Tcl_Obj* const object = Tcl_GetObjResult(interp_);
-    if (text_has_all_digits_ && object->bytes == nullptr && object->typePtr == double_type_) {
+    if (text_has_all_digits_ && object->bytes == nullptr && double_type_ != nullptr &&
+        object->typePtr == double_type_) {
         const double number = object->internalRep.doubleValue;
         if (std::isfinite(number)) {
             return static_cast<float>(number);

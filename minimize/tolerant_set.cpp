@@ -19,6 +19,7 @@
 #include "minimize/machine.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -67,8 +68,10 @@ TolerantSet::TolerantSet(const Constraints& constraints, float* work, int* list,
     next_vector_ = residuals_ + constraints.ncon;
 }
 
+// Three for the set, three in front of the residuals, the last five are handed out.
 float* TolerantSet::take_vector()
 {
+    assert(next_vector_ < residuals_ + c_.ncon + 5 * c_.n);
     float* const vector = next_vector_;
     next_vector_ += c_.n;
     return vector;

@@ -42,7 +42,7 @@ struct Direction {
 class TolerantSet {
 public:
     // work: nvar*nvar + 11*nvar + ncon floats, of which take_vector() hands out
-    // the last four vectors. list and multipliers are the caller's results.
+    // the last five vectors. list and multipliers are the caller's results.
     TolerantSet(const Constraints& constraints, float* work, int* list, float* multipliers);
 
     float* take_vector();
