@@ -16,6 +16,7 @@
 #include "fft/tables/factors.hpp"
 #include "fft/transforms.hpp"
 
+#include <chrono>
 #include <cmath>
 #include <complex>
 #include <cstdlib>
@@ -29,6 +30,7 @@
 #include <kissfft/kiss_fftr.h>
 #include <string>
 #include <tcl.h>
+#include <vector>
 
 namespace {
 
@@ -263,6 +265,106 @@ void add_butterflies_alone()
                      keep("complex forward " + std::to_string(n)), 0});
 }
 
+// ---- one path beside another -----------------------------------------------------------
+
+// What most processors have: AVX2 and nothing wider. Beside lines of FFTW that stand
+// already, which uses what it likes.
+void add_by_avx2(bool complex, int n, bool backward, const char* planner, double limit)
+{
+    if (!zavo::simd::has_path(Path::avx2)) {
+        return;
+    }
+    const std::size_t count = 2 * static_cast<std::size_t>(n);
+    float* const p = noise(count);
+    float* const q = floats(count);
+    float* const work = floats(count);
+    float* const table = complex ? zavo_c_fft_complex_init(n) : zavo_f_fft_real_init(n);
+    const auto direction = backward ? zavo::fft::Direction::backward : zavo::fft::Direction::forward;
+    const std::string name = std::string(complex ? "complex" : "real") +
+                             (backward ? " backward " : " forward ") + std::to_string(n);
+    add(name + " avx2", (complex ? 2 : 1) * estimated_ns(n), [=] {
+        zavo::simd::limit_path(Path::avx2);
+        if (complex) {
+            zavo::fft::transform_complex(direction, n, p, q, table, work);
+        } else {
+            zavo::fft::transform_real(direction, n, p, q, table);
+        }
+        zavo::simd::limit_path(zavo::simd::widest_path);
+    });
+    compare(name + " avx2", name + " " + planner, limit);
+}
+
+// Shortest time of work() in `rounds` rounds of about 20 microseconds.
+template <class Work>
+double shortest(int rounds, const Work& work)
+{
+    double best = 1e30;
+    int turns = 1;
+    for (int r = 0; r < rounds; ++r) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int t = 0; t < turns; ++t) {
+            work();
+            benchmark::ClobberMemory();
+        }
+        const std::chrono::duration<double, std::nano> took = std::chrono::steady_clock::now() - start;
+        best = std::min(best, took.count() / turns);
+        turns = std::max(1, static_cast<int>(20000.0 / best));
+    }
+    return best;
+}
+
+// No path may be slower than the scalar one: the worst of all lengths to 2048 and a
+// sample above, forward and backward, timed in turn.
+void print_wide_beside_scalar(Path path)
+{
+    if (!zavo::simd::has_path(path)) {
+        return;
+    }
+    std::vector<int> lengths = {4199, 5005, 6561, 8192, 10001, 12000, 15625, 16384, 30030, 46189, 65536};
+    for (int n = 2; n <= 2048; ++n) {
+        lengths.push_back(n);
+    }
+    constexpr std::size_t most = 2 * 65536;
+    float* const p = noise(most);
+    float* const q = floats(most);
+    float* const work = floats(most);
+    for (const bool complex : {false, true}) {
+        double worst = 0.0;
+        int worst_length = 0;
+        for (const int n : lengths) {
+            float* const table = complex ? zavo_c_fft_complex_init(n) : zavo_f_fft_real_init(n);
+            for (const auto direction : {zavo::fft::Direction::forward, zavo::fft::Direction::backward}) {
+                const auto timed = [&](Path by, int rounds) {
+                    zavo::simd::limit_path(by);
+                    return shortest(rounds, [&] {
+                        if (complex) {
+                            zavo::fft::transform_complex(direction, n, p, q, table, work);
+                        } else {
+                            zavo::fft::transform_real(direction, n, p, q, table);
+                        }
+                    });
+                };
+                double wide = timed(path, 3), scalar = timed(Path::scalar, 3);
+                // More rounds where it is close; a disturbed one only makes it longer.
+                for (int more = 0; more < 6 && wide > 1.03 * scalar; ++more) {
+                    wide = std::min(wide, timed(path, 8));
+                    scalar = std::min(scalar, timed(Path::scalar, 8));
+                }
+                if (wide / scalar > worst) {
+                    worst = wide / scalar;
+                    worst_length = n;
+                }
+            }
+            std::free(table);
+        }
+        const std::string label = std::string(complex ? "complex" : "real") + " by " +
+                                  zavo::simd::name_of(path) + " / scalar, worst length";
+        std::printf("  %-56s %6.3f  (limit 1.05, at %d)\n", label.c_str(), worst, worst_length);
+        ratio_report::note_goal(label.c_str(), worst, 1.05);
+    }
+    zavo::simd::limit_path(zavo::simd::widest_path);
+}
+
 // The public routine, tables and all, beside a plan's execution alone.
 void add_2d(int side, double limit)
 {
@@ -458,6 +560,22 @@ int main(int argc, char** argv)
     for (const auto& length : lengths) {
         add_complex(length.n, length.limit);
     }
+    // Short lengths, and those with factors of 7 to 13.
+    for (const int n : {8, 16, 32, 48, 64, 96, 120, 240}) {
+        add_real(n, 1.5);
+        add_complex(n, 1.5);
+    }
+    add_real(14, 4);
+    add_real(42, 3);
+    add_real(1001, 1.2);
+    add_complex(1001, 2);
+    add_real(1 << 15, 0);
+    for (const int n : {256, 1024, 4096}) {
+        add_by_avx2(true, n, false, "fftw-estimate", 0.85);
+    }
+    for (const int n : {1 << 15, 1 << 16, 1 << 20}) {
+        add_by_avx2(false, n, true, "fftw-measure", 1.0);
+    }
     add_butterflies_alone<4>();
     add_butterflies_alone<5>();
     add_butterflies_alone<6>();
@@ -476,6 +594,8 @@ int main(int argc, char** argv)
         add_script(n);
     }
     const int status = ratio_report::run(argc, argv, pairs);
+    print_wide_beside_scalar(Path::avx512);
+    print_wide_beside_scalar(Path::avx2);
     print_prime_error(1009);
     print_prime_error(10007);
     return status;

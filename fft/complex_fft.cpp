@@ -7,6 +7,7 @@
 
 #include "core/frame/entry_frame.hpp"
 #include "core/system/memory.hpp"
+#include "fft/complex_values.hpp"
 #include "fft/tables/factors.hpp"
 #include "fft/transform_arguments.hpp"
 
@@ -17,15 +18,6 @@ namespace code = zavo::core::code;
 namespace zavo::fft {
 
 namespace {
-
-const float* floats(const f_complex* z)
-{
-    return reinterpret_cast<const float*>(z);
-}
-float* floats(f_complex* z)
-{
-    return reinterpret_cast<float*>(z);
-}
 
 // What l_f2tcf and l_f2tcb share.
 void transform_checked(Direction d, const char* name, int n, const f_complex* p, f_complex* q, float* params,

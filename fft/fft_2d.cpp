@@ -8,6 +8,7 @@
 #include "core/frame/entry_frame.hpp"
 #include "core/frame/option_reader.hpp"
 #include "core/system/memory.hpp"
+#include "fft/complex_values.hpp"
 #include "fft/posting.hpp"
 #include "fft/transforms.hpp"
 
@@ -22,15 +23,6 @@ namespace code = zavo::core::code;
 namespace zavo::fft {
 
 namespace {
-
-const float* floats(const f_complex* z)
-{
-    return reinterpret_cast<const float*>(z);
-}
-float* floats(f_complex* z)
-{
-    return reinterpret_cast<float*>(z);
-}
 
 // The two arrays of a transform, by their extent.
 struct Layout {

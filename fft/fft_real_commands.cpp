@@ -25,6 +25,16 @@ const float* table_for(int length)
     return cache.data;
 }
 
+// A table of more than 64 MB does not outlive its command.
+void give_back_large_table()
+{
+    constexpr int longest_kept = (64 << 20) / (2 * sizeof(float));
+    core::LengthArray& cache = core::thread_state().fft_table;
+    if (cache.n > longest_kept) {
+        cache.drop();
+    }
+}
+
 // n >= 1 values; the table is used when there is one.
 float* transform(int n, const float* values, bool backward, const float* table)
 {
@@ -57,6 +67,7 @@ int fft_real_command(ClientData, Tcl_Interp* interp, int argc, const char* argv[
         const float* const table = n > 1 ? table_for(n) : nullptr;
         return builder.floats(n, transform(n, values_of(list), backward, table));
     });
+    give_back_large_table();
     return builder.put(interp, argv[0], result);
 }
 

@@ -153,12 +153,16 @@ bool has_butterfly(Index ip)
 template <class Lanes>
 void set_scalar_runs(RealPlan& plan)
 {
+    plan.way = Way::scalar;
+    plan.needs_work = false;
     plan.run[static_cast<int>(Direction::forward)] = run_scalar_real<Direction::forward, Lanes>;
     plan.run[static_cast<int>(Direction::backward)] = run_scalar_real<Direction::backward, Lanes>;
 }
 template <class Lanes>
 void set_scalar_runs(ComplexPlan& plan)
 {
+    plan.way = Way::scalar;
+    plan.needs_work = false;
     plan.run[static_cast<int>(Direction::forward)] = run_scalar_complex<Direction::forward, Lanes>;
     plan.run[static_cast<int>(Direction::backward)] = run_scalar_complex<Direction::backward, Lanes>;
 }
@@ -231,7 +235,21 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
         return;
     }
     const ComplexPlan& plan = complex_plan(n, params + 4 * n);
-    plan.run[static_cast<int>(d)](plan, apart_or_same(2 * n, p, q), q, params, work, params + 2 * n);
+    const bool runs = work != nullptr || !plan.needs_work;
+    const Run scalar = d == Direction::forward ? run_scalar_complex<Direction::forward, ScalarLanes>
+                                               : run_scalar_complex<Direction::backward, ScalarLanes>;
+    const Run run = runs ? plan.run[static_cast<int>(d)] : scalar;
+    run(plan, apart_or_same(2 * n, p, q), q, params, work, params + 2 * n);
+}
+
+Way way_of_real(Index n, const float* params)
+{
+    return n == 1 ? Way::scalar : real_plan(n, params + 2 * n).way;
+}
+
+Way way_of_complex(Index n, const float* params)
+{
+    return n == 1 ? Way::scalar : complex_plan(n, params + 4 * n).way;
 }
 
 // Many columns at a time where the processor has wide registers and there is

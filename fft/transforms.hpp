@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fft/passes/spectrum_product.hpp"
+#include "fft/tables/plan.hpp"
 
 namespace zavo::fft {
 
@@ -12,6 +13,9 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
 // complex values apart from all other arrays, or null, which makes some long transforms
 // of lengths that are not rich in twos slower.
 void transform_complex(Direction d, Index n, const float* p, float* q, float* params, float* work);
+// How these run with a table, for tests and benchmarks.
+Way way_of_real(Index n, const float* params);
+Way way_of_complex(Index n, const float* params);
 // Each of n columns of m >= 2 complex values, with the column dimensions ldp and
 // ldq, from p to the same column of q, which is p or does not overlap it. params:
 // a table for m; work: m complex values.

@@ -124,8 +124,13 @@ struct Plan;
 using Run = void (*)(const Plan&, const float* p, float* q, float* scratch, float* work,
                      const float* twiddles);
 
+// One value at a time; in registers, by a plan that is data; by code of the length's own.
+enum class Way { scalar, found, known };
+
 struct Plan {
     Run run[2]; // by Direction
+    Way way;
+    bool needs_work; // and is not to be run without
     Factors factors;
     Cut cut;
 };

@@ -86,10 +86,6 @@ void run_found_complex(const Plan& plan, const float* p, float* q, float* scratc
                        const float* twiddles)
 {
     const auto& found = static_cast<const ComplexPlan&>(plan);
-    if (work == nullptr && !fits_stack(found.factors, found.cut)) {
-        run_complex<d, ScalarLanes>(found.factors, 0, p, q, scratch, twiddles);
-        return;
-    }
     complex_whole<d, V>(FoundComplexPlan{{found.factors, found.cut}, found.results}, p, q, scratch, work,
                         twiddles);
 }
@@ -129,8 +125,10 @@ ZAVO_INLINE bool for_known_list(const Factors& factors, const Work& work)
     }
 }
 
-ZAVO_INLINE void set_runs(Plan& plan, Run forward, Run backward)
+ZAVO_INLINE void set_runs(Plan& plan, Way way, Run forward, Run backward)
 {
+    plan.way = way;
+    plan.needs_work = false;
     plan.run[static_cast<int>(Direction::forward)] = forward;
     plan.run[static_cast<int>(Direction::backward)] = backward;
 }
@@ -144,7 +142,8 @@ template <int W, int C>
 void set_real_widths(RealPlan& plan)
 {
     if (plan.cut.rows_width == W && plan.cut.columns_width == C) {
-        set_runs(plan, run_found_real<Direction::forward, W, C>, run_found_real<Direction::backward, W, C>);
+        set_runs(plan, Way::found, run_found_real<Direction::forward, W, C>,
+                 run_found_real<Direction::backward, W, C>);
     }
 }
 
@@ -163,7 +162,7 @@ bool plan_real(RealPlan& plan)
             if constexpr (List::factors.n < shortest_known_real<V>) {
                 narrower_path<V>->plan_real(plan);
             } else {
-                set_runs(plan, run_known_real<Direction::forward, V, List>,
+                set_runs(plan, Way::known, run_known_real<Direction::forward, V, List>,
                          run_known_real<Direction::backward, V, List>);
             }
         })) {
@@ -198,7 +197,7 @@ bool plan_complex(ComplexPlan& plan)
             if constexpr (width >= 8 && width < V) {
                 narrower_path<V>->plan_complex(plan);
             } else {
-                set_runs(plan, run_known_complex<Direction::forward, width, List>,
+                set_runs(plan, Way::known, run_known_complex<Direction::forward, width, List>,
                          run_known_complex<Direction::backward, width, List>);
             }
         })) {
@@ -209,7 +208,8 @@ bool plan_complex(ComplexPlan& plan)
     }
     plan.cut = choose_complex_cut<V>(factors);
     if (plan.cut.first != 0) {
-        set_runs(plan, run_found_complex<Direction::forward, V>, run_found_complex<Direction::backward, V>);
+        set_runs(plan, Way::found, run_found_complex<Direction::forward, V>,
+                 run_found_complex<Direction::backward, V>);
     } else if constexpr (V > 8) {
         return narrower_path<V>->plan_complex(plan);
     } else {
@@ -217,9 +217,10 @@ bool plan_complex(ComplexPlan& plan)
         if (plan.cut.first == 0) {
             return false;
         }
-        set_runs(plan, run_found_complex<Direction::forward, V / 2>,
+        set_runs(plan, Way::found, run_found_complex<Direction::forward, V / 2>,
                  run_found_complex<Direction::backward, V / 2>);
     }
+    plan.needs_work = !fits_stack(factors, plan.cut);
     plan.results.find(factors, plan.cut);
     return true;
 }

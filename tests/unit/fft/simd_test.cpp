@@ -168,6 +168,49 @@ TEST(simd, powers_of_two_with_code_of_their_own_have_the_scalar_bits)
     }
 }
 
+// That fast code exists does not mean that it runs.
+TEST(simd, lengths_with_code_of_their_own_take_it)
+{
+    for (const Path path : wide_paths()) {
+        const LimitedPath limited{path};
+        int known = 0;
+        for (int n = 2; n <= 8192; n *= 2) {
+            const Tables tables = tables_of(n);
+            known += way_of_real(n, tables[0].get()) == Way::known;
+            known += way_of_complex(n, tables[1].get()) == Way::known;
+        }
+        EXPECT_EQ(known, 2 * 7); // 64 to 4096
+        for (const int n : {100, 1000, 12000, 65536, 78125}) {
+            const Tables tables = tables_of(n);
+            EXPECT_EQ(way_of_real(n, tables[0].get()), Way::found) << n;
+            EXPECT_EQ(way_of_complex(n, tables[1].get()), Way::found) << n;
+        }
+        const Tables prime = tables_of(1009);
+        EXPECT_EQ(way_of_real(1009, prime[0].get()), Way::scalar);
+        EXPECT_EQ(way_of_complex(1009, prime[1].get()), Way::scalar);
+    }
+}
+
+// Without an array for work the bits are the same.
+TEST(simd, complex_transforms_without_an_array_for_work_have_the_scalar_bits)
+{
+    for (const int n : {64, 1000, 3125, 6561, 11 * 13 * 17, 78125}) {
+        const Tables tables = tables_of(n);
+        const auto x = noise(2 * n, 6);
+        const Transform without = [](Direction d, Index count, const float* p, float* q, float* table) {
+            transform_complex(d, count, p, q, table, nullptr);
+        };
+        for (const Direction d : {Direction::forward, Direction::backward}) {
+            float* const table = tables[1].get();
+            const auto expected = by_path(Path::scalar, without, d, n, x, table, Place::on_a_line);
+            for (const Path path : wide_paths()) {
+                EXPECT_TRUE(same_bits(by_path(path, without, d, n, x, table, Place::on_a_line), expected))
+                    << n;
+            }
+        }
+    }
+}
+
 // A record may list the factors otherwise than the table's builder does; what is made
 // for the usual list may not be used then.
 TEST(simd, every_path_goes_by_the_record)
