@@ -235,11 +235,11 @@ test_coverage() {
     install_tree coverage
     find build/coverage -name '*.gcda' -delete
     say "unit tests, counted"
-    ctest --test-dir build/coverage -LE long -j "$(nproc)" --output-on-failure | tail -n 3
+    # What fails is counted all the same; the suites unit and script say so.
+    ctest --test-dir build/coverage -LE long -j "$(nproc)" --output-on-failure | tail -n 3 || true
     say "script tests, counted"
-    TCLLIBPATH="$PWD/build/coverage/dist/lib" tclsh8.6 tests/script/all.tcl | tail -n 1
+    TCLLIBPATH="$PWD/build/coverage/dist/lib" tclsh8.6 tests/script/all.tcl | tail -n 1 || true
     say "coverage"
-    # Two programs that compile the same file may number its functions differently.
     gcovr --root . --object-directory build/coverage --exclude 'tests/.*' --exclude 'build/.*' --exclude 'bench/.*' \
         --exclude-throw-branches --gcov-ignore-parse-errors --json build/coverage/coverage.json build/coverage
     tclsh8.6 tools/coverage.tcl build/coverage/coverage.json tests/coverage/unreached.txt

@@ -54,6 +54,9 @@ foreach file [dict get [json::json2dict [contents $counted]] files] {
         set branches [dict create]
         foreach line [dict get $file lines] {
             set number [dict get $line line_number]
+            if {[dict exists $line gcovr/noncode] && [dict get $line gcovr/noncode]} {
+                continue
+            }
             if {![dict exists $lines $number]} {
                 dict set lines $number 0
             }

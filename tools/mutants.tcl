@@ -79,7 +79,7 @@ proc candidates {folder} {
 # Runs a command of the copy; whether it ended well.
 proc good {args} {
     global copy
-    return [expr {![catch {exec timeout 600 {*}$args > $copy/log 2>@1 < /dev/null}]}]
+    return [expr {![catch {exec timeout 600 {*}$args >& $copy/log < /dev/null}]}]
 }
 
 # What notices the mutant in the copy: a suite, "compiler", or nothing.
