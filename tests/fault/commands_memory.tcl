@@ -296,6 +296,7 @@ memory::check dynlist.create:list {} {
     }
 }
 foreach {subcommand call} {
+    get:offset {dynlist get $nested end-1 end-1}     get:long {dynlist get $outer}
     get {dynlist get $x}               get:deep {dynlist get $nested 0 1}      type {dynlist type $x}
     length {dynlist length $nested}    exists {dynlist exists $x}             names {dynlist names}
     names:pattern {dynlist names d*}   copy {dynlist copy $x}                 copy:lists {dynlist copy $nested}
@@ -307,6 +308,7 @@ foreach {subcommand call} {
     memory::check dynlist.$subcommand {
         set x [dynlist create float [memory::floats 2000]]
         set nested [dynlist create list [list [dynlist create int {4 5}] [dynlist create float {1 2}]]]
+        set outer [dynlist create list [list [dynlist create int 1] [dynlist create float [memory::floats 5000]]]]
     } $call [expr {[string match names* $subcommand] ? {value {llength $value}} : {value {set value}}}]
 }
 
