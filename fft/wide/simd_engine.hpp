@@ -181,7 +181,9 @@ bool plan_real(RealPlan& plan)
     plan.members.find(factors, plan.cut.first);
     set_real_widths<V, V>(plan);
     set_real_widths<V, V / 2>(plan);
-    if constexpr (V == 8) {
+    if constexpr (V > 8) {
+        set_real_widths<V / 2, V>(plan);
+    } else {
         set_real_widths<V / 2, V / 2>(plan);
     }
     return true;

@@ -30,8 +30,8 @@ constexpr Index far_real_length = 32 * 1024;
 
 // Columns: with even R the registers may reach t = R / 2, whose values are put right
 // afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Columns
-// have the same registers or half of them; other pairs would be code for a handful of
-// lengths.
+// have the same registers, half or at most twice of them; other pairs would be code for
+// a handful of lengths.
 template <int V>
 constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 {
@@ -43,13 +43,15 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
             cut.columns = cut.rows / 2;
         }
         cut.rows_width = std::min(width_for<V>(cut.group), 2 * cut.columns_width);
-        cut.columns_width = std::min(cut.columns_width, cut.rows_width);
+        // (columns twice as wide pay at 1000 and its like, with the widest registers)
+        constexpr int wider = V > 8 ? 2 : 1;
+        cut.columns_width = std::min(cut.columns_width, wider * cut.rows_width);
         const auto floats = [&]() ZAVO_INLINED {
             return cut.slot_floats() + (cut.has_tail() ? cut.chunk_floats(1) : 0);
         };
         while (cut.rows_width > 4 && floats() > stack_floats) {
             cut.rows_width /= 2;
-            cut.columns_width = std::min(cut.columns_width, cut.rows_width);
+            cut.columns_width = std::min(cut.columns_width, wider * cut.rows_width);
         }
         return cut.rows_width != 0 && cut.columns_width != 0 && floats() <= stack_floats;
     });
