@@ -3,7 +3,7 @@
 #
 #   scripts/arm64.sh build|test [PART ...]
 #
-# PART is fusion, golden, unit, script or table; without one, the first two, which are
+# PART is fusion, golden, script or table; without one, the first two, which are
 # what may differ from other processors. Debian's Tcl for ARM is fetched into
 # .cache/arm64; GoogleTest is built there.
 # shellcheck source=scripts/common.sh
@@ -16,7 +16,7 @@ cache=$PWD/.cache/arm64
 gtest_prefix=$PWD/.cache/arm64-gtest
 dist=$PWD/dist-arm64
 tclsh=$cache/tclsh8.6
-all_parts=(fusion golden unit script)
+all_parts=(fusion golden script)
 ordinary_parts=(fusion golden)
 
 compile_packages=("${build_packages[@]}" g++-aarch64-linux-gnu)

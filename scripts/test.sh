@@ -19,7 +19,7 @@ sanitize  | change |         | unit and script under AddressSanitizer and Undefi
 windows   | change | windows | unit, golden, script and more as 32-bit Windows programs under Wine; NAME: a part
 windows64 | change | windows | golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too
 tcl9      | change | tcl9    | the module for Tcl 9: unit, script, golden, docs; NAME: a part
-arm64     | change | arm64   | 64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, unit and script too
+arm64     | change | arm64   | 64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, script too
 package   | change | package | archives unpacked and used, .deb installed, upgraded and removed
 docs      | change | docs    | the manual built and checked, transcripts of its pages
 explore   | change |         | the window of the explorer, by mouse and keyboard on a virtual display
@@ -71,7 +71,7 @@ names_long() { unit_tests '*_long.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_script() { printf '%s\n' tests/script/*.test | sed 's|.*/||; s|\.test$||'; }
 names_windows() { printf '%s\n' unit golden imports faults script desktop; }
 names_tcl9() { printf '%s\n' unit script golden docs; }
-names_arm64() { printf '%s\n' fusion golden unit script; }
+names_arm64() { printf '%s\n' fusion golden script; }
 names_golden() { echo all; }
 names_windows64() { names_windows; }
 names_valgrind() { names_script; }
