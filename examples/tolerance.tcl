@@ -14,13 +14,13 @@ set seed [expr {$argc > 0 ? [lindex $argv 0] : 20261122}]
 set n 200000
 random generator 3
 random seed $seed
-proc part {nominal tolerance} {
+proc component {nominal tolerance} {
     random normal $::n $nominal [expr {$nominal * $tolerance / 3.0}]
 }
-set r1 [part 4.7e3 0.01]
-set r2 [part 1.0e3 0.01]
-set c1 [part 10e-9 0.05]
-set c2 [part 2.2e-9 0.05]
+set r1 [component 4.7e3 0.01]
+set r2 [component 1.0e3 0.01]
+set c1 [component 10e-9 0.05]
+set c2 [component 2.2e-9 0.05]
 set hertz [calc {1 / (2*3.14159265358979 * ($r1 + $r2) * ($c1 + $c2))}]
 set good [vector sum [calc {$hertz > 2200 && $hertz < 2380}]]
 

@@ -407,7 +407,7 @@ int convolve_by(decltype(&convolve) work, const char* what, Tcl_Interp* interp, 
                 Tcl_Obj* const objv[])
 {
     static constexpr OptionRow options[] = {{"-mode", true}, {nullptr, false}};
-    static const char* const modes[] = {"full", "same", "valid", "circular", nullptr}; // as Part has them
+    static const char* const modes[] = {"full", "same", "valid", "circular", nullptr}; // in the order of Part
     Vector x;
     Vector y;
     if (!count_is_good(interp, objc, objv, 1, 2, -1, "x y ?-mode full|same|valid|circular?") ||
