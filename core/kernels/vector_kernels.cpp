@@ -124,7 +124,6 @@ void l_vcopy(int n, const float* x, int incx, float* y, int incy)
     if (n <= 0) {
         return;
     }
-    assert(incy != 0 || n == 1);
     if (incx == 1 && incy == 1) {
         std::memmove(y, x, static_cast<std::size_t>(n) * sizeof *y);
         return;

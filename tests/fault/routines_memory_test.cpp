@@ -35,6 +35,9 @@ void gradient(int n, float* x, float* g)
     }
 }
 
+// Far from the states whose deviate is 1, of which no normal one can be made.
+constexpr int quiet_seed = 12345;
+
 // A call and what it gives: the values, or nothing after a failure.
 using Result = std::vector<float>;
 using Call = std::function<Result()>;
@@ -53,6 +56,7 @@ Result take(f_complex* values, int n)
 void check(const char* name, const Call& call, bool random = false)
 {
     CapturedErrors errors;
+    zavo_random_seed_set(quiet_seed);
     const Result wanted = call();
     ASSERT_FALSE(wanted.empty()) << name;
     ASSERT_TRUE(errors.empty() || errors.last().type != ZAVO_TERMINAL) << name << ' ' << errors.codes();

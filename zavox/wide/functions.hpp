@@ -24,6 +24,7 @@ struct Functions : Ops<L> {
     using Base = Ops<L>;
     using D = typename Base::D;
     using I = typename Base::I;
+    using U = typename Base::U;
     using Base::abs;
     using Base::all;
     using Base::all_integers;
@@ -273,13 +274,14 @@ struct Functions : Ops<L> {
     {
         const I small = x < all(0x1p-1022);
         const D grown = select(small, x * all(0x1p54), x);
-        const I pattern = bits(grown);
+        // Naturals, which wrap round where x is no number to take apart.
+        const U pattern = Base::natural(bits(grown));
         // biased so that the field of the exponent steps at sqrt(1/2)
-        constexpr std::int64_t root_half = 0x3FE6A09E00000000;
-        const I field =
-            Base::shift_right(pattern - all_integers(root_half) + all_integers(INT64_C(1024) << 52), 52);
-        const I e = field - 1024;
-        const D m = number(pattern - (e << 52));
+        constexpr std::uint64_t root_half = 0x3FE6A09E00000000;
+        constexpr std::uint64_t bias = 1024;
+        const U field = (pattern - root_half + (bias << 52)) >> 52;
+        const I e = Base::integer(field) - static_cast<std::int64_t>(bias);
+        const D m = number(Base::integer(pattern - ((field - bias) << 52)));
         return {Base::to_double(e) - select(small, all(54.0), all(0.0)), m};
     }
     static ZAVOX_INLINE D at_ends_of_log(D x, D value)

@@ -74,12 +74,11 @@ struct Ops {
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
-    static ZAVOX_INLINE I shift_right(I x, int places) // of the bit pattern, zeros coming in
+    static ZAVOX_INLINE I integer(U x)
     {
-        const U y = natural(x) >> static_cast<std::uint64_t>(places);
-        I z;
-        std::memcpy(&z, &y, sizeof z);
-        return z;
+        I y;
+        std::memcpy(&y, &x, sizeof y);
+        return y;
     }
     // mask: all bits of a lane set, or none
     static ZAVOX_INLINE D select(I mask, D yes, D no) { return mask ? yes : no; }
