@@ -274,14 +274,13 @@ struct Functions : Ops<L> {
     {
         const I small = x < all(0x1p-1022);
         const D grown = select(small, x * all(0x1p54), x);
-        // Naturals, which wrap round where x is no number to take apart.
         const U pattern = Base::natural(bits(grown));
         // biased so that the field of the exponent steps at sqrt(1/2)
         constexpr std::uint64_t root_half = 0x3FE6A09E00000000;
         constexpr std::uint64_t bias = 1024;
         const U field = (pattern - root_half + (bias << 52)) >> 52;
-        const I e = Base::integer(field) - static_cast<std::int64_t>(bias);
-        const D m = number(Base::integer(pattern - ((field - bias) << 52)));
+        const I e = Base::integer_of(field) - static_cast<std::int64_t>(bias);
+        const D m = number(Base::integer_of(pattern - ((field - bias) << 52)));
         return {Base::to_double(e) - select(small, all(54.0), all(0.0)), m};
     }
     static ZAVOX_INLINE D at_ends_of_log(D x, D value)

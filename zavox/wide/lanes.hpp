@@ -68,13 +68,15 @@ struct Ops {
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
+    // Lanes whose value will be thrown away may hold anything, so sums of patterns are
+    // those of naturals, which wrap round.
     static ZAVOX_INLINE U natural(I x)
     {
         U y;
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
-    static ZAVOX_INLINE I integer(U x)
+    static ZAVOX_INLINE I integer_of(U x)
     {
         I y;
         std::memcpy(&y, &x, sizeof y);
@@ -157,19 +159,19 @@ struct Ops {
     {
         const D magic = all(0x1.8p52);
         const D shifted = x + magic;
-        *integer = bits(shifted) - bits(magic);
+        *integer = integer_of(natural(bits(shifted)) - natural(bits(magic)));
         return shifted - magic;
     }
     // Doubles of integers within 2^51.
     static ZAVOX_INLINE D to_double(I x)
     {
         const D magic = all(0x1.8p52);
-        return number(x + bits(magic)) - magic;
+        return number(integer_of(natural(x) + natural(bits(magic)))) - magic;
     }
     // 2^k for -1022 <= k <= 1023.
     static ZAVOX_INLINE D power_of_two(I k)
     {
-        return number((k + 1023) << 52);
+        return number(integer_of((natural(k) + UINT64_C(1023)) << 52));
     }
     // x 2^k for integers |k| < 2040, rounded where it leaves the normal range.
     static ZAVOX_INLINE D scale(D x, D k)
