@@ -463,10 +463,12 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
             }
         } else if constexpr (Plan::is_known) {
             near_rows<d, V>(plan, plan.first(), chunk(k), q + 2 * k, 2 * group, twiddles);
-        } else if (smooth) {
-            rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
-        } else if constexpr (!always_smooth<V, Plan>) {
-            rows_any<d, V>(factors, cut, chunk(k), partner, q + 2 * k, twiddles);
+        } else {
+            if (smooth) {
+                rows_block<d, V>(plan, cut.first, chunk(k), q + 2 * k, 2 * group, twiddles);
+            } else if constexpr (!always_smooth<V, Plan>) {
+                rows_any<d, V>(factors, cut, chunk(k), partner, q + 2 * k, twiddles);
+            }
         }
     });
 }
