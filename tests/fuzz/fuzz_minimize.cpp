@@ -6,6 +6,7 @@
 // with a vector or an error, within its bounds and its limit of evaluations.
 #include "core/zavo.h"
 #include "minimize/number_text.hpp"
+#include "tests/fuzz/bytes.hpp"
 
 #include <cmath>
 #include <cstdint>
@@ -17,15 +18,10 @@
 namespace {
 
 using namespace zavo::minimize;
+using zavo::fuzz::Bytes;
+using zavo::fuzz::require;
 
 int evaluations;
-
-void require(bool good)
-{
-    if (!good) {
-        std::abort();
-    }
-}
 
 void check_text(const std::string& text)
 {
@@ -43,37 +39,6 @@ void check_text(const std::string& text)
     const float again = read_float(written);
     require(std::isnan(value) ? std::isnan(again) : again == value || std::fabs(again - value) <= 6e-7F);
 }
-
-class Bytes {
-public:
-    Bytes(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-    std::uint8_t byte() { return at_ < size_ ? data_[at_++] : 0; }
-    // Mostly small numbers that make sense together, sometimes any float at all.
-    float number()
-    {
-        const std::uint8_t first = byte();
-        if (first != 255) {
-            return (static_cast<float>(first) - 127.0F) / 16.0F;
-        }
-        std::uint8_t raw[4] = {byte(), byte(), byte(), byte()};
-        float value;
-        std::memcpy(&value, raw, sizeof value);
-        return value;
-    }
-    std::vector<float> numbers(int n)
-    {
-        std::vector<float> values;
-        for (int i = 0; i < n; ++i) {
-            values.push_back(number());
-        }
-        return values;
-    }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t size_;
-    std::size_t at_ = 0;
-};
 
 void objective(int n, float* x, float* f)
 {
