@@ -3,6 +3,7 @@
 
 #include "constants/units.h"
 #include "core/kernels/elementary.hpp"
+#include "core/simd/path.hpp"
 #include "core/system/memory.hpp"
 #include "ext/conventions.hpp"
 #include "fft/complex_fft.h"
@@ -71,4 +72,6 @@ const zavo_engine zavo_engine_table = {
     .unit_name = zavo_unit_name,
 
     .minimize_run = zavo_run_minimization,
+
+    .path_in_use = [] { return static_cast<int>(zavo::simd::path_in_use()); },
 };

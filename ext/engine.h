@@ -113,6 +113,9 @@ typedef struct zavo_engine {
 
     /* A minimisation with all its options (minimize/run.h). */
     void (*minimize_run)(const zavo_run_problem* problem, zavo_run_outcome* outcome);
+
+    /* The code path in use, a zavo::simd::Path (core/simd/path.hpp). */
+    int (*path_in_use)(void);
 } zavo_engine;
 
 /* The table itself. */

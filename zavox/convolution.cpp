@@ -42,7 +42,7 @@ __attribute__((always_inline)) inline std::int64_t inner_sums(const float* a, in
     return i;
 }
 
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(ZAVO_X86_PATHS)
 __attribute__((target("avx2"))) std::int64_t inner_sums_avx2(const float* a, int nh, const float* h,
                                                              std::int64_t count, float* out)
 {
@@ -52,8 +52,8 @@ __attribute__((target("avx2"))) std::int64_t inner_sums_avx2(const float* a, int
 
 std::int64_t inner_sums_best(const float* a, int nh, const float* h, std::int64_t count, float* out)
 {
-#if defined(__x86_64__) || defined(__i386__)
-    if (__builtin_cpu_supports("avx2") != 0) {
+#if defined(ZAVO_X86_PATHS)
+    if (path_in_use() >= zavo::simd::Path::avx2) {
         return inner_sums_avx2(a, nh, h, count, out);
     }
 #endif

@@ -4,6 +4,7 @@
 // expression gives for the elements alone. (They are floats: numbers would enter
 // with more digits than vectors.)
 #include "core/kernels/elementary.hpp"
+#include "core/simd/path.hpp"
 #include "core/system/memory.hpp"
 #include "tests/support/zavox_commands.hpp"
 #include "zavox/engine.hpp"
@@ -23,6 +24,7 @@ const zavo_engine& zavox::engine()
         parts.release = zavo::core::release;
         parts.sin = zavo::core::elementary::sin;
         parts.cos = zavo::core::elementary::cos;
+        parts.path_in_use = [] { return static_cast<int>(zavo::simd::path_in_use()); };
         return parts;
     }();
     return table;

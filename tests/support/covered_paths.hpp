@@ -29,6 +29,19 @@ public:
     LimitedPath& operator=(const LimitedPath&) = delete;
 };
 
+// Runs body() on each path that the processor has.
+template <class Body>
+void on_each_path(Body&& body)
+{
+    for (const simd::Path path : simd::all_paths) {
+        if (simd::has_path(path)) {
+            SCOPED_TRACE(simd::name_of(path));
+            const LimitedPath limited{path};
+            body();
+        }
+    }
+}
+
 // One instance a program, of all paths that its code is compiled for.
 template <std::size_t count>
 class PathsOfProgram : public testing::Environment {

@@ -201,10 +201,9 @@ struct Blocks : Functions<L> {
                              __attribute__((always_inline)) { return F::widen(x + i) * F::widen(y + i); });
     }
 
-    static constexpr Kernels table(const char* name)
+    static constexpr Kernels table()
     {
         Kernels kernels{};
-        kernels.name = name;
         const auto set = [&](Operation operation, Kernel* kernel) {
             kernels.of[static_cast<int>(operation)] = kernel;
         };

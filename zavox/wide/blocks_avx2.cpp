@@ -3,6 +3,6 @@
 namespace zavox::wide {
 
 extern const Kernels avx2_kernels;
-constexpr Kernels avx2_kernels = Blocks<Lanes<4>>::table("avx2");
+constexpr Kernels avx2_kernels = Blocks<Lanes<4>>::table();
 
 } // namespace zavox::wide

@@ -3,6 +3,6 @@
 namespace zavox::wide {
 
 extern const Kernels avx512_kernels;
-constexpr Kernels avx512_kernels = Blocks<Lanes<8>>::table("avx512");
+constexpr Kernels avx512_kernels = Blocks<Lanes<8>>::table();
 
 } // namespace zavox::wide

@@ -2,7 +2,6 @@
 
 #include "zavox/engine.hpp"
 
-#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -11,38 +10,12 @@
 namespace zavox::wide {
 
 extern const Kernels base_kernels;
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(ZAVO_X86_PATHS)
 extern const Kernels avx2_kernels;
 extern const Kernels avx512_kernels;
 #endif
 
 namespace {
-
-constexpr int max_sets = 3;
-
-struct Sets {
-    const Kernels* set[max_sets] = {&base_kernels};
-    int count = 1;
-};
-
-Sets find_sets()
-{
-    Sets sets;
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx2")) {
-        sets.set[sets.count++] = &avx2_kernels;
-    }
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-        __builtin_cpu_supports("avx512vl")) {
-        sets.set[sets.count++] = &avx512_kernels;
-    }
-#endif
-    return sets;
-}
-
-// Every thread finds the same.
-std::atomic<const Kernels*> chosen;
 
 // Digits of a finite number above zero: mantissa * 2^exponent with the mantissa's
 // bit 52 set.
@@ -71,24 +44,16 @@ Digits digits_of(double x)
 
 const Kernels& kernels()
 {
-    const Kernels* set = chosen.load(std::memory_order_relaxed);
-    if (set == nullptr) {
-        const Sets sets = find_sets();
-        set = sets.set[sets.count - 1];
-        chosen.store(set, std::memory_order_relaxed);
+#if defined(ZAVO_X86_PATHS)
+    const zavo::simd::Path path = path_in_use();
+    if (path >= zavo::simd::Path::avx512) {
+        return avx512_kernels;
     }
-    return *set;
-}
-
-const Kernels* available_kernels(int i)
-{
-    const Sets sets = find_sets();
-    return i >= 0 && i < sets.count ? sets.set[i] : nullptr;
-}
-
-void use_kernels(const Kernels* set)
-{
-    chosen.store(set, std::memory_order_relaxed);
+    if (path >= zavo::simd::Path::avx2) {
+        return avx2_kernels;
+    }
+#endif
+    return base_kernels;
 }
 
 // Long division in binary, bit by bit: exact.

@@ -30,7 +30,6 @@ inline constexpr int sum_block = 1 << sum_block_bits;
 inline constexpr int partial_sums = 32;
 
 struct Kernels {
-    const char* name;
     Kernel* of[operation_count];
     void (*widen)(double* out, const float* x, int n);
     void (*narrow)(float* out, const double* x, int n);
@@ -41,11 +40,8 @@ struct Kernels {
     double (*products)(const float* x, const float* y);
 };
 
-// The widest set that the processor has, unless a test has chosen another.
+// The set of the path in use.
 const Kernels& kernels();
-// The i-th set that this processor can run, the narrowest first; null behind the last.
-const Kernels* available_kernels(int i);
-void use_kernels(const Kernels* set);
 
 // What the loops leave to plain functions, the same for all sets.
 double exact_fmod(double x, double y);

@@ -12,13 +12,7 @@ namespace zavo::test {
 template <class Body>
 void with_each_kernel_set(Body&& body)
 {
-    for (const simd::Path path : simd::all_paths) {
-        if (simd::has_path(path)) {
-            SCOPED_TRACE(simd::name_of(path));
-            const LimitedPath limited{path};
-            body(random::kernels());
-        }
-    }
+    on_each_path([&] { body(random::kernels()); });
 }
 
 } // namespace zavo::test

@@ -3,6 +3,7 @@
 #include "zavox/engine.hpp"
 
 #include "core/kernels/elementary.hpp"
+#include "core/simd/path.hpp"
 #include "core/system/memory.hpp"
 #include "fft/complex_fft.h"
 #include "fft/real_fft.h"
@@ -21,6 +22,7 @@ const zavo_engine& zavox::engine()
         parts.fft_real_backward = l_f2trb;
         parts.fft_complex_forward = l_f2tcf;
         parts.fft_complex_backward = l_f2tcb;
+        parts.path_in_use = [] { return static_cast<int>(zavo::simd::path_in_use()); };
         return parts;
     }();
     return table;

@@ -1,6 +1,7 @@
 // The functions of calc: their promised errors, their special values, and the same
 // bits from every set of instructions.
 
+#include "tests/support/covered_paths.hpp"
 #include "zavox/engine.hpp"
 #include "zavox/wide/kernels.hpp"
 
@@ -21,12 +22,16 @@ using enum zavox::wide::Operation;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-const Kernels& base()
-{
-    return *zavox::wide::available_kernels(0);
-}
+const auto* const environment = zavo::test::cover_paths(zavo::simd::all_paths);
 
-double apply(Operation operation, double x, double y = 0, double z = 0, const Kernels& set = base())
+const Kernels& kernels_of(zavo::simd::Path path)
+{
+    const zavo::test::LimitedPath limited{path};
+    return zavox::wide::kernels();
+}
+const Kernels& base = kernels_of(zavo::simd::Path::scalar);
+
+double apply(Operation operation, double x, double y = 0, double z = 0, const Kernels& set = base)
 {
     double in[3][zavox::wide::granule];
     double out[zavox::wide::granule];
@@ -353,6 +358,18 @@ std::uint64_t pattern(double x)
     return std::isnan(x) ? 0 : std::bit_cast<std::uint64_t>(x);
 }
 
+TEST(functions, each_path_has_the_widest_kernels_that_it_can_run)
+{
+    std::vector<const Kernels*> sets;
+    zavo::test::on_each_path([&] { sets.push_back(&zavox::wide::kernels()); });
+    for (std::size_t path = 0; path < sets.size(); ++path) {
+        // scalar and SSE2 share the base set.
+        const std::size_t expected = path < 2 ? 0 : path;
+        EXPECT_EQ(sets[path], sets[expected]);
+        EXPECT_EQ(path < 2, sets[path] == &base);
+    }
+}
+
 // Every operation, on arguments of all kinds.
 TEST(functions, all_sets_of_instructions_give_the_same_bits)
 {
@@ -372,15 +389,14 @@ TEST(functions, all_sets_of_instructions_give_the_same_bits)
     std::vector<double> expected(n);
     std::vector<double> got(n);
     for (int operation = 0; operation < zavox::wide::operation_count; ++operation) {
-        base().of[operation](expected.data(), in[0].data(), in[1].data(), in[2].data(), n);
-        for (int set = 1; zavox::wide::available_kernels(set) != nullptr; ++set) {
-            const Kernels& other = *zavox::wide::available_kernels(set);
-            other.of[operation](got.data(), in[0].data(), in[1].data(), in[2].data(), n);
+        base.of[operation](expected.data(), in[0].data(), in[1].data(), in[2].data(), n);
+        zavo::test::on_each_path([&] {
+            zavox::wide::kernels().of[operation](got.data(), in[0].data(), in[1].data(), in[2].data(), n);
             for (std::size_t i = 0; i < n; ++i) {
                 ASSERT_EQ(pattern(got[i]), pattern(expected[i]))
-                    << other.name << " operation " << operation << " " << in[0][i] << " " << in[1][i];
+                    << "operation " << operation << " " << in[0][i] << " " << in[1][i];
             }
-        }
+        });
     }
 }
 
@@ -395,18 +411,18 @@ TEST(functions, all_sets_sum_alike)
             y[i] = static_cast<float>(arguments.any(range));
         }
         double sum = 0;
-        const bool exact = base().sum(x.data(), &sum);
+        const bool exact = base.sum(x.data(), &sum);
         EXPECT_EQ(exact, range < 9 || range == 9) << range;
-        for (int set = 1; zavox::wide::available_kernels(set) != nullptr; ++set) {
-            const Kernels& other = *zavox::wide::available_kernels(set);
+        zavo::test::on_each_path([&] {
+            const Kernels& other = zavox::wide::kernels();
             double other_sum = 0;
             EXPECT_EQ(other.sum(x.data(), &other_sum), exact);
             if (exact) {
                 EXPECT_EQ(other_sum, sum);
             }
-            EXPECT_EQ(other.squares(x.data(), 0.25), base().squares(x.data(), 0.25));
-            EXPECT_EQ(other.products(x.data(), y.data()), base().products(x.data(), y.data()));
-        }
+            EXPECT_EQ(other.squares(x.data(), 0.25), base.squares(x.data(), 0.25));
+            EXPECT_EQ(other.products(x.data(), y.data()), base.products(x.data(), y.data()));
+        });
     }
 }
 
