@@ -19,7 +19,7 @@
 #define ZAVO_ENGINE_H
 
 #include "core/zavo.h"
-#include "minimize/run.h"
+#include "minimize/run/run.h"
 #include "random/stream_state.h"
 
 #include <stddef.h>
@@ -111,7 +111,7 @@ typedef struct zavo_engine {
     const char* (*constant_name)(int i);
     const char* (*unit_name)(int i);
 
-    /* A minimisation with all its options (minimize/run.h). */
+    /* A minimisation with all its options (minimize/run/run.h). */
     void (*minimize_run)(const zavo_run_problem* problem, zavo_run_outcome* outcome);
 
     /* The code path in use, a zavo::simd::Path (core/simd/path.hpp). */

@@ -1,7 +1,7 @@
 // The two arrays of seven in which the fixed-name routines take their controls.
 #pragma once
 
-#include "minimize/controls.hpp"
+#include "minimize/free/controls.hpp"
 
 namespace zavo::minimize::control_arrays {
 

@@ -1,9 +1,9 @@
 // The fixed names, for outsiders: each reads what it gets by address into the
 // structs of the routine behind it. Nothing in here calls another of them.
+#include "minimize/constrained/lincon.hpp"
 #include "minimize/control_arrays.hpp"
-#include "minimize/lincon.hpp"
+#include "minimize/free/quasi_newton.hpp"
 #include "minimize/minimize.h"
-#include "minimize/quasi_newton.hpp"
 
 #include <climits>
 

@@ -9,7 +9,7 @@
 #include "core/errors/error_stack.h"
 #include "core/frame/entry_frame.hpp"
 #include "core/system/memory.hpp"
-#include "minimize/number_text.hpp"
+#include "minimize/objective/number_text.hpp"
 
 #include <algorithm>
 #include <climits>

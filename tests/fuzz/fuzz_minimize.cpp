@@ -5,7 +5,7 @@
 // float must come back from its text within its six decimals. A problem must end,
 // with a vector or an error, within its bounds and its limit of evaluations.
 #include "core/zavo.h"
-#include "minimize/number_text.hpp"
+#include "minimize/objective/number_text.hpp"
 #include "tests/fuzz/bytes.hpp"
 
 #include <cmath>

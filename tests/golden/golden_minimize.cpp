@@ -1,8 +1,8 @@
 // Minimisations of compiled objectives, which compute in float: solutions,
 // values, codes, and how numbers become text and come back.
 #include "core/zavo.h"
-#include "minimize/controls.hpp"
-#include "minimize/number_text.hpp"
+#include "minimize/free/controls.hpp"
+#include "minimize/objective/number_text.hpp"
 #include "tests/golden/golden.hpp"
 
 #include <bit>

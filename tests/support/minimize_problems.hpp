@@ -10,8 +10,8 @@
 #pragma once
 
 #include "core/zavo.h"
-#include "minimize/controls.hpp"
-#include "minimize/number_text.hpp"
+#include "minimize/free/controls.hpp"
+#include "minimize/objective/number_text.hpp"
 #include "tests/support/dual.hpp"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // The active set and the tolerant set built on it, on random data.
-#include "minimize/active_set.hpp"
-#include "minimize/tolerant_set.hpp"
+#include "minimize/constrained/active_set.hpp"
+#include "minimize/constrained/tolerant_set.hpp"
 
 #include <cmath>
 #include <gtest/gtest.h>

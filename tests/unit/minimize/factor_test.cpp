@@ -1,5 +1,5 @@
 // The factored BFGS update against the formula for the full matrix.
-#include "minimize/quasi_newton.hpp"
+#include "minimize/free/cholesky_factor.hpp"
 
 #include <algorithm>
 #include <cmath>

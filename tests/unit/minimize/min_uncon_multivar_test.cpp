@@ -1,6 +1,6 @@
 #include "core/zavo.h"
 #include "minimize/control_arrays.hpp"
-#include "minimize/line_search.hpp"
+#include "minimize/free/line_search.hpp"
 #include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
 

@@ -1,6 +1,6 @@
 // Minimisations as values: functions of doubles, free and under constraints.
 
-#include "minimize/run.h"
+#include "minimize/run/run.h"
 
 #include "core/errors/error_codes.hpp"
 #include "core/system/float_control.hpp"

@@ -4,9 +4,9 @@
 //   J. E. Dennis, R. B. Schnabel (1983), algorithm A7.2.1.
 #pragma once
 
-#include "minimize/controls.hpp"
-#include "minimize/ending.hpp"
-#include "minimize/line_search.hpp"
+#include "minimize/free/controls.hpp"
+#include "minimize/free/ending.hpp"
+#include "minimize/free/line_search.hpp"
 
 namespace zavo::minimize {
 

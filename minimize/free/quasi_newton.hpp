@@ -10,11 +10,12 @@
 // by rows, zero above the diagonal.
 #pragma once
 
-#include "minimize/controls.hpp"
-#include "minimize/difference_gradient.hpp"
-#include "minimize/ending.hpp"
-#include "minimize/line_search.hpp"
-#include "minimize/stopping_tests.hpp"
+#include "minimize/free/cholesky_factor.hpp"
+#include "minimize/free/controls.hpp"
+#include "minimize/free/ending.hpp"
+#include "minimize/free/line_search.hpp"
+#include "minimize/free/stopping_tests.hpp"
+#include "minimize/objective/difference_gradient.hpp"
 
 #include "core/errors/error_stack.h"
 
@@ -77,20 +78,6 @@ SearchEnd search_line(Gradient& gradient, const Search& search)
     zavo_error_pop(Gradient::search_name);
     return end;
 }
-
-// ---- The factor ---------------------------------------------------------------
-
-// diagonal: the identity, or sqrt(max(|f|, fscale)) * scale.
-void start_factor(int n, float f, const float* xscale, float fscale, bool scaled, float* l);
-
-// Solves L L' p = -g.
-void solve_step(int n, const float* l, const float* g, float* p);
-
-// BFGS update of the factor for the change s, y. g, g_new: the gradients at both
-// ends. t, w: n floats each of work. Leaves L alone when the curvature is not
-// clearly positive or y agrees with L already, up to `tolerance`.
-void update_factor(int n, float* l, const float* s, const float* y, const float* g, const float* g_new,
-                   float tolerance, float* t, float* w);
 
 // ---- The iteration --------------------------------------------------------------
 

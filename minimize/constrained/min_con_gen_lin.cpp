@@ -5,7 +5,7 @@
 #include "core/frame/option_reader.hpp"
 #include "core/kernels/vector_kernels.h"
 #include "core/system/memory.hpp"
-#include "minimize/lincon.hpp"
+#include "minimize/constrained/lincon.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -32,7 +32,7 @@ public:
         problem_.b = b;
         problem_.xlb = xlb;
         problem_.xub = xub;
-        problem_.accuracy = std::sqrt(machine::epsilon());
+        problem_.accuracy = std::sqrt(core::machine::epsilon());
         problem_.eval_limit = 400;
     }
 

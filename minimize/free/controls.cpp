@@ -1,10 +1,10 @@
 // Checks the controls of the unconstrained minimiser and replaces bad ones.
-#include "minimize/controls.hpp"
+#include "minimize/free/controls.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
+#include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/machine.hpp"
 
 #include <cassert>
 #include <cmath>
@@ -26,7 +26,7 @@ void check_integers(Controls& controls)
 {
     const IntegerRule rules[] = {
         // clang-format off
-        {&Controls::good_digits,     bad_good_digits,     machine::float_digits()},
+        {&Controls::good_digits,     bad_good_digits,     core::machine::float_digits()},
         {&Controls::iteration_limit, bad_iteration_limit, 100},
         {&Controls::eval_limit,      bad_function_limit,  400},
         {&Controls::gradient_limit,  bad_gradient_limit,  400},
@@ -60,7 +60,7 @@ void post_real(ErrorCode code, float value, float replacement)
 
 void check_tolerances(Controls& controls)
 {
-    const float eps = machine::epsilon();
+    const float eps = core::machine::epsilon();
     const float tiny = eps * eps > 1e-20F ? eps * eps : 1e-20F;
     const RealRule rules[] = {
         // clang-format off
@@ -147,7 +147,7 @@ void check_scales(FreeProblem& problem)
 // far from a float's rounding boundary, so the floats do not.
 float eps_two_thirds()
 {
-    return static_cast<float>(std::pow(static_cast<double>(machine::epsilon()), 2.0 / 3.0));
+    return static_cast<float>(std::pow(static_cast<double>(core::machine::epsilon()), 2.0 / 3.0));
 }
 
 float default_function_tolerance()
@@ -157,17 +157,17 @@ float default_function_tolerance()
 
 int Controls::default_digits()
 {
-    return static_cast<int>(-std::log10(static_cast<double>(machine::epsilon())) + 0.1);
+    return static_cast<int>(-std::log10(static_cast<double>(core::machine::epsilon())) + 0.1);
 }
 
 float Controls::default_gradient_tolerance()
 {
-    return std::sqrt(machine::epsilon());
+    return std::sqrt(core::machine::epsilon());
 }
 
 float Controls::default_false_tolerance()
 {
-    return 100.0F * machine::epsilon();
+    return 100.0F * core::machine::epsilon();
 }
 
 bool check_controls(FreeProblem& problem, Controls& controls)

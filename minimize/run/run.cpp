@@ -1,13 +1,13 @@
 // A minimisation as a value; see run.h.
-#include "minimize/run.h"
+#include "minimize/run/run.h"
 
 #include "core/catalogue/catalogue.hpp"
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/errors/error_state.hpp"
 #include "core/system/float_control.hpp"
-#include "minimize/bounded_run.hpp"
-#include "minimize/free_run.hpp"
+#include "minimize/run/constrained_run.hpp"
+#include "minimize/run/free_run.hpp"
 
 #include <cstring>
 

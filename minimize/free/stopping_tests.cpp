@@ -1,8 +1,8 @@
-#include "minimize/stopping_tests.hpp"
+#include "minimize/free/stopping_tests.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
-#include "minimize/relative_measures.hpp"
+#include "minimize/free/relative_measures.hpp"
 
 namespace zavo::minimize {
 namespace {

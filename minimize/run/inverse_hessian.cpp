@@ -1,4 +1,4 @@
-#include "minimize/inverse_hessian.hpp"
+#include "minimize/run/inverse_hessian.hpp"
 
 #include <algorithm>
 #include <cmath>

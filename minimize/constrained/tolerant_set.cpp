@@ -13,10 +13,10 @@
 // |s| is the length of Z^-1 s. The value of the dual problem rises with every
 // constraint that comes in, so the same active set cannot come back, but for
 // rounding errors; a count of rounds ends those cases.
-#include "minimize/tolerant_set.hpp"
+#include "minimize/constrained/tolerant_set.hpp"
 
+#include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/machine.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -188,7 +188,7 @@ float TolerantSet::allowed_residual(int k, const float* x) const
     for (int j = 0; j < c_.n; ++j) {
         greatest = std::max(greatest, std::fabs(x[j]));
     }
-    return accuracy_ * size_now(k, x) + machine::epsilon() * c_.normal_length(k) * greatest;
+    return accuracy_ * size_now(k, x) + core::machine::epsilon() * c_.normal_length(k) * greatest;
 }
 
 // An infinite bound is never near.
@@ -537,7 +537,7 @@ void TolerantSet::update(const float* g, const float* s, const float* y)
     const int n = c_.n;
     const float sy = l_vdot(n, s, 1, y, 1);
     const float s_length = l_vnrm2(n, s, 1);
-    const float least = std::sqrt(machine::epsilon()) * s_length * l_vnrm2(n, y, 1);
+    const float least = std::sqrt(core::machine::epsilon()) * s_length * l_vnrm2(n, y, 1);
     if (!(sy > least)) {
         return;
     }

@@ -12,7 +12,7 @@
 // Mathematical Programming 38 (1987) 29-46.
 #pragma once
 
-#include "minimize/active_set.hpp"
+#include "minimize/constrained/active_set.hpp"
 
 namespace zavo::minimize {
 

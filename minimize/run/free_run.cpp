@@ -21,12 +21,12 @@
 // Glossary: x f g, point, value, gradient; sizes, typical sizes of the variables,
 // by which all of what follows is divided: p, direction; s, y, changes of x and g;
 // h, inverse Hessian, n x n.
-#include "minimize/free_run.hpp"
+#include "minimize/run/free_run.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
-#include "minimize/inverse_hessian.hpp"
+#include "minimize/run/inverse_hessian.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // The driver of the linearly constrained minimiser: checks, run, report.
-#include "minimize/lincon.hpp"
+#include "minimize/constrained/lincon.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"

@@ -31,11 +31,11 @@
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
+#include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/counts.hpp"
-#include "minimize/difference_gradient.hpp"
-#include "minimize/machine.hpp"
-#include "minimize/tolerant_set.hpp"
+#include "minimize/constrained/tolerant_set.hpp"
+#include "minimize/objective/counts.hpp"
+#include "minimize/objective/difference_gradient.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -94,7 +94,7 @@ struct ConstrainedWorkspace {
 
 struct ConstrainedOutcome {
     Status status = refused;
-    Value f = machine::not_a_number();
+    Value f = core::machine::not_a_number();
     int active_count = 0;
     Counts counts;
 };
@@ -405,7 +405,7 @@ private:
     int eval_limit_;
     float* x_;
     float *g_, *d_, *xs_, *gs_, *g_best_;
-    Value f_ = machine::not_a_number(); // until there is a value
+    Value f_ = core::machine::not_a_number(); // until there is a value
     Trial best_ = {};
     Counts counts_;
     Status status_ = running;

@@ -15,10 +15,10 @@
 #pragma once
 
 #include "core/kernels/vector_kernels.h"
-#include "minimize/controls.hpp"
-#include "minimize/counts.hpp"
-#include "minimize/objective.hpp"
-#include "minimize/relative_measures.hpp"
+#include "minimize/free/controls.hpp"
+#include "minimize/free/relative_measures.hpp"
+#include "minimize/objective/counts.hpp"
+#include "minimize/objective/objective.hpp"
 
 #include <algorithm>
 #include <cassert>

@@ -7,12 +7,12 @@
 // gradients come from differences of the doubles. Near a minimum the changes of f
 // then have all their digits in F. When a run has ended, another one begins there
 // with a new f_r and sigma, as long as that gains something.
-#include "minimize/bounded_run.hpp"
+#include "minimize/run/constrained_run.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
-#include "minimize/lincon.hpp"
+#include "minimize/constrained/lincon.hpp"
 
 #include <algorithm>
 #include <climits>

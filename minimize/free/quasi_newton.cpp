@@ -1,4 +1,4 @@
-#include "minimize/quasi_newton.hpp"
+#include "minimize/free/quasi_newton.hpp"
 
 namespace zavo::minimize {
 

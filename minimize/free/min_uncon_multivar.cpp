@@ -4,7 +4,7 @@
 #include "core/frame/entry_frame.hpp"
 #include "core/frame/option_reader.hpp"
 #include "core/system/memory.hpp"
-#include "minimize/quasi_newton.hpp"
+#include "minimize/free/quasi_newton.hpp"
 
 #include <algorithm>
 #include <cstdarg>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "core/errors/error_stack.h"
-#include "minimize/counts.hpp"
+#include "minimize/objective/counts.hpp"
 
 namespace zavo::minimize {
 

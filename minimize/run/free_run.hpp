@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/system/float_control.hpp"
-#include "minimize/run.h"
+#include "minimize/run/run.h"
 
 namespace zavo::minimize {
 

@@ -10,7 +10,7 @@
 //   shift          solve N' (Z1 y) = residuals, forwards
 //
 // A bound's normal has one element, so most of these products cost nothing.
-#include "minimize/active_set.hpp"
+#include "minimize/constrained/active_set.hpp"
 
 #include "core/kernels/vector_kernels.h"
 

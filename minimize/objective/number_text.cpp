@@ -1,4 +1,4 @@
-#include "minimize/number_text.hpp"
+#include "minimize/objective/number_text.hpp"
 
 #include <algorithm>
 #include <bit>

@@ -1,11 +1,8 @@
-// The Cholesky factor of the quasi-Newton iteration: start, solution of
-// L L' p = -g, and the BFGS update in factored form. L: n x n by rows, zero above
-// the diagonal; L = {{2, 0}, {1, 3}} stands as {2, 0, 1, 3}.
-//   J. E. Dennis, R. B. Schnabel (1983), section 9.2, algorithms A3.2.3, A9.4.2, A3.4.1.
-#include "minimize/quasi_newton.hpp"
+#include "minimize/free/cholesky_factor.hpp"
 
+#include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/machine.hpp"
+#include "minimize/free/relative_measures.hpp"
 
 #include <cmath>
 #include <cstddef>
@@ -121,7 +118,7 @@ void update_factor(int n, float* l, const float* s, const float* y, const float*
                    float tolerance, float* t, float* w)
 {
     const float sy = l_vdot(n, s, 1, y, 1);
-    const float least = std::sqrt(machine::epsilon()) * l_vnrm2(n, s, 1) * l_vnrm2(n, y, 1);
+    const float least = std::sqrt(core::machine::epsilon()) * l_vnrm2(n, s, 1) * l_vnrm2(n, y, 1);
     if (!(sy >= least) || !(sy > 0.0F)) {
         return; // s.y = 0, when nothing moved or changed, is no curvature either
     }

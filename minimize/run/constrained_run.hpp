@@ -2,8 +2,8 @@
 // constraints.
 #pragma once
 
-#include "minimize/free_run.hpp"
-#include "minimize/run.h"
+#include "minimize/run/free_run.hpp"
+#include "minimize/run/run.h"
 
 namespace zavo::minimize {
 

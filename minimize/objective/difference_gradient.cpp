@@ -1,8 +1,8 @@
-#include "minimize/difference_gradient.hpp"
+#include "minimize/objective/difference_gradient.hpp"
 
 #include "core/errors/error_codes.hpp"
+#include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
-#include "minimize/machine.hpp"
 
 #include <cmath>
 
@@ -20,7 +20,7 @@ float root_of_noise(float noise)
     if (zavo_error_code(0) != 0) {
         return 0.0F;
     }
-    const float eps = machine::epsilon();
+    const float eps = core::machine::epsilon();
     return std::sqrt(noise > eps ? noise : eps);
 }
 
@@ -39,7 +39,7 @@ float noise_of(int digits)
     for (int i = 0; i < digits && power < 1e20; ++i) {
         power *= 10.0;
     }
-    return l_fmax(static_cast<float>(1.0 / power), machine::epsilon());
+    return l_fmax(static_cast<float>(1.0 / power), core::machine::epsilon());
 }
 
 void forward_difference_gradient(Objective& objective, int n, float* x, const float* scale, const Value& f,
@@ -85,7 +85,7 @@ void plain_difference_gradient(Objective& objective, int n, float* x, const Valu
         zavo_error_set_int(1, n);
         zavo_error_post(ZAVO_TERMINAL, core::code::variables_below_one);
     }
-    const float root = std::sqrt(machine::epsilon());
+    const float root = std::sqrt(core::machine::epsilon());
     for (int i = 0; i < n && !objective.stopped(); ++i) {
         const float h = difference_step(root, x[i], 1.0F);
         const float saved = x[i];

@@ -10,7 +10,7 @@
 // and Nonlinear Equations (1983), section 5.6, algorithms A5.6.3 and A5.6.4.
 #pragma once
 
-#include "minimize/objective.hpp"
+#include "minimize/objective/objective.hpp"
 
 namespace zavo::minimize {
 
