@@ -9,6 +9,7 @@
 // and 4 years for Gregorian years, 4 years for Julian ones.
 
 #include "constants/calendar.h"
+#include "constants/calendar.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
@@ -33,14 +34,15 @@ constexpr std::int64_t julian_year_1 = -693597;
 constexpr std::int64_t year_0_length = 366;
 constexpr std::int64_t first_day_of_1583 = -115782;
 
-// Indexed by month; entry 0 is not used.
-using MonthTable = std::array<int, 13>;
+// Indexed by month; entry 0 is not used, and the first days end with one that no year
+// reaches.
+using MonthTable = std::array<int, 14>;
 // clang-format off
 //                                 Jan Feb  Mar  Apr  May  Jun  Jul  Aug  Sep  Oct  Nov  Dec
 constexpr MonthTable length_common{0, 31, 28, 31,  30,  31,  30,  31,  31,  30,  31,  30,  31};
-constexpr MonthTable first_common {0, 1, 32, 60,  91, 121, 152, 182, 213, 244, 274, 305, 335};
-constexpr MonthTable first_leap   {0, 1, 32, 61,  92, 122, 153, 183, 214, 245, 275, 306, 336};
-constexpr MonthTable first_1582   {0, 1, 32, 60,  91, 121, 152, 182, 213, 244, 274, 295, 325};
+constexpr MonthTable first_common {0, 1, 32, 60,  91, 121, 152, 182, 213, 244, 274, 305, 335, 400};
+constexpr MonthTable first_leap   {0, 1, 32, 61,  92, 122, 153, 183, 214, 245, 275, 306, 336, 400};
+constexpr MonthTable first_1582   {0, 1, 32, 60,  91, 121, 152, 182, 213, 244, 274, 295, 325, 400};
 // clang-format on
 
 constexpr int common_length = 365;
@@ -83,6 +85,9 @@ constexpr std::int64_t year_start(int year)
 }
 static_assert(year_start(1900) == 0 && year_start(reform_year + 1) == first_day_of_1583);
 static_assert(year_start(1583) - year_start(1582) == reform_length && year_start(1) - year_start(-1) == 365);
+
+// Years before this one get a note: the Julian calendar is of 45 BC.
+constexpr int first_julian_year = -45;
 
 constexpr std::int64_t day_number(int day, int month, int year)
 {
@@ -133,9 +138,6 @@ constexpr YearDay julian_year_day(int days)
 }
 
 // The dates whose day number is an int.
-struct Date {
-    int day, month, year;
-};
 constexpr Date first_date{3, 3, -5877591};
 constexpr Date last_date{12, 7, 5881510};
 static_assert(day_number(first_date.day, first_date.month, first_date.year) == INT32_MIN);
@@ -158,7 +160,7 @@ bool valid(int day, int month, int year)
         zavo_error_post(ZAVO_TERMINAL, core::code::date_skipped);
         return false;
     }
-    if (year < -45) {
+    if (year < first_julian_year) {
         zavo_error_set_int(1, year);
         zavo_error_post(ZAVO_NOTE, core::code::early_year);
     }
@@ -212,20 +214,14 @@ int day_of_year_error(int day_of_year, bool leap, int year)
     return day_of_year > common_length ? core::code::day_of_common_beyond : 0;
 }
 
+// For a day of the year that exists.
 void split_day_of_year(int day_of_year, bool leap, int year, int* month, int* day)
 {
-    if (const int error = day_of_year_error(day_of_year, leap, year)) {
-        zavo_error_set_int(1, day_of_year);
-        zavo_error_post(ZAVO_TERMINAL, error);
-        return;
-    }
     const MonthTable& starts = month_starts(year, leap);
     // No month is longer than 31 days, and all of them together fall short of that
     // by less than a month.
     int m = (day_of_year - 1) / 31 + 1;
-    if (m < 12 && starts[m + 1] <= day_of_year) {
-        ++m;
-    }
+    m += starts[m + 1] <= day_of_year ? 1 : 0;
     *month = m;
     *day = day_of_year - starts[m] + 1;
     if (year == reform_year && m == reform_month && *day >= first_skipped) {
@@ -234,6 +230,27 @@ void split_day_of_year(int day_of_year, bool leap, int year, int* month, int* da
 }
 
 } // namespace
+
+Date date_of(int days)
+{
+    const YearDay date = days >= first_day_of_1583 ? gregorian_year_day(days) : julian_year_day(days);
+    Date result{0, 0, date.year};
+    split_day_of_year(date.day_of_year, is_leap(date.year), date.year, &result.month, &result.day);
+    return result;
+}
+
+std::optional<int> day_number_of(Date date)
+{
+    const auto [day, month, year] = date;
+    const bool skipped =
+        year == reform_year && month == reform_month && day >= first_skipped && day <= last_skipped;
+    if (year < first_julian_year || year >= last_date.year || year == 0 || month < 1 || month > 12 ||
+        day < 1 || day > month_length(month, year) || skipped) {
+        return std::nullopt;
+    }
+    return static_cast<int>(day_number(day, month, year));
+}
+
 } // namespace zavo::constants
 
 namespace calendar = zavo::constants;
@@ -241,7 +258,12 @@ namespace calendar = zavo::constants;
 void l_n3yin(const int* day_of_year, const int* leap, const int* year, int* month, int* day)
 {
     zavo_error_push("l_n3yin");
-    calendar::split_day_of_year(*day_of_year, *leap == 1, *year, month, day);
+    if (const int error = calendar::day_of_year_error(*day_of_year, *leap == 1, *year)) {
+        zavo_error_set_int(1, *day_of_year);
+        zavo_error_post(ZAVO_TERMINAL, error);
+    } else {
+        calendar::split_day_of_year(*day_of_year, *leap == 1, *year, month, day);
+    }
     zavo_error_pop("l_n3yin");
 }
 
@@ -257,17 +279,12 @@ int zavo_date_to_days(int day, int month, int year)
 void zavo_days_to_date(int days, int* day, int* month, int* year)
 {
     zavo::core::EntryFrame frame{"zavo_days_to_date"};
-    const calendar::YearDay date = days >= calendar::first_day_of_1583 ? calendar::gregorian_year_day(days)
-                                                                       : calendar::julian_year_day(days);
-    int m = 0;
-    int d = 0;
-    // Not through l_n3yin: a day that has been counted lies within its year.
-    calendar::split_day_of_year(date.day_of_year, calendar::is_leap(date.year), date.year, &m, &d);
+    const calendar::Date date = calendar::date_of(days);
     if (day != nullptr) {
-        *day = d;
+        *day = date.day;
     }
     if (month != nullptr) {
-        *month = m;
+        *month = date.month;
     }
     if (year != nullptr) {
         *year = date.year;

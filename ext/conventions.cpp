@@ -123,9 +123,11 @@ int library_failure(Tcl_Interp* interp)
 
 Tcl_Obj* own_result(Tcl_Interp* interp)
 {
-    if (Tcl_IsShared(Tcl_GetObjResult(interp))) {
-        Tcl_ResetResult(interp);
+    Tcl_Obj* const result = Tcl_GetObjResult(interp);
+    if (!Tcl_IsShared(result)) {
+        return result;
     }
+    Tcl_ResetResult(interp);
     return Tcl_GetObjResult(interp);
 }
 

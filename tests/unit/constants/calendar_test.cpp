@@ -2,6 +2,7 @@
 // count by leap years of a range; the errors and the ends of the range.
 
 #include "constants/calendar.h"
+#include "constants/calendar.hpp"
 #include "core/system/memory.hpp"
 #include "tests/unit/constants/calendar_years.hpp"
 #include "tests/unit/constants/reporting_test.hpp"
@@ -229,6 +230,23 @@ TEST_F(calendar, early_years_are_noted)
     EXPECT_EQ(zavo_error_type(1), 1);
     EXPECT_EQ(days_of({1, 1, 1900}), 0);
     EXPECT_EQ(zavo_error_type(1), 0);
+}
+
+TEST_F(calendar, day_number_of_where_nothing_is_reported)
+{
+    for (const int year : {INT_MIN, -5877591, -5877590, -47,  -46,  -45,  -44,     -4,      -1,
+                           0,       1,        4,        1500, 1581, 1582, 1583,    1600,    1700,
+                           1900,    1999,     2000,     2001, 2004, 9999, 5881508, 5881509, INT_MAX}) {
+        for (int month = -1; month <= 14; ++month) {
+            for (int day = -1; day <= 33; ++day) {
+                errors.clear();
+                const int days = days_of({day, month, year});
+                const std::optional<int> quiet = zavo::constants::day_number_of({day, month, year});
+                ASSERT_EQ(quiet.has_value(), errors.codes().empty()) << Date{day, month, year};
+                ASSERT_EQ(quiet.value_or(days), days) << Date{day, month, year};
+            }
+        }
+    }
 }
 
 // ---- days of a year ------------------------------------------------------
