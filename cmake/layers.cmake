@@ -28,23 +28,30 @@ endfunction()
 set(ZAVO_PACKAGE_DIR lib/zavo1.0)
 
 # zavo_package_library(<name> SHARED|MODULE SOURCES ... [LINKS ...] [TCL [TCL_LINKS ...]]
-#                      [DEFINES ...] [HEADER <file>])
+#                      [DEFINES ...] [HEADER <file>] [STANDS_FOR <folder>/<name>])
 #   A library of the package folder: SHARED when others link it, MODULE when it
 #   is only loaded. It finds the others beside itself and exports what the
 #   folder's exports.map names (on Windows: what is declared for export). With
 #   TCL it sees Tcl and has twins (cmake/tcl.cmake), which link the twins of what
 #   TCL_LINKS names. DEFINES hold while the library itself is compiled; HEADER is
-#   installed for compiled programs.
+#   installed for compiled programs. One that STANDS_FOR another is a test's: it
+#   has that one's exports and file name, in a folder host/, and is not installed.
 function(zavo_package_library name kind)
-  cmake_parse_arguments(LIBRARY "TCL" "HEADER" "SOURCES;LINKS;TCL_LINKS;DEFINES" ${ARGN})
+  cmake_parse_arguments(LIBRARY "TCL" "HEADER;STANDS_FOR" "SOURCES;LINKS;TCL_LINKS;DEFINES" ${ARGN})
   set(twins "")
   if(LIBRARY_TCL)
     set(twins ${ZAVO_TCL_TWINS})
   endif()
+  set(folder ${CMAKE_CURRENT_SOURCE_DIR})
+  if(LIBRARY_STANDS_FOR)
+    cmake_path(GET LIBRARY_STANDS_FOR PARENT_PATH folder)
+    cmake_path(GET LIBRARY_STANDS_FOR FILENAME file)
+    cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+  endif()
   foreach(twin IN ITEMS "" ${twins})
     set(target ${twin}${name})
     add_library(${target} ${kind} ${LIBRARY_SOURCES})
-    target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_include_directories(${target} PUBLIC ${folder})
     target_compile_definitions(${target} PRIVATE ${LIBRARY_DEFINES})
     target_link_libraries(${target} PUBLIC ${LIBRARY_LINKS})
     foreach(link IN LISTS LIBRARY_TCL_LINKS)
@@ -65,13 +72,18 @@ function(zavo_package_library name kind)
       # every library has its own, nor the C++ run time's templates. And nothing
       # is asked for at load time that is not used: no run time of the compiler
       # (module.needs_the_c_library_and_its_own_alone).
-      set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+      set(exports ${folder}/exports.map)
       target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed -static-libgcc)
       # clang's sanitizers are in the program, not in its libraries.
       if(NOT ZAVO_FUZZ)
         target_link_options(${target} PRIVATE -Wl,--no-undefined)
       endif()
       set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
+    endif()
+    if(LIBRARY_STANDS_FOR)
+      set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME ${twin}${file} LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/host)
+      continue()
     endif()
     install(TARGETS ${target}
       ARCHIVE DESTINATION lib

@@ -1,5 +1,6 @@
 // The module's entry point and its table of commands.
 
+#include "core/system/float_control.hpp"
 #include "core/system/platform.hpp"
 #include "core/thread_state.hpp"
 #include "core/zavo.h"
@@ -48,11 +49,20 @@ constexpr CommandRow command_table[] = {
 };
 // clang-format on
 
+// From the first word that is read to the result, a minimisation's procedure included:
+// the interpreter reads and computes numbers, too.
+int run_in_usual_modes(ClientData data, Tcl_Interp* interp, int argc, const char* argv[])
+{
+    const platform::UsualFloatControl usual;
+    const auto& row = *static_cast<const CommandRow*>(data);
+    return row.procedure(reinterpret_cast<void*>(static_cast<std::intptr_t>(row.client_data)), interp, argc,
+                         argv);
+}
+
 void register_commands(Tcl_Interp* interp)
 {
     for (const CommandRow* row = command_table; row->name != nullptr; ++row) {
-        void* const client_data = reinterpret_cast<void*>(static_cast<std::intptr_t>(row->client_data));
-        Tcl_CreateCommand(interp, row->name, row->procedure, client_data, nullptr);
+        Tcl_CreateCommand(interp, row->name, run_in_usual_modes, const_cast<CommandRow*>(row), nullptr);
     }
 }
 

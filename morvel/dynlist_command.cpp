@@ -3,6 +3,7 @@
 //
 // Every procedure checks all that can fail before it changes anything: a failed
 // call leaves the registry as it was.
+#include "core/system/float_control.hpp"
 #include "registry.hpp"
 #include "values.hpp"
 #include "vector.hpp"
@@ -366,18 +367,35 @@ int scope_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[
     return code;
 }
 
+// Numbers are read and written in the modes that a process starts with. (The script of
+// a scope finds those of its host.)
+template <Tcl_ObjCmdProc* procedure>
+int in_usual_modes(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+{
+    const zavo::platform::UsualFloatControl usual;
+    return procedure(data, interp, objc, objv);
+}
+
 struct Subcommand {
     const char* name; // under ::morvel
     Tcl_ObjCmdProc* procedure;
 };
 constexpr Subcommand subcommands[] = {
-    {"::morvel::copy", copy_command},           {"::morvel::create", create_command},
-    {"::morvel::exists", exists_command},       {"::morvel::free", free_command},
-    {"::morvel::frombytes", frombytes_command}, {"::morvel::get", get_command},
-    {"::morvel::length", length_command},       {"::morvel::names", names_command},
-    {"::morvel::scope", scope_command},         {"::morvel::take", take_command},
-    {"::morvel::tobytes", tobytes_command},     {"::morvel::type", type_command},
-    {"::morvel::value", value_command},
+    // clang-format off
+    {"::morvel::copy",      copy_command},
+    {"::morvel::create",    in_usual_modes<create_command>},
+    {"::morvel::exists",    exists_command},
+    {"::morvel::free",      free_command},
+    {"::morvel::frombytes", frombytes_command},
+    {"::morvel::get",       in_usual_modes<get_command>},
+    {"::morvel::length",    length_command},
+    {"::morvel::names",     names_command},
+    {"::morvel::scope",     scope_command},
+    {"::morvel::take",      in_usual_modes<take_command>},
+    {"::morvel::tobytes",   tobytes_command},
+    {"::morvel::type",      type_command},
+    {"::morvel::value",     in_usual_modes<value_command>},
+    // clang-format on
 };
 
 // The ensemble offers what its namespace exports.

@@ -3,7 +3,7 @@
 #
 #   scripts/arm64.sh build|test [PART ...]
 #
-# PART is fusion, golden, script or table; without one, the first two, which are
+# PART is fusion, golden, unit, script or table; without one, the first two, which are
 # what may differ from other processors. Debian's Tcl for ARM is fetched into
 # .cache/arm64; GoogleTest is built there.
 # shellcheck source=scripts/common.sh
@@ -16,17 +16,23 @@ cache=$PWD/.cache/arm64
 gtest_prefix=$PWD/.cache/arm64-gtest
 dist=$PWD/dist-arm64
 tclsh=$cache/tclsh8.6
-all_parts=(fusion golden script)
+all_parts=(fusion golden unit script)
 ordinary_parts=(fusion golden)
 
 compile_packages=("${build_packages[@]}" g++-aarch64-linux-gnu)
 run_packages=(qemu-user-static)
 emulator=(qemu-aarch64-static -L "$cache")
+# Runs a program PROGRAM of the tests through the script PROGRAM.launch beside it
+# (part_unit), so that a death test which starts its own program anew comes through
+# that again.
+launcher=$cache/launch
 
 find_tcl() {
     debian_root "$cache" "$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-bookworm}")" arm64 \
         tcl8.6 libtcl8.6 libstdc++6 tcl8.6-dev! || return 1
     run_by "$tclsh" "${emulator[@]}" -0 @self@ "$cache/usr/bin/tclsh8.6"
+    printf '#!/bin/sh\nprogram=$1\nshift\nexec "$program.launch" "$@"\n' >"$launcher"
+    chmod 755 "$launcher"
 }
 
 build_gtest() {
@@ -48,7 +54,8 @@ build_arm64() {
     [[ $1 == OFF ]] || build_gtest
     configure arm64 -DZAVO_BUILD_TESTS="$1" -DCMAKE_PREFIX_PATH="$gtest_prefix" \
         -DZAVO_TCL_CONFIG="$cache/usr/lib/$triple/tcl8.6/tclConfig.sh" \
-        -DCMAKE_CROSSCOMPILING_EMULATOR="$(IFS=';' && printf '%s' "${emulator[*]}")"
+        -DCMAKE_CROSSCOMPILING_EMULATOR="$launcher" \
+        -DCMAKE_EXE_LINKER_FLAGS="-Wl,-rpath-link,$cache/lib/$triple:$cache/usr/lib/$triple"
     cmake --build --preset arm64 -j "$(nproc)" ${2:+--target "$2"}
 }
 
@@ -69,6 +76,11 @@ part_fusion() {
 }
 
 part_unit() {
+    local program
+    for program in build/arm64/tests/{unit,fuzz}_*; do
+        [[ ! -x $program || ! -f $program || $program == *.launch ]] ||
+            run_by "$program.launch" "${emulator[@]}" -0 @self@ "$PWD/$program"
+    done
     ctest --test-dir build/arm64 --output-on-failure -LE long -j "$(nproc)"
 }
 
@@ -83,11 +95,11 @@ golden_program() {
 }
 
 part_golden() {
-    TCLLIBPATH="$dist/lib" "$tclsh" tests/golden/compare.tcl -library "$(golden_program)"
+    golden_compare arm64 "$tclsh" -library "$(golden_program)"
 }
 
 part_table() {
-    TCLLIBPATH="$dist/lib" "$tclsh" tests/golden/compare.tcl -table linux-arm64 -library "$(golden_program)"
+    golden_compare arm64 "$tclsh" -table linux-arm64 -library "$(golden_program)"
 }
 
 test_arm64() {
@@ -99,10 +111,11 @@ test_arm64() {
     fi
     if [[ " ${parts[*]} " == *" unit "* ]]; then
         build_arm64 ON
+        cmake --build --preset arm64 --target golden
     else
         # Of the tests only the program of golden results: no GoogleTest is needed.
         build_arm64 OFF
-        cmake --build --preset arm64 --target zavo_golden
+        cmake --build --preset arm64 --target golden
     fi
     install_tree arm64
     for part in "${parts[@]}"; do

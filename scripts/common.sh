@@ -124,6 +124,21 @@ configure_and_build() {
     cmake --build --preset "$1" -j "$(nproc)"
 }
 
+# golden_compare PRESET INTERPRETER WORD ...: tests/golden/compare.tcl for the installed
+# tree and what the preset's target `golden` has built.
+golden_compare() {
+    local preset=$1 interpreter=$2
+    shift 2
+    local log status=0
+    log=$(mktemp)
+    TCLLIBPATH=${TCLLIBPATH:-$(sed -n 's/^CMAKE_INSTALL_PREFIX:[A-Z]*=//p' "build/$preset/CMakeCache.txt")/lib} \
+        LOCPATH=$PWD/build/$preset/tests/golden/locale \
+        "$interpreter" tests/golden/compare.tcl -host "build/$preset/tests/golden/host" "$@" | tee "$log" || status=$?
+    ! grep -q 'skipped (decimal-comma)' "$log" || skip "golden $preset" "no locale has one" "decimal comma"
+    rm -f "$log"
+    return "$status"
+}
+
 # install_tree PRESET: into the prefix that the preset names.
 install_tree() {
     cmake --install "build/$1" >/dev/null

@@ -1,7 +1,7 @@
 # ./zavo test golden all: the golden results of every target as one table.
 #
-# A row is the commands in an interpreter (by the best path of this processor), or the
-# routines by one path. A target that cannot be had is a line that says so.
+# A row is the commands in an interpreter, or the routines, by one of the paths that this
+# processor has. A target that cannot be had is a line that says so.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
@@ -30,9 +30,8 @@ table_of() {
 
 linux_table() {
     build_linux -DZAVO_BUILD_TESTS=OFF
-    cmake --build --preset release --target zavo_golden
-    TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/golden/compare.tcl -table linux-x86_64 \
-        -library build/release/tests/golden/zavo_golden
+    cmake --build --preset release --target golden
+    golden_compare release tclsh8.6 -table linux-x86_64 -library build/release/tests/golden/zavo_golden
 }
 
 table_of linux-x86_64 linux_table

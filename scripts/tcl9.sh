@@ -48,7 +48,7 @@ part_script() {
 }
 
 part_golden() {
-    TCLLIBPATH="$PWD/dist/lib" "$tclsh" tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden
+    golden_compare release "$tclsh" -library build/release/tests/golden/zavo_golden
 }
 
 part_docs() {
@@ -57,7 +57,7 @@ part_docs() {
 
 # Rows of the table of golden results.
 part_table() {
-    TCLLIBPATH="$PWD/dist/lib" "$tclsh" tests/golden/compare.tcl -table linux-x86_64
+    golden_compare release "$tclsh" -table linux-x86_64
 }
 
 test_tcl9() {
@@ -72,7 +72,7 @@ test_tcl9() {
     local tests=OFF
     ! is_one_of unit "${parts[@]}" || tests=ON
     build_linux -DZAVO_BUILD_TESTS=$tests -DZAVO_TCL9_CONFIG="$config"
-    cmake --build --preset release --target zavo_golden
+    cmake --build --preset release --target golden
     for part in "${parts[@]}"; do
         is_one_of "$part" "${all_parts[@]}" table || die "tcl9 tests have no part '$part'"
         say "tcl9: $part"

@@ -1,6 +1,7 @@
 # ./zavo test [SUITE [NAME ...]] ...: run test suites; without a suite, all that
 # belong to every change. Words that name no suite belong to the suite before them
-# and choose from it: tests of unit and long, files of script, targets of fuzz.
+# and choose from it: tests of unit and long, files of script, targets of fuzz. So do
+# the parts of other targets' suites, some of which are called like a suite.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 
@@ -71,7 +72,7 @@ names_long() { unit_tests '*_long.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_script() { printf '%s\n' tests/script/*.test | sed 's|.*/||; s|\.test$||'; }
 names_windows() { printf '%s\n' unit golden imports faults script desktop; }
 names_tcl9() { printf '%s\n' unit script golden docs; }
-names_arm64() { printf '%s\n' fusion golden script; }
+names_arm64() { printf '%s\n' fusion golden unit script; }
 names_golden() { echo all; }
 names_windows64() { names_windows; }
 names_valgrind() { names_script; }
@@ -178,8 +179,9 @@ test_golden() {
         return
     fi
     build_linux -DZAVO_BUILD_TESTS=ON
+    cmake --build --preset release --target golden
     say "golden results"
-    TCLLIBPATH="$PWD/dist/lib" tclsh8.6 tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden
+    golden_compare release tclsh8.6 -library build/release/tests/golden/zavo_golden
 }
 
 # Allocations of the installed libraries fail, those of the interpreter do not.
@@ -306,10 +308,20 @@ if [[ ${1:-} == --list ]]; then
     exit 0
 fi
 
+# is_part SUITE WORD: a part of another target's suite, which may be called like a suite.
+is_part() {
+    local parts
+    is_one_of "$1" windows windows64 tcl9 arm64 || return 1
+    mapfile -t parts < <("names_$1")
+    is_one_of "$2" "${parts[@]}"
+}
+
 # A run is a suite and its names, with line feeds between them.
 runs=()
 for word in "$@"; do
-    if is_one_of "$word" "${ordinary[@]}" "${on_demand[@]}"; then
+    if [[ ${#runs[@]} -gt 0 ]] && is_part "${runs[-1]%%$'\n'*}" "$word"; then
+        runs[-1]+=$'\n'$word
+    elif is_one_of "$word" "${ordinary[@]}" "${on_demand[@]}"; then
         runs+=("$word")
     elif [[ ${#runs[@]} -eq 0 ]]; then
         die "there is no test suite '$word'; there are: ${ordinary[*]}; on demand: ${on_demand[*]}"

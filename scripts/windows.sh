@@ -189,11 +189,11 @@ part_unit() {
 }
 
 part_golden() {
-    tclsh_wine tests/golden/compare.tcl -library "$(windows_path "$PWD/build/$preset/tests/golden/zavo_golden.exe")"
+    golden_compare "$preset" tclsh_wine -library "$(windows_path "$PWD/build/$preset/tests/golden/zavo_golden.exe")"
 }
 
 part_table() {
-    tclsh_wine tests/golden/compare.tcl -table "$table_name" \
+    golden_compare "$preset" tclsh_wine -table "$table_name" \
         -library "$(windows_path "$PWD/build/$preset/tests/golden/zavo_golden.exe")"
 }
 
@@ -236,9 +236,10 @@ test_windows() {
     # The unit tests and their framework only where they are asked for.
     if [[ " ${parts[*]} " =~ \ (unit|desktop)\  ]]; then
         build_windows ON
+        cmake --build --preset "$preset" --target golden -j "$(nproc)"
     else
         build_windows OFF
-        cmake --build --preset "$preset" --target zavo_golden "${programs[@]}" -j "$(nproc)"
+        cmake --build --preset "$preset" --target golden "${programs[@]}" -j "$(nproc)"
     fi
     start_wine
     for part in "${parts[@]}"; do

@@ -1,5 +1,4 @@
 // zavox::minimize: a script's function, free or under bounds and linear constraints.
-#include "core/system/float_control.hpp"
 #include "zavox/arguments.hpp"
 #include "zavox/buffer.hpp"
 #include "zavox/callback.hpp"
@@ -417,7 +416,6 @@ int put_outcome(Tcl_Interp* interp, const zavo_run_outcome& outcome, const Reque
 {
     static constexpr const char* statuses[] = {"converged", "uncertain",    "limit",
                                                "unbounded", "inconsistent", "stopped"};
-    const zavo::platform::UsualFloatControl usual; // for what is rounded to float here
     const int n = request.problem.n;
     Vector x;
     Vector gradient;

@@ -28,7 +28,8 @@ struct CommandRow {
     Command* procedure;
 };
 
-// What computes and calls no script does so in the modes that a process starts with.
+// The modes that a process starts with, from the first word that is read to the result,
+// in the scripts of an expression and in the function of a minimisation, too.
 template <Command* procedure>
 int in_usual_modes(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
@@ -38,19 +39,19 @@ int in_usual_modes(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const
 
 constexpr CommandRow commands[] = {
     // clang-format off
-    {"::zavox::calc",      calc_command},
+    {"::zavox::calc",      in_usual_modes<calc_command>},
     {"::zavox::constant",  in_usual_modes<constant_command>},
     {"::zavox::convert",   in_usual_modes<convert_command>},
     {"::zavox::convolve",  in_usual_modes<convolve_command>},
     {"::zavox::correlate", in_usual_modes<correlate_command>},
-    {"::zavox::date",      date_command},
-    {"::zavox::days",      days_command},
+    {"::zavox::date",      in_usual_modes<date_command>},
+    {"::zavox::days",      in_usual_modes<days_command>},
     {"::zavox::fft",       in_usual_modes<fft_command>},
-    {"::zavox::minimize",  minimize_command},
+    {"::zavox::minimize",  in_usual_modes<minimize_command>},
     {"::zavox::random",    in_usual_modes<random_command>},
     {"::zavox::release",   release_command},
     {"::zavox::spectrum",  in_usual_modes<spectrum_command>},
-    {"::zavox::units",     units_command},
+    {"::zavox::units",     in_usual_modes<units_command>},
     {"::zavox::vector",    in_usual_modes<vector_command>},
     // clang-format on
 };

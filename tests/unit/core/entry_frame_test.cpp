@@ -22,7 +22,11 @@ int* volatile nowhere = nullptr;
 
 [[gnu::noinline, gnu::no_sanitize("all")]] void fault_by_instruction()
 {
+#if defined(__aarch64__)
+    asm volatile("udf #0");
+#else
     asm volatile("ud2");
+#endif
 }
 
 // A routine of the library in small: returns 1, or 0 after a failure.

@@ -1,6 +1,7 @@
 #include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/host_modes.hpp"
 
 #include <climits>
 #include <clocale>
@@ -118,20 +119,13 @@ TEST_F(message_expansion, two_conversions_format_a_complex_pair)
     EXPECT_EQ(expanded("%(R1%g %g)"), "0.000000e+00") << "a real is no pair";
 }
 
-// In a locale with a decimal comma; such a one is not everywhere.
+// In a locale with a decimal comma, where one can be had.
 TEST_F(message_expansion, numbers_have_a_point_in_every_locale)
 {
-    bool found = false;
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "German"}) {
-        found = found || (std::setlocale(LC_NUMERIC, name) != nullptr &&
-                          std::strcmp(std::localeconv()->decimal_point, ",") == 0);
-        if (found) {
-            break;
-        }
-    }
-    if (!found) {
+    if (zavo::test::comma_locale() == nullptr) {
         GTEST_SKIP() << "no locale with a decimal comma";
     }
+    std::setlocale(LC_NUMERIC, zavo::test::comma_locale());
     zavo_error_set_real(1, 1.5);
     zavo_error_set_complex(1, 1.25, -3.5);
     const std::string several = expanded("%(R1%.1f), %(Z1) %(Z1%.1f,%.1f)");
