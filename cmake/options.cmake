@@ -6,6 +6,12 @@ option(ZAVO_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer
 option(ZAVO_THREAD_SANITIZE "Build with ThreadSanitizer" OFF)
 option(ZAVO_COVERAGE "Build with coverage counters" OFF)
 option(ZAVO_FUZZ "Build libFuzzer targets (needs clang)" OFF)
+# Off where each source has to show that it includes what it uses (the preset sanitize),
+# and on Windows, whose header's macros are no names to share a run of the compiler with.
+option(ZAVO_COMPILE_TOGETHER "Compile the sources of a library in one run of the compiler" ON)
+if(WIN32)
+  set(ZAVO_COMPILE_TOGETHER OFF)
+endif()
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)

@@ -114,7 +114,7 @@ tidy_one() {
     local stamp
     stamp=build/lint/$( (cat "$1" "$LINT_COMMON"; printf '%s' "$1") | sha256sum | cut -c1-32)
     [[ -f $stamp ]] && return 0
-    if clang-tidy-14 -p build/release --quiet --extra-arg=-Wno-unknown-warning-option \
+    if clang-tidy-14 -p build/tidy --quiet --extra-arg=-Wno-unknown-warning-option \
         --extra-arg=-Wno-ignored-optimization-argument "$1" 2>build/lint/words.$$; then
         : >"$stamp"
     else
@@ -129,8 +129,9 @@ export -f tidy_one
 check_tidy() {
     say "clang-tidy"
     local sources known
-    cmake --preset release >/dev/null || die "configuring release failed"
-    known=$(sed -n 's|^  "file": "'"$PWD"'/\(.*\)".*|\1|p' build/release/compile_commands.json)
+    # Each source by itself, as clang-tidy reads it; nothing is built there.
+    cmake --preset release -B build/tidy -DZAVO_COMPILE_TOGETHER=OFF >/dev/null || die "configuring failed"
+    known=$(sed -n 's|^  "file": "'"$PWD"'/\(.*\)".*|\1|p' build/tidy/compile_commands.json)
     mapfile -t sources < <(select_files '\.(c|cpp)$' | grep -v '^tests/\|^bench/' | grep -xF "$known")
     [[ ${#sources[@]} -eq 0 ]] && return 0
     mkdir -p build/lint
