@@ -20,6 +20,12 @@ struct VectorLanes {
     static ZAVO_INLINE void store(float* p, const Value& v) { simd::store<V>(p, v); }
 };
 
+// An int for each of V lanes: places in a table, or a mask of -1 and 0.
+template <int V>
+struct Ints {
+    typedef int Type __attribute__((vector_size(4 * V)));
+};
+
 } // namespace
 
 } // namespace zavo::fft

@@ -5,6 +5,7 @@
 #include "fft/passes/rotation.hpp"
 #include "fft/wide/simd.hpp"
 #include "fft/wide/simd_lanes.hpp"
+#include "fft/wide/simd_prime.hpp"
 
 namespace zavo::fft {
 
@@ -56,12 +57,6 @@ ZAVO_INLINE void rotate_run(Index slab, Index ip, const Rotation<Vector<V>>* by_
     }
 }
 
-// Places of floats in a table.
-template <int V>
-struct Offsets {
-    typedef int Type __attribute__((vector_size(4 * V)));
-};
-
 // Half h of a.
 template <int h, class T, std::size_t... I>
 ZAVO_INLINE auto half_of(T a, std::index_sequence<I...>)
@@ -72,26 +67,29 @@ ZAVO_INLINE auto half_of(T a, std::index_sequence<I...>)
 // The pairs at table + at[t], each as one value of twice the size: the processor looks
 // up one value at a time.
 template <int V>
-ZAVO_INLINE Pairs<V> look_up(const float* table, typename Offsets<V>::Type at)
+ZAVO_INLINE Pairs<V> look_up(const float* table, typename Ints<V>::Type at)
 {
     const auto low_places = half_of<0>(at, Places<V / 2>{});
     const auto high_places = half_of<1>(at, Places<V / 2>{});
     Vector<V> low, high;
+    // The processor waits for what was in the register that it looks values up into. A
+    // mask that the compiler cannot see through keeps the zeros, which nobody waits for.
 #ifdef __AVX512F__
     if constexpr (V == 16) {
-        low = (Vector<16>)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)low_places, table,
-                                                   sizeof(float));
-        high = (Vector<16>)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)high_places, table,
-                                                    sizeof(float));
+        __mmask8 all = 0xFF;
+        asm("" : "+Yk"(all));
+        const __m512d zeros = _mm512_setzero_pd();
+        low = (Vector<16>)_mm512_mask_i32gather_pd(zeros, all, (__m256i)low_places, table, sizeof(float));
+        high = (Vector<16>)_mm512_mask_i32gather_pd(zeros, all, (__m256i)high_places, table, sizeof(float));
     }
 #endif
     if constexpr (V == 8) {
         const auto* const pairs = reinterpret_cast<const double*>(table);
-        const __m256d all = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
-        low = (Vector<8>)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, (__m128i)low_places, all,
-                                                  sizeof(float));
-        high = (Vector<8>)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), pairs, (__m128i)high_places, all,
-                                                   sizeof(float));
+        __m256d all = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
+        asm("" : "+x"(all));
+        const __m256d zeros = _mm256_setzero_pd();
+        low = (Vector<8>)_mm256_mask_i32gather_pd(zeros, pairs, (__m128i)low_places, all, sizeof(float));
+        high = (Vector<8>)_mm256_mask_i32gather_pd(zeros, pairs, (__m128i)high_places, all, sizeof(float));
     }
     return {even_places(low, high, Places<V>{}), odd_places(low, high, Places<V>{})};
 }
@@ -103,7 +101,7 @@ template <Direction d, int V>
 ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, const float* wa, int step,
                              Vector<V>* cosines, Vector<V>* sines)
 {
-    using O = typename Offsets<V>::Type;
+    using O = typename Ints<V>::Type;
     const Index half = (ip - 1) / 2;
     const int turn = step * static_cast<int>(ip);
     O advance;
@@ -111,19 +109,33 @@ ZAVO_INLINE void look_up_run(Index slab, Index ip, Index l, const float* x, cons
         advance[t] = step * static_cast<int>(l + t <= half ? l + t : 1);
     }
     O at = advance - step;
-    for (Index j = 1; j <= half; ++j) {
+    const auto turns = [&]() ZAVO_INLINED {
         const Pairs<V> w = look_up<V>(wa, at);
-        const Vector<V> wr = w.re;
-        const Vector<V> wi = d == Direction::forward ? -w.im : w.im;
-        for (int part = 0; part < 2; ++part) {
-            const float xj = x[slab * j + part];
-            const float xc = x[slab * (ip - j) + part];
-            cosines[part] = (j == 1 ? broadcast<V>(x[part]) : cosines[part]) + wr * xj;
-            sines[part] = j == 1 ? wi * xc : sines[part] + wi * xc;
-        }
+        return Pairs<V>{w.re, d == Direction::forward ? -w.im : w.im};
+    };
+    // Sums in variables of their own, which stay in registers.
+    const float* xj = x + slab;
+    const float* xc = x + slab * (ip - 1);
+    const Pairs<V> first = turns();
+    Vector<V> c0 = x[0] + first.re * xj[0];
+    Vector<V> c1 = x[1] + first.re * xj[1];
+    Vector<V> s0 = first.im * xc[0];
+    Vector<V> s1 = first.im * xc[1];
+    for (Index j = 2; j <= half; ++j) {
         at += advance;
         at -= (at >= turn - step) & turn;
+        xj += slab;
+        xc -= slab;
+        const Pairs<V> w = turns();
+        c0 = c0 + w.re * xj[0];
+        c1 = c1 + w.re * xj[1];
+        s0 = s0 + w.im * xc[0];
+        s1 = s1 + w.im * xc[1];
     }
+    cosines[0] = c0;
+    cosines[1] = c1;
+    sines[0] = s0;
+    sines[1] = s1;
 }
 
 // The sums of a real general pass for slabs of few values.
@@ -297,6 +309,11 @@ bool rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y,
             }
         }
         if constexpr (V > 4) {
+            if (ip >= smallest_ordered_prime && ip <= largest_ordered_prime && ip >= 4 * slab) {
+                if (rotate_prime_complex<V>(d, slab, ip, x, y, wa, step)) {
+                    return true;
+                }
+            }
             if (ip >= large_radix && ip >= 4 * slab && step * ip <= most_looked_up) {
                 const auto rotate = forward ? rotate_few_complex<Direction::forward, V>
                                             : rotate_few_complex<Direction::backward, V>;

@@ -161,6 +161,15 @@ TEST(simd, every_path_gives_the_scalar_bits_for_a_sample_up_to_a_million)
     }
 }
 
+// Such lengths take their rotations in the order of powers of a primitive root, the longest
+// by look-ups.
+TEST(simd, large_prime_factors_have_the_scalar_bits)
+{
+    for (const int n : {2 * 2053, 4099, 5 * 1021, 10289, 10301}) {
+        expect_same_bits(n);
+    }
+}
+
 TEST(simd, powers_of_two_with_code_of_their_own_have_the_scalar_bits)
 {
     for (int n = 32; n <= 8192; n *= 2) {
