@@ -2,7 +2,7 @@
 #   Prints lines and branches by folder from what gcovr has counted (--json), and
 #   holds the branches that no test reaches against the list UNREACHED, in which each
 #   has its reason. A line of the list is
-#       file | the source line without the blanks around it | reason
+#       file | function | the source line without the blanks around it | reason
 #   so that it stays true when lines move. Exits with 1 when a branch is unreached
 #   that the list does not have, or the list has one that is reached or gone.
 package require Tcl 8.5-
@@ -27,6 +27,40 @@ proc source_line {file number} {
     return [string trim [lindex $sources($file) [expr {$number - 1}]]]
 }
 
+# The bare name of a function that the linker knows as `name`; a lambda belongs to the
+# function that it stands in.
+proc bare_name {name} {
+    # A name that gcov could not translate: parts, each behind its length.
+    if {[regsub {^_ZN?L?} $name {} rest]} {
+        set part $name
+        while {[regexp {^L?(\d+)(.*)$} $rest -> length rest]} {
+            set part [string range $rest 0 [expr {$length - 1}]]
+            set rest [string range $rest $length end]
+        }
+        return $part
+    }
+    set name [string map {{(anonymous namespace)} {} {operator()} operator_call} $name]
+    # Arguments and template arguments, the inner ones first.
+    while {[regsub -all {<[^<>]*>} $name {} name]} {}
+    while {[regsub -all {\([^()]*\)} $name {} name]} {}
+    regsub {::\{lambda.*} $name {} name
+    regsub {( const)?( &+)?( \[.*)?$} $name {} name
+    return [lindex [split [lindex [split $name " "] end] :] end]
+}
+
+# The function that line `number` stands in: the last that begins before it. `heads`
+# are pairs of line and name in the order of the lines.
+proc function_at {heads number} {
+    set found -
+    foreach head $heads {
+        if {[lindex $head 0] > $number} {
+            break
+        }
+        set found [lindex $head 1]
+    }
+    return $found
+}
+
 proc percent {part whole} {
     return [expr {$whole == 0 ? "-" : [format %.1f [expr {100.0 * $part / $whole}]]}]
 }
@@ -36,84 +70,75 @@ foreach line [split [contents $unreached] \n] {
     if {[regexp {^\s*(#|$)} $line]} {
         continue
     }
-    if {![regexp {^(\S+) \| (.*) \| ([^|]+)$} $line -> file text reason]} {
+    if {![regexp {^(\S+) \| (\S+) \| (.*) \| ([^|]+)$} $line -> file function text reason]} {
         puts "$unreached: not a line of the list: $line"
         exit 1
     }
-    dict set reasons [list $file [string trim $text]] $reason
+    dict set reasons [list $file $function [string trim $text]] $reason
 }
 
-set new {}
+set folders {quillet morvel core random fft constants minimize ext zavox}
+foreach folder $folders {
+    foreach counter {lines lines_hit branches branches_hit excused} {
+        set total($folder,$counter) 0
+    }
+}
+set new [dict create]
 set used [dict create]
 foreach file [dict get [json::json2dict [contents $counted]] files] {
     set name [dict get $file file]
     set folder [lindex [file split $name] 0]
-    if {$folder in {quillet morvel core random fft constants minimize ext zavox}} {
-        # A line of a template counts once for each of its instances.
-        set lines [dict create]
-        set branches [dict create]
-        foreach line [dict get $file lines] {
-            set number [dict get $line line_number]
-            if {[dict exists $line gcovr/noncode] && [dict get $line gcovr/noncode]} {
-                continue
-            }
-            if {![dict exists $lines $number]} {
-                dict set lines $number 0
-            }
-            dict incr lines $number [expr {[dict get $line count] > 0}]
-            set i 0
-            foreach branch [dict get $line branches] {
-                set key [list $number $i]
-                if {![dict exists $branches $key]} {
-                    dict set branches $key 0
-                }
-                dict incr branches $key [expr {[dict get $branch count] > 0}]
-                incr i
-            }
+    if {$folder ni $folders} {
+        continue
+    }
+    set heads {}
+    foreach function [dict get $file functions] {
+        lappend heads [list [dict get $function lineno] [bare_name [dict get $function name]]]
+    }
+    set heads [lsort -integer -index 0 $heads]
+    foreach line [dict get $file lines] {
+        if {[dict get $line gcovr/noncode]} {
+            continue
         }
-        foreach name_of {lines branches} {
-            foreach value [dict values [set $name_of]] {
-                incr all($folder,$name_of)
-                incr hit($folder,$name_of) [expr {$value > 0}]
-            }
+        set number [dict get $line line_number]
+        incr total($folder,lines)
+        incr total($folder,lines_hit) [expr {[dict get $line count] > 0}]
+        set missing 0
+        foreach branch [dict get $line branches] {
+            incr total($folder,branches)
+            incr total($folder,branches_hit) [expr {[dict get $branch count] > 0}]
+            incr missing [expr {[dict get $branch count] == 0}]
         }
-        dict for {key value} $branches {
-            if {$value > 0} {
-                continue
-            }
-            set where [list $name [source_line $name [lindex $key 0]]]
-            if {[dict exists $reasons $where]} {
-                dict set used $where 1
-                incr excused($folder)
-            } elseif {[lsearch -exact -index 0 $new "$name:[lindex $key 0]"] < 0} {
-                lappend new [list $name:[lindex $key 0] [lindex $where 1]]
-            }
+        if {$missing == 0} {
+            continue
+        }
+        set where [list $name [function_at $heads $number] [source_line $name $number]]
+        if {[dict exists $reasons $where]} {
+            dict set used $where 1
+            incr total($folder,excused) $missing
+        } else {
+            dict set new $name:$number $where
         }
     }
 }
 
-puts [format "%-10s %8s %8s %10s %8s %10s" folder lines "%" branches "%" "with reason"]
-foreach folder {quillet morvel core random fft constants minimize ext zavox} {
-    foreach name {lines branches} {
-        if {![info exists all($folder,$name)]} {
-            set all($folder,$name) 0
-            set hit($folder,$name) 0
-        }
-    }
-    puts [format "%-10s %8d %8s %10d %8s %10d" $folder \
-        $all($folder,lines) [percent $hit($folder,lines) $all($folder,lines)] \
-        $all($folder,branches) [percent $hit($folder,branches) $all($folder,branches)] \
-        [expr {[info exists excused($folder)] ? $excused($folder) : 0}]]
+puts [format "%-10s %8s %8s %10s %8s %12s %14s" folder lines "%" branches "%" "with reason" "without reason"]
+foreach folder $folders {
+    set missing [expr {$total($folder,branches) - $total($folder,branches_hit) - $total($folder,excused)}]
+    puts [format "%-10s %8d %8s %10d %8s %12d %14d" $folder \
+        $total($folder,lines) [percent $total($folder,lines_hit) $total($folder,lines)] \
+        $total($folder,branches) [percent $total($folder,branches_hit) $total($folder,branches)] \
+        $total($folder,excused) $missing]
 }
-foreach line [lsort -dictionary $new] {
-    puts "unreached: [lindex $line 0]: [lindex $line 1]"
+foreach place [lsort -dictionary [dict keys $new]] {
+    puts "unreached: $place: [join [lrange [dict get $new $place] 1 2] { | }]"
 }
-set stale {}
+set stale 0
 foreach where [dict keys $reasons] {
     if {![dict exists $used $where]} {
-        lappend stale $where
-        puts "in the list, but reached or gone: [lindex $where 0]: [lindex $where 1]"
+        incr stale
+        puts "in the list, but reached or gone: [join $where { | }]"
     }
 }
-puts "[llength $new] lines with branches that no test reaches and no reason excuses"
-exit [expr {[llength $stale] > 0}]
+puts "[dict size $new] lines with branches that no test reaches and no reason excuses"
+exit [expr {$stale > 0 || [dict size $new] > 0}]
