@@ -60,7 +60,7 @@ bool is_text(const Tcl_Obj* value)
 int read_float(Tcl_Interp* interp, Tcl_Obj* value, float* number)
 {
     double wide = 0.0;
-    const bool plain = value->typePtr == nullptr && value->bytes != nullptr &&
+    const bool plain = value->typePtr == nullptr && // and so a text
                        read_plain_number(value->bytes, value->bytes + value->length, &wide);
     if (!plain && Tcl_GetDoubleFromObj(nullptr, value, &wide) != TCL_OK) {
         if (!is_of_type(value, "double")) {

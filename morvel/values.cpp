@@ -351,6 +351,9 @@ Tcl_Obj* bytes_of(Tcl_Interp* interp, const DynList* list)
 
 extern "C" int morvelGetIndex(Tcl_Interp* interp, Tcl_Obj* word, int count, Tcl_WideInt* index)
 {
+    if (!morvel::start(interp)) {
+        return TCL_ERROR;
+    }
     if (morvel::parse_index(word, static_cast<Tcl_WideInt>(count) - 1, index)) {
         return TCL_OK;
     }

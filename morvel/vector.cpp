@@ -256,6 +256,9 @@ MorvelVector* morvelVectorOfList(const DynList* list)
 
 MorvelVector* morvelVectorOfBytes(Tcl_Interp* interp, Tcl_Obj* bytes)
 {
+    if (!morvel::start(interp)) {
+        return nullptr;
+    }
     DynList* const list = morvel::numbers_from_bytes(interp, DFU_FLOAT, bytes);
     if (list == nullptr) {
         return nullptr;
@@ -273,6 +276,9 @@ MorvelVector* morvelVectorOfBytes(Tcl_Interp* interp, Tcl_Obj* bytes)
 
 Tcl_Obj* morvelBytesOfFloats(Tcl_Interp* interp, int n, const float* values)
 {
+    if (!morvel::start(interp)) {
+        return nullptr;
+    }
     DynList list{};
     list.datatype = DFU_FLOAT;
     list.count = list.capacity = n;
@@ -287,6 +293,9 @@ int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector)
         morvelHoldVector(own);
         *vector = own;
         return TCL_OK;
+    }
+    if (!morvel::start(interp)) {
+        return TCL_ERROR;
     }
     const bool is_text = value->typePtr == nullptr;
     int count = 0;

@@ -56,6 +56,59 @@ TEST_F(morvel_memory, create_of_lists)
               3);
 }
 
+// The first list of an interpreter: its registry comes with it.
+TEST_F(morvel_memory, create_of_an_empty_list_of_lists)
+{
+    EXPECT_EQ(failures_until_success("", "dynlist create list {}"), 3);
+}
+
+TEST_F(morvel_memory, values)
+{
+    EXPECT_EQ(failures_until_success("dynlist create float {1 2}", "dynlist value dynlist1"), 2);
+    EXPECT_EQ(failures_until_success("dynlist create int {1 2}", "dynlist value dynlist1"), 2);
+    // The array of numbers, the list, its entry.
+    EXPECT_EQ(failures_until_success("dynlist create float {1 2}; set v [dynlist value dynlist1]",
+                                     "dynlist create float $v"),
+              3);
+}
+
+// From C: a vector of a value and of bytes, and bytes of floats.
+TEST_F(morvel_memory, vectors)
+{
+    const unsigned char eight[8] = {};
+    Tcl_Obj* const bytes = Tcl_NewByteArrayObj(eight, sizeof eight);
+    Tcl_Obj* const text = Tcl_NewStringObj("1 2", -1);
+    Tcl_IncrRefCount(bytes);
+    Tcl_IncrRefCount(text);
+    int failures = 0;
+    for (MorvelVector* vector = nullptr; vector == nullptr; failures += vector == nullptr) {
+        dfuFailAllocation(failures + 1);
+        vector = morvelVectorOfBytes(interp, bytes);
+        dfuFailAllocation(0);
+        EXPECT_EQ(interp.result(), vector == nullptr ? "not enough memory" : interp.result());
+        morvelReleaseVector(vector);
+    }
+    EXPECT_EQ(failures, 3);
+    for (int nth = 1; nth <= 2; ++nth) {
+        Tcl_ResetResult(interp);
+        MorvelVector* vector = nullptr;
+        dfuFailAllocation(nth);
+        EXPECT_EQ(morvelGetVector(interp, text, &vector), TCL_ERROR);
+        dfuFailAllocation(0);
+        EXPECT_EQ(interp.result(), "not enough memory");
+        EXPECT_EQ(vector, nullptr);
+        EXPECT_STREQ(Tcl_GetString(text), "1 2");
+    }
+    Tcl_ResetResult(interp);
+    const float two[2] = {};
+    dfuFailAllocation(1);
+    EXPECT_EQ(morvelBytesOfFloats(interp, 2, two), nullptr);
+    dfuFailAllocation(0);
+    EXPECT_EQ(interp.result(), "not enough memory");
+    Tcl_DecrRefCount(bytes);
+    Tcl_DecrRefCount(text);
+}
+
 TEST_F(morvel_memory, copy)
 {
     EXPECT_EQ(

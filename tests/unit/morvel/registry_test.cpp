@@ -2,6 +2,7 @@
 // lists that outlive the interpreter.
 #include "tests/support/tcl_fixture.hpp"
 
+#include <climits>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -49,6 +50,29 @@ TEST_F(registry_of_lists, works_where_the_package_was_never_loaded)
     ASSERT_EQ(Morvel_Init(bare), TCL_OK); // and the package finds it there
     EXPECT_EQ(bare.eval("dynlist get dynlist1"), "1.5 2.5");
 }
+
+TEST_F(registry_of_lists, the_package_may_be_loaded_again)
+{
+    interp.eval("dynlist create int {1 2}");
+    ASSERT_EQ(Morvel_Init(interp), TCL_OK);
+    EXPECT_EQ(interp.eval("dynlist get dynlist1"), "1 2");
+}
+
+#if TCL_MAJOR_VERSION < 9
+// Longer than any value of Tcl 8: nothing of them is read.
+TEST_F(registry_of_lists, lists_longer_than_a_value_of_tcl_are_refused)
+{
+    DynList endless{};
+    endless.datatype = DFU_INT;
+    endless.count = INT_MAX;
+    EXPECT_EQ(tclDynListToTclList(interp, &endless), TCL_ERROR);
+    EXPECT_EQ(interp.result().substr(0, 28), "max length of a Tcl list (26");
+    EXPECT_EQ(interp.error_code(), "TCL MEMORY");
+    EXPECT_EQ(morvelBytesOfFloats(interp, INT_MAX, nullptr), nullptr);
+    EXPECT_EQ(interp.result(), "max size of a Tcl value (2147483647 bytes) exceeded");
+    EXPECT_EQ(interp.error_code(), "TCL MEMORY");
+}
+#endif
 
 TEST_F(registry_of_lists, converts_nested_lists_and_leaves_them_to_the_caller)
 {

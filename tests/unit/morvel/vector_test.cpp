@@ -1,6 +1,8 @@
 // Vectors as Tcl values from C, and the text of floats.
 #include "tests/support/tcl_fixture.hpp"
 
+#include <climits>
+#include <csetjmp>
 #include <cstdlib>
 #include <string>
 
@@ -140,6 +142,32 @@ TEST_F(Vector, impossible_sizes)
     morvelReleaseVector(nullptr);
     morvelHoldVector(nullptr);
 }
+
+#if TCL_MAJOR_VERSION < 9
+std::jmp_buf after_panic;
+std::string last_words;
+
+[[noreturn]] void note_panic(const char* format, ...)
+{
+    last_words = format;
+    std::longjmp(after_panic, 1);
+}
+
+// Whoever asks for a string cannot be told of an error: Tcl's own way out.
+TEST_F(Vector, a_text_longer_than_any_value_is_the_end)
+{
+    Tcl_Obj* const value = morvelVectorValue(interp, morvelNewVector(INT_MAX, nullptr)); // as if
+    last_words.clear();
+    if (setjmp(after_panic) == 0) {
+        Tcl_SetPanicProc(note_panic);
+        Tcl_GetString(value);
+    }
+    Tcl_SetPanicProc(nullptr);
+    EXPECT_EQ(last_words, "max size for a Tcl value exceeded by the text of a vector");
+    Tcl_IncrRefCount(value);
+    Tcl_DecrRefCount(value);
+}
+#endif
 
 TEST_F(Vector, of_a_list)
 {
