@@ -25,10 +25,10 @@ struct Unit {
     float factor = 1.0F;
 };
 
-// Equality, or two letters that differ in case.
+// In either case; no letter is the zero that ends a text.
 bool same_letter(char c, char capital)
 {
-    return c == capital || (capital >= 'A' && capital <= 'Z' && c == capital + 32);
+    return capital != '\0' && (c == capital || c == capital + 32);
 }
 
 // Kept: every beginning of "SI" counts, so that the empty text and "s" ask for

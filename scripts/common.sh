@@ -103,7 +103,7 @@ tcl85_library() {
 
 build_packages=(g++ cmake ninja-build pkg-config tcl8.6 tcl8.6-dev libfast-float-dev)
 # shellcheck disable=SC2034 # for the scripts that source this one
-test_packages=(libgtest-dev locales)
+test_packages=(libgtest-dev)
 
 # configure PRESET [CMAKE ARGUMENT ...]
 configure() {

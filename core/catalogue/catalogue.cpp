@@ -248,8 +248,9 @@ const char* code_text(int code)
     CatalogueCache& cache = catalogue_cache();
     char(&text)[sizeof cache.code_text] = cache.code_text;
     catalogue_message(code);
-    const bool has_record = cache.cached && cache.cached_code == code &&
-                            cache.files[file_index(code)].status == CatalogueFile::Status::loaded;
+    // What is cached was read from a file that is loaded: one that fails or is closed
+    // takes the record along.
+    const bool has_record = cache.cached && cache.cached_code == code;
     if (has_record) {
         std::snprintf(text, sizeof text, "%s", cache.buffer + cache.name_start);
     } else {

@@ -57,13 +57,13 @@ std::size_t fitting(const char* text, std::size_t length, std::size_t room)
 }
 
 // One line of the message, without its line feed, broken at blanks.
-// used: columns of the present line; fresh: only the prefix stands there.
+// used: columns of the present line, below line_width; fresh: only the prefix stands there.
 void append_wrapped(const char* text, std::size_t length, std::size_t used, bool fresh, const char* line_end,
                     TextBuffer& out)
 {
     constexpr std::size_t prefix_width = sizeof continuation;
     while (true) {
-        const std::size_t room = used < line_width ? line_width - used : 0;
+        const std::size_t room = line_width - used;
         std::size_t cut = fitting(text, length, room);
         if (cut == 0 && length > 0 && fresh) {
             cut = room; // a word longer than a line
@@ -183,7 +183,7 @@ void zavo_error_traceback(void)
             nearest = level;
         }
         const bool called_by_user = state.stack[level - 1].user_level != 0;
-        if (nearest != 0 && (called_by_user || (every_level && nearest == level))) {
+        if (nearest != 0 && (called_by_user || every_level)) {
             trace_level(nearest);
             nearest = 0;
         }

@@ -20,7 +20,8 @@ namespace {
 
 constexpr bool reported_at_once(int type)
 {
-    return type >= ZAVO_TERMINAL && type <= ZAVO_INTERNAL;
+    static_assert(highest_type == ZAVO_INTERNAL);
+    return type >= ZAVO_TERMINAL;
 }
 
 bool same_name(const char* a, const char* b)

@@ -66,6 +66,23 @@ TEST(quillet_memory, move_leaves_the_child_to_the_caller)
     dfuFreeDynList(parent);
 }
 
+TEST(quillet_memory, growth_of_more_than_half_the_largest_count_leaves_the_child)
+{
+    DynList* const parent = dfuCreateDynList(DFU_LIST, 0);
+    DynList* const child = dfuCreateDynList(DFU_INT, 0);
+    constexpr int count = (1 << 30) + 1; // as if: twice as many fit no int
+    parent->count = parent->capacity = count;
+    dfuFailAllocation(1);
+    EXPECT_NE(dfuMoveDynListList(parent, child), 0);
+    dfuFailAllocation(0);
+    EXPECT_EQ(parent->count, count);
+    EXPECT_EQ(parent->capacity, count);
+    EXPECT_EQ(child->owner, nullptr);
+    parent->count = parent->capacity = 0;
+    dfuFreeDynList(child);
+    dfuFreeDynList(parent);
+}
+
 TEST(quillet_memory, copy)
 {
     DynList* const list = dfuCreateDynList(DFU_LIST, 3);

@@ -43,7 +43,8 @@ TEST_F(constant, values)
 
 TEST_F(constant, unknown_names)
 {
-    for (const char* name : {"tau", "pi2", "", "_", "p-i", "\xCF\x80", "speedlight1", "STANDARDPRESSUREX"}) {
+    for (const char* name :
+         {"tau", "pi2", "", "_", "p-i", "\xCF\x80", "speedlight1", "STANDARDPRESSUREX", "electronmask"}) {
         refuse(name, nullptr, 12111, "zavo_f_constant");
         EXPECT_EQ(expanded("%(S1)"), name); // as given
     }
@@ -166,6 +167,8 @@ TEST_F(unit_conversion, beginnings_of_si)
     EXPECT_EQ(convert(2.0F, "SI", "hour"), static_cast<float>(2.0 / 3600.0));
     EXPECT_EQ(convert(2.0F, "", "Si"), 2.0F);
     EXPECT_EQ(reported(), "");
+    EXPECT_TRUE(std::isnan(convert(1.0F, "foot", "SI "))); // longer than "SI": a unit
+    EXPECT_EQ(reported(), "5/12114 l_c3nit");
     EXPECT_TRUE(std::isnan(convert(1.0F, "furlong", "SI")));
     EXPECT_EQ(reported(), "5/12114 l_c3nit");
 }

@@ -69,6 +69,12 @@ TEST_F(unit_expression, exponents)
     expect("m^-2", {-2, 0, 0, 0, 0}, 1.0F);
     expect("m^+2", {2, 0, 0, 0, 0}, 1.0F);
     expect("m^ 2x", {2, 0, 0, 0, 0}, 1.0F);
+    expect("m^\t\r\v-2", {-2, 0, 0, 0, 0}, 1.0F); // all that isspace() knows
+    expect("m^\x0e"
+           "2",
+           none, 1.0F); // and no other control
+    expect("m^ ", none, 1.0F);
+    expect("m^-", none, 1.0F);
     expect("m^2^3", {6, 0, 0, 0, 0}, 1.0F);
     expect("s/m^2^-1", {2, 0, 1, 0, 0}, 1.0F);
     expect("foot^0", none, 1.0F);
@@ -166,6 +172,7 @@ TEST_F(unit_expression, unknown_units)
     refuse("m/furlong^2", "FURLONG");
     refuse("kiloknot", "KNOT");
     refuse("m s", "M S");
+    refuse("x{", "X{");                   // behind z
     refuse("\xE5ngstrom", "\xE5NGSTROM"); // capitals are those of a to z
     const Parsed p = parse("foot*furlong*m");
     EXPECT_EQ(p.dims, (Dims{1, 0, 0, 0, 0})); // what stood before it

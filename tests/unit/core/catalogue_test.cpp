@@ -268,6 +268,91 @@ TEST_F(catalogue, a_variable_may_name_a_folder_that_is_long_or_has_a_semicolon)
 }
 #endif
 
+#if !defined(_WIN32)
+TEST_F(catalogue, empty_elements_and_a_dollar_alone_name_no_folder)
+{
+    folder.write("zavoerr.bin", CatalogueBuilder{few}.build().bytes());
+    set_catalogue_path((";$;;" + folder.path()).c_str());
+    EXPECT_STREQ(catalogue_message(7), "Seven.");
+}
+
+// The first such value may be the name of one folder, all may be several folders.
+TEST_F(catalogue, several_variables_may_have_semicolons)
+{
+    folder.write("zavoerr.bin", CatalogueBuilder{few}.build().bytes());
+    setenv("ZAVO_TEST_FIRST", "nowhere;/neither", 1);
+    setenv("ZAVO_TEST_SECOND", ("nor;" + folder.path()).c_str(), 1);
+    set_catalogue_path("$ZAVO_TEST_FIRST;$ZAVO_TEST_SECOND");
+    EXPECT_STREQ(catalogue_message(7), "Seven.");
+    reset_catalogue();
+    set_catalogue_path("$ZAVO_TEST_FIRST");
+    EXPECT_EQ(complaint_about(7), "Error in reading zavoerr.bin\nFile not found.\n");
+    unsetenv("ZAVO_TEST_FIRST");
+    unsetenv("ZAVO_TEST_SECOND");
+}
+
+// The expanded path, and the value that may be one folder, are allocated apart.
+TEST_F(catalogue, shortage_of_memory_for_a_variable_is_told)
+{
+    folder.write("zavoerr.bin", CatalogueBuilder{few}.build().bytes());
+    setenv("ZAVO_TEST_FOLDER", (folder.path() + ";nowhere").c_str(), 1);
+    long nth = 1;
+    while (true) {
+        reset_catalogue();
+        set_catalogue_path("$ZAVO_TEST_FOLDER");
+        zavo_fail_allocation(nth);
+        testing::internal::CaptureStderr();
+        const std::string text = catalogue_message(7);
+        const std::string complaint = testing::internal::GetCapturedStderr();
+        const bool failed = zavo_allocation_count() >= nth;
+        zavo_fail_allocation(0);
+        if (!failed) {
+            EXPECT_EQ(text, "Seven.");
+            break;
+        }
+        if (nth <= 5) { // before the file is opened, and its tables
+            EXPECT_EQ(complaint, "Error in reading zavoerr.bin\nOut-of-space.\n") << nth;
+            EXPECT_EQ(text, "Error code 7.") << nth;
+        }
+        ++nth;
+    }
+    EXPECT_GT(nth, 6);
+    unsetenv("ZAVO_TEST_FOLDER");
+}
+
+TEST_F(catalogue, a_file_that_is_cut_while_it_is_open_answers_with_the_failure_text)
+{
+    std::vector<CatalogueEntry> long_ones = few;
+    for (CatalogueEntry& entry : long_ones) {
+        entry.text.append(20000, 'x'); // beyond what the C library reads ahead
+    }
+    folder.write("zavoerr.bin", CatalogueBuilder{long_ones}.build().bytes());
+    EXPECT_EQ(catalogue_message(7), "Seven." + std::string(20000, 'x'));
+    std::filesystem::resize_file(std::filesystem::path(folder.path()) / "zavoerr.bin", 21000);
+    EXPECT_STREQ(catalogue_message(60000), "Error in reading zavoerr.bin for error message 60000.\n"
+                                           "Cannot seek to correct location.\n");
+}
+#endif
+
+TEST_F(catalogue, a_file_is_opened_by_its_own_name_only)
+{
+    CatalogueFile file;
+    EXPECT_STREQ(file.open((folder.path() + "/none.bin").c_str()), "File not found");
+    EXPECT_STREQ(file.open(folder.path().c_str()), "File not found");
+    EXPECT_EQ(file.file, nullptr);
+}
+
+TEST_F(catalogue, an_empty_text_takes_a_setting_back)
+{
+    folder.write("zavoerr.bin", CatalogueBuilder{few}.build().bytes());
+    EXPECT_TRUE(set_catalogue_path("")); // the path is that of the environment again
+    EXPECT_EQ(complaint_about(7), "Error in reading zavoerr.bin\nFile not found.\n");
+    reset_catalogue();
+    EXPECT_TRUE(set_catalogue_path(folder.path().c_str()));
+    EXPECT_TRUE(set_catalogue_name(""));
+    expect_few();
+}
+
 TEST_F(catalogue, shortage_of_memory_is_told_and_leaks_nothing)
 {
     folder.write("zavoerr.bin", CatalogueBuilder{few}.build().bytes());

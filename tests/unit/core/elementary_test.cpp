@@ -45,6 +45,8 @@ TEST(elementary, sine_and_cosine_of_large_arguments)
     const Row rows[] = {
         {0x1.0000000000000p+20, 0x1.526ccb2fc8656p-2, 0x1.e33ada92fe2aep-1},
         {0x1.e848080000000p+19, -0x1.b7bbd56f648b8p-4, 0x1.fd0a79db83ee8p-1},
+        {0x1.312d000000000p+22, -0x1.f3fd5fdc1315ep-1, -0x1.b8fc4119417b9p-3}, // digits of 2/pi from a
+        {0x1.4cccccccccccdp+54, 0x1.ffe7201c77109p-1, 0x1.3f2e5a5baf4b7p-6},   // whole word on
         {0x1.8000000000000p+31, -0x1.d267a039a0c50p-1, -0x1.a66c9f31fc0f1p-2},
         {0x1.0f0cf064dd592p+73, -0x1.b453ab76bf397p-1, 0x1.0be2cef01c8f4p-1},
         {0x1.0000000000000p+100, -0x1.be8ed97ac1f59p-1, 0x1.f4eb3ff66e36dp-2},

@@ -1,4 +1,5 @@
 #include "core/errors/error_stack.h"
+#include "core/system/memory.hpp"
 #include "tests/support/captured_errors.hpp"
 
 #include <gtest/gtest.h>
@@ -80,6 +81,31 @@ TEST(error_options, types_outside_1_to_5_are_refused_and_the_list_goes_on)
     EXPECT_EQ(untouched, 42);
 }
 
+TEST(error_options, an_answer_without_an_address_is_passed_over)
+{
+    CapturedErrors errors;
+    int mode = -1;
+    zavo_error_options(ZAVO_GET_PRINT, ZAVO_WARNING, static_cast<int*>(nullptr), ZAVO_GET_ERROR_STREAM,
+                       static_cast<FILE**>(nullptr), ZAVO_GET_OUTPUT_MODE, static_cast<int*>(nullptr),
+                       ZAVO_GET_OUTPUT_MODE, &mode, 0);
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(mode, ZAVO_OUTPUT_STREAM);
+}
+
+TEST(error_options, a_shortage_for_a_path_or_name_is_posted)
+{
+    CapturedErrors errors;
+    for (const auto& [code, name] :
+         {std::pair{ZAVO_SET_CATALOGUE_PATH, "path"}, std::pair{ZAVO_SET_CATALOGUE_NAME, "name"}}) {
+        errors.clear();
+        zavo_fail_allocation(1);
+        zavo_error_options(code, "elsewhere", 0);
+        zavo_fail_allocation(0);
+        EXPECT_EQ(errors.codes(), "5/201");
+        EXPECT_EQ(errors.expand("%(S1) %(I1)"), std::string(name) + " 0");
+    }
+}
+
 TEST(error_options, unknown_code_ends_the_list)
 {
     CapturedErrors errors;
@@ -133,7 +159,8 @@ TEST(error_options, streams_are_read_and_stored_by_unit)
     CapturedErrors errors;
     zavo_error_stream(4, &stream);
     zavo_error_stream(0, &stream);
-    EXPECT_EQ(errors.codes(), "5/12010 5/12010");
+    zavo_error_stream(-4, &stream);
+    EXPECT_EQ(errors.codes(), "5/12010 5/12010 5/12010");
 }
 
 TEST(error_options, e1pos_cannot_switch_one_type_off)

@@ -55,6 +55,21 @@ TEST(error_printers, nothing_is_printed_for_an_empty_message)
     EXPECT_EQ(printed(ZAVO_WARNING_IMMEDIATE, " "), "");
 }
 
+TEST(error_printers, other_modes_print_nothing_for_an_empty_message_either)
+{
+    for (const int mode : {ZAVO_OUTPUT_CONSOLE, ZAVO_OUTPUT_MESSAGE_BOX}) {
+        zavo_error_options(ZAVO_SET_OUTPUT_MODE, mode, 0);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        zavo_error_push("routine");
+        zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 99999, " ");
+        zavo_error_pop("routine");
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
+    zavo_error_options(ZAVO_SET_OUTPUT_MODE, ZAVO_OUTPUT_STREAM, 0);
+}
+
 TEST(error_printers, long_messages_break_at_blanks_within_78_columns)
 {
     std::string message;

@@ -1,4 +1,5 @@
 #include "core/errors/error_stack.h"
+#include "core/errors/error_state.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "tests/support/captured_errors.hpp"
@@ -92,6 +93,64 @@ TEST(error_stack, type_minus_1_reposts_or_amends_and_type_0_clears)
     EXPECT_EQ(zavo_error_pop("routine"), 0);
 }
 
+TEST(error_stack, type_minus_1_with_a_code_that_is_not_positive_changes_nothing)
+{
+    CapturedErrors errors;
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_NOTE, 5, nullptr);
+    zavo_e1mes(-1, 0, "unused");
+    zavo_e1mes(-1, -7, "unused");
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(zavo_error_pop("routine"), 5);
+    EXPECT_EQ(zavo_error_type(1), ZAVO_NOTE);
+}
+
+TEST(error_stack, type_0_with_a_code_stores_the_code)
+{
+    CapturedErrors errors;
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING, 5, "a warning");
+    zavo_e1mes(0, 6, "no error");
+    EXPECT_EQ(zavo_error_pop("routine"), 6);
+    EXPECT_EQ(zavo_error_type(1), 0);
+    EXPECT_TRUE(errors.empty());
+}
+
+TEST(error_stack, an_immediate_type_that_does_not_print_still_calls_the_hook)
+{
+    static int calls;
+    calls = 0;
+    CapturedErrors errors;
+    int print = 0;
+    int stop = -1;
+    zavo_e1pos(0, &print, &stop); // types 1 to 7
+    zavo_error_hook([](int, int, const char*) { ++calls; });
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 5, "quiet");
+    zavo_error_pop("routine");
+    zavo_error_hook(nullptr);
+    print = 1;
+    for (const int type :
+         {ZAVO_WARNING, ZAVO_FATAL, ZAVO_TERMINAL, ZAVO_WARNING_IMMEDIATE, ZAVO_FATAL_IMMEDIATE}) {
+        zavo_e1pos(type, &print, &stop);
+    }
+    EXPECT_EQ(calls, 2); // at posting and at return
+    EXPECT_TRUE(errors.empty());
+}
+
+// There is one message buffer: what a hook posts and leaves standing is what is printed.
+TEST(error_stack, a_message_that_the_hook_leaves_behind_is_the_one_reported)
+{
+    CapturedErrors errors;
+    zavo_error_hook([](int, int, const char*) { zavo_e1mes(ZAVO_WARNING, 6, "left behind"); });
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_WARNING, 5, "the first");
+    zavo_error_pop("routine");
+    zavo_error_hook(nullptr);
+    ASSERT_EQ(errors.codes(), "3/6");
+    EXPECT_EQ(errors.last().message, "left behind");
+}
+
 TEST(error_stack, blank_or_null_message_leaves_the_error_unreported_at_return)
 {
     CapturedErrors errors;
@@ -144,6 +203,7 @@ TEST(error_stack, bad_type_stops_with_status_zero)
     EXPECT_EXIT(zavo_e1mes(9, 5, "what"), testing::ExitedWithCode(0),
                 "Error type must be -1,...,8, but type =");
     EXPECT_EXIT(zavo_e1mes(-2, 5, "what"), testing::ExitedWithCode(0), "Message = \"what\"");
+    EXPECT_EXIT(zavo_e1mes(9, 5, nullptr), testing::ExitedWithCode(0), "Message = \"\"");
 }
 
 TEST(error_stack, mismatched_pop_and_overflow_are_internal_errors)
@@ -158,6 +218,40 @@ TEST(error_stack, mismatched_pop_and_overflow_are_internal_errors)
         for (int i = 0; i < 200; ++i) { zavo_error_push("deep"); }, testing::ExitedWithCode(8),
         "INTERNAL Error from deep");
     EXPECT_EXIT(zavo_error_pop("nothing was pushed"), testing::ExitedWithCode(8), "INTERNAL Error");
+}
+
+TEST(error_stack, after_a_fault_a_pop_drops_the_entries_above_its_own)
+{
+    CapturedErrors errors;
+    zavo_error_push("outer");
+    zavo_error_push("inner");
+    zavo_error_push("innermost");
+    zavo::core::error_state().fault_pending = true;
+    zavo_error_pop("inner");
+    EXPECT_FALSE(zavo::core::error_state().fault_pending);
+    zavo_error_pop("outer"); // a mismatch would end the process
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EXIT(
+        {
+            zavo_error_push("outer");
+            zavo::core::error_state().fault_pending = true;
+            zavo_error_pop("stranger");
+        },
+        testing::ExitedWithCode(8), "60001 +outer");
+}
+
+TEST(error_stack, with_no_level_of_the_user_the_routine_is_the_outermost)
+{
+    CapturedErrors errors;
+    zavo_error_user_level("OFF");
+    zavo_error_push("first");
+    zavo_error_push("second");
+    zavo_e1mes(ZAVO_WARNING_IMMEDIATE, 5, "text");
+    EXPECT_STREQ(zavo::core::routine_called_by_user(), "first");
+    zavo_e1mes(0, 0, nullptr);
+    zavo_error_pop("second");
+    zavo_error_pop("first");
+    zavo_error_user_level("ON");
 }
 
 TEST(error_stack, names_match_by_text)

@@ -32,9 +32,11 @@ TEST(memory, products_beyond_a_size_are_failed_allocations)
     EXPECT_EQ(allocate_zeroed(SIZE_MAX / 4 + 2, 4), nullptr);
     EXPECT_EQ(take_work(SIZE_MAX / 2, 2), nullptr);
     EXPECT_EQ(take_work(SIZE_MAX / 2, 1), nullptr);
-    void* const none = allocate(0, 4);
-    EXPECT_NE(none, nullptr);
-    release(none);
+    for (void* const none : {allocate(0, 4), allocate(4, 0), allocate_zeroed(0, 4), allocate_zeroed(4, 0),
+                             reallocate(nullptr, 0)}) {
+        EXPECT_NE(none, nullptr); // so that null always means failure
+        release(none);
+    }
 }
 
 TEST(memory, work_blocks_are_aligned_and_given_back_in_any_order)
@@ -74,6 +76,27 @@ TEST(memory, a_result_array_frees_what_it_did_not_hand_over)
     float* const handed = array.hand_over();
     std::free(handed);
 }
+
+TEST(memory, from_the_nth_on_all_fail_when_asked_to)
+{
+    zavo_fail_allocation(-2);
+    void* const first = allocate(1, 1);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(allocate(1, 1), nullptr);
+    EXPECT_EQ(allocate_zeroed(1, 1), nullptr);
+    EXPECT_EQ(reallocate(nullptr, 1), nullptr);
+    zavo_fail_allocation(0);
+    release(first);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) // which ends the process
+TEST(memory, more_than_the_system_has_is_a_failed_allocation)
+{
+    EXPECT_EQ(allocate(SIZE_MAX / 4, 1), nullptr);
+    EXPECT_EQ(allocate_zeroed(SIZE_MAX / 4, 1), nullptr);
+    EXPECT_EQ(take_work(SIZE_MAX / 4, 1), nullptr);
+}
+#endif
 
 // Blocks of many megabytes come from the system another way.
 TEST(memory, large_blocks_are_malloc_blocks_too)

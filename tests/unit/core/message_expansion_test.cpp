@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <clocale>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -58,6 +59,10 @@ TEST_F(message_expansion, unknown_kinds_stay_visible)
     EXPECT_EQ(expanded("%(Q1%5d) x"), "%(Q1) x");
     EXPECT_EQ(expanded("%(I0)"), "%(I0)");
     EXPECT_EQ(expanded("%(I) %(1) 100% %d %"), "%(I) %(1) 100% %d %");
+    // Neighbours of the letters and of the digits.
+    for (const char* text : {"%(@1)", "%([1)", "%(`1)", "%({1)", "%(I/)", "%(I:)"}) {
+        EXPECT_EQ(expanded(text), text);
+    }
 }
 
 TEST_F(message_expansion, line_feed)
@@ -72,6 +77,7 @@ TEST_F(message_expansion, own_format_of_the_right_kind_is_used)
     EXPECT_EQ(expanded("[%(I1%%%x)]"), "[%7]");
     EXPECT_EQ(expanded("[%(R2%.2f)]"), "[0.50]");
     EXPECT_EQ(expanded("[%(S5%6.2s)]"), "[    fi]");
+    EXPECT_EQ(expanded("[%(R2%%%.1f%%)]"), "[%0.5%]");
     EXPECT_EQ(expanded("[%(C3%.1f)]"), "[(1.0,-2.0)]");
 }
 
@@ -131,6 +137,18 @@ TEST_F(message_expansion, numbers_have_a_point_in_every_locale)
     const std::string several = expanded("%(R1%.1f), %(Z1) %(Z1%.1f,%.1f)");
     std::setlocale(LC_NUMERIC, "C");
     EXPECT_EQ(several, "1.5, (1.250000e+00,-3.500000e+00) 1.2,-3.5");
+}
+
+TEST_F(message_expansion, an_own_format_of_more_than_63_characters_is_not_used)
+{
+    EXPECT_EQ(expanded(("%(I1%d" + std::string(61, '.') + ")").c_str()), "7" + std::string(61, '.'));
+    EXPECT_EQ(expanded(("%(I1%d" + std::string(62, '.') + ")").c_str()), "7");
+}
+
+TEST_F(message_expansion, a_string_that_is_null_is_shown_as_such)
+{
+    zavo_error_set_string(1, nullptr);
+    EXPECT_EQ(expanded("[%(S1)]"), "[(null)]");
 }
 
 TEST_F(message_expansion, long_strings_are_not_cut)

@@ -156,6 +156,19 @@ TEST(transpose_example, two_by_three_in_its_own_array)
     EXPECT_EQ(std::vector<float>(a, a + 6), (std::vector<float>{1, 2, 3, 4, 5, 6}));
 }
 
+// Nothing of the matrix is touched.
+TEST(transpose_example, elements_beyond_an_int_are_refused_when_memory_is_short)
+{
+    float nothing = 1;
+    zavo::test::CapturedErrors errors;
+    zavo_fail_allocation(1);
+    M1RAN_F(65536, 65537, &nothing, &nothing);
+    zavo_fail_allocation(0);
+    EXPECT_EQ(nothing, 1.0F);
+    ASSERT_EQ(errors.all().size(), 1U);
+    EXPECT_EQ(errors.last().routine, "M1RAN_F");
+}
+
 TEST(transpose_example, keeps_the_bits_of_signalling_nans)
 {
     int pattern[] = {0x7F800001, static_cast<int>(0xFFC12345U), 1, static_cast<int>(0x80000000U), 0x7FFFFFFF,

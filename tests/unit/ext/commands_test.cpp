@@ -197,6 +197,60 @@ TEST_F(commands, a_message_is_cut_between_characters)
     }
 }
 
+// Characters of three and of four bytes; bytes that are no UTF-8 stay.
+TEST_F(commands, a_message_is_cut_between_characters_of_any_width)
+{
+    for (const std::string character : {"a", "\xe2\x82\xac", "\xf0\x9f\x98\x80"}) {
+        for (const char* before : {"", "x", "xy", "xyz"}) {
+            std::string name = before;
+            while (name.size() < 5000) {
+                name += character;
+            }
+            zavo_error_push("routine");
+            zavo_error_set_string(1, name.c_str());
+            zavo_e1mes(ZAVO_TERMINAL, 1, "%(S1)");
+            zavo_error_pop("routine");
+            ASSERT_EQ(zavo_error_result(interp), 1);
+            const std::string text = interp.result();
+            EXPECT_GE(text.size(), 4092U);
+            EXPECT_EQ(text.substr(text.size() - character.size()), character);
+        }
+    }
+    const std::string bytes(5000, '\x80');
+    zavo_error_push("routine");
+    zavo_error_set_string(1, bytes.c_str());
+    zavo_e1mes(ZAVO_TERMINAL, 1, "%(S1)");
+    zavo_error_pop("routine");
+    ASSERT_EQ(zavo_error_result(interp), 1);
+    EXPECT_EQ(interp.result().size(), 4095U);
+}
+
+// A host that has switched the printing of errors off hears of none.
+TEST_F(commands, an_error_that_is_not_reported_is_no_result)
+{
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_TERMINAL, 0, 0);
+    zavo::ext::forget_last_error();
+    Tcl_SetResult(interp, const_cast<char*>("as it was"), TCL_STATIC);
+    zavo_error_push("routine");
+    zavo_e1mes(ZAVO_TERMINAL, 1, "unheard");
+    zavo_error_pop("routine");
+    EXPECT_EQ(zavo_error_result(interp), 0);
+    EXPECT_EQ(interp.result(), "as it was");
+    zavo_error_options(ZAVO_SET_PRINT, ZAVO_TERMINAL, 1, 0);
+}
+
+// A result that somebody else holds is not written into.
+TEST_F(commands, a_shared_result_is_replaced)
+{
+    Tcl_Obj* const shared = Tcl_NewStringObj("held", -1);
+    Tcl_IncrRefCount(shared);
+    Tcl_SetObjResult(interp, shared);
+    Tcl_SetStringObj(zavo::ext::own_result(interp), "written", -1);
+    EXPECT_STREQ(Tcl_GetString(shared), "held");
+    EXPECT_EQ(interp.result(), "written");
+    Tcl_DecrRefCount(shared);
+}
+
 #if !defined(_WIN32)
 int* volatile nowhere = nullptr;
 
