@@ -2,7 +2,7 @@
 // evaluations, and what a script objective costs beside the same procedure
 // called by Tcl_Eval of a ready string and its result read by atof().
 #include "bench/ratio_report.hpp"
-#include "tests/support/nist_problems.hpp"
+#include "tests/support/problem_page.hpp"
 
 #include <chrono>
 #include <cstdlib>
@@ -65,67 +65,6 @@ void print_unconstrained()
     }
 }
 
-const char* ending(int code)
-{
-    switch (code) {
-    case 0:
-        return "gradient";
-    case 8006:
-        return "small step";
-    case 8017:
-    case 8029:
-    case 8030:
-        return "limit";
-    case 8032:
-        return "longest steps";
-    case 8049:
-        return "no lower point";
-    case 8050:
-        return "no progress";
-    case 8051:
-        return "stuck";
-    default:
-        return "other";
-    }
-}
-
-bool reached(const Problem& p, const Outcome& outcome)
-{
-    return outcome.f <= p.optimum + 1e-3 * std::fmax(p.optimum, 1e-1);
-}
-
-// ---- The manual's page of results -------------------------------------------------
-
-void write_rows(std::FILE* page, const char* title, const std::vector<Problem>& problems)
-{
-    std::fprintf(page, "[subsection {%s}]\n\n[example {\n%-25s %13s %13s %6s  %s\n", title, "problem",
-                 "reached", "published", "calls", "ending");
-    int good = 0;
-    int calls = 0;
-    for (const Problem& p : problems) {
-        const Outcome outcome = minimize_as_script(p);
-        good += reached(p, outcome) ? 1 : 0;
-        calls += outcome.evaluations;
-        std::fprintf(page, "%-25s %13.7g %13.7g %6d  %s%s\n", p.name, static_cast<double>(outcome.f),
-                     p.optimum, outcome.evaluations, ending(outcome.code),
-                     reached(p, outcome) ? "" : ", elsewhere");
-    }
-    std::fprintf(page, "%d of %d reached, %d calls\n}]\n\n", good, static_cast<int>(problems.size()), calls);
-}
-
-void write_constrained_rows(std::FILE* page)
-{
-    std::fprintf(page,
-                 "[subsection {Bounds and linear constraints}]\n\n[example {\n%-10s %13s %13s %6s  %s\n",
-                 "problem", "reached", "published", "calls", "code");
-    for (const Problem& p : constrained_problems()) {
-        const Outcome outcome = minimize_constrained(p, View::script, false, 0.0);
-        std::fprintf(page, "%-10s %13.7g %13.7g %6d  %d\n", p.name, static_cast<double>(outcome.f), p.optimum,
-                     outcome.evaluations, outcome.code);
-    }
-    std::fprintf(page, "}]\n\n");
-}
-
 // Written by `bench_minimize --page=docs/minimization_problems.man`.
 int write_page(const char* path)
 {
@@ -134,42 +73,7 @@ int write_page(const char* path)
         std::fprintf(stderr, "bench_minimize: cannot write %s\n", path);
         return 1;
     }
-    std::fputs(
-        "[comment {-*- tcl -*- doctools manpage, written by bench_minimize --page}]\n"
-        "[manpage_begin zavo_minimization_problems n 1.0]\n"
-        "[see_also zavo_minimization]\n"
-        "[keywords {curve fitting}]\n"
-        "[keywords {test problems}]\n"
-        "[moddesc {Numerical library}]\n"
-        "[titledesc {Published problems and what the minimizers reach}]\n"
-        "[description]\n\n"
-        "What [cmd zavo_min_uncon_multivar] and [cmd zavo_min_con_gen_lin] reach on published problems\n"
-        "from their published starts, through the six decimals and single-precision values of a script,\n"
-        "with all settings at their defaults. [const reached] is the value at the result, [const published]\n"
-        "the certified or published optimum, [const calls] counts every call of the procedure; a run that\n"
-        "ends above the optimum by more than a thousandth of it, or than 0.0001 where it is below 0.1, is\n"
-        "marked [const elsewhere]. What the endings mean stands in [manpage zavo_minimization].\n\n"
-        "[section {NIST'S NONLINEAR REGRESSION}]\n\n"
-        "Nine of the Statistical Reference Datasets of the National Institute of Standards and Technology,\n"
-        "both starts each.\n\n",
-        page);
-    write_rows(page, "Variables as they are", nist_problems_as_given());
-    write_rows(page, "Variables as multiples of the start", nist_problems(false));
-    write_rows(page, "The same, sums divided by the certified ones", nist_problems(true));
-    std::fputs("[section {LEAST SQUARES AND FREE MINIMA}]\n\n"
-               "J. J. More, B. S. Garbow, K. E. Hillstrom: Testing unconstrained optimization software, ACM\n"
-               "Transactions on Mathematical Software 7 (1981) 17-41.\n\n",
-               page);
-    write_rows(page, "Least squares", least_squares_problems());
-    write_rows(page, "Unconstrained minimization", unconstrained_problems());
-    std::fputs(
-        "[section {CONSTRAINED MINIMA}]\n\n"
-        "W. Hock, K. Schittkowski: Test Examples for Nonlinear Programming Codes (1981), numbered as\n"
-        "there. Code 8088 means that the conditions of a minimum are met, 8089 and 8090 that rounding\n"
-        "allowed no more. HS2, HS3, HS25 and HS55 have other local minima or flat starts.\n\n",
-        page);
-    write_constrained_rows(page);
-    std::fputs("[manpage_end]\n", page);
+    std::fputs(problem_page().c_str(), page);
     return std::fclose(page) == 0 ? 0 : 1;
 }
 

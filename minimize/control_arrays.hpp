@@ -3,6 +3,8 @@
 
 #include "minimize/free/controls.hpp"
 
+#include <cassert>
+
 namespace zavo::minimize::control_arrays {
 
 // Places of the integer controls.
@@ -29,9 +31,13 @@ enum Real : int {
     real_count
 };
 
-inline Controls read(const int* integers, const float* reals)
+static_assert(integer_count == 7 && real_count == 7);
+
+inline Controls read(const int* integers, const float* reals, bool has_hessian = false)
 {
+    assert(integers != nullptr && reals != nullptr);
     Controls controls;
+    controls.has_hessian = has_hessian;
     controls.good_digits = integers[good_digits];
     controls.iteration_limit = integers[iteration_limit];
     controls.eval_limit = integers[eval_limit];

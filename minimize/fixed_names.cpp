@@ -1,5 +1,5 @@
 // The fixed names, for outsiders: each reads what it gets by address into the
-// structs of the routine behind it. Nothing in here calls another of them.
+// structs of the routine behind it. Nothing inside the library calls one of them.
 #include "minimize/constrained/lincon.hpp"
 #include "minimize/control_arrays.hpp"
 #include "minimize/free/quasi_newton.hpp"
@@ -10,6 +10,22 @@
 using namespace zavo::minimize;
 
 namespace {
+
+// A line search with the addresses at which the outsider wants the answers.
+struct SearchCall {
+    int n;
+    Point from;
+    float* p; // n
+    const float* xscale;
+    Controls controls;
+    Point to;
+    float* spare; // n
+    float* f_new;
+    int* eval_count; // these two are raised
+    int* gradient_count;
+    int* return_code;
+    int* longest;
+};
 
 // The outsider's search knows no limit of evaluations.
 Controls search_controls(const float* reals, const float step_limit)
@@ -24,69 +40,92 @@ Controls search_controls(const float* reals, const float step_limit)
 }
 
 template <class Gradient>
-void search(Gradient gradient, const Controls& controls, int n, Point from, float* p, const float* xscale,
-            Point to, float* spare, float* f_new, int* eval_count, int* gradient_count, int* return_code,
-            int* longest)
+void search(Gradient gradient, SearchCall call)
 {
-    Counts counts = {0, *eval_count, *gradient_count};
-    const SearchEnd end = search_line(gradient, Search{n, from, p, xscale, controls, to, spare, counts});
-    *f_new = to.f;
-    *eval_count = counts.evaluations;
-    *gradient_count = counts.gradients;
-    *return_code = end.result;
-    *longest = end.longest ? 1 : 0;
+    Counts counts = {0, *call.eval_count, *call.gradient_count};
+    const SearchEnd end = search_line(
+        gradient, Search{call.n, call.from, call.p, call.xscale, call.controls, call.to, call.spare, counts});
+    *call.f_new = call.to.f;
+    *call.eval_count = counts.evaluations;
+    *call.gradient_count = counts.gradients;
+    *call.return_code = end.result;
+    *call.longest = end.longest ? 1 : 0;
 }
 
+// The outsider's two arrays of controls.
+struct ControlArrays {
+    int* integers;
+    float* reals;
+};
+
 template <class Gradient>
-void iteration(Gradient gradient, int n, float* x, float* xscale, float* fscale, int* integers, float* reals,
-               float* fvalue, float* work)
+void iteration(Gradient gradient, FreeProblem problem, float* fscale, ControlArrays arrays, float* fvalue,
+               float* work)
 {
-    FreeProblem problem = {n, x, xscale, *fscale};
-    Controls controls = control_arrays::read(integers, reals);
+    Controls controls = control_arrays::read(arrays.integers, arrays.reals);
     const FreeOutcome outcome = iterate(gradient, problem, controls, work);
-    control_arrays::write(controls, integers, reals);
+    control_arrays::write(controls, arrays.integers, arrays.reals);
     *fscale = problem.fscale;
     if (outcome.ending != Ending::refused) {
         *fvalue = outcome.f;
     }
 }
 
+// The controls that a driver gets one by one.
+struct DriverControls {
+    const float* gradient_tol;
+    const float* step_tol;
+    const float* relative_tol;
+    const float* step_limit;
+    const int* good_digits;
+    const int* iteration_limit;
+    const int* eval_limit;
+    const int* gradient_limit;
+    const int* hessian_start;
+
+    Controls read() const
+    {
+        Controls controls;
+        controls.gradient_tol = *gradient_tol;
+        controls.step_tol = *step_tol;
+        controls.relative_tol = *relative_tol;
+        controls.step_limit = *step_limit;
+        controls.good_digits = *good_digits;
+        controls.iteration_limit = *iteration_limit;
+        controls.eval_limit = *eval_limit;
+        controls.gradient_limit = *gradient_limit;
+        controls.hessian_start = *hessian_start;
+        return controls;
+    }
+};
+
 template <class Gradient>
-void driver(Gradient gradient, FreeProblem problem, const float* start, Controls controls, float* fvalue,
-            float* work)
+void driver(Gradient gradient, FreeProblem problem, const float* start, const DriverControls& given,
+            float* fvalue, float* work)
 {
+    Controls controls = given.read();
     const FreeOutcome outcome = minimize_free(gradient, problem, controls, start, work);
     if (outcome.ending != Ending::refused) {
         *fvalue = outcome.f;
     }
 }
 
+struct ConstrainedAnswer {
+    float* fvalue;
+    int* active_count;
+    int* status;
+};
+
 template <class Gradient>
 void constrained_driver(Gradient gradient, const ConstrainedProblem& problem,
-                        const ConstrainedWorkspace& work, float* fvalue, int* active_count, int* status)
+                        const ConstrainedWorkspace& work, const ConstrainedAnswer& answer)
 {
     const ConstrainedOutcome outcome = minimize_constrained(gradient, problem, work);
     if (outcome.status != refused) {
-        *fvalue = outcome.f;
-        *active_count = outcome.active_count;
-        *status = outcome.status;
+        *answer.fvalue = outcome.f;
+        *answer.active_count = outcome.active_count;
+        *answer.status = outcome.status;
     }
-}
-
-Controls driver_controls(float gradient_tol, float step_tol, float relative_tol, float step_limit, int digits,
-                         int iterations, int evals, int gradients, int hessian)
-{
-    Controls controls;
-    controls.gradient_tol = gradient_tol;
-    controls.step_tol = step_tol;
-    controls.relative_tol = relative_tol;
-    controls.step_limit = step_limit;
-    controls.good_digits = digits;
-    controls.iteration_limit = iterations;
-    controls.eval_limit = evals;
-    controls.gradient_limit = gradients;
-    controls.hessian_start = hessian;
-    return controls;
 }
 
 } // namespace
@@ -118,9 +157,18 @@ void U17NF(zavo_objective_fn fcn, const int* n, float* x, const float* f, const 
            int* gradient_count, int* return_code, int* longest)
 {
     Objective objective(fcn);
-    search(DifferenceGradient{objective, *noise, *central != 0}, search_controls(reals, *limit), *n,
-           {x, const_cast<float*>(g), *f}, p, xscale, {x_new, g_new, {}}, spare, f_new, eval_count,
-           gradient_count, return_code, longest);
+    search(DifferenceGradient{objective, *noise, *central != 0}, {*n,
+                                                                  {x, const_cast<float*>(g), *f},
+                                                                  p,
+                                                                  xscale,
+                                                                  search_controls(reals, *limit),
+                                                                  {x_new, g_new, {}},
+                                                                  spare,
+                                                                  f_new,
+                                                                  eval_count,
+                                                                  gradient_count,
+                                                                  return_code,
+                                                                  longest});
 }
 
 void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, const float* f,
@@ -129,23 +177,34 @@ void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float
            int* return_code, int* longest)
 {
     Objective objective(fcn);
-    search(UserGradient{objective, gradient}, search_controls(reals, *limit), *n,
-           {x, const_cast<float*>(g), *f}, p, xscale, {x_new, g_new, {}}, spare, f_new, eval_count,
-           gradient_count, return_code, longest);
+    search(UserGradient{objective, gradient}, {*n,
+                                               {x, const_cast<float*>(g), *f},
+                                               p,
+                                               xscale,
+                                               search_controls(reals, *limit),
+                                               {x_new, g_new, {}},
+                                               spare,
+                                               f_new,
+                                               eval_count,
+                                               gradient_count,
+                                               return_code,
+                                               longest});
 }
 
 void U3INF(zavo_objective_fn fcn, const int* n, float* x, float* xscale, float* fscale, int* integers,
            float* reals, float* fvalue, float* work)
 {
     Objective objective(fcn);
-    iteration(DifferenceGradient{objective}, *n, x, xscale, fscale, integers, reals, fvalue, work);
+    iteration(DifferenceGradient{objective}, {*n, x, xscale, *fscale}, fscale, {integers, reals}, fvalue,
+              work);
 }
 
 void U3ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, float* xscale,
            float* fscale, int* integers, float* reals, float* fvalue, float* work)
 {
     Objective objective(fcn);
-    iteration(UserGradient{objective, gradient}, *n, x, xscale, fscale, integers, reals, fvalue, work);
+    iteration(UserGradient{objective, gradient}, {*n, x, xscale, *fscale}, fscale, {integers, reals}, fvalue,
+              work);
 }
 
 void U2INF(zavo_objective_fn fcn, const int* n, const float* start, float* xscale, const float* fscale,
@@ -155,8 +214,7 @@ void U2INF(zavo_objective_fn fcn, const int* n, const float* start, float* xscal
 {
     Objective objective(fcn);
     driver(DifferenceGradient{objective}, {*n, x, xscale, *fscale}, start,
-           driver_controls(*gradient_tol, *step_tol, *relative_tol, *limit, *digits, *iterations, *evals,
-                           *gradients, *hessian),
+           {gradient_tol, step_tol, relative_tol, limit, digits, iterations, evals, gradients, hessian},
            fvalue, work);
 }
 
@@ -167,8 +225,7 @@ void U2ING(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, const
 {
     Objective objective(fcn);
     driver(UserGradient{objective, gradient}, {*n, x, xscale, *fscale}, start,
-           driver_controls(*gradient_tol, *step_tol, *relative_tol, *limit, *digits, *iterations, *evals,
-                           *gradients, *hessian),
+           {gradient_tol, step_tol, relative_tol, limit, digits, iterations, evals, gradients, hessian},
            fvalue, work);
 }
 
@@ -176,8 +233,7 @@ void U5INF(const int* n, const float* x, float* xscale, float* fscale, const int
            float* reals)
 {
     FreeProblem problem = {*n, const_cast<float*>(x), xscale, *fscale};
-    Controls controls = control_arrays::read(integers, reals);
-    controls.has_hessian = *has_hessian != 0;
+    Controls controls = control_arrays::read(integers, reals, *has_hessian != 0);
     check_controls(problem, controls);
     control_arrays::write(controls, integers, reals);
     *fscale = problem.fscale;
@@ -191,9 +247,8 @@ void U6INF(const int* n, const float* x, const float* step, const float* f, cons
     const Point at = {const_cast<float*>(x), const_cast<float*>(g), *f};
     const Counts counts = {*iteration, *eval_count, *gradient_count};
     const SearchEnd search = {static_cast<SearchResult>(*return_code), *longest != 0};
-    const Ending ending = test_stop({*n, at, step, xscale, *fscale, search, counts},
-                                    control_arrays::read(integers, reals), *longest_count);
-    *converged = ending == Ending::gradient_small || ending == Ending::step_small ? 1 : 0;
+    const Progress now = {*n, at, step, xscale, *fscale, search, counts};
+    *converged = has_converged(test_stop(now, control_arrays::read(integers, reals), *longest_count));
 }
 
 void L2ONF(zavo_constrained_objective_fn fcn, const int* nvar, const int* ncon, const int* neq,
@@ -204,7 +259,7 @@ void L2ONF(zavo_constrained_objective_fn fcn, const int* nvar, const int* ncon, 
     Objective objective(fcn);
     constrained_driver(ConstrainedDifferences{objective},
                        {*nvar, *ncon, *neq, a, *lda, b, xlb, xub, start, *accuracy, *eval_limit},
-                       {work, x, active, multipliers}, fvalue, active_count, status);
+                       {work, x, active, multipliers}, {fvalue, active_count, status});
 }
 
 void L2ONG(zavo_constrained_objective_fn fcn, zavo_gradient_fn gradient, const int* nvar, const int* ncon,
@@ -215,7 +270,7 @@ void L2ONG(zavo_constrained_objective_fn fcn, zavo_gradient_fn gradient, const i
     Objective objective(fcn);
     constrained_driver(ConstrainedUserGradient{objective, gradient},
                        {*nvar, *ncon, *neq, a, *lda, b, xlb, xub, start, *accuracy, *eval_limit},
-                       {work, x, active, multipliers}, fvalue, active_count, status);
+                       {work, x, active, multipliers}, {fvalue, active_count, status});
 }
 
 } // extern "C"

@@ -12,6 +12,7 @@
 #include "minimize/objective/number_text.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -145,7 +146,8 @@ int ScriptObjective::count_variables(int* n)
 
 bool ScriptObjective::reserve(int n)
 {
-    const auto count = static_cast<std::size_t>(std::max(n, 0));
+    room_ = std::max(n, 0);
+    const auto count = static_cast<std::size_t>(room_);
     if (name_ != nullptr) {
         words_ = static_cast<Tcl_Obj**>(core::allocate(count + 1, sizeof(Tcl_Obj*)));
         return words_ != nullptr;
@@ -207,6 +209,7 @@ int ScriptObjective::raise()
 // at: whatever the result is, it is the value.
 int ScriptObjective::call_by_words(int n, const float* x)
 {
+    assert(words_ != nullptr && n <= room_);
     words_[0] = name_;
     for (int i = 0; i < n; ++i) {
         char text[fixed_text_size];
@@ -227,6 +230,7 @@ int ScriptObjective::call_by_words(int n, const float* x)
 
 int ScriptObjective::call_by_script(int n, const float* x)
 {
+    assert(script_ != nullptr && n <= room_);
     const std::size_t name_length = std::strlen(function_);
     std::memcpy(script_, function_, name_length);
     char* end = script_ + name_length;

@@ -61,6 +61,7 @@ private:
     Tcl_Obj* name_ = nullptr;
     Tcl_Obj** words_ = nullptr;
     char* script_ = nullptr;
+    int room_ = 0;                  // arguments that a call may have
     Tcl_InterpState end_ = nullptr; // the interpreter's error that ended the run
     // A double whose text has not been asked for is read as it is, unless the text
     // would have fewer digits.

@@ -138,6 +138,7 @@ void ActiveSet::set_identity()
 void ActiveSet::save_active(float* place) const
 {
     static_assert(sizeof(int) == sizeof(float));
+    assert(count_ <= n_);
     std::memcpy(place, list_, static_cast<std::size_t>(count_) * sizeof(int));
 }
 
@@ -146,7 +147,9 @@ void ActiveSet::restore_active(int count, const float* place)
     for (count_ = 0; count_ < count; ++count_) {
         int k = 0;
         std::memcpy(&k, place + count_, sizeof k);
-        std::swap(list_[count_], *std::find(list_ + count_, list_ + listed_, k));
+        int* const found = std::find(list_ + count_, list_ + listed_, k);
+        assert(found != list_ + listed_);
+        std::swap(list_[count_], *found);
     }
 }
 
@@ -289,6 +292,7 @@ void ActiveSet::remove(int place)
 // later leaves its product with `rest` at 0.
 void ActiveSet::multipliers(const float* g, float* u, float* rest)
 {
+    assert(u != g && u != rest);
     if (rest != g) {
         l_vcopy(n_, g, 1, rest, 1);
     }
@@ -300,6 +304,7 @@ void ActiveSet::multipliers(const float* g, float* u, float* rest)
 
 void ActiveSet::direction(const float* g, float* d)
 {
+    assert(d != g);
     for (int j = 0; j < n_; ++j) {
         d[j] = 0.0F;
     }
@@ -321,6 +326,7 @@ void ActiveSet::direction(const float* g, float* d)
 // them leaves the residuals already taken to 0 alone.
 void ActiveSet::shift_to_boundaries(const float* x, float* shift, bool exactly)
 {
+    assert(shift != x);
     for (int j = 0; j < n_; ++j) {
         shift[j] = 0.0F;
     }
@@ -340,6 +346,7 @@ void ActiveSet::shift_to_boundaries(const float* x, float* shift, bool exactly)
 // an active constraint has come down to 0; that one leaves and the steps go on.
 bool ActiveSet::bring_in(int place, float violation, float* u, float* y)
 {
+    assert(place >= count_ && place < listed_);
     const int k = list_[place];
     float own = 0.0F;
     for (;;) {

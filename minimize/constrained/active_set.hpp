@@ -20,6 +20,8 @@
 // way in which violated constraints are brought in.
 #pragma once
 
+#include <cassert>
+
 namespace zavo::minimize {
 
 // A normal whose part outside the active normals is smaller than this, relative
@@ -33,13 +35,19 @@ public:
     Constraints(int n, int ncon, const float* a, int lda, const float* b, const float* xlb, const float* xub)
         : n(n), ncon(ncon), a_(a), lda_(lda), b_(b), xlb_(xlb), xub_(xub)
     {
+        assert(n >= 1 && ncon >= 0 && xlb != nullptr && xub != nullptr);
+        assert(ncon == 0 || (a != nullptr && b != nullptr && lda >= ncon));
     }
 
     bool is_bound(int k) const { return k > ncon; }
     bool is_lower(int k) const { return k > ncon && k <= ncon + n; }
     int lower(int j) const { return ncon + 1 + j; } // of variable j, from 0
     int upper(int j) const { return ncon + n + 1 + j; }
-    int variable(int k) const { return (k - ncon - 1) % n; }
+    int variable(int k) const
+    {
+        assert(is_bound(k) && k <= ncon + 2 * n);
+        return (k - ncon - 1) % n;
+    }
     float bound(int k) const { return is_lower(k) ? xlb_[variable(k)] : xub_[variable(k)]; }
     bool fixes(int j) const { return xlb_[j] == xub_[j]; }
     bool bounds_apart(int j) const { return xlb_[j] < xub_[j]; }
@@ -77,6 +85,7 @@ public:
     ActiveSet(const Constraints& constraints, float* z, int* list, float* v, float* r, float* change)
         : c_(constraints), n_(constraints.n), z_(z), list_(list), v_(v), r_(r), change_(change)
     {
+        assert(z != nullptr && list != nullptr && v != r && r != change && v != change);
     }
 
     // Z = identity with the fixed variables' coordinates first, which become
@@ -84,14 +93,26 @@ public:
     void start();
 
     // Puts constraint k behind the listed ones; it is considered from then on.
-    void list(int k) { list_[listed_++] = k; }
+    void list(int k)
+    {
+        assert(k >= 1 && k <= c_.ncon + 2 * n_ && listed_ < c_.ncon + 2 * n_);
+        list_[listed_++] = k;
+    }
 
     int count() const { return count_; }   // active
     int kept() const { return kept_; }     // active for good: the first ones
     int listed() const { return listed_; } // active and considered
-    int constraint(int place) const { return list_[place]; }
+    int constraint(int place) const
+    {
+        assert(place >= 0 && place < listed_);
+        return list_[place];
+    }
 
-    float* column(int i) { return z_ + static_cast<long>(n_) * i; }
+    float* column(int i)
+    {
+        assert(i >= 0 && i < n_);
+        return z_ + static_cast<long>(n_) * i;
+    }
 
     // Takes an equality, not listed yet, for good. False when its normal
     // depends on those of the active constraints. x moves to where it holds.

@@ -11,13 +11,13 @@
 // Minimisation phase, at a tolerance:
 //   a. active set and direction d brought up to date      TolerantSet::direction
 //   b. Kuhn-Tucker residual within the accuracy: converged
-//   c. d does not lead downhill: rounding errors have won
+//   c. d is no descent direction: rounding errors dominate
 //   d. the last step did not reduce f: no reduction
 //   e. evaluation limit
-//   f. f hardly falls compared with the first step here: time for a smaller tolerance
+//   f. f falls by less than a tenth of its first fall at this tolerance: reduce it
 //   g. line search along d
 //   h. no step: as c or d
-//   j. curvature learnt; the constraint that cut the step made active
+//   j. BFGS update; the constraint that limited the step becomes active
 //
 // Line search: f falls by at least 0.1 of what the slope promises and the slope
 // rises to 0.7 of what it was. f = x^2 from x = -2, d = 4: the first trial, at 2,

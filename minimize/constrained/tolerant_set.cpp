@@ -66,6 +66,7 @@ TolerantSet::TolerantSet(const Constraints& constraints, float* work, int* list,
     shift_ = rest_ + n;
     residuals_ = shift_ + n;
     next_vector_ = residuals_ + constraints.ncon;
+    assert(next_vector_ + 5 * n == work + n * (n + 11) + static_cast<std::size_t>(constraints.ncon));
 }
 
 // Three for the set, three in front of the residuals, the last five are handed out.
@@ -438,8 +439,8 @@ int TolerantSet::most_crossing(const float* x, const float* d, float limit, floa
         if (!crosses(k, d, length, &towards)) {
             continue;
         }
-        // The second test is for a size that says nothing, as that of x >= 0
-        // where x was never more than rounding errors.
+        // The second test is for a size that is no measure, as that of x >= 0 where x
+        // was never more than rounding errors.
         if (!near(k, x) && !(residual(k, x) <= accuracy_ * towards)) {
             continue;
         }
@@ -499,6 +500,7 @@ Direction TolerantSet::direction(const float* x, const float* g, float* d)
 
 void TolerantSet::activate(int place, float* x)
 {
+    assert(place >= set_.count() && place < set_.listed());
     const int k = set_.constraint(place);
     if (c_.is_bound(k)) {
         x[c_.variable(k)] = c_.bound(k);
@@ -531,7 +533,7 @@ void TolerantSet::scale_columns(float length)
 //     z -> s / sqrt(s.y),    other columns c -> c - (y.c / s.y) s,
 // which keeps the products of active normals and columns, as s is orthogonal to
 // those normals. Too little curvature along s, against the rounding errors of
-// its length, teaches nothing.
+// its length, is no information: Z stays.
 void TolerantSet::update(const float* g, const float* s, const float* y)
 {
     const int n = c_.n;

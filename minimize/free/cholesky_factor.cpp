@@ -4,6 +4,7 @@
 #include "core/kernels/vector_kernels.h"
 #include "minimize/free/relative_measures.hpp"
 
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <utility>
@@ -13,10 +14,12 @@ namespace {
 
 float* row(float* matrix, int n, int i)
 {
+    assert(0 <= i && i < n);
     return matrix + static_cast<std::size_t>(n) * static_cast<std::size_t>(i);
 }
 const float* row(const float* matrix, int n, int i)
 {
+    assert(0 <= i && i < n);
     return matrix + static_cast<std::size_t>(n) * static_cast<std::size_t>(i);
 }
 
@@ -84,6 +87,7 @@ void multiply_transposed(int n, const float* l, const float* s, float* t)
 
 void start_factor(int n, float f, const float* xscale, float fscale, bool scaled, float* l)
 {
+    assert(n >= 1 && xscale != nullptr && l != nullptr);
     const float size = std::sqrt(greater_or_nan(fscale, std::fabs(f)));
     for (int i = 0; i < n; ++i) {
         float* const li = row(l, n, i);
@@ -97,6 +101,7 @@ void start_factor(int n, float f, const float* xscale, float fscale, bool scaled
 // Forwards by rows, then backwards, where row i is taken off what stands above it.
 void solve_step(int n, const float* l, const float* g, float* p)
 {
+    assert(n >= 1 && p != g);
     for (int i = 0; i < n; ++i) {
         const float* const li = row(l, n, i);
         p[i] = (-g[i] - l_vdot(i, li, 1, p, 1)) / li[i];
@@ -117,6 +122,7 @@ void solve_step(int n, const float* l, const float* g, float* p)
 void update_factor(int n, float* l, const float* s, const float* y, const float* g, const float* g_new,
                    float tolerance, float* t, float* w)
 {
+    assert(n >= 1 && t != w && t != s && t != y && w != s && w != y);
     const float sy = l_vdot(n, s, 1, y, 1);
     const float least = std::sqrt(core::machine::epsilon()) * l_vnrm2(n, s, 1) * l_vnrm2(n, y, 1);
     if (!(sy >= least) || !(sy > 0.0F)) {

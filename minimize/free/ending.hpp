@@ -15,8 +15,13 @@ enum class Ending {
     evaluations_used, // 3/8029
     gradients_used,   // 3/8030
     unbounded,        // five steps of the greatest length: 3/8032
-    stopped,          // the user asked for it; nothing is posted
     refused           // the problem was no problem; a terminal error is posted
 };
+
+// What the fixed-name stopping test calls convergence: the other endings are warnings.
+inline bool has_converged(Ending ending)
+{
+    return ending == Ending::gradient_small || ending == Ending::step_small;
+}
 
 } // namespace zavo::minimize

@@ -96,8 +96,8 @@ private:
         shorten_to_limit();
         slope_ = l_vdot(at_.n, at_.from.g, 1, at_.p, 1);
         const float length = relative_step(at_.n, at_.from.x, at_.p, at_.xscale);
-        // A direction that does not lead downhill, or is not finite, is no
-        // direction. With it gone everything below ends.
+        // No descent direction, or one that is not finite. Without those every loop
+        // below ends.
         if (!(slope_ < 0.0F) || !(length > 0.0F) || !std::isfinite(slope_) || !std::isfinite(length)) {
             return fail(search_failed);
         }
@@ -112,9 +112,6 @@ private:
             backtrack(first);
         }
         take_gradient();
-        if (gradient_.objective.stopped()) { // an incomplete point
-            return fail(search_cut);
-        }
         if (lambda_ == 1.0F && too_steep()) {
             extend();
         }
@@ -146,10 +143,7 @@ private:
     }
 
     // Every loop asks this.
-    bool must_end() const
-    {
-        return at_.counts.evaluations >= controls_.eval_limit || gradient_.objective.stopped();
-    }
+    bool must_end() const { return at_.counts.evaluations >= controls_.eval_limit; }
 
     // Evaluates f at x + lambda p; true when the value is acceptable. A NaN is
     // not. A step that rounding has made vanish is not tried, nor is one that
@@ -223,7 +217,6 @@ private:
             good = try_step();
             if (good) {
                 take_gradient();
-                good = !gradient_.objective.stopped();
             }
         }
         if (!good) {
@@ -270,9 +263,6 @@ private:
                 continue;
             }
             take_gradient();
-            if (gradient_.objective.stopped()) {
-                break;
-            }
             if (!too_steep()) {
                 return;
             }

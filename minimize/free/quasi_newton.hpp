@@ -18,6 +18,7 @@
 #include "minimize/objective/difference_gradient.hpp"
 
 #include "core/errors/error_stack.h"
+#include "core/kernels/machine.hpp"
 
 #include <cassert>
 #include <cstddef>
@@ -132,8 +133,8 @@ public:
     }
 
 private:
-    // Steps in a row that end the run.
-    static constexpr int quiet_steps_allowed = 3;
+    // Sums over steps in a row at which the run ends.
+    static constexpr int quietness_allowed = 5;
     static constexpr int stuck_steps_allowed = 2;
 
     void take_gradient(const Point& at)
@@ -167,7 +168,7 @@ private:
     {
         gradient_.switch_to_central();
         take_gradient(at);
-        quiet_steps_ = stuck_steps_ = 0;
+        quietness_ = stuck_steps_ = 0;
     }
 
     // Shorter than the step tolerance, or than its default, below which forward
@@ -183,15 +184,22 @@ private:
     }
 
     // One step that gained little proves little; the run ends when several in a row
-    // have.
+    // have, or when one has gained no more than rounding errors of f.
     void judge_in_a_row()
     {
-        quiet_steps_ = search_.result == search_without_progress ? quiet_steps_ + 1 : 0;
+        quietness_ = search_.result == search_without_progress ? quietness_ + quietness() : 0;
         stuck_steps_ = search_.result == search_stuck ? stuck_steps_ + 1 : 0;
-        if ((quiet_steps_ > 0 && quiet_steps_ < quiet_steps_allowed) ||
+        if ((quietness_ > 0 && quietness_ < quietness_allowed) ||
             (stuck_steps_ > 0 && stuck_steps_ < stuck_steps_allowed)) {
             search_.result = search_good;
         }
+    }
+
+    int quietness() const
+    {
+        const float rounding = core::machine::epsilon() * std::fabs(there_.f);
+        const float gained = here_.f - there_.f;
+        return gained <= 2.0F * rounding ? quietness_allowed : (gained <= 8.0F * rounding ? 2 : 1);
     }
 
     void search()
@@ -222,10 +230,8 @@ private:
 
     bool should_stop(const Point& at)
     {
-        ending_ = gradient_.objective.stopped()
-                      ? Ending::stopped
-                      : test_stop({n_, at, work_.s, problem_.xscale, problem_.fscale, search_, counts_},
-                                  controls_, longest_count_);
+        ending_ = test_stop({n_, at, work_.s, problem_.xscale, problem_.fscale, search_, counts_}, controls_,
+                            longest_count_);
         return ending_ != Ending::running;
     }
 
@@ -239,7 +245,7 @@ private:
     SearchEnd search_;
     Counts counts_;
     int longest_count_ = 0;
-    int quiet_steps_ = 0;
+    int quietness_ = 0;
     int stuck_steps_ = 0;
     Ending ending_ = Ending::running;
 };

@@ -4,6 +4,7 @@
 //   J. E. Dennis, R. B. Schnabel (1983), section 7.2.
 #pragma once
 
+#include <cassert>
 #include <cmath>
 
 namespace zavo::minimize {
@@ -26,6 +27,7 @@ inline float greater_or_nan(float running, float value)
 inline float relative_gradient(int n, const float* x, float f, const float* g, const float* xscale,
                                float fscale)
 {
+    assert(n >= 1 && x != nullptr && g != nullptr && xscale != nullptr);
     const float size = greater_or_nan(fscale, std::fabs(f));
     float greatest = 0.0F;
     for (int i = 0; i < n; ++i) {
@@ -37,6 +39,7 @@ inline float relative_gradient(int n, const float* x, float f, const float* g, c
 // max |step[i]| / max(|x[i]|, 1/scale[i])
 inline float relative_step(int n, const float* x, const float* step, const float* xscale)
 {
+    assert(n >= 1 && x != nullptr && step != nullptr && xscale != nullptr);
     float greatest = 0.0F;
     for (int i = 0; i < n; ++i) {
         greatest = greater_or_nan(greatest, std::fabs(step[i]) / magnitude(x[i], xscale[i]));

@@ -4,6 +4,7 @@
 #include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
 
+#include <cassert>
 #include <cmath>
 
 namespace zavo::minimize {
@@ -45,9 +46,10 @@ float noise_of(int digits)
 void forward_difference_gradient(Objective& objective, int n, float* x, const float* scale, const Value& f,
                                  float noise, float* g)
 {
+    assert(n < 1 || (x != nullptr && scale != nullptr && g != nullptr && g != x && g != scale));
     zavo_error_push("FDGRD ");
     if (const float root = root_of_noise(noise); root > 0.0F) {
-        for (int i = 0; i < n && !objective.stopped(); ++i) {
+        for (int i = 0; i < n; ++i) {
             const float h = difference_step(root, x[i], 1.0F / scale[i]);
             const float saved = x[i];
             x[i] = saved + h;
@@ -62,9 +64,10 @@ void forward_difference_gradient(Objective& objective, int n, float* x, const fl
 void central_difference_gradient(Objective& objective, int n, float* x, const float* scale, float noise,
                                  float* g)
 {
+    assert(n < 1 || (x != nullptr && scale != nullptr && g != nullptr && g != x && g != scale));
     zavo_error_push("CDGRD ");
     if (const float root = root_of_noise(noise); root > 0.0F) {
-        for (int i = 0; i < n && !objective.stopped(); ++i) {
+        for (int i = 0; i < n; ++i) {
             const float h = difference_step(root, x[i], 1.0F / scale[i]);
             const float saved = x[i];
             x[i] = saved + h;
@@ -80,13 +83,14 @@ void central_difference_gradient(Objective& objective, int n, float* x, const fl
 
 void plain_difference_gradient(Objective& objective, int n, float* x, const Value& f, float* g)
 {
+    assert(n < 1 || (x != nullptr && g != nullptr && g != x));
     zavo_error_push("L21NF");
     if (n < 1) {
         zavo_error_set_int(1, n);
         zavo_error_post(ZAVO_TERMINAL, core::code::variables_below_one);
     }
     const float root = std::sqrt(core::machine::epsilon());
-    for (int i = 0; i < n && !objective.stopped(); ++i) {
+    for (int i = 0; i < n; ++i) {
         const float h = difference_step(root, x[i], 1.0F);
         const float saved = x[i];
         x[i] = saved + h;

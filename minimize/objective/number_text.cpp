@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -20,6 +21,7 @@ namespace {
 // Decimal digits of m * 2^e, 0 <= e <= 104, at `text`; returns their count.
 int write_whole(std::uint32_t m, int e, char* text)
 {
+    assert(e >= 0 && e <= 104 && m < (1U << 24));
     std::uint32_t limbs[4] = {};
     const std::uint64_t shifted = static_cast<std::uint64_t>(m) << (e % 32);
     limbs[e / 32] = static_cast<std::uint32_t>(shifted);
@@ -53,6 +55,7 @@ int write_whole(std::uint32_t m, int e, char* text)
 // m * 10^6 / 2^bits, rounded, halves to even.
 std::uint64_t millionths(std::uint32_t m, int bits)
 {
+    assert(bits >= 1);
     const std::uint64_t scaled = static_cast<std::uint64_t>(m) * 1000000U; // below 2^44
     if (bits > 45) {
         return 0;

@@ -52,8 +52,8 @@ public:
         }
     }
 
-    // Has the user asked for an end? What is evaluated from then on counts for
-    // nothing, and every loop ends.
+    // Has the user asked for an end? What is evaluated from then on is ignored, and
+    // every loop of the constrained minimiser ends.
     bool stopped() const { return stopped_; }
     void stop() { stopped_ = true; }
 

@@ -15,6 +15,7 @@
 #include "minimize/constrained/lincon.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -39,15 +40,23 @@ constexpr int most_rounds = 12;
 template <class T>
 class Array {
 public:
-    explicit Array(std::size_t count) : values_(static_cast<T*>(core::allocate(count, sizeof(T)))) {}
+    explicit Array(std::size_t count)
+        : count_(count), values_(static_cast<T*>(core::allocate(count, sizeof(T))))
+    {
+    }
     ~Array() { core::release(values_); }
     Array(const Array&) = delete;
     Array& operator=(const Array&) = delete;
     T* get() const { return values_; }
-    T& operator[](std::size_t i) const { return values_[i]; }
+    T& operator[](std::size_t i) const
+    {
+        assert(i < count_);
+        return values_[i];
+    }
     explicit operator bool() const { return values_ != nullptr; }
 
 private:
+    [[maybe_unused]] std::size_t count_; // for the assert
     T* values_;
 };
 
@@ -69,6 +78,8 @@ public:
           curvature_(count_), x_of_g_(count_), best_x_(count_), columns_(count_ * rows_ + 1),
           multipliers_(count_), work_(count_ * (count_ + 11) + rows_), objective_(value_at, this)
     {
+        assert(n_ >= 1 && problem.equalities >= 0 && problem.equalities <= problem.rows);
+        assert(outcome.active != nullptr && outcome.multipliers != nullptr);
     }
 
     bool good() const
@@ -216,7 +227,7 @@ private:
         }
     }
 
-    // dF/du; where there is no value the minimiser looks at nothing but that.
+    // dF/du; zeros where f has no value, which a line search never accepts.
     void take_gradient(const float* u, double f, float* g)
     {
         std::fill_n(g, count_, 0.0F);

@@ -29,6 +29,7 @@
 #include "minimize/run/inverse_hessian.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -129,7 +130,7 @@ constexpr double slope_part = 0.9;
 // function falls for ever.
 constexpr double longest_step = 10.0;
 constexpr int longest_steps_allowed = 5;
-// Changes of f, relative to f, that count for nothing.
+// Changes of f, relative to f, that are negligible.
 constexpr double slow_change = 1e-2; // but ask for better gradients
 constexpr double quiet_change = 1e-10;
 constexpr double settled_change = 1e-11;
@@ -170,8 +171,10 @@ public:
         }
         h = at;
         at += count * count;
-        x_new = reinterpret_cast<float*>(at);
+        x_new = reinterpret_cast<float*>(at); // both in what a vector of doubles takes
         x_try = x_new + count;
+        assert(static_cast<void*>(x_try + count) <=
+               static_cast<void*>(block_ + count * (count + vectors + 1)));
     }
     ~Work() { core::release(block_); }
     Work(const Work&) = delete;
@@ -201,6 +204,7 @@ public:
         : problem_(problem), evaluations_(evaluations), outcome_(outcome), w_(work), n_(problem.n),
           x_(outcome.x), h_(problem.n, work.h)
     {
+        assert(n_ >= 1 && problem.start != nullptr && outcome.x != nullptr && outcome.g != nullptr);
     }
 
     void run()

@@ -33,6 +33,7 @@ double InverseHessian::row_times(int i, const double* v) const
 
 void InverseHessian::update(const double* s, const double* y, double sy, double* hy)
 {
+    assert(sy > 0.0 && hy != s && hy != y);
     double yhy = 0.0;
     for (int i = 0; i < n_; ++i) {
         hy[i] = row_times(i, y);

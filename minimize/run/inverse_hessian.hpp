@@ -2,6 +2,7 @@
 // in double precision, learnt by BFGS updates or inverted from second derivatives.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 
 namespace zavo::minimize {
@@ -9,7 +10,7 @@ namespace zavo::minimize {
 class InverseHessian {
 public:
     // values: n x n doubles of work, not owned.
-    InverseHessian(int n, double* values) : n_(n), values_(values) {}
+    InverseHessian(int n, double* values) : n_(n), values_(values) { assert(n >= 1 && values != nullptr); }
 
     // Everything but the diagonal becomes 0.
     void set_diagonal(const double* diagonal);
@@ -34,6 +35,7 @@ private:
     double& at(int i, int j) { return values_[index(i, j)]; }
     std::size_t index(int i, int j) const
     {
+        assert(0 <= i && i < n_ && 0 <= j && j < n_);
         return static_cast<std::size_t>(i) * static_cast<std::size_t>(n_) + static_cast<std::size_t>(j);
     }
     bool factor(const double* diagonal, double shift);

@@ -2,7 +2,7 @@
 // step that gains little. NIST's nonlinear regression sets and the published
 // least-squares problems, as a script sees them.
 #include "tests/support/captured_errors.hpp"
-#include "tests/support/nist_problems.hpp"
+#include "tests/support/problem_page.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -12,12 +12,6 @@
 namespace {
 
 using namespace zavo::test;
-
-// Within a thousandth of the optimum, or lower.
-bool reached(const Problem& p, const Outcome& outcome)
-{
-    return outcome.f <= p.optimum + 1e-3 * std::fmax(p.optimum, 1e-1);
-}
 
 struct Tally {
     int solved = 0;
@@ -45,10 +39,10 @@ TEST(endings, nist_sets_13_of_18_runs_reach_the_certified_sum)
 {
     const Tally raw = tally(nist_problems(false), 0);
     EXPECT_GE(raw.solved, 13);
-    EXPECT_LE(raw.evaluations, 1.05 * 3856);
+    EXPECT_LE(raw.evaluations, 1.05 * 3799);
     const Tally divided = tally(nist_problems(true), 0);
     EXPECT_GE(divided.solved, 13);
-    EXPECT_LE(divided.evaluations, 1.05 * 3727);
+    EXPECT_LE(divided.evaluations, 1.05 * 3637);
 }
 
 TEST(endings, tighter_step_tolerance_reaches_no_less)
@@ -75,6 +69,47 @@ TEST(endings, danwood_with_a_tight_step_tolerance)
     const CapturedErrors errors;
     const Problem p = nist_problems(false)[1];
     EXPECT_NEAR(minimize_as_script(p, 1e-7).f, p.optimum, 1e-5);
+}
+
+// From a hundred times the published start three steps in a row gain next to nothing,
+// 4 % above the optimum, before the valley turns.
+TEST(endings, steps_that_gain_little_go_on_as_long_as_they_gain_more_than_rounding)
+{
+    const CapturedErrors errors;
+    for (Problem p : unconstrained_problems()) {
+        if (std::string(p.name) == "Brown and Dennis") {
+            for (float& start : p.start) {
+                start *= 100;
+            }
+            const Outcome outcome = minimize_as_script(p);
+            EXPECT_NEAR(outcome.f, p.optimum, 1);
+            EXPECT_EQ(outcome.code, 0);
+        }
+    }
+}
+
+int evaluations;
+
+float constant(int, float*)
+{
+    ++evaluations;
+    return 1;
+}
+
+// Downhill, then uphill again: a step that need not be longer.
+void turning_slope(int, float*, float* g)
+{
+    g[0] = g[1] = evaluations == 1 ? 1e-3F : -1e-3F;
+}
+
+TEST(endings, a_step_that_gains_no_more_than_rounding_ends_the_run)
+{
+    const CapturedErrors errors;
+    evaluations = 0;
+    std::free(zavo_f_min_uncon_multivar(constant, 2, ZAVO_GRADIENT_FUNCTION, turning_slope,
+                                        ZAVO_GRADIENT_TOLERANCE, 0.0, ZAVO_STEP_TOLERANCE, 0.0, 0));
+    EXPECT_EQ(zavo_error_code(1), 8050);
+    EXPECT_EQ(evaluations, 2);
 }
 
 // ---- Quadratics with exact gradients -----------------------------------------------

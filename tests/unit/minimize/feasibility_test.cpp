@@ -4,6 +4,7 @@
 // negative for the inequalities, reads 0 <= -1 (Farkas).
 #include "core/zavo.h"
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/integer_feasibility.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -14,6 +15,8 @@
 #include <vector>
 
 namespace {
+
+using zavo::test::IntegerFeasibility;
 
 constexpr float infinite = std::numeric_limits<float>::infinity();
 
@@ -156,8 +159,9 @@ Constraints contradictory(Random& random)
 }
 
 // Worst violation of a row, relative to the sum of the magnitudes in it. Variables
-// count at least a hundredth of the greatest, and of the start.
-double worst_violation(const Constraints& c, const float* x)
+// count at least a hundredth of the greatest, and of the start; `least` is added to
+// the sum.
+double worst_violation(const Constraints& c, const float* x, double least)
 {
     double greatest = 0;
     for (int j = 0; j < c.n; ++j) {
@@ -174,13 +178,13 @@ double worst_violation(const Constraints& c, const float* x)
             size += std::fabs(element * x[j]);
             length += element * element;
         }
-        size += 0.01 * std::sqrt(length) * greatest + 1e-30;
+        size += 0.01 * std::sqrt(length) * greatest + least;
         worst = std::fmax(worst, (k < c.neq ? std::fabs(left) : left) / size);
     }
     return worst;
 }
 
-bool called_inconsistent(Constraints& c, double* violation)
+bool called_inconsistent(Constraints& c, double* violation, double least = 1e-30)
 {
     float* const x = zavo_f_min_con_gen_lin(bowl, c.n, c.ncon, c.neq, c.a.data(), c.b.data(), c.lower.data(),
                                             c.upper.data(), ZAVO_START_POINT, c.start.data(),
@@ -188,7 +192,7 @@ bool called_inconsistent(Constraints& c, double* violation)
     const int code = zavo_error_code(1);
     const bool inconsistent = code >= 8091 && code <= 8093;
     if (x != nullptr && !inconsistent) {
-        *violation = std::fmax(*violation, worst_violation(c, x));
+        *violation = std::fmax(*violation, worst_violation(c, x, least));
     }
     std::free(x);
     return inconsistent;
@@ -238,6 +242,105 @@ TEST(feasibility, contradictory_integer_constraints_are_never_accepted)
         double violation = 0;
         ASSERT_TRUE(called_inconsistent(c, &violation)) << run;
     }
+}
+
+// Integer rows, sides and bounds of no plan: about half of the problems contradict
+// themselves.
+Constraints any_integers(Random& random)
+{
+    Constraints c;
+    c.n = random.between(1, 6);
+    c.ncon = random.between(2, 14);
+    c.neq = random.below(3) == 0 ? random.below(std::min(c.ncon, c.n) + 1) : 0;
+    const int largest = random.below(2) == 0 ? 2 : 5;
+    for (int k = 0; k < c.ncon * c.n; ++k) {
+        c.a.push_back(static_cast<float>(random.between(-largest, largest)));
+    }
+    for (int k = 0; k < c.ncon; ++k) {
+        c.b.push_back(static_cast<float>(random.between(-9, 9)));
+    }
+    centre.clear();
+    for (int j = 0; j < c.n; ++j) {
+        c.lower.push_back(random.below(3) == 0 ? static_cast<float>(random.between(-5, 0)) : -infinite);
+        c.upper.push_back(random.below(3) == 0 ? static_cast<float>(random.between(0, 5)) : infinite);
+        c.start.push_back(static_cast<float>(random.between(-3, 3)));
+        centre.push_back(random.between(-3, 3));
+    }
+    return c;
+}
+
+bool is_feasible(const Constraints& c)
+{
+    IntegerFeasibility exact(c.n);
+    const auto columns = static_cast<std::size_t>(c.n);
+    for (int k = 0; k < c.ncon; ++k) {
+        const auto row = c.a.begin() + static_cast<std::ptrdiff_t>(k) * c.n;
+        const std::vector<long long> a(row, row + c.n);
+        const auto b = static_cast<long long>(c.b[static_cast<std::size_t>(k)]);
+        k < c.neq ? exact.add_equality(a, b) : exact.add_inequality(a, b);
+    }
+    for (std::size_t j = 0; j < columns; ++j) {
+        std::vector<long long> a(columns, 0);
+        if (c.upper[j] < infinite) {
+            a[j] = 1;
+            exact.add_inequality(a, static_cast<long long>(c.upper[j]));
+        }
+        if (c.lower[j] > -infinite) {
+            a[j] = -1;
+            exact.add_inequality(a, static_cast<long long>(-c.lower[j]));
+        }
+    }
+    return exact.is_feasible();
+}
+
+TEST(feasibility, the_exact_verdict_knows_small_cases)
+{
+    const auto verdict = [](std::vector<std::vector<long long>> rows, int neq) {
+        IntegerFeasibility exact(2);
+        for (std::size_t k = 0; k < rows.size(); ++k) {
+            const std::vector<long long> a(rows[k].begin(), rows[k].begin() + 2);
+            static_cast<int>(k) < neq ? exact.add_equality(a, rows[k][2])
+                                      : exact.add_inequality(a, rows[k][2]);
+        }
+        return exact.is_feasible();
+    };
+    EXPECT_TRUE(verdict({}, 0));
+    EXPECT_TRUE(verdict({{1, 1, 2}, {1, -1, 0}}, 2));               // (1, 1)
+    EXPECT_TRUE(verdict({{1, 1, 2}, {2, 2, 4}}, 2));                // one and the same
+    EXPECT_FALSE(verdict({{1, 1, 2}, {2, 2, 5}}, 2));               // parallel
+    EXPECT_TRUE(verdict({{1, 0, 1}, {-1, 0, -1}}, 0));              // x = 1, y anything
+    EXPECT_FALSE(verdict({{1, 0, 1}, {-1, 0, -2}}, 0));             // x <= 1 and x >= 2
+    EXPECT_TRUE(verdict({{3, 5, 1}, {-3, 1, -2}, {0, -6, 1}}, 0));  // the sum of all: 0 <= 0
+    EXPECT_FALSE(verdict({{3, 5, 1}, {-3, 1, -2}, {0, -6, 0}}, 0)); // 0 <= -1
+    EXPECT_FALSE(verdict({{0, 0, -1}}, 0));
+    EXPECT_FALSE(verdict({{7, 3, 1}, {-7, -3, -1}, {0, 1, 5}, {0, -1, -6}}, 1));
+}
+
+// Ten thousand inconsistent ones, and what comes between them.
+TEST(feasibility, verdicts_on_integer_constraints_are_those_of_exact_arithmetic)
+{
+    const zavo::test::CapturedErrors errors;
+    Random random(4);
+    int inconsistent = 0;
+    int accepted = 0;
+    int feasible = 0;
+    int refused = 0;
+    double violation = 0;
+    while (inconsistent < 10000) {
+        Constraints c = any_integers(random);
+        const bool exact = is_feasible(c);
+        double ignored = 0;
+        // Data of integers: an error of the size of a float's rounding at 1 is none.
+        const bool called = called_inconsistent(c, exact ? &violation : &ignored, 1);
+        (exact ? feasible : inconsistent) += 1;
+        accepted += !exact && !called ? 1 : 0;
+        refused += exact && called ? 1 : 0;
+    }
+    std::printf("%d inconsistent problems, %d accepted; %d feasible ones, %d refused, worst violation %.2g\n",
+                inconsistent, accepted, feasible, refused, violation);
+    EXPECT_EQ(accepted, 0);
+    EXPECT_EQ(refused, 0);
+    EXPECT_LE(violation, 1e-5);
 }
 
 } // namespace
