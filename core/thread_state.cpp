@@ -122,6 +122,11 @@ FaultTrap& fault_trap()
     return thread_state().trap;
 }
 
+Interruption& interruption()
+{
+    return thread_state().interruption;
+}
+
 FaultTrap* present_fault_trap()
 {
     ThreadState* const state = platform::thread_pointer();

@@ -11,6 +11,7 @@
 #include "core/catalogue/catalogue.hpp"
 #include "core/errors/error_state.hpp"
 #include "core/frame/fault_trap.hpp"
+#include "core/frame/interruption.hpp"
 #include "core/system/memory.hpp"
 #include "core/system/platform_thread.hpp"
 
@@ -58,6 +59,7 @@ struct ModuleState {
     int last_error_code = 0;
     unsigned seed = 0; // tick count of the last initialisation
     bool ends_with_interpreter_thread = false;
+    int waiting_works = 0; // that have asked the interpreter whether they go on (ext/long_work.cpp)
 };
 
 // ---- The struct
@@ -68,6 +70,7 @@ struct ThreadState {
     ErrorState errors;
     MessageParameters parameters;
     FaultTrap trap = {};
+    Interruption interruption;
     CatalogueCache catalogue;
     StreamState stream;
     LengthArray series;    // fft/convolution.cpp

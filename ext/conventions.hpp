@@ -2,8 +2,10 @@
 // road from a library error to a script error.
 #pragma once
 
+#include "core/frame/interruption.hpp"
 #include "ext/engine.h"
 
+#include <cstdint>
 #include <morvel.h>
 #include <tcl.h>
 
@@ -50,6 +52,11 @@ bool failure_reported(Tcl_Interp* interp);
 // The same for the companions (ext/engine.h), which know no script of ours.
 int failure_seen();
 void describe_last_error(zavo_engine_error* error);
+
+// Work that the interpreter may end; see ext/engine.h.
+void begin_long_work(zavo_long_work* work, Tcl_Interp* interp);
+int long_work_ended(long long nanoseconds);
+int end_long_work(zavo_long_work* work, int status);
 
 // Keeps a list alive while a command reads it.
 class HeldList {
@@ -142,6 +149,10 @@ public:
                 dfuFreeDynList(result);
                 return nullptr;
             }
+            if (core::interrupted(nanoseconds_of(child))) {
+                dfuFreeDynList(result);
+                return nullptr;
+            }
         }
         return result;
     }
@@ -161,6 +172,10 @@ public:
     template <class BadType>
     int put(Tcl_Interp* interp, DynList* result, BadType&& bad_type) const
     {
+        if (core::interrupted()) {
+            dfuFreeDynList(result);
+            return TCL_ERROR; // the error is the interpreter's
+        }
         if (result != nullptr) {
             return tclPutList(interp, result);
         }
@@ -179,6 +194,15 @@ public:
     }
 
 private:
+    // What it takes to make a part: the call of a routine, and its elements. Lists have
+    // counted their own.
+    static std::int64_t nanoseconds_of(const DynList* part)
+    {
+        constexpr int of_call = 500;
+        constexpr int of_element = 8;
+        return of_call + (part->datatype == DFU_LIST ? 0 : std::int64_t{of_element} * part->count);
+    }
+
     enum class Why { library, wrong_type, memory };
     const char* routine_;
     Why why_ = Why::library;

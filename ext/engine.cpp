@@ -74,4 +74,8 @@ const zavo_engine zavo_engine_table = {
     .minimize_run = zavo_run_minimization,
 
     .path_in_use = [] { return static_cast<int>(zavo::simd::path_in_use()); },
+
+    .long_work_begin = zavo::ext::begin_long_work,
+    .long_work_ended = zavo::ext::long_work_ended,
+    .long_work_end = zavo::ext::end_long_work,
 };

@@ -38,6 +38,23 @@ typedef struct zavo_engine_error {
     const char* text;    /* routine: message, as the commands of the module give it */
 } zavo_engine_error;
 
+/* Work that an interpreter may end: between begin and end the routines of the library
+ * ask it now and then whether it has been cancelled or deleted or has met a limit.
+ * Loops of the caller's own, where they last, call ended() with about the nanoseconds
+ * since the call before. When it returns 1 they leave; what they and the library's
+ * routines have made by then is worth nothing. end() takes the caller's status and
+ * returns it, or TCL_ERROR with the interpreter's own error. Works nest. A script that
+ * the interpreter runs while it is asked, such as the handler of a limit, may begin
+ * another: `within_another` then says that what the caller works with is in use. */
+struct Tcl_Interp;
+typedef struct zavo_long_work {
+    struct Tcl_Interp* interp;
+    void* end; /* the interpreter's error, when it has ended the work */
+    int held;  /* whether the interpreter is kept */
+    int within_another;
+    void* outer[5]; /* what the thread had before */
+} zavo_long_work;
+
 typedef struct zavo_engine {
     int version;
     size_t size; /* of this table in bytes */
@@ -116,6 +133,10 @@ typedef struct zavo_engine {
 
     /* The code path in use, a zavo::simd::Path (core/simd/path.hpp). */
     int (*path_in_use)(void);
+
+    void (*long_work_begin)(zavo_long_work* work, struct Tcl_Interp* interp);
+    int (*long_work_ended)(long long nanoseconds);
+    int (*long_work_end)(zavo_long_work* work, int status);
 } zavo_engine;
 
 /* The table itself. */

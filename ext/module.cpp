@@ -29,23 +29,32 @@ struct CommandRow {
     const char* description; // for the reader of this table
 };
 
+// Of commands that may take long.
+template <Command* procedure>
+int as_long_work(ClientData data, Tcl_Interp* interp, int argc, const char* argv[])
+{
+    zavo_long_work work;
+    begin_long_work(&work, interp);
+    return end_long_work(&work, procedure(data, interp, argc, argv));
+}
+
 // clang-format off
 constexpr CommandRow command_table[] = {
-    {"zavo_constant",           constant_command,           0, "return common numeric constants"},
-    {"zavo_i_machine",          i_machine_command,          0, "return integer information describing computer's arithmetic"},
-    {"zavo_f_machine",          f_machine_command,          0, "return float information describing computer's floating point math"},
-    {"zavo_date_to_days",       date_to_days_command,       0, "return number of days from Jan 1, 1900 to given date"},
-    {"zavo_days_to_date",       days_to_date_command,       0, "return date correspond to given days after Jan 1, 1900"},
-    {"zavo_random_uniform",     random_command,             0, "generate random uniform deviates"},
-    {"zavo_random_normal",      random_command,             1, "generate random normal deviates"},
-    {"zavo_random_exp",         random_command,             2, "generate random exponential deviates"},
-    {"zavo_fft_real",           fft_real_command,           0, "Computes the real discrete Fourier transform"},
-    {"zavo_fft_2d_complex",     fft_2d_complex_command,     0, "Computes the complex 2D discrete Fourier transform"},
-    {"zavo_convolution",        convolution_command,        0, "Computes the convolution of two vectors"},
-    {"zavo_correlation",        convolution_command,        1, "Computes the correlation of two vectors"},
-    {"zavo_min_uncon_multivar", min_uncon_multivar_command, 0, "minimize function f(x) of n variables using quasi newton method"},
-    {"zavo_min_con_gen_lin",    min_con_gen_lin_command,    0, "minimize general objective function subject to linear contraints"},
-    {nullptr,                   nullptr,                    0, nullptr},
+    {"zavo_constant",           constant_command,                      0, "return common numeric constants"},
+    {"zavo_i_machine",          i_machine_command,                     0, "return integer information describing computer's arithmetic"},
+    {"zavo_f_machine",          f_machine_command,                     0, "return float information describing computer's floating point math"},
+    {"zavo_date_to_days",       date_to_days_command,                  0, "return number of days from Jan 1, 1900 to given date"},
+    {"zavo_days_to_date",       days_to_date_command,                  0, "return date correspond to given days after Jan 1, 1900"},
+    {"zavo_random_uniform",     as_long_work<random_command>,          0, "generate random uniform deviates"},
+    {"zavo_random_normal",      as_long_work<random_command>,          1, "generate random normal deviates"},
+    {"zavo_random_exp",         as_long_work<random_command>,          2, "generate random exponential deviates"},
+    {"zavo_fft_real",           as_long_work<fft_real_command>,        0, "Computes the real discrete Fourier transform"},
+    {"zavo_fft_2d_complex",     as_long_work<fft_2d_complex_command>,  0, "Computes the complex 2D discrete Fourier transform"},
+    {"zavo_convolution",        as_long_work<convolution_command>,     0, "Computes the convolution of two vectors"},
+    {"zavo_correlation",        as_long_work<convolution_command>,     1, "Computes the correlation of two vectors"},
+    {"zavo_min_uncon_multivar", min_uncon_multivar_command,            0, "minimize function f(x) of n variables using quasi newton method"},
+    {"zavo_min_con_gen_lin",    min_con_gen_lin_command,               0, "minimize general objective function subject to linear contraints"},
+    {nullptr,                   nullptr,                               0, nullptr},
 };
 // clang-format on
 

@@ -60,7 +60,7 @@ private:
         if (!arguments_.table_given) {
             arguments_.table = own_table_ = zavo_c_fft_complex_init(arguments_.n);
         }
-        return core::pending_type() == 0;
+        return core::pending_type() == 0 && !core::interrupted();
     }
 
     // A bad length has got here only with a table of the caller's; the worker
@@ -100,7 +100,7 @@ extern "C" f_complex* zavo_c_fft_complex(int n, const f_complex* p, ...)
     core::EntryFrame frame{"zavo_c_fft_complex"};
     frame.run([&] { call.run(options); });
     va_end(list);
-    return call.hand_over(frame.failed());
+    return call.hand_over(frame.failed() || !frame.finished());
 }
 
 extern "C" float* zavo_c_fft_complex_init(int n)
@@ -120,7 +120,7 @@ extern "C" float* zavo_c_fft_complex_init(int n)
     }
     const fft::Index length = n;
     fft::build_complex_table(length, table + 2 * length, table + 4 * length);
-    return table;
+    return fft::unless_interrupted(table);
 }
 
 extern "C" void l_f2tcf(const int* n, const f_complex* p, f_complex* q, float* params, f_complex* work)

@@ -90,6 +90,9 @@ void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence*
     if (y != nullptr) {
         transform_padded(*y, nz, z, !overlap(z, nz, x.work, nz), table);
     }
+    if (core::interrupted(nz)) {
+        return;
+    }
     multiply_spectra(kind, nz, x.work, y != nullptr ? y->work : x.work, zhat);
     l_f2trb(&nz, zhat, z, table);
     divide(nz, z, static_cast<float>(nz));
@@ -122,7 +125,7 @@ public:
     ConvolutionCall& operator=(const ConvolutionCall&) = delete;
     ~ConvolutionCall()
     {
-        if (owns_area_ && (mode() == 0 || mode() == 3)) {
+        if (owns_area_ && (mode() == 0 || mode() == 3 || core::interrupted())) {
             series_area().drop();
         }
     }
@@ -187,7 +190,7 @@ public:
     // keeps the array until the call has gone well.
     void store_spectrum()
     {
-        if (zhat_address_given_ && !core::is_failure(core::pending_type())) {
+        if (zhat_address_given_ && !core::is_failure(core::pending_type()) && !core::interrupted()) {
             *zhat_address_ = zhat_.get();
         }
     }
@@ -307,7 +310,7 @@ extern "C" float* zavo_f_convolution(int nx, const float* x, int ny, const float
         call.store_spectrum();
     });
     va_end(list);
-    return call.hand_over(frame.failed());
+    return call.hand_over(frame.failed() || !frame.finished());
 }
 
 extern "C" void R2ONV(const int* mode, const int* nx, const float* x, const int* ny, const float* y,

@@ -47,7 +47,7 @@ void sweep_rows(Direction d, Index n, Index m, const Layout& at, float* table, f
 {
     const std::size_t bytes = static_cast<std::size_t>(n) * sizeof(f_complex);
     const bool straight = at.any_order(n, m);
-    for (Index r = 0; r < m; ++r) {
+    for (Index r = 0; r < m && !core::interrupted(4 * n); ++r) {
         const f_complex* const from = at.p + r * at.ldp;
         f_complex* const to = at.q + r * at.ldq;
         if (straight && n > 1) {
@@ -69,7 +69,7 @@ void sweep_columns(Direction d, Index n, Index m, const Layout& at, float* table
         transform_columns(d, n, m, floats(at.p), at.ldp, floats(at.q), at.ldq, table, floats(work));
         return;
     }
-    for (Index c = 0; c < n; ++c) {
+    for (Index c = 0; c < n && !core::interrupted(4 * m); ++c) {
         transform_columns(d, 1, m, floats(at.p + c), at.ldp, floats(at.q + c), at.ldq, table, floats(work));
     }
 }
@@ -212,7 +212,7 @@ private:
         if (core::pending_type() == 0) {
             column_table_ = zavo_c_fft_complex_init(m_);
         }
-        return core::pending_type() == 0;
+        return core::pending_type() == 0 && !core::interrupted();
     }
 
     // m rows of n values; rows as far apart as the result's column dimension

@@ -72,7 +72,7 @@ private:
         if (!call.table_given) {
             call.table = own_table_ = zavo_f_fft_real_init(call.n);
         }
-        if (core::pending_type() == 0) {
+        if (core::pending_type() == 0 && !core::interrupted()) {
             transform_real(call.direction, call.n, call.p, call.result, call.table);
         }
     }
@@ -115,7 +115,7 @@ extern "C" float* zavo_f_fft_real_init(int n)
         return nullptr;
     }
     fft::build_real_table(n, table + n, table + 2 * static_cast<fft::Index>(n));
-    return table;
+    return fft::unless_interrupted(table);
 }
 
 extern "C" void l_f2trf(const int* n, const float* p, float* q, float* params)

@@ -10,6 +10,7 @@
 #include "fft/tables/twiddle_block.hpp"
 #include "fft/wide/simd.hpp"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdint>
 #include <cstring>
@@ -37,10 +38,15 @@ const SimdPath* simd_path()
 void fill_cos_sin(float step, int first, int count, float* pairs)
 {
     const SimdPath* const wide = simd_path();
-    if (wide != nullptr) {
-        wide->fill_cos_sin(step, first, count, pairs);
-    } else {
-        fill_cos_sin_by<DoublePair>(step, first, count, pairs);
+    const auto fill = wide != nullptr ? wide->fill_cos_sin : fill_cos_sin_by<DoublePair>;
+    constexpr int at_once = 1 << 20;
+    for (; count > at_once && !core::interrupted(4 * at_once); count -= at_once) {
+        fill(step, first, at_once, pairs);
+        first += at_once;
+        pairs += 2 * at_once;
+    }
+    if (count <= at_once) {
+        fill(step, first, count, pairs);
     }
 }
 
@@ -260,11 +266,16 @@ void transform_columns(Direction d, Index n, Index m, const float* p, Index ldp,
     const SimdPath* const wide = simd_path();
     float* const block = wide != nullptr && n > 1 ? core::take_work<float>(column_work(m)) : nullptr;
     if (block != nullptr) {
-        wide->columns(d, read_complex_record(m, params + 4 * m), n, p, ldp, q, ldq, block, params + 2 * m);
+        constexpr Index at_once = 64; // several of the widest registers
+        const Factors factors = read_complex_record(m, params + 4 * m);
+        for (Index c = 0; c < n && !core::interrupted(at_once * m); c += at_once) {
+            wide->columns(d, factors, std::min(at_once, n - c), p + 2 * c, ldp, q + 2 * c, ldq, block,
+                          params + 2 * m);
+        }
         core::give_back_work(block);
         return;
     }
-    for (Index c = 0; c < n; ++c) {
+    for (Index c = 0; c < n && !core::interrupted(8 * m); ++c) {
         for (Index r = 0; r < m; ++r) {
             work[2 * r] = p[2 * (r * ldp + c)];
             work[2 * r + 1] = p[2 * (r * ldp + c) + 1];

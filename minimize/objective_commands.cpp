@@ -6,9 +6,8 @@
 // already know the numbers that they stand for.
 #include "minimize/objective_commands.hpp"
 
-#include "core/errors/error_stack.h"
-#include "core/frame/entry_frame.hpp"
 #include "core/system/memory.hpp"
+#include "ext/host_code.hpp"
 #include "minimize/objective/number_text.hpp"
 
 #include <algorithm>
@@ -34,25 +33,6 @@ bool is_plain_word(const char* word)
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_:.-+*/=<>!?@%&|~^,";
     return word[0] != '\0' && std::strspn(word, harmless) == std::strlen(word);
 }
-
-// While the procedure runs it is user code to the library, and what its own
-// calls of the library post stays behind when it is done. A fault in it is the
-// host's: a jump would go over the frames of the interpreter.
-class UserCode {
-public:
-    UserCode() : before_(core::posted_error()) { zavo_error_user_level("ON"); }
-    ~UserCode()
-    {
-        zavo_error_user_level("OFF");
-        core::restore_posted_error(before_);
-    }
-    UserCode(const UserCode&) = delete;
-    UserCode& operator=(const UserCode&) = delete;
-
-private:
-    core::PostedError before_;
-    core::SuspendedTrap suspended_;
-};
 
 } // namespace
 
@@ -167,7 +147,7 @@ float ScriptObjective::value(int n, const float* x)
     }
     int status = TCL_OK;
     {
-        const UserCode marks;
+        const HostCode marks;
         status = name_ != nullptr ? call_by_words(n, x) : call_by_script(n, x);
     }
     place() = this;

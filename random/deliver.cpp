@@ -51,7 +51,7 @@ float* deliver_deviates(const char* name, int n, std::va_list list, Worker* work
             return;
         }
         ready = true;
-        worker(n, result.get(), !result.borrowed());
+        draw_batch(n, [&] { worker(n, result.get(), !result.borrowed()); });
     });
     const bool handed_over = frame.finished() && ready && (result.borrowed() || !frame.failed());
     return handed_over ? result.hand_over() : nullptr;

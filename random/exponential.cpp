@@ -35,12 +35,14 @@ void l_rnexp(int n, float* r)
 
 void zavo_random_exponentials(int n, float* r)
 {
-    in_blocks(n, r, [](int count, float* block) {
-        zavo_rnun(count, block);
-        for (float* u = block; u != block + count; ++u) {
-            *u = *u < greatest_inside ? (*u > least_inside ? *u : least_inside) : greatest_inside;
-        }
-        kernels().minus_log(static_cast<std::size_t>(count), block);
+    draw_batch(n, [=] {
+        in_blocks(n, r, [](int count, float* block) {
+            zavo_rnun(count, block);
+            for (float* u = block; u != block + count; ++u) {
+                *u = *u < greatest_inside ? (*u > least_inside ? *u : least_inside) : greatest_inside;
+            }
+            kernels().minus_log(static_cast<std::size_t>(count), block);
+        });
     });
 }
 

@@ -2,6 +2,7 @@
 // gives the same bits; core/simd/path.hpp says which one runs.
 #pragma once
 
+#include "core/frame/interruption.hpp"
 #include "random/congruence.hpp"
 
 #include <cstddef>
@@ -35,11 +36,15 @@ template <class Work>
 void in_blocks(int n, float* r, Work&& work)
 {
     constexpr int block = 32768;
+    constexpr int nanoseconds = 4; // or so, for each
     while (n > 0) {
         const int count = n < block ? n : block;
         work(count, r);
         n -= count;
         r += count;
+        if (n > 0 && core::interrupted(nanoseconds * count)) {
+            return;
+        }
     }
 }
 

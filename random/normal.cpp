@@ -152,18 +152,20 @@ void l_rnnor(int n, float* r)
         zavo_rnun(count, block);
         outside = kernels().normal(static_cast<std::size_t>(count), block) || outside;
     });
-    if (outside) {
+    if (outside && !zavo::core::interrupted()) {
         post_marks(n, r);
     }
 }
 
 void zavo_random_normals(int n, float* r)
 {
-    in_blocks(n, r, [](int count, float* block) {
-        zavo_rnun(count, block);
-        if (kernels().normal(static_cast<std::size_t>(count), block)) {
-            replace_marks(count, block);
-        }
+    draw_batch(n, [=] {
+        in_blocks(n, r, [](int count, float* block) {
+            zavo_rnun(count, block);
+            if (kernels().normal(static_cast<std::size_t>(count), block)) {
+                replace_marks(count, block);
+            }
+        });
     });
 }
 

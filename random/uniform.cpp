@@ -36,6 +36,9 @@ static_assert(2147483646.0 * unit_scale < 1.0);
 // cache, and to go round it would throw them out twice.
 constexpr std::size_t large_array = std::size_t{4} << 20;
 
+// Deviates between two looks at whether the batch goes on.
+constexpr std::size_t part_of_batch = std::size_t{8} << 20;
+
 using Stream = core::StreamState;
 
 Stream& stream()
@@ -110,13 +113,16 @@ void fill(int n, float* r, bool untouched)
     const auto x = static_cast<std::uint32_t>(stream.seed);
     const auto count = static_cast<std::size_t>(n);
     const bool shuffled = stream.option % 2 == 0;
-    std::uint32_t last = 0;
-    if (shuffled) {
-        last = fill_shuffled(stream, x, count, r);
-    } else if (count >= large_array && !untouched) {
-        last = kernels().uniform_large(multiplier_of(stream), x, count, r);
-    } else {
-        last = kernels().uniform(multiplier_of(stream), x, count, r);
+    const bool large = count >= large_array && !untouched;
+    const auto draw = large ? kernels().uniform_large : kernels().uniform;
+    std::uint32_t last = x;
+    for (std::size_t done = 0; done < count; done += part_of_batch) {
+        if (done > 0 && core::interrupted(part_of_batch)) {
+            return;
+        }
+        const std::size_t part = std::min(part_of_batch, count - done);
+        last = shuffled ? fill_shuffled(stream, last, part, r + done)
+                        : draw(multiplier_of(stream), last, part, r + done);
     }
     stream.seed = static_cast<int>(last);
 }
@@ -140,7 +146,7 @@ namespace core = zavo::core;
 
 void zavo_rnun(int n, float* r)
 {
-    fill(n, r, false);
+    draw_batch(n, [=] { fill(n, r, false); });
 }
 
 float* zavo_f_random_uniform(int n, ...)

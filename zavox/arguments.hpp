@@ -82,6 +82,18 @@ private:
     const OptionRow* table_;
 };
 
+// ---- Long work -----------------------------------------------------------------------
+
+// The status of work(), which the interpreter may end (see interrupted): then TCL_ERROR
+// with the interpreter's error.
+template <class Work>
+int as_long_work(Tcl_Interp* interp, Work&& work)
+{
+    zavo_long_work state;
+    engine().long_work_begin(&state, interp);
+    return engine().long_work_end(&state, work(state));
+}
+
 // ---- Numbers and vectors ----------------------------------------------------------
 
 // An integer of at least `low`; `what` names it in the message.

@@ -520,10 +520,11 @@ private:
         if (result.allocate(interp_, item.count) != TCL_OK) {
             return TCL_ERROR;
         }
-        if (item.count > 0 && !program_.run(item.count, result.writable())) {
-            return memory_short(interp_);
-        }
-        return result.put(interp_);
+        const int status = as_long_work(interp_, [&](const zavo_long_work&) {
+            const bool done = item.count == 0 || program_.run(item.count, result.writable());
+            return done ? TCL_OK : memory_short(interp_);
+        });
+        return status == TCL_OK ? result.put(interp_) : status;
     }
 
     // The expression was a vector and nothing else.

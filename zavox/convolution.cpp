@@ -141,6 +141,7 @@ bool transformed_sums(Fourier& fourier, int na, const float* a, int nh, const fl
         return false;
     }
     const std::int64_t outputs = length - nh + 1;
+    const std::int64_t nanoseconds_of_piece = std::int64_t{8} * length;
     for (std::int64_t done = 0; done < count; done += outputs) {
         // a[start ... start + length - 1], with zeros where it has no values.
         const std::int64_t start = first + done - (nh - 1);
@@ -158,6 +159,9 @@ bool transformed_sums(Fourier& fourier, int na, const float* a, int nh, const fl
             return false;
         }
         std::copy_n(values + nh - 1, std::min(outputs, count - done), out + done);
+        if (interrupted(nanoseconds_of_piece)) {
+            return false;
+        }
     }
     return true;
 }
@@ -171,8 +175,7 @@ bool sums(Fourier& fourier, int na, const float* a, int nb, const float* b, std:
         std::swap(a, b);
     }
     if (nb <= direct_limit) {
-        direct_sums(na, a, nb, b, first, count, out);
-        return true;
+        return direct_sums(na, a, nb, b, first, count, out);
     }
     return transformed_sums(fourier, na, a, nb, b, first, count, out);
 }
@@ -197,7 +200,7 @@ bool circular_sums(Fourier& fourier, int nx, const float* x, int ny, const float
 
 } // namespace
 
-void direct_sums(int na, const float* a, int nh, const float* h, std::int64_t first, std::int64_t count,
+bool direct_sums(int na, const float* a, int nh, const float* h, std::int64_t first, std::int64_t count,
                  float* out)
 {
     // Outputs whose nh inputs all exist: nh - 1 <= k < na.
@@ -206,10 +209,15 @@ void direct_sums(int na, const float* a, int nh, const float* h, std::int64_t fi
     for (std::int64_t i = 0; i < inner; ++i) {
         out[i] = one_sum(na, a, nh, h, first + i);
     }
-    const std::int64_t made = inner + inner_sums_best(a + first + inner, nh, h, outer - inner, out + inner);
-    for (std::int64_t i = made; i < count; ++i) {
+    std::int64_t made = inner;
+    const int nanoseconds = nh / 4 + 1;
+    const bool done = in_parts(outer - inner, nanoseconds, [&](std::int64_t begin, std::int64_t end) {
+        made += inner_sums_best(a + first + inner + begin, nh, h, end - begin, out + inner + begin);
+    });
+    for (std::int64_t i = made; done && i < count; ++i) {
         out[i] = one_sum(na, a, nh, h, first + i);
     }
+    return done;
 }
 
 std::int64_t part_length(Part part, int nx, int ny)

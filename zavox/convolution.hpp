@@ -16,7 +16,7 @@ std::int64_t part_length(Part part, int nx, int ny);
 // z = the part of  full[k] = sum over j of x[j] y[k - j],  k = 0 ... nx + ny - 2:
 // same from k = (min - 1) / 2 on, valid from k = min - 1 on; circular: full[k] +
 // full[k + max]. nx, ny >= 1; z does not overlap x or y. False when memory is
-// short or the transforms would be longer than an int says.
+// short, the transforms would be longer than an int says or the command is interrupted.
 //
 // Each of the products that the shorter record takes part in is summed directly
 // when it is short, else through transforms of pieces of the longer one (overlap
@@ -33,8 +33,9 @@ std::int64_t part_length(Part part, int nx, int ny);
 inline constexpr int direct_limit = 64;
 
 // The direct sums: out[i] = sum over j < nh of h[j] a[first + i - j], with a 0
-// outside its na values; the terms in the order of j, in single precision.
-void direct_sums(int na, const float* a, int nh, const float* h, std::int64_t first, std::int64_t count,
-                 float* out);
+// outside its na values; the terms in the order of j, in single precision. False when
+// interrupted.
+[[nodiscard]] bool direct_sums(int na, const float* a, int nh, const float* h, std::int64_t first,
+                               std::int64_t count, float* out);
 
 } // namespace zavox

@@ -4,6 +4,8 @@
 #include "core/simd/path.hpp"
 #include "ext/engine.h"
 
+#include <cstdint>
+
 namespace zavox {
 
 // The table of the module's library; the same for every interpreter.
@@ -13,6 +15,31 @@ const zavo_engine& engine();
 inline zavo::simd::Path path_in_use()
 {
     return static_cast<zavo::simd::Path>(engine().path_in_use());
+}
+
+// Counts what a command has done, in about nanoseconds. True when the interpreter has ended
+// it: the caller then leaves with nothing that is of use, and the command's error is the
+// interpreter's, whatever it says itself (long work in ext/engine.h).
+inline bool interrupted(std::int64_t nanoseconds)
+{
+    return engine().long_work_ended(nanoseconds) != 0;
+}
+
+// work(begin, end) for one part after the other of 0 ... n - 1, each element of which takes
+// so long. False when interrupted.
+template <class Work>
+[[nodiscard]] bool in_parts(std::int64_t n, int nanoseconds, Work&& work)
+{
+    constexpr std::int64_t part = 1 << 18;
+    std::int64_t begin = 0;
+    for (; n - begin > part; begin += part) {
+        work(begin, begin + part);
+        if (interrupted(nanoseconds * part)) {
+            return false;
+        }
+    }
+    work(begin, n);
+    return true;
 }
 
 } // namespace zavox

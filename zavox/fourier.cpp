@@ -131,7 +131,7 @@ const Fourier::Chirp* Fourier::chirp(int n)
         }
     }
     drop(oldest);
-    if (!make_chirp(oldest, n)) {
+    if (!make_chirp(oldest, n) || interrupted(0)) {
         drop(oldest);
         return nullptr;
     }
@@ -160,14 +160,19 @@ bool Fourier::make_chirp(Chirp* chirp, int n)
     }
     std::fill_n(chirp->spectrum, length, f_complex{0.0F, 0.0F});
     std::int64_t square = 0; // k^2 mod 2n
-    for (int k = 0; k < n; ++k) {
-        const Root root = roots[square];
-        chirp->factors[2 * std::size_t(k)] = root.cos;
-        chirp->factors[2 * std::size_t(k) + 1] = root.sin;
-        const f_complex value = {static_cast<float>(root.cos / m), static_cast<float>(root.sin / m)};
-        chirp->spectrum[k] = value;
-        chirp->spectrum[k == 0 ? 0 : m - k] = value;
-        square = (square + 2 * std::int64_t{k} + 1) % (2 * std::int64_t{n});
+    const bool done = in_parts(n, 5, [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t k = begin; k < end; ++k) {
+            const Root root = roots[square];
+            chirp->factors[2 * std::size_t(k)] = root.cos;
+            chirp->factors[2 * std::size_t(k) + 1] = root.sin;
+            const f_complex value = {static_cast<float>(root.cos / m), static_cast<float>(root.sin / m)};
+            chirp->spectrum[k] = value;
+            chirp->spectrum[k == 0 ? 0 : m - k] = value;
+            square = (square + 2 * k + 1) % (2 * std::int64_t{n});
+        }
+    });
+    if (!done) {
+        return false;
     }
     engine().fft_complex_forward(&m, chirp->spectrum, chirp->spectrum, table, chirp->work);
     chirp->n = n;
@@ -192,9 +197,15 @@ bool Fourier::through_chirp(Sign sign, int n, const Input& x, const Chirp** done
                           conjugate_if(conjugated, x(j)));
     }
     std::fill(work + n, work + c->m, f_complex{0.0F, 0.0F});
+    if (interrupted(c->m)) {
+        return false;
+    }
     engine().fft_complex_forward(&c->m, work, work, table, nullptr);
     for (int k = 0; k < c->m; ++k) {
         work[k] = product(work[k].re, work[k].im, c->spectrum[k]);
+    }
+    if (interrupted(c->m)) {
+        return false;
     }
     engine().fft_complex_backward(&c->m, work, work, table, nullptr);
     for (int k = 0; k < n; ++k) {
@@ -290,7 +301,7 @@ bool Fourier::plane(Sign sign, int rows, int columns, const f_complex* p, f_comp
 {
     for (int r = 0; r < rows; ++r) {
         const std::ptrdiff_t start = std::ptrdiff_t{r} * columns;
-        if (!complex(sign, columns, p + start, q + start)) {
+        if (!complex(sign, columns, p + start, q + start) || interrupted(std::int64_t{8} * columns)) {
             return false;
         }
     }
@@ -300,7 +311,7 @@ bool Fourier::plane(Sign sign, int rows, int columns, const f_complex* p, f_comp
         for (int r = 0; r < rows; ++r) {
             column[r] = q[std::ptrdiff_t{r} * columns + c];
         }
-        good = complex(sign, rows, column.get(), column.get());
+        good = complex(sign, rows, column.get(), column.get()) && !interrupted(std::int64_t{12} * rows);
         for (int r = 0; good && r < rows; ++r) {
             q[std::ptrdiff_t{r} * columns + c] = column[r];
         }

@@ -39,7 +39,8 @@ public:
     Fourier(const Fourier&) = delete;
     Fourier& operator=(const Fourier&) = delete;
 
-    // All return false, with nothing to use in the result, when memory is short.
+    // All return false, with nothing to use in the result, when memory is short or
+    // the command was interrupted.
     // n >= 1. None divides by n.
 
     // Packed spectrum (fft/real_fft.h) of n reals; q may be p.

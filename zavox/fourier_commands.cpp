@@ -21,8 +21,10 @@ constexpr char tables_key[] = "zavox::fourier";
 
 void delete_tables(ClientData tables, Tcl_Interp*)
 {
-    static_cast<Fourier*>(tables)->~Fourier();
-    std::free(tables);
+    if (tables != nullptr) {
+        static_cast<Fourier*>(tables)->~Fourier();
+        std::free(tables);
+    }
 }
 
 // Null, with the message, when memory is short.
@@ -443,6 +445,22 @@ int convolve_by(decltype(&convolve) work, const char* what, Tcl_Interp* interp, 
 }
 
 } // namespace
+
+OwnTables::OwnTables(Tcl_Interp* interp, bool in_use) : interp_(in_use ? interp : nullptr)
+{
+    if (interp_ != nullptr) {
+        tables_ = Tcl_GetAssocData(interp_, tables_key, nullptr);
+        Tcl_SetAssocData(interp_, tables_key, delete_tables, nullptr);
+    }
+}
+
+OwnTables::~OwnTables()
+{
+    if (interp_ != nullptr) {
+        delete_tables(Tcl_GetAssocData(interp_, tables_key, nullptr), interp_);
+        Tcl_SetAssocData(interp_, tables_key, delete_tables, tables_);
+    }
+}
 
 int fft_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {

@@ -1,5 +1,7 @@
 #include "zavox/histogram.hpp"
 
+#include "zavox/engine.hpp"
+
 #include <algorithm>
 
 namespace zavox {
@@ -26,28 +28,29 @@ void make_edges(float low, float high, int bins, float* edges)
 }
 
 // The bin is computed and then put right by the edges, which decide.
-int count_in_bins(const float* x, int n, const float* edges, int bins, int* counts)
+bool count_in_bins(const float* x, int n, const float* edges, int bins, int* counts, int* outside)
 {
     const auto low = static_cast<double>(edges[0]);
     const double span = static_cast<double>(edges[bins]) - low;
-    int outside = 0;
+    *outside = 0;
     std::fill_n(counts, bins, 0);
-    for (int i = 0; i < n; ++i) {
-        if (!(x[i] >= edges[0] && x[i] <= edges[bins])) {
-            ++outside;
-            continue;
+    const auto count = [&](float value) {
+        if (!(value >= edges[0] && value <= edges[bins])) {
+            ++*outside;
+            return;
         }
-        const double share = span > 0 ? (static_cast<double>(x[i]) - low) / span : 0;
+        const double share = span > 0 ? (static_cast<double>(value) - low) / span : 0;
         int bin = std::min(static_cast<int>(share * bins), bins - 1);
-        while (bin > 0 && x[i] < edges[bin]) {
+        while (bin > 0 && value < edges[bin]) {
             --bin;
         }
-        while (bin < bins - 1 && x[i] >= edges[bin + 1]) {
+        while (bin < bins - 1 && value >= edges[bin + 1]) {
             ++bin;
         }
         ++counts[bin];
-    }
-    return outside;
+    };
+    return in_parts(n, 5,
+                    [=](std::int64_t begin, std::int64_t end) { std::for_each(x + begin, x + end, count); });
 }
 
 } // namespace zavox

@@ -12,7 +12,9 @@ void fill_equally_spaced(double first, double last, int count, float* out);
 void make_edges(float low, float high, int bins, float* edges);
 
 // Counts the elements between edges[i] and edges[i + 1], the lower one included, of
-// the last bin the upper one, too. Returns how many are in no bin.
-int count_in_bins(const float* x, int n, const float* edges, int bins, int* counts);
+// the last bin the upper one, too; *outside says how many are in no bin. False when
+// interrupted.
+[[nodiscard]] bool count_in_bins(const float* x, int n, const float* edges, int bins, int* counts,
+                                 int* outside);
 
 } // namespace zavox

@@ -1,5 +1,5 @@
 // The entry point of the package and its table of commands.
-#include "zavox/zavox.hpp"
+#include "zavox/arguments.hpp"
 
 #include "core/system/float_control.hpp"
 
@@ -37,22 +37,32 @@ int in_usual_modes(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const
     return procedure(data, interp, objc, objv);
 }
 
+// Of commands that run no script and may take long.
+template <Command* procedure>
+int computing(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+{
+    return as_long_work(interp, [&](const zavo_long_work& work) {
+        const OwnTables tables(interp, work.within_another != 0);
+        return in_usual_modes<procedure>(data, interp, objc, objv);
+    });
+}
+
 constexpr CommandRow commands[] = {
     // clang-format off
     {"::zavox::calc",      in_usual_modes<calc_command>},
-    {"::zavox::constant",  in_usual_modes<constant_command>},
-    {"::zavox::convert",   in_usual_modes<convert_command>},
-    {"::zavox::convolve",  in_usual_modes<convolve_command>},
-    {"::zavox::correlate", in_usual_modes<correlate_command>},
+    {"::zavox::constant",  computing<constant_command>},
+    {"::zavox::convert",   computing<convert_command>},
+    {"::zavox::convolve",  computing<convolve_command>},
+    {"::zavox::correlate", computing<correlate_command>},
     {"::zavox::date",      in_usual_modes<date_command>},
     {"::zavox::days",      in_usual_modes<days_command>},
-    {"::zavox::fft",       in_usual_modes<fft_command>},
+    {"::zavox::fft",       computing<fft_command>},
     {"::zavox::minimize",  in_usual_modes<minimize_command>},
-    {"::zavox::random",    in_usual_modes<random_command>},
-    {"::zavox::release",   release_command},
-    {"::zavox::spectrum",  in_usual_modes<spectrum_command>},
+    {"::zavox::random",    computing<random_command>},
+    {"::zavox::release",   computing<release_command>},
+    {"::zavox::spectrum",  computing<spectrum_command>},
     {"::zavox::units",     in_usual_modes<units_command>},
-    {"::zavox::vector",    in_usual_modes<vector_command>},
+    {"::zavox::vector",    computing<vector_command>},
     // clang-format on
 };
 

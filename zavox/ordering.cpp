@@ -1,5 +1,7 @@
 #include "zavox/ordering.hpp"
 
+#include "zavox/engine.hpp"
+
 #include <quillet.h>
 
 #include <algorithm>
@@ -33,13 +35,15 @@ struct Ranked {
 constexpr int digit_bits = 11;
 constexpr int digits = 3;
 constexpr int digit_values = 1 << digit_bits;
+constexpr int nanoseconds_of_pass = 5; // for an element
 
 std::uint32_t digit_of(std::uint32_t rank, int digit)
 {
     return rank >> (digit * digit_bits) & (digit_values - 1);
 }
 
-void distribute(const Ranked* from, Ranked* to, int n, int digit, int* counts)
+// False when interrupted.
+[[nodiscard]] bool distribute(const Ranked* from, Ranked* to, int n, int digit, int* counts)
 {
     int start = 0;
     for (int value = 0; value < digit_values; ++value) {
@@ -47,9 +51,11 @@ void distribute(const Ranked* from, Ranked* to, int n, int digit, int* counts)
         counts[value] = start;
         start += count;
     }
-    for (int i = 0; i < n; ++i) {
-        to[counts[digit_of(from[i].rank, digit)]++] = from[i];
-    }
+    return in_parts(n, nanoseconds_of_pass, [=](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            to[counts[digit_of(from[i].rank, digit)]++] = from[i];
+        }
+    });
 }
 
 // By insertion, for a few.
@@ -110,27 +116,29 @@ bool sort_indices(const float* x, int n, bool decreasing, int* indices)
     if (n > few) {
         std::fill(&counts[0][0], &counts[0][0] + digits * digit_values, 0);
     }
-    for (int i = 0; i < n; ++i) {
-        from[i] = {rank_of(x[i], decreasing), i};
-        if (n > few) {
-            for (int digit = 0; digit < digits; ++digit) {
-                ++counts[digit][digit_of(from[i].rank, digit)];
+    bool done = in_parts(n, nanoseconds_of_pass, [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            from[i] = {rank_of(x[i], decreasing), static_cast<int>(i)};
+            if (n > few) {
+                for (int digit = 0; digit < digits; ++digit) {
+                    ++counts[digit][digit_of(from[i].rank, digit)];
+                }
             }
         }
-    }
+    });
     if (n <= few) {
         sort_few(from, n);
     } else {
-        for (int digit = 0; digit < digits; ++digit) {
-            distribute(from, to, n, digit, counts[digit]);
+        for (int digit = 0; done && digit < digits; ++digit) {
+            done = distribute(from, to, n, digit, counts[digit]);
             std::swap(from, to);
         }
     }
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; done && i < n; ++i) {
         indices[i] = from[i].index;
     }
     std::free(ranked);
-    return true;
+    return done;
 }
 
 int place_of_minimum(const float* x, int n)

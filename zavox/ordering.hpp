@@ -6,7 +6,7 @@ namespace zavox {
 
 // The indices 0 ... n-1 in the order of the floats they stand for, equal ones (0
 // and -0 are) in the order of their places; NaNs are last, also when `decreasing`.
-// False when memory is short.
+// False when memory is short or the command was interrupted.
 [[nodiscard]] bool sort_indices(const float* x, int n, bool decreasing, int* indices);
 
 // The first place of the least or greatest element, n > 0; of the first NaN when

@@ -1,5 +1,7 @@
 #include "zavox/program.hpp"
 
+#include "zavox/engine.hpp"
+
 #include <algorithm>
 #include <bit>
 #include <cassert>
@@ -271,7 +273,15 @@ bool Program::run(int n, float* out) const
         std::fill_n(blocks.at(k), block_size, schedule.constants()[k]);
     }
     const double* const result = blocks.at(schedule.result());
+    // The nanoseconds that an operation takes for an element.
+    constexpr std::int64_t fast = 1;
+    const auto nanoseconds_of_block = fast * block_size * schedule.moves().size();
+    constexpr int blocks_at_once = 256; // between two looks whether to go on
     for (int done = 0; done < n; done += block_size) {
+        if (done / block_size % blocks_at_once == blocks_at_once - 1 &&
+            interrupted(blocks_at_once * nanoseconds_of_block)) {
+            return false;
+        }
         const int count = std::min(block_size, n - done);
         for (int m = 0; m < schedule.moves().size(); ++m) {
             const Move& move = schedule.moves()[m];

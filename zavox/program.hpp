@@ -30,7 +30,7 @@ public:
     [[nodiscard]] bool add(wide::Operation operation, const Value values[], int count, Value* value);
 
     // Computes the result of the operation added last for n elements, rounded to
-    // float.
+    // float. False, too, when interrupted.
     [[nodiscard]] bool run(int n, float* out) const;
 
     // An operation as it was added.

@@ -25,8 +25,13 @@ int put_deviates(Tcl_Interp* interp, int n, Draw draw, double shift, double scal
     float* const r = deviates.writable();
     draw(n, r);
     if (shift != 0.0 || scale != 1.0) {
-        for (int i = 0; i < n; ++i) {
-            r[i] = static_cast<float>(shift + scale * r[i]);
+        const bool done = in_parts(n, 1, [=](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t i = begin; i < end; ++i) {
+                r[i] = static_cast<float>(shift + scale * r[i]);
+            }
+        });
+        if (!done) {
+            return TCL_ERROR;
         }
     }
     return deviates.put(interp);

@@ -130,6 +130,7 @@ bool spectrum(Fourier& fourier, const SpectrumPlan& plan, const float* x, float*
         weight_squares += weights[i] * weights[i];
     }
     int segments = 0;
+    const std::int64_t nanoseconds_of_segment = std::int64_t{10} * n;
     for (std::int64_t start = 0; start + n <= plan.n; start += plan.advance, ++segments) {
         const float* const from = x + start;
         const Trend trend = trend_of(plan.detrend, n, from);
@@ -142,6 +143,9 @@ bool spectrum(Fourier& fourier, const SpectrumPlan& plan, const float* x, float*
         }
         for (int k = 0; k < bins; ++k) {
             squares[k] += square_of(n, values.get(), k);
+        }
+        if (interrupted(nanoseconds_of_segment)) {
+            return false;
         }
     }
     for (int k = 0; k < bins; ++k) {

@@ -640,8 +640,9 @@ int histogram(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
         return TCL_ERROR;
     }
     make_edges(low, high, bins, edges.writable());
-    const int outside = count_in_bins(v.data(), v.size(), edges.data(), bins, counts.get());
-    if (put_list(interp, DFU_INT, bins, counts.get()) != TCL_OK) {
+    int outside = 0;
+    if (!count_in_bins(v.data(), v.size(), edges.data(), bins, counts.get(), &outside) ||
+        put_list(interp, DFU_INT, bins, counts.get()) != TCL_OK) {
         return TCL_ERROR;
     }
     Tcl_Obj* const dict = Tcl_NewDictObj();

@@ -179,6 +179,11 @@ void restore_posted_error(PostedError error)
     entry.code = error.code;
 }
 
+bool at_user_level()
+{
+    return error_state().current().user_level != 0;
+}
+
 void clear_queries()
 {
     ErrorState& state = error_state();

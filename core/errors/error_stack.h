@@ -35,6 +35,9 @@ inline bool is_failure(int type)
     return type == ZAVO_FATAL || type == ZAVO_TERMINAL;
 }
 
+// Whether code outside the library runs at the top entry.
+bool at_user_level();
+
 // Clears what zavo_error_type and zavo_error_code answer, as a push would. For
 // callers of routines that do not push on their good path.
 void clear_queries();

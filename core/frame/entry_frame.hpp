@@ -33,7 +33,7 @@ enum class Trapping {
 // Calls work(context) under the fault trap, when trapping is on. A fault in it
 // is posted as 5/504 or 5/511 and then as 5/102, at the level of the routine
 // that called this, and control comes back as if work had returned. False after
-// a fault.
+// a fault and when the work was interrupted (interruption.hpp).
 bool run_trapped(void (*work)(void* context), void* context, Trapping trapping);
 
 // To the usual modes of floating-point results from the host's, and back.
@@ -63,7 +63,7 @@ public:
     EntryFrame& operator=(const EntryFrame&) = delete;
 
     // Runs the worker under the trap; true, and finished() from then on, when it
-    // has returned and no fault has cut it short. The way out of a fault is a
+    // has returned and neither a fault nor an interruption has cut it short. The way out of a fault is a
     // jump, which runs no destructor between the fault and here. So what a worker
     // takes is owned outside of it: by an object that stands beside the frame, or
     // by the frame (take_work). An object inside may have a destructor only when
@@ -80,7 +80,7 @@ public:
         return finished_;
     }
 
-    // The last worker that was run has returned.
+    // The last worker that was run has done its work.
     bool finished() const { return finished_; }
     // True when an error of type 4 or 5 stands at this routine's level.
     bool failed() const { return is_failure(pending_type()); }

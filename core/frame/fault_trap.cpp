@@ -13,6 +13,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_state.hpp"
 #include "core/frame/entry_frame.hpp"
+#include "core/frame/interruption.hpp"
 #include "core/system/error_settings.hpp"
 #include "core/system/process_lock.hpp"
 
@@ -210,7 +211,7 @@ bool run_trapped(void (*work)(void* context), void* context, Trapping trapping)
     if (trap.trusted > 0 || error_settings().trapping == 0 || trap.buffers_used >= trap_levels ||
         trap.armed_levels >= trap_levels) {
         work(context);
-        return true;
+        return !interrupted();
     }
     std::jmp_buf& landing = trap.buffers[trap.buffers_used++];
     if (setjmp(landing) == 0) {
@@ -218,7 +219,7 @@ bool run_trapped(void (*work)(void* context), void* context, Trapping trapping)
         work(context);
         --trap.buffers_used;
         disarm();
-        return true;
+        return !interrupted();
     }
     // The system may have reset the modes for the handler.
     platform::set_float_control(platform::usual_float_control);

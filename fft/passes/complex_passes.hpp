@@ -127,6 +127,9 @@ void run_complex(const Factors& factors, int first, const float* p, float* q, fl
         from = scratch;
     }
     for (int t = 0; t < passes; ++t) {
+        if (interrupted_at(factors.n, 2 * factors.n)) {
+            return;
+        }
         const int which = first + t;
         const Shape shape = factors.shape_within(first, which);
         float* const to = (passes - t) % 2 != 0 ? q : scratch;

@@ -323,6 +323,9 @@ void run_real(const Factors& factors, int first, const float* p, float* q, float
         from = scratch;
     }
     for (int t = 0; t < passes; ++t) {
+        if (interrupted_at(factors.n, factors.n)) {
+            return;
+        }
         const int which = d == Direction::forward ? factors.count - 1 - t : first + t;
         const Shape shape = factors.shape_within(first, which);
         float* const to = (passes - t) % 2 != 0 ? q : scratch;

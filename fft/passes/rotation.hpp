@@ -64,6 +64,9 @@ void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
     }
     Rotation<float> by_l{1.0F, 0.0F};
     for (Index l = 1; l < (ip + 1) / 2; ++l) {
+        if (interrupted_at(slab * ip, slab * ip)) {
+            return;
+        }
         const Index lc = ip - l;
         by_l.advance(w.cos, w.sin);
         for (Index i = 0; i < slab; ++i) {
@@ -105,6 +108,9 @@ void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const f
     }
     const auto sine = [](float value) { return d == Direction::forward ? -value : value; };
     for (Index l = 1; l < (ip + 1) / 2; ++l) {
+        if (interrupted_at(slab * ip, slab * ip)) {
+            return;
+        }
         float* const cosines = y + stride * slab * l;
         float* const sines = y + stride * slab * (ip - l);
         const float* const w = wa + step * (l - 1);

@@ -136,6 +136,15 @@ float* new_table(Index n, int parts)
     return table;
 }
 
+float* unless_interrupted(float* table)
+{
+    if (core::interrupted()) {
+        core::release(table);
+        return nullptr;
+    }
+    return table;
+}
+
 // Block j of a factor holds (cos, sin) of the multiples 1 .. (ido - 1) / 2; the
 // last factor has ido = 1 and needs none.
 void build_real_table(Index n, float* twiddles, float* record)
@@ -145,7 +154,7 @@ void build_real_table(Index n, float* twiddles, float* record)
     for (int which = 0; which + 1 < factors.count; ++which) {
         const Shape shape = factors.shape(which);
         float* block = twiddles + factors.twiddle_offset(which);
-        for (Index j = 1; j < shape.ip; ++j, block += shape.ido) {
+        for (Index j = 1; j < shape.ip && !interrupted_at(n, shape.ido); ++j, block += shape.ido) {
             fill_cos_sin(block_angle(factors, which, j), 1, static_cast<int>((shape.ido - 1) / 2), block);
         }
     }
@@ -162,7 +171,7 @@ void build_complex_table(Index n, float* twiddles, float* record)
     for (int which = 0; which < factors.count; ++which) {
         const Shape shape = factors.shape(which);
         float* block = twiddles + 2 * factors.twiddle_offset(which);
-        for (Index j = 1; j < shape.ip; ++j, block += 2 * shape.ido) {
+        for (Index j = 1; j < shape.ip && !interrupted_at(n, 4 * shape.ido); ++j, block += 2 * shape.ido) {
             block[0] = 1.0F;
             block[1] = 0.0F;
             fill_cos_sin(block_angle(factors, which, j), 1, static_cast<int>(shape.ido), block + 2);

@@ -69,4 +69,7 @@ float* new_table(Index n, int parts);
 void build_real_table(Index n, float* twiddles, float* record);
 void build_complex_table(Index n, float* twiddles, float* record);
 
+// The table itself; null, and released, when its building was interrupted.
+float* unless_interrupted(float* table);
+
 } // namespace zavo::fft

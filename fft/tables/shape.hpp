@@ -17,6 +17,7 @@
 // Lanes, so a wider register is a new lane type and not a second pass.
 #pragma once
 
+#include "core/frame/interruption.hpp"
 #include "core/simd/inlining.hpp"
 
 #include <cstddef>
@@ -26,6 +27,14 @@
 namespace zavo::fft {
 
 using Index = std::ptrdiff_t;
+
+// Asks whether the work goes on (core/frame/interruption.hpp) in loops over n values,
+// but for those that are done before anybody would ask.
+ZAVO_INLINE bool interrupted_at(Index n, Index operations)
+{
+    constexpr Index interruptible_length = Index{1} << 13;
+    return n >= interruptible_length && core::interrupted(operations);
+}
 
 struct Shape {
     Index ido; // values a factor's sub-transform has before this pass

@@ -434,6 +434,9 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
     };
 
     for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
+        if (interrupted_in(plan, V * group)) {
+            return;
+        }
         if (plan.template is_at_least<scattered_complex_length>()) {
             fetch_next_columns<V>(p + 2 * r, rows, group);
             fetch_next_columns<V>(twiddles + 2 * r, rows, group - 1);
@@ -457,6 +460,9 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
         });
     });
     for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
+        if (interrupted_in(plan, V * rows)) {
+            return;
+        }
         if (in_order) {
             if constexpr (Plan::has_order) {
                 rows_in_order<d, V>(plan, chunk(k), twiddles);

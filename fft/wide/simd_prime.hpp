@@ -175,6 +175,9 @@ bool rotate_prime_complex(Direction d, Index slab, Index ip, const float* x, flo
     const Index half = (ip - 1) / 2;
     const Index period = ip - 1;
     for (Index first = 0; first < half; first += 2 * V) {
+        if (interrupted_at(slab * ip, 2 * slab * ip)) {
+            break;
+        }
         for (Index i = 0; i < slab; i += 2) {
             OrderedLanes<V> low, high;
             low.begin(order, ip, first);

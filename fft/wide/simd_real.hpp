@@ -591,6 +591,9 @@ ZAVO_INLINE void all_rows_forward(const Plan& plan, const float* p, float* partn
                                   const float* twiddles)
 {
     for_blocks<W>(plan.cut.group, [&](Index g) ZAVO_INLINED {
+        if (interrupted_in(plan, W * plan.cut.rows)) {
+            return;
+        }
         rows_forward<W>(plan, p + g, plan.cut.group, false, chunk(g), partner, twiddles);
     });
 }
@@ -607,6 +610,9 @@ void all_rows_in_place(const Plan& plan, const float* p, float* q, const Chunk& 
         rows_forward<W>(plan, p + tail, cut.group, false, chunk(tail), chunk(0), twiddles);
     }
     for (Index g = 0; g < last; g += W) {
+        if (interrupted_in(plan, W * cut.rows)) {
+            return;
+        }
         rows_forward<W>(plan, p + g, cut.group, false, chunk(g), chunk(last), twiddles);
     }
     float* const copy = chunk(last);
@@ -629,6 +635,9 @@ ZAVO_INLINE void all_rows_backward(const Plan& plan, float* q, const Chunk& chun
 {
     const Cut& cut = plan.cut;
     for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
+        if (interrupted_in(plan, W * cut.rows)) {
+            return;
+        }
         float* const values = chunk(g);
         float* const partner = g == 0 && values == scratch ? q : scratch;
         rows_backward<W>(plan, values, partner, q + g, g == 0, twiddles);
@@ -653,6 +662,9 @@ ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* s
     };
     const auto columns = [&](auto* spectrum) ZAVO_INLINED {
         for_blocks<C>(cut.columns, [&](Index before_t) ZAVO_INLINED {
+            if (interrupted_in(plan, 2 * C * cut.group)) {
+                return;
+            }
             const Index t = before_t + 1;
             if constexpr (d == Direction::forward) {
                 turn_real<d, W, C>(cut, chunk, t, slots);

@@ -146,6 +146,9 @@ void rotate_few_real(Index slab, Index ip, CosSin w, const float* x, float* y)
     const Index half = (ip - 1) / 2;
     RotationRun rotations{{1.0F, 0.0F}, w};
     for (Index l = 1; l <= half; l += run) {
+        if (interrupted_at(slab * ip, run / V * slab * ip)) {
+            return;
+        }
         Rotation<Vector<V>> by_l[rotation_registers];
         rotations.next<V>(by_l);
         const Index count = half + 1 - l < run ? half + 1 - l : run;
@@ -166,6 +169,9 @@ void rotate_few_complex(Index slab, Index ip, const float* x, float* y, const fl
 {
     const Index half = (ip - 1) / 2;
     for (Index l = 1; l <= half; l += V) {
+        if (interrupted_at(slab * ip, V * slab * ip / 4)) { // looked up one at a time
+            return;
+        }
         const Index count = half + 1 - l < V ? half + 1 - l : V;
         for (Index i = 0; i < slab; i += 2) {
             Vector<V> cosines[2], sines[2];
@@ -226,6 +232,9 @@ ZAVO_INLINE void rotate_slabs(Index slab, Index ip, const float* x, float* y, co
     Turns turns[most_turns + 1];
     const Index half = (ip - 1) / 2;
     for (Index l = 1; l <= half; l += slots_at_once) {
+        if (interrupted_at(slab * ip, slots_at_once * slab * ip / V)) {
+            return;
+        }
         const Index count = half + 1 - l < slots_at_once ? half + 1 - l : slots_at_once;
         for (Index s = 0; s < slots_at_once; ++s) {
             fill(l + (s < count ? s : 0), s, turns);

@@ -225,6 +225,18 @@ struct KnownPlan {
     }
 };
 
+// ---- interruption ----------------------------------------------------------------
+
+// Shorter transforms are done before anybody would ask.
+constexpr Index interruptible_whole_length = Index{1} << 17;
+
+// Whether the block of a plan that is next, of so many values, is to be left out.
+template <class Plan>
+ZAVO_INLINE bool interrupted_in(const Plan& plan, Index values)
+{
+    return plan.template is_at_least<interruptible_whole_length>() && core::interrupted(values);
+}
+
 // ---- storage ---------------------------------------------------------------------
 
 // Calls work(start) for blocks of V among `count` >= V; where V does not divide count,
