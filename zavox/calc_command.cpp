@@ -370,6 +370,10 @@ private:
         if (operation == pow_ && values[1].kind == Program::Value::number) {
             return power(values[0], values[1].alone, count);
         }
+        if (operation == multiply_ && values[0].kind == Program::Value::floats &&
+            values[1].kind == Program::Value::floats && values[0].index == values[1].index) {
+            return add(square_, values, 1, count);
+        }
         return add(operation, values, operands, count);
     }
 

@@ -30,17 +30,22 @@ double apply(const Kernels& kernels, Operation operation, const Program::Value v
         std::fill_n(in[i], wide::granule, values[i].alone);
     }
     double out[wide::granule];
-    kernels.of[static_cast<int>(operation)](out, in[0], in[1], in[2], wide::granule);
+    kernels.of[static_cast<int>(operation)][0](out, in[0], in[1], in[2], wide::granule);
     return out[0];
 }
 
-// What happens to each block, in order: an operand is widened into a register, or
-// an operation combines registers.
+// Where numbers of a block are: in a register, in an operand, or in the result.
+struct Place {
+    enum Kind : unsigned char { in_register, in_floats, in_result };
+    Kind kind;
+    int index; // of the register or operand
+};
+
+// What happens to each block, in order.
 struct Move {
-    const float* floats; // or null:
-    Operation operation;
-    int out;
-    int in[3];
+    wide::Kernel* kernel;
+    Place out;
+    Place in[3];
 };
 
 bool same_bits(double a, double b)
@@ -49,30 +54,32 @@ bool same_bits(double a, double b)
 }
 
 // The moves of a program, with registers for its constants, which come first, and
-// for its operands and results, which share theirs as they come and go.
+// for its operands and results, which share theirs as they come and go. Operations
+// read operands and write the result of the program themselves where they can;
+// otherwise a move of its own widens or rounds.
 class Schedule {
 public:
     using Value = Program::Value;
     using Step = Program::Step;
 
     // False when memory is short.
-    [[nodiscard]] bool make(const GrowingArray<const float*>& floats, const GrowingArray<Step>& steps)
+    [[nodiscard]] bool make(const Kernels& kernels, int operands, const GrowingArray<Step>& steps)
     {
-        if (!collect_constants(steps) || !note_last_uses(floats.size(), steps)) {
+        kernels_ = &kernels;
+        if (!collect_constants(steps) || !note_last_uses(operands, steps)) {
             return false;
         }
-        for (int s = 0; s < steps.size(); ++s) {
-            if (!plan(floats, steps[s], s)) {
+        for (int s = 0; s + 1 < steps.size(); ++s) {
+            if (!plan(steps[s], s)) {
                 return false;
             }
         }
-        return true;
+        return plan_last(steps[steps.size() - 1], steps.size() - 1);
     }
 
     const GrowingArray<Move>& moves() const { return moves_; }
     const GrowingArray<double>& constants() const { return constants_; }
     int registers() const { return registers_; }
-    int result() const { return moves_[moves_.size() - 1].out; }
 
 private:
     // The register of an operand of floats, and the last step to use it.
@@ -122,41 +129,95 @@ private:
 
     int take_register() { return free_.size() > 0 ? free_.pop() : registers_++; }
 
-    bool plan(const GrowingArray<const float*>& floats, const Step& step, int step_no)
+    wide::Kernel* kernel_for(Operation operation, int form = 0) const
     {
-        Move move{nullptr, step.operation, 0, {0, 0, 0}};
+        return kernels_->of[static_cast<int>(operation)][form];
+    }
+    // The form that reads those operands that have no register yet as they are, out of
+    // the forms that there are.
+    int form_of(const Step& step) const
+    {
+        constexpr int reads[] = {wide::floats_x, wide::floats_y};
+        int form = 0;
+        for (int i = 0; i < std::min(step.count, 2); ++i) {
+            const Value& in = step.in[i];
+            if (in.kind == Value::floats && operands_[in.index].place < 0 &&
+                kernel_for(step.operation, form | reads[i]) != nullptr) {
+                form |= reads[i];
+            }
+        }
+        return form;
+    }
+
+    bool plan(const Step& step, int step_no)
+    {
+        Move move{};
+        if (!begin(step, step_no, form_of(step), &move)) {
+            return false;
+        }
+        move.out = {Place::in_register, take_register()};
+        return results_.push(move.out.index) && moves_.push(move);
+    }
+    bool plan_last(const Step& step, int step_no)
+    {
+        int form = form_of(step);
+        if (kernel_for(step.operation, form | wide::floats_out) != nullptr) {
+            Move move{};
+            form |= wide::floats_out;
+            move.out = {Place::in_result, 0};
+            return begin(step, step_no, form, &move) && moves_.push(move);
+        }
+        if (!plan(step, step_no)) {
+            return false;
+        }
+        const Place result = moves_[moves_.size() - 1].out;
+        return moves_.push({kernel_for(Operation::copy_, wide::floats_out), {Place::in_result, 0}, {result}});
+    }
+    // The kernel and operands of a move.
+    bool begin(const Step& step, int step_no, int form, Move* move)
+    {
+        constexpr int reads[] = {wide::floats_x, wide::floats_y, 0};
+        move->kernel = kernel_for(step.operation, form);
         for (int i = 0; i < step.count; ++i) {
-            if (!find_input(floats, step.in[i], &move.in[i])) {
+            if (!find_input(step.in[i], (form & reads[i]) != 0, &move->in[i])) {
                 return false;
             }
         }
         // What is used here for the last time may be overwritten by the result.
         for (int i = 0; i < step.count; ++i) {
-            if (is_last_use(step.in[i], step_no) && !free_.push(move.in[i])) {
+            if (is_last_use(step.in[i], step_no) && move->in[i].kind == Place::in_register &&
+                !free_.push(move->in[i].index)) {
                 return false;
             }
         }
-        move.out = take_register();
-        return results_.push(move.out) && moves_.push(move);
+        return true;
     }
-    bool find_input(const GrowingArray<const float*>& floats, const Value& in, int* place)
+    bool find_input(const Value& in, bool as_floats, Place* place)
     {
+        if (as_floats) {
+            *place = {Place::in_floats, in.index};
+            return true;
+        }
+        place->kind = Place::in_register;
         if (in.kind == Value::number) {
-            *place = find_constant(in.alone);
+            place->index = find_constant(in.alone);
             return true;
         }
         if (in.kind == Value::result) {
-            *place = results_[in.index];
+            place->index = results_[in.index];
             return true;
         }
         Operand& operand = operands_[in.index];
         if (operand.place < 0) {
             operand.place = take_register();
-            if (!moves_.push({floats[in.index], {}, operand.place, {0, 0, 0}})) {
+            const Place widened{Place::in_register, operand.place};
+            if (!moves_.push({kernel_for(Operation::copy_, wide::floats_x),
+                              widened,
+                              {{Place::in_floats, in.index}}})) {
                 return false;
             }
         }
-        *place = operand.place;
+        place->index = operand.place;
         return true;
     }
     // An operand that stands twice in a step is given back once.
@@ -170,6 +231,7 @@ private:
         return last;
     }
 
+    const Kernels* kernels_ = nullptr;
     GrowingArray<Move> moves_;
     GrowingArray<double> constants_;
     GrowingArray<Operand> operands_;
@@ -202,29 +264,6 @@ private:
     double* storage_;
     double* start_;
 };
-
-// The last block may end within a granule; what lies behind its end is zero.
-void widen(const Kernels& kernels, double* out, const float* values, int n)
-{
-    const int whole = n / wide::granule * wide::granule;
-    kernels.widen(out, values, whole);
-    if (whole < n) {
-        float rest[wide::granule] = {};
-        std::copy(values + whole, values + n, rest);
-        kernels.widen(out + whole, rest, wide::granule);
-    }
-}
-
-void narrow(const Kernels& kernels, float* out, const double* values, int n)
-{
-    const int whole = n / wide::granule * wide::granule;
-    kernels.narrow(out, values, whole);
-    if (whole < n) {
-        float rest[wide::granule];
-        kernels.narrow(rest, values + whole, wide::granule);
-        std::copy(rest, rest + (n - whole), out + whole);
-    }
-}
 
 } // namespace
 
@@ -259,8 +298,9 @@ bool Program::add(Operation operation, const Value values[], int count, Value* v
 bool Program::run(int n, float* out) const
 {
     assert(steps_.size() > 0);
+    const Kernels& kernels = wide::kernels();
     Schedule schedule;
-    if (!schedule.make(floats_, steps_)) {
+    if (!schedule.make(kernels, floats_.size(), steps_)) {
         return false;
     }
     const int block_size = std::min(longest_block, padded(n));
@@ -268,33 +308,49 @@ bool Program::run(int n, float* out) const
     if (!blocks.made()) {
         return false;
     }
-    const Kernels& kernels = wide::kernels();
     for (int k = 0; k < schedule.constants().size(); ++k) {
         std::fill_n(blocks.at(k), block_size, schedule.constants()[k]);
     }
-    const double* const result = blocks.at(schedule.result());
+    // One block: operand i from operands(i) on, the result to `result`.
+    const auto perform = [&](const auto& operands, float* result, int count) {
+        const auto address = [&](const Place& place) -> const void* {
+            return place.kind == Place::in_floats ? static_cast<const void*>(operands(place.index))
+                                                  : blocks.at(place.index);
+        };
+        for (int m = 0; m < schedule.moves().size(); ++m) {
+            const Move& move = schedule.moves()[m];
+            void* const to =
+                move.out.kind == Place::in_result ? static_cast<void*>(result) : blocks.at(move.out.index);
+            move.kernel(to, address(move.in[0]), address(move.in[1]), address(move.in[2]), count);
+        }
+    };
+    const int whole = n / wide::granule * wide::granule;
     // The nanoseconds that an operation takes for an element.
     constexpr std::int64_t fast = 1;
     const auto nanoseconds_of_block = fast * block_size * schedule.moves().size();
     constexpr int blocks_at_once = 256; // between two looks whether to go on
-    for (int done = 0; done < n; done += block_size) {
+    for (int done = 0; done < whole; done += block_size) {
         if (done / block_size % blocks_at_once == blocks_at_once - 1 &&
             interrupted(blocks_at_once * nanoseconds_of_block)) {
             return false;
         }
-        const int count = std::min(block_size, n - done);
-        for (int m = 0; m < schedule.moves().size(); ++m) {
-            const Move& move = schedule.moves()[m];
-            if (move.floats != nullptr) {
-                widen(kernels, blocks.at(move.out), move.floats + done, count);
-            } else {
-                kernels.of[static_cast<int>(move.operation)](blocks.at(move.out), blocks.at(move.in[0]),
-                                                             blocks.at(move.in[1]), blocks.at(move.in[2]),
-                                                             padded(count));
+        perform([&](int i) { return floats_[i] + done; }, out + done, std::min(block_size, whole - done));
+    }
+    if (whole == n) {
+        return true;
+    }
+    // Only a part of the last granule lies within the arrays; the rest of it is zero.
+    GrowingArray<float> rests;
+    for (int i = 0; i < floats_.size(); ++i) {
+        for (int k = whole; k < whole + wide::granule; ++k) {
+            if (!rests.push(k < n ? floats_[i][k] : 0)) {
+                return false;
             }
         }
-        narrow(kernels, out + done, result, count);
     }
+    float result[wide::granule];
+    perform([&](int i) { return &rests[i * wide::granule]; }, result, wide::granule);
+    std::copy_n(result, n - whole, out + whole);
     return true;
 }
 

@@ -5,7 +5,8 @@
 #include "zavox/wide/functions.hpp"
 #include "zavox/wide/kernels.hpp"
 
-#include "zavox/engine.hpp"
+#include <cmath>
+#include <type_traits>
 
 namespace zavox::wide {
 
@@ -55,54 +56,110 @@ struct Blocks : Functions<L> {
 
     // ---- A block -----------------------------------------------------------------
 
-    template <D (*f)(D)>
-    static void map1(double* out, const double* x, const double*, const double*, int n)
+    // The numbers from i on of an array of T.
+    template <class T>
+    static ZAVOX_INLINE D get(const void* array, int i)
     {
-        for (int i = 0; i < n; i += lanes) {
-            store(out + i, f(load(x + i)));
+        if constexpr (std::is_same_v<T, float>) {
+            return F::widen(static_cast<const float*>(array) + i);
+        } else {
+            return load(static_cast<const double*>(array) + i);
         }
     }
-    template <D (*f)(D, D)>
-    static void map2(double* out, const double* x, const double* y, const double*, int n)
+    // Every NaN becomes the same one when it is rounded.
+    template <class T>
+    static ZAVOX_INLINE void put(void* array, int i, D x)
     {
-        for (int i = 0; i < n; i += lanes) {
-            store(out + i, f(load(x + i), load(y + i)));
-        }
-    }
-    static void choose(double* out, const double* x, const double* y, const double* z, int n)
-    {
-        for (int i = 0; i < n; i += lanes) {
-            store(out + i, select(is_true(load(x + i)), load(y + i), load(z + i)));
+        if constexpr (std::is_same_v<T, float>) {
+            F::narrow(static_cast<float*>(array) + i, select(x != x, all(F::quiet_nan), x));
+        } else {
+            store(static_cast<double*>(array) + i, x);
         }
     }
 
-    // Angles too large for the reduction go to the engine one by one. (Those of
-    // infinite or no size come out as NaN.)
-    template <D (*f)(D), double (*large)(double)>
-    static void map_angles(double* out, const double* x, const double*, const double*, int n)
+    template <D (*f)(D), class Out = double, class X = double>
+    static void map1(void* out, const void* x, const void*, const void*, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            const D angle = load(x + i);
+            put<Out>(out, i, f(get<X>(x, i)));
+        }
+    }
+    template <D (*f)(D, D), class Out = double, class X = double, class Y = double>
+    static void map2(void* out, const void* x, const void* y, const void*, int n)
+    {
+        for (int i = 0; i < n; i += lanes) {
+            put<Out>(out, i, f(get<X>(x, i), get<Y>(y, i)));
+        }
+    }
+    static void choose(void* out, const void* x, const void* y, const void* z, int n)
+    {
+        for (int i = 0; i < n; i += lanes) {
+            put<double>(out, i, select(is_true(get<double>(x, i)), get<double>(y, i), get<double>(z, i)));
+        }
+    }
+    static ZAVOX_INLINE D copy(D x) { return x; }
+
+    // Long chains of operations leave the processor waiting, so they are cut in two:
+    // the first part for a few dozen numbers, then the second.
+    static constexpr int stretch = 128;
+
+    // Sine or cosine. Angles too large for the reduction go to the engine one by one;
+    // those of infinite or no size come out as NaN.
+    template <typename F::Turn (*first)(D), double (*large)(double), class X = double>
+    static void map_turns(void* out, const void* x, const void*, const void*, int n)
+    {
+        typename F::Turn turns[stretch / lanes];
+        for (int start = 0; start < n; start += stretch) {
+            const int count = n - start < stretch ? n - start : stretch;
+            D largest{};
+            for (int i = 0; i < count; i += lanes) {
+                const D angle = get<X>(x, start + i);
+                largest = F::larger(abs(angle), largest);
+                turns[i / lanes] = first(angle);
+            }
+            double angles[stretch]; // what `out` may overwrite
+            const bool far = F::any(largest >= all(F::largest_angle));
+            if (far) [[unlikely]] {
+                for (int i = 0; i < count; i += lanes) {
+                    store(angles + i, get<X>(x, start + i));
+                }
+            }
+            for (int i = 0; i < count; i += lanes) {
+                put<double>(out, start + i, F::sine_of_turn(turns[i / lanes]));
+            }
+            if (far) [[unlikely]] {
+                for (int i = 0; i < count; ++i) {
+                    if (std::fabs(angles[i]) >= F::largest_angle && std::fabs(angles[i]) < F::infinity) {
+                        static_cast<double*>(out)[start + i] = large(angles[i]);
+                    }
+                }
+            }
+        }
+    }
+    static void tangents(void* out, const void* x, const void*, const void*, int n)
+    {
+        for (int i = 0; i < n; i += lanes) {
+            const D angle = get<double>(x, i);
             const D size = abs(angle);
-            D value = f(angle);
+            D value = F::tan(angle);
             const I far = (size >= all(F::largest_angle)) & (size < all(F::infinity));
             if (F::any(far)) [[unlikely]] {
                 for (int k = 0; k < lanes; ++k) {
                     if (far[k] != 0) {
-                        value[k] = large(angle[k]);
+                        value[k] = large_tan(angle[k]);
                     }
                 }
             }
-            store(out + i, value);
+            put<double>(out, i, value);
         }
     }
 
     template <bool floored>
-    static void remainders(double* out, const double* x, const double* y, const double*, int n)
+    static void remainders(void* out, const void* x, const void* y, const void*, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            const D a = load(x + i);
-            const D b = load(y + i);
+            const D a = get<double>(x, i);
+            const D b = get<double>(y, i);
             D rest = F::fmod_near(a, b);
             const I near = F::fmod_is_near(a, b);
             if (F::any(~near)) [[unlikely]] {
@@ -112,22 +169,7 @@ struct Blocks : Functions<L> {
                     }
                 }
             }
-            store(out + i, floored ? F::modulo(rest, b) : rest);
-        }
-    }
-
-    static void widen(double* out, const float* x, int n)
-    {
-        for (int i = 0; i < n; i += lanes) {
-            store(out + i, F::widen(x + i));
-        }
-    }
-    // Every NaN comes out as the same one.
-    static void narrow(float* out, const double* x, int n)
-    {
-        for (int i = 0; i < n; i += lanes) {
-            const D value = load(x + i);
-            F::narrow(out + i, select(value != value, all(F::quiet_nan), value));
+            put<double>(out, i, floored ? F::modulo(rest, b) : rest);
         }
     }
 
@@ -201,20 +243,44 @@ struct Blocks : Functions<L> {
                              __attribute__((always_inline)) { return F::widen(x + i) * F::widen(y + i); });
     }
 
+    // All forms of an operation.
+    template <D (*f)(D)>
+    static constexpr void set1(Kernels& kernels, Operation operation)
+    {
+        Kernel** const form = kernels.of[static_cast<int>(operation)];
+        form[0] = map1<f>;
+        form[floats_out] = map1<f, float>;
+        form[floats_x] = map1<f, double, float>;
+        form[floats_x | floats_out] = map1<f, float, float>;
+    }
+    template <D (*f)(D, D)>
+    static constexpr void set2(Kernels& kernels, Operation operation)
+    {
+        Kernel** const form = kernels.of[static_cast<int>(operation)];
+        form[0] = map2<f>;
+        form[floats_out] = map2<f, float>;
+        form[floats_x] = map2<f, double, float>;
+        form[floats_x | floats_out] = map2<f, float, float>;
+        form[floats_y] = map2<f, double, double, float>;
+        form[floats_y | floats_out] = map2<f, float, double, float>;
+        form[floats_x | floats_y] = map2<f, double, float, float>;
+        form[floats_x | floats_y | floats_out] = map2<f, float, float, float>;
+    }
+
     static constexpr Kernels table()
     {
         Kernels kernels{};
-        const auto set = [&](Operation operation, Kernel* kernel) {
-            kernels.of[static_cast<int>(operation)] = kernel;
-        };
         using enum Operation;
-        set(negate_, map1<negate>);
+        const auto set = [&](Operation operation, Kernel* kernel, int form = 0) {
+            kernels.of[static_cast<int>(operation)][form] = kernel;
+        };
+        set1<negate>(kernels, negate_);
         set(not_, map1<invert>);
         set(truth_, map1<truth>);
-        set(add_, map2<add>);
-        set(subtract_, map2<subtract>);
-        set(multiply_, map2<multiply>);
-        set(divide_, map2<divide>);
+        set2<add>(kernels, add_);
+        set2<subtract>(kernels, subtract_);
+        set2<multiply>(kernels, multiply_);
+        set2<divide>(kernels, divide_);
         set(modulo_, remainders<true>);
         set(pow_, map2<F::pow>);
         set(less_, map2<less>);
@@ -226,13 +292,14 @@ struct Blocks : Functions<L> {
         set(and_, map2<both>);
         set(or_, map2<either>);
         set(choose_, choose);
-        set(abs_, map1<F::abs>);
+        set1<F::abs>(kernels, abs_);
         set(acos_, map1<F::acos>);
         set(asin_, map1<F::asin>);
         set(atan_, map1<F::atan>);
         set(atan2_, map2<F::atan2>);
         set(ceil_, map1<F::ceil>);
-        set(cos_, map_angles<F::cos, large_cos>);
+        set(cos_, map_turns<F::cosine_turn, large_cos>);
+        set(cos_, map_turns<F::cosine_turn, large_cos, float>, floats_x);
         set(cosh_, map1<F::cosh>);
         set(exp_, map1<F::exp>);
         set(floor_, map1<F::floor>);
@@ -245,18 +312,18 @@ struct Blocks : Functions<L> {
         set(max_, map2<F::max>);
         set(min_, map2<F::min>);
         set(round_, map1<F::round>);
-        set(sin_, map_angles<F::sin, large_sin>);
+        set(sin_, map_turns<F::sine_turn, large_sin>);
+        set(sin_, map_turns<F::sine_turn, large_sin, float>, floats_x);
         set(sinh_, map1<F::sinh>);
-        set(sqrt_, map1<F::sqrt>);
-        set(tan_, map_angles<F::tan, large_tan>);
+        set1<F::sqrt>(kernels, sqrt_);
+        set(tan_, tangents);
         set(tanh_, map1<F::tanh>);
         set(trunc_, map1<F::trunc>);
-        set(square_, map1<square>);
+        set1<square>(kernels, square_);
         set(cube_, map1<cube>);
         set(fourth_, map1<fourth>);
         set(reciprocal_, map1<reciprocal>);
-        kernels.widen = widen;
-        kernels.narrow = narrow;
+        set1<copy>(kernels, copy_);
         kernels.sum = sum;
         kernels.squares = squares;
         kernels.products = products;

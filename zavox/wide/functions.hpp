@@ -5,8 +5,10 @@
 //
 // Methods: argument reduction, then the Taylor series of the function, cut where
 // the first term left out is below a tenth of an ulp. Sine, cosine and tangent are
-// reduced by pi or pi/2 in three parts (W. Cody and W. Waite, "Software Manual for
-// the Elementary Functions", 1980). Logarithms go by the series of artanh, angles by
+// reduced by pi/16 or pi/2 in three parts (W. Cody and W. Waite, "Software Manual for
+// the Elementary Functions", 1980), sine and cosine then go by tables (P. Tang,
+// "Table-lookup algorithms for elementary functions and their error analysis", 1991).
+// Logarithms go by the series of artanh, angles by
 // eighths, powers by a logarithm of twice the precision (sums and products with
 // their errors after T. Dekker, "A floating-point technique for extending the
 // available precision", 1971).
@@ -164,41 +166,69 @@ struct Functions : Ops<L> {
 
     // ---- Sine, cosine, tangent ---------------------------------------------------
 
-    // Sine and cosine are a sine within a half turn: x = k pi + r for whole k, or for
-    // k halfway between, with |r| <= pi/2 or a little more, and a sign that k's last
-    // bit tells. The first two parts of pi have 33 bits each, so that their products
-    // with k < 2^19 are exact, and so is the first difference. Neither sum that
-    // follows moves r by more than half an ulp.
-    static ZAVOX_INLINE D sine_of_rest(D x, D k, D magic_sum)
+    // Sine and cosine go by sixteenths of a half turn: x = k pi/16 + r for whole k,
+    // |r| <= pi/32 or a little more, and
+    //     sin x = S + (C r - (S (1 - cos r) - C (sin r - r))), S = sin k pi/16, C = cos k pi/16.
+    // pi/16 stands in three parts of 29, 20 and 53 bits. Products of the first two
+    // with k < 2^23 are exact, and so are both differences; the third rounds r once.
+    struct Turn {
+        D rest;
+        D count; // k in the last bits of its pattern
+    };
+    // For a sine; with k moved on by a quarter turn, for a cosine.
+    static ZAVOX_INLINE Turn turn(D x, int sixteenths)
     {
-        const D t = x - k * all(0x1.921fb54400000p+1);
-        const D r = (t - k * all(0x1.0b4611a600000p-33)) - k * all(0x1.3198a2e037073p-68);
-        const D value = sine_series_of_half_turn(r);
-        return number(bits(value) ^ (bits(magic_sum) << 63));
+        const D magic = all(0x1.8p52 + sixteenths);
+        const D count = x * all(0x1.45f306dc9c883p+2) + magic;
+        const D k = count - magic;
+        const D first = Base::minus_exact_product(x, k, all(0x1.921fb54000000p-3));
+        const D second = Base::minus_exact_product(first, k, all(0x1.10b4600000000p-33));
+        return {second - k * all(0x1.1a62633145c07p-57), count};
     }
-    // Interpolates sine in the zeros of a Chebyshev polynomial of r^2 over the half
-    // turn; relative error below 2^-54.
-    static ZAVOX_INLINE D sine_series_of_half_turn(D r)
+    static ZAVOX_INLINE Turn sine_turn(D x) { return turn(x, 0); }
+    static ZAVOX_INLINE Turn cosine_turn(D x) { return turn(x, 8); }
+
+    // Sine and cosine of k pi/16. The zero at the start is negative: it leaves a sum
+    // its sign.
+    static constexpr TableOfPairs sixteenths_of_half_turn = [] {
+        constexpr double sine[] = {-0.0,
+                                   0x1.8f8b83c69a60bp-3,
+                                   0x1.87de2a6aea963p-2,
+                                   0x1.1c73b39ae68c8p-1,
+                                   0x1.6a09e667f3bcdp-1,
+                                   0x1.a9b66290ea1a3p-1,
+                                   0x1.d906bcf328d46p-1,
+                                   0x1.f6297cff75cb0p-1,
+                                   1.0};
+        TableOfPairs table{};
+        for (int k = 0; k < 16; ++k) {
+            table.first[k] = sine[k <= 8 ? k : 16 - k];
+            table.second[k] = k < 8 ? sine[8 - k] : k == 8 ? 0.0 : -sine[k - 8];
+            table.pairs[k][0] = table.first[k];
+            table.pairs[k][1] = table.second[k];
+        }
+        return table;
+    }();
+    // 2.5 ulp for floats; other doubles beside a zero lose some of their last bits, as
+    // pi/16 has 111. The series for (sin r - r) / r^3 and (1 - cos r) / r^2 interpolate in the
+    // zeros of a Chebyshev polynomial of r^2; they move the sine by less than 2^-60.
+    static ZAVOX_INLINE D sine_of_turn(Turn at)
     {
-        constexpr std::array<double, 8> c = {
-            -0x1.5555555555555p-3,  0x1.1111111111107p-7,  -0x1.a01a01a018aa6p-13, 0x1.71de3a54562a8p-19,
-            -0x1.ae6455a1a9e7ep-26, 0x1.6124014cbe2fcp-33, -0x1.ae513415aadccp-41, 0x1.89a3f16388edcp-49};
-        const D z = r * r;
-        return r + r * (z * polynomial(c, z));
-    }
-    // 2.5 ulp each for |x| < largest_angle.
-    static ZAVOX_INLINE D sin(D x)
-    {
-        const D magic = all(0x1.8p52);
-        const D shifted = x * all(0x1.45f306dc9c883p-2) + magic;
-        return with_sign_of_zero(sine_of_rest(x, shifted - magic, shifted), x);
-    }
-    static ZAVOX_INLINE D cos(D x)
-    {
-        // cos((k + 1/2) pi + r) = -(-1)^k sin r
-        const D magic = all(0x1.8p52);
-        const D shifted = (x * all(0x1.45f306dc9c883p-2) - all(0.5)) + magic;
-        return -sine_of_rest(x, (shifted - magic) + all(0.5), shifted);
+        const I k = bits(at.count);
+        D s{};
+        D c{};
+        Base::pick(sixteenths_of_half_turn, k, &s, &c);
+        const D z = at.rest * at.rest;
+        const D fourth = z * z;
+        const D sine = (z * all(0x1.71cd9a65dc975p-19) + all(-0x1.a01a0139596a4p-13)) * fourth +
+                       (z * all(0x1.111111111045dp-7) + all(-0x1.5555555555555p-3));
+        const D cosine = (z * all(-0x1.a00325cde39c8p-16) + all(0x1.6c16c0deceacep-10)) * fourth +
+                         (z * all(-0x1.5555555553267p-5) + all(0x1p-1));
+        const D along = c * at.rest;
+        // the sum with zero makes a negative zero positive
+        const D value = s + (along - z * ((s + all(0.0)) * cosine - along * sine));
+        // bit 4 of k: the other half turn
+        return number(bits(value) ^ ((k << 59) & all_integers(INT64_MIN)));
     }
 
     // x = k pi/2 + r with |r| <= pi/4 or a little more, for the tangent, in the same

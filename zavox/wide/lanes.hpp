@@ -28,6 +28,14 @@ struct Lanes {
 
 // Compiled for every set, so nothing of it may be called out of line.
 #define ZAVOX_INLINE __attribute__((always_inline)) inline
+#define ZAVOX_INLINED __attribute__((always_inline))
+
+// 16 pairs of numbers, side by side and apart.
+struct TableOfPairs {
+    double pairs[16][2];
+    double first[16];
+    double second[16];
+};
 
 template <class L>
 struct Ops {
@@ -45,6 +53,17 @@ struct Ops {
     static ZAVOX_INLINE void store(double* p, D x) { std::memcpy(p, &x, sizeof x); }
     static ZAVOX_INLINE D widen(const float* p)
     {
+        // g++ 12 converts by halves
+#if defined(__AVX512F__)
+        if constexpr (n == 8) {
+            return _mm512_cvtps_pd(_mm256_loadu_ps(p));
+        }
+#endif
+#if defined(__AVX__)
+        if constexpr (n == 4) {
+            return _mm256_cvtps_pd(_mm_loadu_ps(p));
+        }
+#endif
         typename L::Floats x;
         std::memcpy(&x, p, sizeof x);
         return __builtin_convertvector(x, D);
@@ -54,8 +73,14 @@ struct Ops {
         const typename L::Floats y = __builtin_convertvector(x, typename L::Floats);
         std::memcpy(p, &y, sizeof y);
     }
-    static ZAVOX_INLINE D all(double x) { return D{} + x; }
-    static ZAVOX_INLINE I all_integers(std::int64_t x) { return I{} + x; }
+    static ZAVOX_INLINE D all(double x)
+    {
+        return D{} + x;
+    }
+    static ZAVOX_INLINE I all_integers(std::int64_t x)
+    {
+        return I{} + x;
+    }
     static ZAVOX_INLINE I bits(D x)
     {
         I y;
@@ -83,8 +108,14 @@ struct Ops {
         return y;
     }
     // mask: all bits of a lane set, or none
-    static ZAVOX_INLINE D select(I mask, D yes, D no) { return mask ? yes : no; }
-    static ZAVOX_INLINE I select(I mask, I yes, I no) { return mask ? yes : no; }
+    static ZAVOX_INLINE D select(I mask, D yes, D no)
+    {
+        return mask ? yes : no;
+    }
+    static ZAVOX_INLINE I select(I mask, I yes, I no)
+    {
+        return mask ? yes : no;
+    }
     static ZAVOX_INLINE bool any(I mask)
     {
 #if defined(__AVX512DQ__)
@@ -146,6 +177,66 @@ struct Ops {
             y[i] = __builtin_sqrt(x[i]);
         }
         return y;
+    }
+
+    // x - y z, where y z is exact, so that it does not matter whether it is rounded.
+    static ZAVOX_INLINE D minus_exact_product(D x, D y, D z)
+    {
+#if defined(__AVX512F__)
+        if constexpr (n == 8) {
+            return _mm512_fnmadd_pd(y, z, x);
+        }
+#endif
+        return x - y * z;
+    }
+    // The larger; b where one is NaN.
+    static ZAVOX_INLINE D larger(D a, D b)
+    {
+#if defined(__AVX512F__)
+        if constexpr (n == 8) {
+            return _mm512_max_pd(a, b);
+        }
+#endif
+        return a > b ? a : b;
+    }
+    // The entries of a table that the last four bits of k count.
+    static ZAVOX_INLINE void pick(const TableOfPairs& table, I k, D* first, D* second)
+    {
+#if defined(__AVX512F__)
+        if constexpr (n == 8) {
+            const auto at = reinterpret_cast<__m512i>(k);
+            *first = _mm512_permutex2var_pd(load(table.first), at, load(table.first + 8));
+            *second = _mm512_permutex2var_pd(load(table.second), at, load(table.second + 8));
+            return;
+        }
+#endif
+        std::int64_t at[n];
+        std::memcpy(at, &k, sizeof at);
+        const auto pair = [&](int i) ZAVOX_INLINED { return table.pairs[at[i] & 15]; };
+#if defined(__AVX2__)
+        if constexpr (n == 4) {
+            const __m256d even =
+                _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(pair(0))), _mm_loadu_pd(pair(2)), 1);
+            const __m256d odd =
+                _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(pair(1))), _mm_loadu_pd(pair(3)), 1);
+            *first = _mm256_unpacklo_pd(even, odd);
+            *second = _mm256_unpackhi_pd(even, odd);
+            return;
+        }
+#endif
+#if defined(__SSE2__)
+        if constexpr (n == 2) {
+            const __m128d even = _mm_loadu_pd(pair(0));
+            const __m128d odd = _mm_loadu_pd(pair(1));
+            *first = _mm_unpacklo_pd(even, odd);
+            *second = _mm_unpackhi_pd(even, odd);
+            return;
+        }
+#endif
+        for (int i = 0; i < n; ++i) {
+            (*first)[i] = pair(i)[0];
+            (*second)[i] = pair(i)[1];
+        }
     }
 
     // The nearest integer, halves to even, as a double; for |x| < 2^51.

@@ -40,7 +40,7 @@ double apply(Operation operation, double x, double y = 0, double z = 0, const Ke
         in[1][i] = y;
         in[2][i] = z;
     }
-    set.of[static_cast<int>(operation)](out, in[0], in[1], in[2], zavox::wide::granule);
+    set.of[static_cast<int>(operation)][0](out, in[0], in[1], in[2], zavox::wide::granule);
     return out[0];
 }
 
@@ -148,6 +148,22 @@ TEST(functions, sine_cosine_tangent)
         2.5, cos_, [](long double x) { return exact_cos(x); }, sizes(19));
     expect_within(
         3, tan_, [](long double x) { return exact_sin(x) / exact_cos(x); }, sizes(19));
+    // about the multiples of pi/16, at the ends of the reduction and near zeros
+    const auto near_sixteenths = [arguments = Arguments(14)](int i) mutable {
+        const double middle = std::round(arguments.between(-4000, 4000)) * 0x1.921fb54442d18p-3;
+        const double beside = i % 2 == 0 ? arguments.between(-0.1, 0.1) : 0;
+        return static_cast<double>(static_cast<float>(middle + beside));
+    };
+    expect_within(
+        2.5, sin_, [](long double x) { return exact_sin(x); }, near_sixteenths);
+    expect_within(
+        2.5, cos_, [](long double x) { return exact_cos(x); }, near_sixteenths);
+    zavo::test::on_each_path([] {
+        for (const double zero : {0.0, -0.0}) {
+            EXPECT_EQ(apply(sin_, zero), 0);
+            EXPECT_EQ(std::signbit(apply(sin_, zero)), std::signbit(zero));
+        }
+    });
 }
 
 // Beyond the reduction in three parts the engine's functions take over.
@@ -389,12 +405,62 @@ TEST(functions, all_sets_of_instructions_give_the_same_bits)
     std::vector<double> expected(n);
     std::vector<double> got(n);
     for (int operation = 0; operation < zavox::wide::operation_count; ++operation) {
-        base.of[operation](expected.data(), in[0].data(), in[1].data(), in[2].data(), n);
+        base.of[operation][0](expected.data(), in[0].data(), in[1].data(), in[2].data(), n);
         zavo::test::on_each_path([&] {
-            zavox::wide::kernels().of[operation](got.data(), in[0].data(), in[1].data(), in[2].data(), n);
+            zavox::wide::kernels().of[operation][0](got.data(), in[0].data(), in[1].data(), in[2].data(), n);
             for (std::size_t i = 0; i < n; ++i) {
                 ASSERT_EQ(pattern(got[i]), pattern(expected[i]))
                     << "operation " << operation << " " << in[0][i] << " " << in[1][i];
+            }
+        });
+    }
+}
+
+// Every form of an operation gives of floats what the form of doubles does, rounded
+// where floats come out.
+TEST(functions, all_forms_give_the_same_bits)
+{
+    using zavox::wide::form_count;
+    Arguments arguments(13);
+    constexpr int n = 1024;
+    std::vector<float> floats[2];
+    std::vector<double> doubles[2];
+    for (int k = 0; k < 2; ++k) {
+        for (int i = 0; i < n; ++i) {
+            floats[k].push_back(static_cast<float>(arguments.any(i % 2 == 0 ? 140 : 9)));
+        }
+        for (const double special : {0.0, -0.0, infinity, -infinity, nan, 1.0, -1.0}) {
+            floats[k][static_cast<std::size_t>(arguments.between(0, n))] = static_cast<float>(special);
+        }
+        doubles[k].assign(floats[k].begin(), floats[k].end());
+    }
+    std::vector<double> expected(n);
+    std::vector<double> got(n);
+    std::vector<float> rounded(n);
+    for (int operation = 0; operation < zavox::wide::operation_count; ++operation) {
+        base.of[operation][0](expected.data(), doubles[0].data(), doubles[1].data(), doubles[1].data(), n);
+        zavo::test::on_each_path([&] {
+            for (int form = 1; form < form_count; ++form) {
+                zavox::wide::Kernel* const kernel = zavox::wide::kernels().of[operation][form];
+                ASSERT_EQ(kernel == nullptr, base.of[operation][form] == nullptr) << operation << " " << form;
+                if (kernel == nullptr) {
+                    continue;
+                }
+                const bool rounds = (form & zavox::wide::floats_out) != 0;
+                const auto operand = [&](int k, int flag) {
+                    return (form & flag) != 0 ? static_cast<const void*>(floats[k].data())
+                                              : doubles[k].data();
+                };
+                kernel(rounds ? static_cast<void*>(rounded.data()) : got.data(),
+                       operand(0, zavox::wide::floats_x), operand(1, zavox::wide::floats_y), nullptr, n);
+                for (std::size_t i = 0; i < n; ++i) {
+                    const double value = rounds ? static_cast<double>(rounded[i]) : got[i];
+                    const double exact =
+                        rounds ? static_cast<double>(static_cast<float>(expected[i])) : expected[i];
+                    ASSERT_EQ(pattern(value), pattern(exact))
+                        << "operation " << operation << " form " << form << " of " << floats[0][i] << " "
+                        << floats[1][i];
+                }
             }
         });
     }
