@@ -63,10 +63,11 @@ public:
     using Step = Program::Step;
 
     // False when memory is short.
-    [[nodiscard]] bool make(const Kernels& kernels, int operands, const GrowingArray<Step>& steps)
+    [[nodiscard]] bool make(const Kernels& kernels, int operands, const GrowingArray<Step>& given)
     {
         kernels_ = &kernels;
-        if (!collect_constants(steps) || !note_last_uses(operands, steps)) {
+        GrowingArray<Step> steps;
+        if (!join(given, &steps) || !collect_constants(steps) || !note_last_uses(operands, steps)) {
             return false;
         }
         for (int s = 0; s + 1 < steps.size(); ++s) {
@@ -87,6 +88,39 @@ private:
         int place; // -1 until it is needed
         int last_use;
     };
+
+    // Products that are at once added or subtracted become one step of three operands;
+    // the step of the product stays behind without operands.
+    [[nodiscard]] bool join(const GrowingArray<Step>& given, GrowingArray<Step>* steps)
+    {
+        const auto product = [&](const Value& in) -> Step* {
+            Step* const from = in.kind == Value::result ? &(*steps)[in.index] : nullptr;
+            return from != nullptr && from->operation == Operation::multiply_ ? from : nullptr;
+        };
+        for (int s = 0; s < given.size(); ++s) {
+            Step step = given[s];
+            if (step.operation == Operation::add_ || step.operation == Operation::subtract_) {
+                const bool adds = step.operation == Operation::add_;
+                Step* const left = product(step.in[0]);
+                Step* const right = product(step.in[1]);
+                if (left != nullptr) {
+                    step = {adds ? Operation::multiply_add_ : Operation::multiply_subtract_,
+                            3,
+                            {left->in[0], left->in[1], step.in[1]}};
+                    left->count = 0;
+                } else if (right != nullptr) {
+                    step = {adds ? Operation::multiply_add_ : Operation::subtract_product_,
+                            3,
+                            {right->in[0], right->in[1], step.in[0]}};
+                    right->count = 0;
+                }
+            }
+            if (!steps->push(step)) {
+                return false;
+            }
+        }
+        return true;
+    }
 
     int find_constant(double x) const
     {
@@ -137,9 +171,9 @@ private:
     // the forms that there are.
     int form_of(const Step& step) const
     {
-        constexpr int reads[] = {wide::floats_x, wide::floats_y};
+        constexpr int reads[] = {wide::floats_x, wide::floats_y, wide::floats_z};
         int form = 0;
-        for (int i = 0; i < std::min(step.count, 2); ++i) {
+        for (int i = 0; i < step.count; ++i) {
             const Value& in = step.in[i];
             if (in.kind == Value::floats && operands_[in.index].place < 0 &&
                 kernel_for(step.operation, form | reads[i]) != nullptr) {
@@ -152,6 +186,9 @@ private:
     bool plan(const Step& step, int step_no)
     {
         Move move{};
+        if (step.count == 0) {
+            return results_.push(-1);
+        }
         if (!begin(step, step_no, form_of(step), &move)) {
             return false;
         }
@@ -176,7 +213,7 @@ private:
     // The kernel and operands of a move.
     bool begin(const Step& step, int step_no, int form, Move* move)
     {
-        constexpr int reads[] = {wide::floats_x, wide::floats_y, 0};
+        constexpr int reads[] = {wide::floats_x, wide::floats_y, wide::floats_z};
         move->kernel = kernel_for(step.operation, form);
         for (int i = 0; i < step.count; ++i) {
             if (!find_input(step.in[i], (form & reads[i]) != 0, &move->in[i])) {

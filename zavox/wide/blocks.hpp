@@ -6,7 +6,7 @@
 #include "zavox/wide/kernels.hpp"
 
 #include <cmath>
-#include <type_traits>
+#include <utility>
 
 namespace zavox::wide {
 
@@ -53,48 +53,56 @@ struct Blocks : Functions<L> {
         return y * y;
     }
     static ZAVOX_INLINE D reciprocal(D x) { return all(1.0) / x; }
+    static ZAVOX_INLINE D choose(D x, D y, D z) { return select(is_true(x), y, z); }
+    // Rounded twice, as the operations one by one.
+    static ZAVOX_INLINE D multiply_add(D x, D y, D z) { return x * y + z; }
+    static ZAVOX_INLINE D multiply_subtract(D x, D y, D z) { return x * y - z; }
+    static ZAVOX_INLINE D subtract_product(D x, D y, D z) { return z - x * y; }
 
     // ---- A block -----------------------------------------------------------------
 
-    // The numbers from i on of an array of T.
-    template <class T>
+    // The numbers from i on of an array, of floats when the form says so.
+    template <int floats>
     static ZAVOX_INLINE D get(const void* array, int i)
     {
-        if constexpr (std::is_same_v<T, float>) {
+        if constexpr (floats != 0) {
             return F::widen(static_cast<const float*>(array) + i);
         } else {
             return load(static_cast<const double*>(array) + i);
         }
     }
     // Every NaN becomes the same one when it is rounded.
-    template <class T>
+    template <int floats>
     static ZAVOX_INLINE void put(void* array, int i, D x)
     {
-        if constexpr (std::is_same_v<T, float>) {
+        if constexpr (floats != 0) {
             F::narrow(static_cast<float*>(array) + i, select(x != x, all(F::quiet_nan), x));
         } else {
             store(static_cast<double*>(array) + i, x);
         }
     }
 
-    template <D (*f)(D), class Out = double, class X = double>
+    template <D (*f)(D), int form = 0>
     static void map1(void* out, const void* x, const void*, const void*, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            put<Out>(out, i, f(get<X>(x, i)));
+            put<form & floats_out>(out, i, f(get<form & floats_x>(x, i)));
         }
     }
-    template <D (*f)(D, D), class Out = double, class X = double, class Y = double>
+    template <D (*f)(D, D), int form = 0>
     static void map2(void* out, const void* x, const void* y, const void*, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            put<Out>(out, i, f(get<X>(x, i), get<Y>(y, i)));
+            put<form & floats_out>(out, i, f(get<form & floats_x>(x, i), get<form & floats_y>(y, i)));
         }
     }
-    static void choose(void* out, const void* x, const void* y, const void* z, int n)
+    template <D (*f)(D, D, D), int form = 0>
+    static void map3(void* out, const void* x, const void* y, const void* z, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            put<double>(out, i, select(is_true(get<double>(x, i)), get<double>(y, i), get<double>(z, i)));
+            put<form & floats_out>(
+                out, i,
+                f(get<form & floats_x>(x, i), get<form & floats_y>(y, i), get<form & floats_z>(z, i)));
         }
     }
     static ZAVOX_INLINE D copy(D x) { return x; }
@@ -105,7 +113,7 @@ struct Blocks : Functions<L> {
 
     // Sine or cosine. Angles too large for the reduction go to the engine one by one;
     // those of infinite or no size come out as NaN.
-    template <typename F::Turn (*first)(D), double (*large)(double), class X = double>
+    template <typename F::Turn (*first)(D), double (*large)(double), int form = 0>
     static void map_turns(void* out, const void* x, const void*, const void*, int n)
     {
         typename F::Turn turns[stretch / lanes];
@@ -113,7 +121,7 @@ struct Blocks : Functions<L> {
             const int count = n - start < stretch ? n - start : stretch;
             D largest{};
             for (int i = 0; i < count; i += lanes) {
-                const D angle = get<X>(x, start + i);
+                const D angle = get<form & floats_x>(x, start + i);
                 largest = F::larger(abs(angle), largest);
                 turns[i / lanes] = first(angle);
             }
@@ -121,11 +129,11 @@ struct Blocks : Functions<L> {
             const bool far = F::any(largest >= all(F::largest_angle));
             if (far) [[unlikely]] {
                 for (int i = 0; i < count; i += lanes) {
-                    store(angles + i, get<X>(x, start + i));
+                    store(angles + i, get<form & floats_x>(x, start + i));
                 }
             }
             for (int i = 0; i < count; i += lanes) {
-                put<double>(out, start + i, F::sine_of_turn(turns[i / lanes]));
+                put<0>(out, start + i, F::sine_of_turn(turns[i / lanes]));
             }
             if (far) [[unlikely]] {
                 for (int i = 0; i < count; ++i) {
@@ -139,7 +147,7 @@ struct Blocks : Functions<L> {
     static void tangents(void* out, const void* x, const void*, const void*, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            const D angle = get<double>(x, i);
+            const D angle = get<0>(x, i);
             const D size = abs(angle);
             D value = F::tan(angle);
             const I far = (size >= all(F::largest_angle)) & (size < all(F::infinity));
@@ -150,7 +158,7 @@ struct Blocks : Functions<L> {
                     }
                 }
             }
-            put<double>(out, i, value);
+            put<0>(out, i, value);
         }
     }
 
@@ -158,8 +166,8 @@ struct Blocks : Functions<L> {
     static void remainders(void* out, const void* x, const void* y, const void*, int n)
     {
         for (int i = 0; i < n; i += lanes) {
-            const D a = get<double>(x, i);
-            const D b = get<double>(y, i);
+            const D a = get<0>(x, i);
+            const D b = get<0>(y, i);
             D rest = F::fmod_near(a, b);
             const I near = F::fmod_is_near(a, b);
             if (F::any(~near)) [[unlikely]] {
@@ -169,7 +177,7 @@ struct Blocks : Functions<L> {
                     }
                 }
             }
-            put<double>(out, i, floored ? F::modulo(rest, b) : rest);
+            put<0>(out, i, floored ? F::modulo(rest, b) : rest);
         }
     }
 
@@ -243,44 +251,38 @@ struct Blocks : Functions<L> {
                              __attribute__((always_inline)) { return F::widen(x + i) * F::widen(y + i); });
     }
 
-    // All forms of an operation.
-    template <D (*f)(D)>
-    static constexpr void set1(Kernels& kernels, Operation operation)
+    // The kernels of an operation in all forms.
+    template <D (*f)(D), int... form>
+    static constexpr void set1(Kernel** of, std::integer_sequence<int, form...>)
     {
-        Kernel** const form = kernels.of[static_cast<int>(operation)];
-        form[0] = map1<f>;
-        form[floats_out] = map1<f, float>;
-        form[floats_x] = map1<f, double, float>;
-        form[floats_x | floats_out] = map1<f, float, float>;
+        ((of[form] = map1<f, form>), ...);
     }
-    template <D (*f)(D, D)>
-    static constexpr void set2(Kernels& kernels, Operation operation)
+    template <D (*f)(D, D), int... form>
+    static constexpr void set2(Kernel** of, std::integer_sequence<int, form...>)
     {
-        Kernel** const form = kernels.of[static_cast<int>(operation)];
-        form[0] = map2<f>;
-        form[floats_out] = map2<f, float>;
-        form[floats_x] = map2<f, double, float>;
-        form[floats_x | floats_out] = map2<f, float, float>;
-        form[floats_y] = map2<f, double, double, float>;
-        form[floats_y | floats_out] = map2<f, float, double, float>;
-        form[floats_x | floats_y] = map2<f, double, float, float>;
-        form[floats_x | floats_y | floats_out] = map2<f, float, float, float>;
+        ((of[form] = map2<f, form>), ...);
+    }
+    template <D (*f)(D, D, D), int... form>
+    static constexpr void set3(Kernel** of, std::integer_sequence<int, form...>)
+    {
+        ((of[form] = map3<f, form>), ...);
     }
 
     static constexpr Kernels table()
     {
         Kernels kernels{};
         using enum Operation;
+        const auto row = [&](Operation operation) { return kernels.of[static_cast<int>(operation)]; };
         const auto set = [&](Operation operation, Kernel* kernel, int form = 0) {
-            kernels.of[static_cast<int>(operation)][form] = kernel;
+            row(operation)[form] = kernel;
         };
-        set1<negate>(kernels, negate_);
+        set1<negate>(row(negate_), std::make_integer_sequence<int, 4>{});
         set(not_, map1<invert>);
         set(truth_, map1<truth>);
-        set2<add>(kernels, add_);
-        set2<subtract>(kernels, subtract_);
-        set2<multiply>(kernels, multiply_);
-        set2<divide>(kernels, divide_);
+        set2<add>(row(add_), std::make_integer_sequence<int, 8>{});
+        set2<subtract>(row(subtract_), std::make_integer_sequence<int, 8>{});
+        set2<multiply>(row(multiply_), std::make_integer_sequence<int, 8>{});
+        set2<divide>(row(divide_), std::make_integer_sequence<int, 8>{});
         set(modulo_, remainders<true>);
         set(pow_, map2<F::pow>);
         set(less_, map2<less>);
@@ -291,15 +293,15 @@ struct Blocks : Functions<L> {
         set(unequal_, map2<unequal>);
         set(and_, map2<both>);
         set(or_, map2<either>);
-        set(choose_, choose);
-        set1<F::abs>(kernels, abs_);
+        set(choose_, map3<choose>);
+        set1<F::abs>(row(abs_), std::make_integer_sequence<int, 4>{});
         set(acos_, map1<F::acos>);
         set(asin_, map1<F::asin>);
         set(atan_, map1<F::atan>);
         set(atan2_, map2<F::atan2>);
         set(ceil_, map1<F::ceil>);
         set(cos_, map_turns<F::cosine_turn, large_cos>);
-        set(cos_, map_turns<F::cosine_turn, large_cos, float>, floats_x);
+        set(cos_, map_turns<F::cosine_turn, large_cos, floats_x>, floats_x);
         set(cosh_, map1<F::cosh>);
         set(exp_, map1<F::exp>);
         set(floor_, map1<F::floor>);
@@ -313,17 +315,20 @@ struct Blocks : Functions<L> {
         set(min_, map2<F::min>);
         set(round_, map1<F::round>);
         set(sin_, map_turns<F::sine_turn, large_sin>);
-        set(sin_, map_turns<F::sine_turn, large_sin, float>, floats_x);
+        set(sin_, map_turns<F::sine_turn, large_sin, floats_x>, floats_x);
         set(sinh_, map1<F::sinh>);
-        set1<F::sqrt>(kernels, sqrt_);
+        set1<F::sqrt>(row(sqrt_), std::make_integer_sequence<int, 4>{});
         set(tan_, tangents);
         set(tanh_, map1<F::tanh>);
         set(trunc_, map1<F::trunc>);
-        set1<square>(kernels, square_);
+        set1<square>(row(square_), std::make_integer_sequence<int, 4>{});
         set(cube_, map1<cube>);
         set(fourth_, map1<fourth>);
         set(reciprocal_, map1<reciprocal>);
-        set1<copy>(kernels, copy_);
+        set3<multiply_add>(row(multiply_add_), std::make_integer_sequence<int, 16>{});
+        set3<multiply_subtract>(row(multiply_subtract_), std::make_integer_sequence<int, 16>{});
+        set3<subtract_product>(row(subtract_product_), std::make_integer_sequence<int, 16>{});
+        set1<copy>(row(copy_), std::make_integer_sequence<int, 4>{});
         kernels.sum = sum;
         kernels.squares = squares;
         kernels.products = products;

@@ -12,10 +12,11 @@ enum class Operation : unsigned char {
     less_, less_equal_, greater_, greater_equal_, equal_, unequal_, and_, or_, choose_,
     abs_, acos_, asin_, atan_, atan2_, ceil_, cos_, cosh_, exp_, floor_, fmod_, hypot_, isfinite_, isnan_,
     log_, log10_, max_, min_, round_, sin_, sinh_, sqrt_, tan_, tanh_, trunc_,
-    square_, cube_, fourth_, reciprocal_, copy_
+    square_, cube_, fourth_, reciprocal_, copy_,
+    multiply_add_, multiply_subtract_, subtract_product_ // x y + z, x y - z, z - x y
     // clang-format on
 };
-inline constexpr int operation_count = static_cast<int>(Operation::copy_) + 1;
+inline constexpr int operation_count = static_cast<int>(Operation::subtract_product_) + 1;
 
 // Numbers come in multiples of this many.
 inline constexpr int granule = 8;
@@ -26,8 +27,8 @@ using Kernel = void(void* out, const void* x, const void* y, const void* z, int 
 
 // Numbers are doubles, or floats at the places that a form names by the sum of these.
 // A NaN among floats that come out is always the same one.
-enum Floats : unsigned char { floats_out = 1, floats_x = 2, floats_y = 4 };
-inline constexpr int form_count = 8;
+enum Floats : unsigned char { floats_out = 1, floats_x = 2, floats_y = 4, floats_z = 8 };
+inline constexpr int form_count = 16;
 
 // The floats that the statistics take at a time.
 inline constexpr int sum_block_bits = 10;

@@ -423,9 +423,9 @@ TEST(functions, all_forms_give_the_same_bits)
     using zavox::wide::form_count;
     Arguments arguments(13);
     constexpr int n = 1024;
-    std::vector<float> floats[2];
-    std::vector<double> doubles[2];
-    for (int k = 0; k < 2; ++k) {
+    std::vector<float> floats[3];
+    std::vector<double> doubles[3];
+    for (int k = 0; k < 3; ++k) {
         for (int i = 0; i < n; ++i) {
             floats[k].push_back(static_cast<float>(arguments.any(i % 2 == 0 ? 140 : 9)));
         }
@@ -438,7 +438,7 @@ TEST(functions, all_forms_give_the_same_bits)
     std::vector<double> got(n);
     std::vector<float> rounded(n);
     for (int operation = 0; operation < zavox::wide::operation_count; ++operation) {
-        base.of[operation][0](expected.data(), doubles[0].data(), doubles[1].data(), doubles[1].data(), n);
+        base.of[operation][0](expected.data(), doubles[0].data(), doubles[1].data(), doubles[2].data(), n);
         zavo::test::on_each_path([&] {
             for (int form = 1; form < form_count; ++form) {
                 zavox::wide::Kernel* const kernel = zavox::wide::kernels().of[operation][form];
@@ -452,7 +452,8 @@ TEST(functions, all_forms_give_the_same_bits)
                                               : doubles[k].data();
                 };
                 kernel(rounds ? static_cast<void*>(rounded.data()) : got.data(),
-                       operand(0, zavox::wide::floats_x), operand(1, zavox::wide::floats_y), nullptr, n);
+                       operand(0, zavox::wide::floats_x), operand(1, zavox::wide::floats_y),
+                       operand(2, zavox::wide::floats_z), n);
                 for (std::size_t i = 0; i < n; ++i) {
                     const double value = rounds ? static_cast<double>(rounded[i]) : got[i];
                     const double exact =
