@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 #include <tcl.h>
 #include <vector>
@@ -21,6 +22,17 @@ void print_outcome(const Problem& p, const char* how, const Outcome& outcome, bo
 {
     std::printf("  %-30s %-24s %13.6g %13.6g %6d %6d %6d  %s\n", p.name, how, static_cast<double>(outcome.f),
                 p.optimum, outcome.evaluations, outcome.until_close, outcome.code, good ? "yes" : "no");
+}
+
+// A run that does not come close misses any goal.
+void note_goal(const Problem& p, const char* how, const Outcome& outcome,
+               const std::map<std::string, double>& goals)
+{
+    if (const auto goal = goals.find(p.name); goal != goals.end()) {
+        const std::string label = std::string(p.name) + ", " + how + ": evaluations until close";
+        ratio_report::note_goal(label.c_str(), outcome.until_close > 0 ? outcome.until_close : 1e6,
+                                goal->second);
+    }
 }
 
 const char* description(View view, bool gradient, bool scaled)
@@ -62,6 +74,7 @@ void print_unconstrained()
     for (const Problem& p : small_problems()) {
         const Outcome outcome = minimize_free(p, View::script, false, 1e-4, false, 400);
         print_outcome(p, description(View::script, false, false), outcome, outcome.until_close > 0);
+        note_goal(p, "script's view", outcome, free_goals());
     }
 }
 
@@ -112,6 +125,10 @@ void print_constrained()
                 print_outcome(p, description(view, gradient, false), outcome,
                               std::fabs(outcome.f - p.optimum) <= near &&
                                   violation(p, outcome.x.data()) <= 2e-6);
+                if (!gradient) {
+                    note_goal(p, view == View::script ? "script's view" : "floats", outcome,
+                              constrained_goals());
+                }
             }
         }
     }

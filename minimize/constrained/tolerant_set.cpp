@@ -182,14 +182,15 @@ float TolerantSet::size_now(int k, const float* x) const
 }
 
 // What may be left of a residual at a point that is accepted: the accuracy of the
-// data, and one rounding of the variables that it was solved from.
+// data, or one rounding of the variables that it was solved from when that is more.
 float TolerantSet::allowed_residual(int k, const float* x) const
 {
     float greatest = 0.0F;
     for (int j = 0; j < c_.n; ++j) {
         greatest = std::max(greatest, std::fabs(x[j]));
     }
-    return accuracy_ * size_now(k, x) + core::machine::epsilon() * c_.normal_length(k) * greatest;
+    return std::max(accuracy_ * size_now(k, x),
+                    core::machine::epsilon() * c_.normal_length(k) * greatest);
 }
 
 // An infinite bound is never near.

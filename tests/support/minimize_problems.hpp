@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <map>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -673,6 +674,27 @@ inline Outcome minimize_constrained(const Problem& p, View view, bool user_gradi
                                xub.data(), ZAVO_START_POINT, p.start.data(), ZAVO_OBJECTIVE_VALUE, &f,
                                ZAVO_CON_GRADIENT_FUNCTION, user_gradient ? run_gradient : nullptr, 0);
     return finish_run(p, x, f);
+}
+
+// ---- Goals -----------------------------------------------------------------------
+
+// Evaluations until a run is close to the optimum, those for differences counted:
+// what good optimisers take in the script's view ...
+inline const std::map<std::string, double>& free_goals()
+{
+    static const std::map<std::string, double> goals = {
+        {"Rosenbrock", 190}, {"Powell singular", 163}, {"Wood", 290}, {"Beale", 61}, {"Helical valley", 190}};
+    return goals;
+}
+
+// ... and one and a half times those of a sequential quadratic programming method in
+// double precision.
+inline const std::map<std::string, double>& constrained_goals()
+{
+    static const std::map<std::string, double> goals = {{"HS21", 1.5 * 5},  {"HS24", 1.5 * 13},
+                                                        {"HS35", 1.5 * 18}, {"HS37", 1.5 * 18},
+                                                        {"HS44", 1.5 * 26}, {"HS76", 1.5 * 21}};
+    return goals;
 }
 
 } // namespace zavo::test
