@@ -6,6 +6,7 @@
 #include "core/kernels/elementary.hpp"
 #include "core/simd/path.hpp"
 #include "core/system/memory.hpp"
+#include "tests/support/uninterrupted.hpp"
 #include "tests/support/zavox_commands.hpp"
 #include "zavox/engine.hpp"
 
@@ -25,6 +26,7 @@ const zavo_engine& zavox::engine()
         parts.sin = zavo::core::elementary::sin;
         parts.cos = zavo::core::elementary::cos;
         parts.path_in_use = [] { return static_cast<int>(zavo::simd::path_in_use()); };
+        support::add_long_work(&parts);
         return parts;
     }();
     return table;

@@ -4,6 +4,7 @@
 #include "constants/units.h"
 #include "core/system/memory.hpp"
 #include "random/random.h"
+#include "tests/support/uninterrupted.hpp"
 #include "tests/support/zavox_values.hpp"
 #include "zavox/engine.hpp"
 
@@ -49,6 +50,7 @@ const zavo_engine& zavox::engine()
         parts.random_uniforms = zavo_rnun;
         parts.date_to_days = zavo_date_to_days;
         parts.days_to_date = zavo_days_to_date;
+        support::add_long_work(&parts);
         return parts;
     }();
     return table;

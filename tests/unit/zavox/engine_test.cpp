@@ -7,6 +7,7 @@
 #include "core/system/memory.hpp"
 #include "fft/complex_fft.h"
 #include "fft/real_fft.h"
+#include "tests/support/uninterrupted.hpp"
 
 const zavo_engine& zavox::engine()
 {
@@ -23,6 +24,7 @@ const zavo_engine& zavox::engine()
         parts.fft_complex_forward = l_f2tcf;
         parts.fft_complex_backward = l_f2tcb;
         parts.path_in_use = [] { return static_cast<int>(zavo::simd::path_in_use()); };
+        support::add_long_work(&parts);
         return parts;
     }();
     return table;
