@@ -579,6 +579,8 @@ int main(int argc, char** argv)
     add_butterflies_alone<4>();
     add_butterflies_alone<5>();
     add_butterflies_alone<6>();
+    add_2d(64, 1.0);
+    add_2d(96, 1.0);
     add_2d(256, 0.5);
     add_2d(1024, 0.5);
     add_2d(1000, 0.7);

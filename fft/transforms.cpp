@@ -35,6 +35,11 @@ const SimdPath* simd_path()
 
 } // namespace
 
+#if !defined(ZAVO_X86_PATHS)
+constinit const ShortLengths short_real{};
+constinit const ShortLengths short_complex{};
+#endif
+
 void fill_cos_sin(float step, int first, int count, float* pairs)
 {
     const SimdPath* const wide = simd_path();
@@ -204,6 +209,13 @@ const ComplexPlan& complex_plan(Index n, const float* record)
     });
 }
 
+// The straight code for a length and its record; null when there is none.
+const ShortLength* short_length(const ShortLengths& lengths, Index n, const float* record)
+{
+    const ShortLength* const found = lengths.of(n, record);
+    return found != nullptr && simd::path_in_use() >= Path::avx2 ? found : nullptr;
+}
+
 // Copies p to q where the arrays overlap in part; the input then.
 const float* apart_or_same(Index floats, const float* p, float* q)
 {
@@ -227,6 +239,10 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
         *q = *p;
         return;
     }
+    if (const ShortLength* const known = short_length(short_real, n, params + 2 * n)) {
+        known->run[static_cast<int>(d)](apart_or_same(n, p, q), q, params);
+        return;
+    }
     const RealPlan& plan = real_plan(n, params + 2 * n);
     plan.run[static_cast<int>(d)](plan, apart_or_same(n, p, q), q, params, nullptr, params + n);
 }
@@ -240,6 +256,10 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
         q[1] = im;
         return;
     }
+    if (const ShortLength* const known = short_length(short_complex, n, params + 4 * n)) {
+        known->run[static_cast<int>(d)](apart_or_same(2 * n, p, q), q, params);
+        return;
+    }
     const ComplexPlan& plan = complex_plan(n, params + 4 * n);
     const bool runs = work != nullptr || !plan.needs_work;
     const Run scalar = d == Direction::forward ? run_scalar_complex<Direction::forward, ScalarLanes>
@@ -250,12 +270,20 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
 
 Way way_of_real(Index n, const float* params)
 {
-    return n == 1 ? Way::scalar : real_plan(n, params + 2 * n).way;
+    if (n == 1) {
+        return Way::scalar;
+    }
+    const float* const record = params + 2 * n;
+    return short_length(short_real, n, record) != nullptr ? Way::known : real_plan(n, record).way;
 }
 
 Way way_of_complex(Index n, const float* params)
 {
-    return n == 1 ? Way::scalar : complex_plan(n, params + 4 * n).way;
+    if (n == 1) {
+        return Way::scalar;
+    }
+    const float* const record = params + 4 * n;
+    return short_length(short_complex, n, record) != nullptr ? Way::known : complex_plan(n, record).way;
 }
 
 // Many columns at a time where the processor has wide registers and there is

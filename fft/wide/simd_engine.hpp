@@ -92,8 +92,8 @@ void run_found_complex(const Plan& plan, const float* p, float* q, float* scratc
 
 // ---- plans -------------------------------------------------------------------------------------
 
-// The lengths with code of their own, and the order of factors that the builder of tables
-// gives them. Both kinds of transform have these alike.
+// The lengths with code of their own but for the short ones (simd_short.cpp), and the order of factors that
+// the builder of tables gives them. Both kinds of transform have these alike.
 template <class Work>
 ZAVO_INLINE bool for_known_list(const Factors& factors, const Work& work)
 {
@@ -106,8 +106,6 @@ ZAVO_INLINE bool for_known_list(const Factors& factors, const Work& work)
         return true;
     };
     switch (factors.n) {
-    case 64:
-        return try_list(FactorList<4, 4, 4>{});
     case 128:
         return try_list(FactorList<2, 4, 4, 4>{});
     case 256:

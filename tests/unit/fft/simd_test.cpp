@@ -188,7 +188,12 @@ TEST(simd, lengths_with_code_of_their_own_take_it)
             known += way_of_real(n, tables[0].get()) == Way::known;
             known += way_of_complex(n, tables[1].get()) == Way::known;
         }
-        EXPECT_EQ(known, 2 * 7); // 64 to 4096
+        EXPECT_EQ(known, 10 + 10); // 8 to 4096
+        for (const int n : {48, 96, 120, 240}) {
+            const Tables tables = tables_of(n);
+            EXPECT_EQ(way_of_real(n, tables[0].get()), Way::known) << n;
+            EXPECT_EQ(way_of_complex(n, tables[1].get()), Way::known) << n;
+        }
         for (const int n : {100, 1000, 12000, 65536, 78125}) {
             const Tables tables = tables_of(n);
             EXPECT_EQ(way_of_real(n, tables[0].get()), Way::found) << n;
@@ -224,9 +229,10 @@ TEST(simd, complex_transforms_without_an_array_for_work_have_the_scalar_bits)
 // for the usual list may not be used then.
 TEST(simd, every_path_goes_by_the_record)
 {
-    const std::vector<std::vector<int>> lists = {{2, 2, 4, 4, 4},       {4, 4, 4, 4, 2},
-                                                 {4, 4, 2, 2, 4, 4},    {4, 4, 4, 4, 4, 2},
-                                                 {2, 4, 4, 4, 4, 4, 2}, {4, 4, 4, 4, 2, 2}};
+    const std::vector<std::vector<int>> lists = {
+        {2, 2, 4, 4, 4},    {4, 4, 4, 4, 2}, {4, 4, 2, 2, 4, 4}, {4, 4, 4, 4, 4, 2}, {2, 4, 4, 4, 4, 4, 2},
+        {4, 4, 4, 4, 2, 2}, {4, 2},          {2, 2, 2},          {2, 2, 4},          {2, 2, 4, 3},
+        {2, 4, 2, 2, 3},    {4, 2, 3, 5},    {2, 4, 2, 3, 5}};
     for (const auto& list : lists) {
         int n = 1;
         for (const int ip : list) {
@@ -245,7 +251,8 @@ TEST(simd, every_path_goes_by_the_record)
 // A product with a cosine of 1 and a sine of 0 can turn a negative zero.
 TEST(simd, zeros_of_both_signs_keep_theirs)
 {
-    for (const int n : {16, 36, 60, 64, 75, 128, 250, 256, 343, 405, 512, 1000, 1024, 1792, 4096}) {
+    for (const int n : {8,   16,  32,  36,  48,  60,  64,   96,   120,  240, 75,
+                        128, 250, 256, 343, 405, 512, 1000, 1024, 1792, 4096}) {
         for (const unsigned mask : {1U, 2U, 3U, 5U, 7U}) {
             expect_same_bits(n, [&](int kind) {
                 std::vector<float> x(static_cast<std::size_t>((kind + 1) * n));
@@ -284,7 +291,8 @@ TEST(simd, transforms_allocate_nothing)
 // p and q that overlap in part: p is read as it was before the call.
 TEST(simd, overlapping_arrays_give_the_results_of_disjoint_ones)
 {
-    for (const int n : {1, 2, 7, 16, 30, 64, 100, 256, 1000, 1001, 1009, 4096, 5000, 65536}) {
+    for (const int n :
+         {1, 2, 7, 8, 16, 30, 48, 64, 96, 100, 120, 240, 256, 1000, 1001, 1009, 4096, 5000, 65536}) {
         const Tables tables = tables_of(n);
         for (int kind = 0; kind < 2; ++kind) {
             const int count = (kind + 1) * n;

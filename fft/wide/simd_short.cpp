@@ -1,0 +1,53 @@
+// The short lengths with code of their own, for processors with AVX2 and for those with
+// more: registers of 16 floats are too wide for them. Nothing in here runs before the
+// processor has been asked.
+
+#include "fft/wide/simd_short.hpp"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+namespace zavo::fft {
+
+namespace {
+
+// The factors in the order that the builder of tables gives them.
+constexpr ShortLength real_lengths[] = {
+    straight_real<2, 4>,       // 8
+    straight_real<4, 4>,       // 16
+    straight_real<2, 4, 4>,    // 32
+    straight_real<4, 4, 3>,    // 48
+    whole_real<8, 4, 4, 4>,    // 64
+    whole_real<8, 2, 4, 4, 3>, // 96
+    whole_real<8, 2, 4, 3, 5>, // 120
+    whole_real<8, 4, 4, 3, 5>, // 240
+};
+constexpr ShortLength complex_lengths[] = {
+    straight_complex<2, 4>,       // 8
+    whole_complex<4, 4, 4>,       // 16
+    whole_complex<4, 2, 4, 4>,    // 32
+    whole_complex<4, 3, 4, 4>,    // 48
+    whole_complex<4, 4, 4, 4>,    // 64
+    whole_complex<4, 2, 3, 4, 4>, // 96
+    whole_complex<4, 2, 3, 4, 5>, // 120
+    whole_complex<8, 3, 4, 4, 5>, // 240
+};
+
+template <std::size_t count>
+constexpr ShortLengths in_order(const ShortLength (&lengths)[count])
+{
+    ShortLengths found{lengths, {}};
+    for (std::size_t i = 0; i < count; ++i) {
+        found.number[static_cast<int>(std::bit_cast<float>(lengths[i].record[0]))] =
+            static_cast<std::uint8_t>(i + 1);
+    }
+    return found;
+}
+
+} // namespace
+
+constinit const ShortLengths short_real = in_order(real_lengths);
+constinit const ShortLengths short_complex = in_order(complex_lengths);
+
+} // namespace zavo::fft
