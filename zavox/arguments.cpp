@@ -122,16 +122,37 @@ bool count_is_good(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[], int kept
     return true;
 }
 
+namespace {
+
+// The interpreter's message, "bad subcommand ..." or "ambiguous subcommand ...", in the words
+// of Tcl's ensembles.
+int refuse_subcommand(Tcl_Interp* interp, Tcl_Obj* word)
+{
+    Tcl_Obj* const given = Tcl_GetObjResult(interp);
+    Tcl_IncrRefCount(given);
+    const char* const text = Tcl_GetString(given);
+    const std::size_t kind = std::strcspn(text, " ");
+    const char* const choices =
+        text + kind + std::strlen(" subcommand \"\"") + std::strlen(Tcl_GetString(word));
+    Tcl_SetObjResult(interp,
+                     Tcl_ObjPrintf("unknown or ambiguous subcommand \"%s\"%s", Tcl_GetString(word), choices));
+    Tcl_DecrRefCount(given);
+    Tcl_SetErrorCode(interp, "TCL", "LOOKUP", "SUBCOMMAND", Tcl_GetString(word), nullptr);
+    return TCL_ERROR;
+}
+
+} // namespace
+
 int run_subcommand(const Subcommand* table, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
     if (objc < 2) {
-        Tcl_WrongNumArgs(interp, 1, objv, "subcommand ?argument ...?");
+        Tcl_WrongNumArgs(interp, 1, objv, "subcommand ?arg ...?");
         return TCL_ERROR;
     }
     int row = 0;
     if (Tcl_GetIndexFromObjStruct(interp, objv[1], table, sizeof(Subcommand), "subcommand", 0, &row) !=
         TCL_OK) {
-        return TCL_ERROR;
+        return refuse_subcommand(interp, objv[1]);
     }
     const Subcommand& chosen = table[row];
     if (!count_is_good(interp, objc, objv, 2, chosen.min_words, chosen.max_words, chosen.usage)) {
