@@ -16,17 +16,16 @@ zavo::core::ModuleState& module_state()
     return zavo::core::thread_state().module;
 }
 
-// Of a text that has been cut: the first bytes of a character in UTF-8 whose last
-// ones are lost.
+// Of a text that has been cut, and so fills its buffer: the first bytes of a character
+// in UTF-8 whose last ones are lost.
 void drop_part_of_character(char* text)
 {
     const std::size_t length = std::strlen(text);
     std::size_t start = length;
-    while (start > 0 && length - start < 4 &&
-           (static_cast<unsigned char>(text[start - 1]) & 0xc0U) == 0x80U) {
+    while (length - start < 4 && (static_cast<unsigned char>(text[start - 1]) & 0xc0U) == 0x80U) {
         --start;
     }
-    if (start == 0 || static_cast<unsigned char>(text[start - 1]) < 0xc0U) {
+    if (static_cast<unsigned char>(text[start - 1]) < 0xc0U) {
         return; // ends with a character of one byte, or is no UTF-8
     }
     const auto first = static_cast<unsigned char>(text[start - 1]);

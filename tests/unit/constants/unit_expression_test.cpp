@@ -73,6 +73,9 @@ TEST_F(unit_expression, exponents)
     expect("m^\x0e"
            "2",
            none, 1.0F); // and no other control
+    expect("m^\x01"
+           "2",
+           none, 1.0F);
     expect("m^ ", none, 1.0F);
     expect("m^-", none, 1.0F);
     expect("m^2^3", {6, 0, 0, 0, 0}, 1.0F);

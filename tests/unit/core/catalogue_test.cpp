@@ -86,6 +86,7 @@ TEST_F(catalogue, a_code_that_is_absent_has_its_number_as_text)
     EXPECT_STREQ(catalogue_message(2147483647), "Error code 2147483647.");
     EXPECT_STREQ(code_text(-2147483647 - 1), "-2147483648");
     expect_few();
+    EXPECT_STREQ(code_text(9), "9"); // with another record read before
 }
 
 TEST_F(catalogue, the_first_digits_of_a_code_select_the_file)

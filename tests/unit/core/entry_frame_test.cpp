@@ -227,6 +227,18 @@ TEST(entry_frame, what_runs_at_exit_after_a_stop_has_the_hosts_handlers)
         testing::ExitedWithCode(77), "stop");
 }
 
+// The same when the stop comes while the trap is armed.
+TEST(entry_frame, an_internal_error_in_a_routine_gives_the_host_its_handlers_back)
+{
+    EXPECT_EXIT(
+        {
+            std::signal(SIGSEGV, exit_of_the_host);
+            std::atexit(fault_by_memory);
+            routine("stopping", [] { zavo_e1mes(ZAVO_INTERNAL, 1, "stop"); });
+        },
+        testing::ExitedWithCode(77), "stop");
+}
+
 TEST(entry_frame, the_frame_knows_whether_the_worker_has_finished)
 {
     CapturedErrors errors;

@@ -1,4 +1,5 @@
 #include "core/errors/error_stack.h"
+#include "core/system/error_settings.hpp"
 #include "core/zavo.h"
 
 #include <gtest/gtest.h>
@@ -112,6 +113,18 @@ TEST(error_printers, line_feeds_start_prefixed_lines)
 {
     EXPECT_EQ(printed(ZAVO_WARNING, "one%/two"),
               "\n*** WARNING  Error 99999 from routine.  one\n***          two\n");
+}
+
+TEST(error_printers, empty_lines_have_their_prefix)
+{
+    EXPECT_EQ(printed(ZAVO_WARNING, "one%/%/two"),
+              "\n*** WARNING  Error 99999 from routine.  one\n***          \n***          two\n");
+}
+
+TEST(error_printers, a_type_out_of_range_is_called_internal)
+{
+    EXPECT_STREQ(zavo::core::type_name(-1), "INTERNAL");
+    EXPECT_STREQ(zavo::core::type_name(9), "INTERNAL");
 }
 
 TEST(error_printers, a_header_as_long_as_the_line_stands_alone)

@@ -240,6 +240,21 @@ TEST(error_stack, after_a_fault_a_pop_drops_the_entries_above_its_own)
         testing::ExitedWithCode(8), "60001 +outer");
 }
 
+TEST(error_stack, the_routine_that_a_user_function_calls_is_the_one_called)
+{
+    CapturedErrors errors;
+    zavo_error_push("outer");
+    zavo_error_user_level("ON");
+    zavo_error_push("called");
+    zavo_error_push("worker");
+    EXPECT_STREQ(zavo::core::routine_called_by_user(), "called");
+    zavo_error_pop("worker");
+    zavo_error_pop("called");
+    zavo_error_user_level("OFF");
+    zavo_error_pop("outer");
+    EXPECT_TRUE(errors.empty());
+}
+
 TEST(error_stack, with_no_level_of_the_user_the_routine_is_the_outermost)
 {
     CapturedErrors errors;

@@ -134,9 +134,9 @@ TEST_F(message_expansion, numbers_have_a_point_in_every_locale)
     std::setlocale(LC_NUMERIC, zavo::test::comma_locale());
     zavo_error_set_real(1, 1.5);
     zavo_error_set_complex(1, 1.25, -3.5);
-    const std::string several = expanded("%(R1%.1f), %(Z1) %(Z1%.1f,%.1f)");
+    const std::string several = expanded("%(R1%.1f), %(Z1) %(Z1%.1f,%.1f) %(R1%.0f)");
     std::setlocale(LC_NUMERIC, "C");
-    EXPECT_EQ(several, "1.5, (1.250000e+00,-3.500000e+00) 1.2,-3.5");
+    EXPECT_EQ(several, "1.5, (1.250000e+00,-3.500000e+00) 1.2,-3.5 2");
 }
 
 TEST_F(message_expansion, an_own_format_of_more_than_63_characters_is_not_used)

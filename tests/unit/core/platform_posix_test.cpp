@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -208,6 +209,59 @@ TEST(platform_posix, a_fault_is_not_ignored_but_a_signal_that_was_sent_is)
             std::exit(3);
         },
         testing::KilledBySignal(SIGSEGV), "");
+}
+
+// An instruction that there is none of, in a routine within a routine.
+TEST(platform_posix, a_fault_below_several_levels_is_still_the_hosts)
+{
+    EXPECT_EXIT(
+        {
+            set_action(SIGILL, 0, [](int signal, siginfo_t*, void*) { std::exit(signal == SIGILL ? 3 : 4); });
+            zavo::core::EntryFrame outer{"outer"};
+            outer.run([] {
+                zavo::core::EntryFrame inner{"inner"};
+                inner.run([] {
+                    const zavo::core::SuspendedTrap suspended;
+                    asm volatile("ud2");
+                });
+            });
+        },
+        testing::ExitedWithCode(3), "");
+}
+
+// Armed by hand, without a routine to return to.
+TEST(platform_posix, a_fault_outside_routines_is_the_hosts)
+{
+    EXPECT_EXIT(
+        {
+            set_action(SIGSEGV, 0, [](int, siginfo_t*, void*) { std::exit(3); });
+            zavo_entry_trap(1);
+            fault_by_memory();
+        },
+        testing::ExitedWithCode(3), "");
+}
+
+void first_handler(int) {}
+void second_handler(int) {}
+
+// A thread that finds other handlers than the library's puts those back.
+TEST(platform_posix, handlers_set_while_a_thread_is_armed_are_kept_by_the_next)
+{
+    const auto before = std::signal(SIGSEGV, first_handler);
+    zavo::core::EntryFrame frame{"routine"};
+    void (*after_thread)(int) = nullptr;
+    frame.run([&] {
+        std::signal(SIGSEGV, second_handler);
+        const auto instruction = std::signal(SIGILL, SIG_DFL);
+        std::thread([] {
+            zavo::core::EntryFrame other{"other"};
+            other.run([] {});
+        }).join();
+        after_thread = std::signal(SIGSEGV, second_handler);
+        std::signal(SIGILL, instruction);
+    });
+    EXPECT_EQ(after_thread, second_handler);
+    EXPECT_EQ(std::signal(SIGSEGV, before), first_handler);
 }
 
 // Levels that the host arms itself count as well; beyond the last a routine runs

@@ -200,6 +200,14 @@ TEST(random_normal, uniform_deviate_of_one_fails_a_batch)
         EXPECT_EQ(errors.codes(), "5/9041");
         EXPECT_EQ(errors.last().routine, "zavo_f_normal_inverse_cdf");
 
+        // So does one in the first of several blocks.
+        errors.clear();
+        zavo_random_seed_set(seed_before(2147483646));
+        std::vector<float> many(70000);
+        l_rnnor(70000, many.data());
+        EXPECT_EQ(errors.codes(), "5/9041");
+        EXPECT_EQ(std::count_if(many.begin(), many.end(), [](float x) { return std::isnan(x); }), 1);
+
         // A caller's array is handed out, with the library's NaN in that place.
         errors.clear();
         zavo_random_seed_set(seed_before(2147483646));

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -187,6 +188,38 @@ TEST(random_without_failure, a_uniform_of_one_counts_as_the_largest_below)
             EXPECT_TRUE(errors.all().empty());
         }
     });
+}
+
+// Zeros come out of a shuffle table loaded with gaps, in a thread whose table was empty.
+std::vector<float> drawn_through_gaps(void (*draw)(int n, float* r))
+{
+    std::vector<float> r(5000); // enough to come by every gap
+    std::thread([&] {
+        const CapturedErrors errors;
+        const float gaps[128] = {0.5F};
+        zavo_rnses(gaps);
+        EXPECT_EQ(errors.all().size(), 127U);
+        zavo_random_option(2);
+        zavo_random_seed_set(8);
+        draw(5000, r.data());
+        EXPECT_EQ(errors.all().size(), 127U);
+    }).join();
+    return r;
+}
+
+TEST(random_without_failure, a_uniform_of_zero_counts_as_the_smallest_above)
+{
+    const std::vector<float> u = drawn_through_gaps(zavo_rnun);
+    const std::vector<float> normals = drawn_through_gaps(zavo_random_normals);
+    const std::vector<float> exponentials = drawn_through_gaps(zavo_random_exponentials);
+    int zeros = 0;
+    for (std::size_t i = 0; i < u.size(); ++i) {
+        zeros += u[i] == 0.0F ? 1 : 0;
+        const float inside = std::fmin(std::fmax(u[i], 0x1p-31F), largest_below_one);
+        ASSERT_EQ(bits_of(normals[i]), bits_of(zavo_f_normal_inverse_cdf(inside))) << i;
+        ASSERT_EQ(bits_of(exponentials[i]), bits_of(serial_exponential(inside))) << i;
+    }
+    EXPECT_EQ(zeros, 127);
 }
 
 TEST(random_without_failure, everything_else_is_the_librarys)

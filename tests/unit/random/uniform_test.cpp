@@ -504,4 +504,24 @@ TEST_P(random_routine, an_array_that_cannot_be_written_is_a_trapped_fault)
     EXPECT_TRUE(errors.empty());
 }
 
+// Stores that pass the cache by, of few and of many deviates, at every place of a line.
+TEST(random_uniform, large_arrays_have_the_deviates_of_small_ones_wherever_they_lie)
+{
+    constexpr zavo::random::Multiplier multiplier = zavo::random::powers_of(16807);
+    with_each_kernel_set([&](const auto& set) {
+        alignas(64) float large[417];
+        float small[400];
+        for (const std::size_t n : {1U, 15U, 16U, 17U, 400U}) {
+            const std::uint32_t last = set.uniform(multiplier, 12345, n, small);
+            for (std::size_t offset = 0; offset < 16; ++offset) {
+                large[offset + n] = -1.0F; // behind the end
+                ASSERT_EQ(set.uniform_large(multiplier, 12345, n, large + offset), last)
+                    << n << ' ' << offset;
+                ASSERT_TRUE(std::equal(small, small + n, large + offset)) << n << ' ' << offset;
+                ASSERT_EQ(large[offset + n], -1.0F) << n << ' ' << offset;
+            }
+        }
+    });
+}
+
 } // namespace

@@ -79,6 +79,28 @@ TEST(fork, the_child_works_alone)
     EXPECT_EQ(std::signal(SIGSEGV, before), handler_of_the_host);
 }
 
+// The thread that forks has never called the library, while another is in a routine.
+TEST(fork, a_child_of_a_thread_without_a_state_is_unarmed)
+{
+    const auto before = std::signal(SIGSEGV, handler_of_the_host);
+    int status = -1;
+    {
+        EntryFrame frame{"routine"};
+        frame.run([&] {
+            std::thread([&] {
+                const pid_t child = ::fork();
+                if (child == 0) {
+                    std::_Exit(std::signal(SIGSEGV, SIG_DFL) == handler_of_the_host ? 0 : 3);
+                }
+                waitpid(child, &status, 0);
+            }).join();
+        });
+    }
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(std::signal(SIGSEGV, before), handler_of_the_host);
+}
+
 } // namespace
 
 #endif
