@@ -27,9 +27,9 @@ constexpr ShortLength complex_lengths[] = {
     straight_complex<2, 4>,       // 8
     whole_complex<4, 4, 4>,       // 16
     whole_complex<4, 2, 4, 4>,    // 32
-    whole_complex<4, 3, 4, 4>,    // 48
-    whole_complex<4, 4, 4, 4>,    // 64
-    whole_complex<4, 2, 3, 4, 4>, // 96
+    flat_complex<3, 4, 4>,        // 48
+    flat_complex<4, 4, 4>,        // 64
+    flat_complex<2, 3, 4, 4>,     // 96
     whole_complex<4, 2, 3, 4, 5>, // 120
     whole_complex<8, 3, 4, 4, 5>, // 240
 };

@@ -65,6 +65,101 @@ void run_short_complex(const float* p, float* q, float* params)
     complex_whole<d, V>(KnownComplexPlan<V, List>{}, p, q, params, nullptr, params + 2 * List::factors.n);
 }
 
+// ---- complex lengths whose passes fill registers as they are -----------------------------
+// The definition's own passes from array to array, eight butterflies at a time. A register
+// takes neighbours i of a group, or four of each of two groups, lane by lane in turn; the
+// last pass, which has no neighbours, takes eight groups by a transposition.
+
+template <Direction d, class Radix>
+ZAVO_INLINE void flat_butterfly(Vector<8>* re, Vector<8>* im, const float* w, Index block, bool two_groups)
+{
+    constexpr int ip = Radix::ip;
+    Vector<8> yre[ip], yim[ip];
+    Radix::butterfly(re, im, yre, yim);
+    for (int j = 0; j < ip; ++j) {
+        if (j > 0) {
+            const float* const at = w + (j - 1) * block;
+            const float* const more = two_groups ? at : at + 8;
+            apply_twiddle<d>(even_in_turn<8>(at, more), odd_in_turn<8>(at, more), yre[j], yim[j]);
+        }
+        re[j] = yre[j];
+        im[j] = yim[j];
+    }
+}
+
+// ido is 4 or at least 8.
+template <Direction d, class Radix>
+ZAVO_INLINE void flat_pass(const Shape& shape, const float* __restrict in, float* __restrict out,
+                           const float* __restrict wa)
+{
+    constexpr int ip = Radix::ip;
+    const Index ido = shape.ido;
+    const JoinedView<ScalarLanes> joined(shape);
+    const SplitView<ScalarLanes> split(shape);
+    const auto butterfly = [&](Index i, Index k, Index i_high, Index k_high) ZAVO_INLINED {
+        Vector<8> re[ip], im[ip];
+        for (int j = 0; j < ip; ++j) {
+            const float* const low = in + 2 * joined.at(i, j, k);
+            const float* const high = in + 2 * joined.at(i_high, j, k_high);
+            re[j] = even_in_turn<8>(low, high);
+            im[j] = odd_in_turn<8>(low, high);
+        }
+        flat_butterfly<d, Radix>(re, im, wa + 2 * i, 2 * ido, i == i_high);
+        for (int j = 0; j < ip; ++j) {
+            store<8>(out + 2 * split.at(i, k, j), laced_half<0>(re[j], im[j], Places<8>{}));
+            store<8>(out + 2 * split.at(i_high, k_high, j), laced_half<1>(re[j], im[j], Places<8>{}));
+        }
+    };
+    if (ido == 4) {
+        for (Index k = 0; k < shape.l1; k += 2) {
+            butterfly(0, k, 0, k + 1 < shape.l1 ? k + 1 : k);
+        }
+        return;
+    }
+    for (Index k = 0; k < shape.l1; ++k) {
+        for_blocks<8>(ido, [&](Index i) ZAVO_INLINED { butterfly(i, k, i + 4, k); });
+    }
+}
+
+// The last pass, of radix 4. l1 is at least 8.
+template <Direction d>
+ZAVO_INLINE void flat_last_pass(const Shape& shape, const float* __restrict in, float* __restrict out)
+{
+    for_blocks<8>(shape.l1, [&](Index k) ZAVO_INLINED {
+        alignas(32) float parts[8][8]; // real and imaginary parts of value j of eight groups
+        transpose<8>([&](int group) ZAVO_INLINED { return in + 8 * (k + folded<8>(group)); },
+                     [&](int part) ZAVO_INLINED { return parts[part]; });
+        Vector<8> re[4], im[4], yre[4], yim[4];
+        for (int j = 0; j < 4; ++j) {
+            re[j] = load<8>(parts[2 * j]);
+            im[j] = load<8>(parts[2 * j + 1]);
+        }
+        ComplexRadix<d, 4>::butterfly(re, im, yre, yim);
+        for (int j = 0; j < 4; ++j) {
+            store_folded<8>(out + 2 * (k + shape.l1 * j), yre[j], yim[j]);
+        }
+    });
+}
+
+template <Direction d, class List>
+void run_flat_complex(const float* p, float* q, float* params)
+{
+    constexpr const Factors& factors = List::factors;
+    constexpr int last = factors.count - 1;
+    alignas(64) float between[2][2 * factors.n];
+    const float* from = p;
+    unroll<last>([&](auto pass) ZAVO_INLINED {
+        constexpr Shape shape = factors.shape(pass);
+        static_assert(shape.ido == 4 || shape.ido >= 8);
+        float* const to = between[pass % 2];
+        flat_pass<d, ComplexRadix<d, static_cast<int>(shape.ip)>>(
+            shape, from, to, params + 2 * (factors.n + factors.twiddle_offset(pass)));
+        from = to;
+    });
+    static_assert(factors.ip[last] == 4);
+    flat_last_pass<d>(factors.shape(last), from, q);
+}
+
 template <class List>
 constexpr ShortLength short_length(ShortLength::Run forward, ShortLength::Run backward)
 {
@@ -101,6 +196,11 @@ template <int V, int... ip>
 constexpr ShortLength
     whole_complex = short_length<FactorList<ip...>>(run_short_complex<forward, V, FactorList<ip...>>,
                                                     run_short_complex<backward, V, FactorList<ip...>>);
+
+template <int... ip>
+constexpr ShortLength
+    flat_complex = short_length<FactorList<ip...>>(run_flat_complex<forward, FactorList<ip...>>,
+                                                   run_flat_complex<backward, FactorList<ip...>>);
 
 } // namespace
 
