@@ -189,8 +189,7 @@ float TolerantSet::allowed_residual(int k, const float* x) const
     for (int j = 0; j < c_.n; ++j) {
         greatest = std::max(greatest, std::fabs(x[j]));
     }
-    return std::max(accuracy_ * size_now(k, x),
-                    core::machine::epsilon() * c_.normal_length(k) * greatest);
+    return std::max(accuracy_ * size_now(k, x), core::machine::epsilon() * c_.normal_length(k) * greatest);
 }
 
 // An infinite bound is never near.
@@ -235,7 +234,7 @@ bool TolerantSet::active_settled(const float* x)
 }
 
 // Takes the residuals of the active constraints to 0 as far as the others
-// allow; active ones that then are not near any more are let go.
+// allow; active ones that are not near afterwards become inactive.
 void TolerantSet::settle_active(float* x, bool* moved)
 {
     if (active_settled(x)) {
@@ -575,7 +574,7 @@ void TolerantSet::update(const float* g, const float* s, const float* y)
 
 // ---- Tolerance, results -------------------------------------------------------------
 
-// Below a tenth of what the active constraints miss, so that those are let go or
+// Below a tenth of the active residuals, so that those become inactive or are
 // moved onto their boundaries; once they miss nothing, down to the accuracy of
 // the data at once.
 void TolerantSet::reduce_tolerance(const float* x)

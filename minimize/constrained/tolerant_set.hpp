@@ -1,6 +1,6 @@
 // What the constrained minimiser does with its active set at a tolerance: finds
 // feasible points and search directions, measures how far a direction may be
-// followed, learns curvature, and reduces the tolerance.
+// followed, updates the inverse Hessian, and reduces the tolerance.
 //
 // A constraint is "near" when its residual is at most `tolerance` times its
 // size. Directions do not run towards near constraints, so that a residual that

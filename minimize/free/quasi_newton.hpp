@@ -144,7 +144,7 @@ private:
     }
 
     // One search, and what it says of its step. As long as forward differences are
-    // in use they are the first to be doubted: a search that failed or hardly moved
+    // in use their error is the likeliest cause: a search that failed or hardly moved
     // is made again with central ones, and a step that gained little, or ended
     // where the gradient is small, goes on with them.
     void step()
@@ -172,7 +172,7 @@ private:
     }
 
     // Shorter than the step tolerance, or than its default, below which forward
-    // differences say little about the way on.
+    // differences are mostly rounding error.
     bool is_short_step() const
     {
         float longest = 0.0F;
@@ -183,8 +183,8 @@ private:
         return longest <= std::max(controls_.step_tol, eps_two_thirds());
     }
 
-    // One step that gained little proves little; the run ends when several in a row
-    // have, or when one has gained no more than rounding errors of f.
+    // One step that gained little is no sign of a minimum; the run ends when several in
+    // a row have, or when one has gained no more than rounding errors of f.
     void judge_in_a_row()
     {
         quietness_ = search_.result == search_without_progress ? quietness_ + quietness() : 0;

@@ -227,8 +227,9 @@ private:
     // differences, for a function that is computed in single precision.
     End run_rounds()
     {
-        int attempts = 0;         // in a row that have gained nothing
-        End resting = End::quiet; // how the point was come to rest at
+        int attempts = 0; // in a row that have gained nothing
+        // How the last round ended; `settled` stays until a round gains.
+        End resting = End::quiet;
         step_ = given_step() > 0.0 ? given_step() : first_difference_step;
         for (int round = 0;; ++round) {
             const double before = f_;
@@ -379,7 +380,7 @@ private:
         return size > 0.0 ? size : 1.0;
     }
 
-    // Has the gradient test been met by a gradient that can be believed? Else it is
+    // Has the gradient test been met by a gradient that is accurate enough? Else it is
     // taken again, and the test is to be made again.
     bool refine_gradient()
     {
@@ -543,7 +544,7 @@ private:
     {
         double lambda = length > longest_step ? longest_step / length : 1.0;
         if (fresh_ && length < 4.0 * grid) {
-            lambda = 4.0 * grid / length; // somewhere, at least
+            lambda = 4.0 * grid / length; // to another grid point, at least
         }
         double lambda_before = 0.0;
         double f_before = 0.0;
@@ -636,8 +637,8 @@ private:
         }
     }
 
-    // Moves to the new point and learns from the step, whose relative length is
-    // returned.
+    // Moves to the new point and updates the inverse Hessian by the step, whose
+    // relative length is returned.
     double accept(bool scale_first)
     {
         double sy = 0.0;
@@ -658,7 +659,7 @@ private:
             step = std::max(step, std::fabs(w_.s[i]) * w_.sizes[i] / reach(i));
         }
         if (step <= 8.0 * grid) {
-            return step; // mostly rounding, which teaches nothing
+            return step; // mostly rounding: no update
         }
         fresh_ = false;
         if (sy > 1e-10 * std::sqrt(ss * yy)) {
@@ -668,7 +669,7 @@ private:
             }
             h_.update(w_.s, w_.y, sy, w_.hy);
         } else {
-            // No curvature to learn from: on a slope that goes on, longer steps.
+            // No positive curvature along the step: longer steps.
             h_.stretch(4.0);
         }
         return step;

@@ -1,5 +1,5 @@
 // The inverse Hessian approximation of the free minimiser: a dense symmetric matrix
-// in double precision, learnt by BFGS updates or inverted from second derivatives.
+// in double precision, built by BFGS updates or inverted from second derivatives.
 #pragma once
 
 #include <cassert>
