@@ -111,6 +111,35 @@ struct Blocks : Functions<L> {
     // the first part for a few dozen numbers, then the second.
     static constexpr int stretch = 128;
 
+    template <auto first, auto second>
+    static void map1_by_parts(void* out, const void* x, const void*, const void*, int n)
+    {
+        decltype(first(D{})) between[stretch / lanes];
+        for (int start = 0; start < n; start += stretch) {
+            const int end = n - start < stretch ? n : start + stretch;
+            for (int i = start; i < end; i += lanes) {
+                between[(i - start) / lanes] = first(get<0>(x, i));
+            }
+            for (int i = start; i < end; i += lanes) {
+                put<0>(out, i, second(get<0>(x, i), between[(i - start) / lanes]));
+            }
+        }
+    }
+    template <auto first, auto second>
+    static void map2_by_parts(void* out, const void* x, const void* y, const void*, int n)
+    {
+        decltype(first(D{}, D{})) between[stretch / lanes];
+        for (int start = 0; start < n; start += stretch) {
+            const int end = n - start < stretch ? n : start + stretch;
+            for (int i = start; i < end; i += lanes) {
+                between[(i - start) / lanes] = first(get<0>(x, i), get<0>(y, i));
+            }
+            for (int i = start; i < end; i += lanes) {
+                put<0>(out, i, second(get<0>(x, i), get<0>(y, i), between[(i - start) / lanes]));
+            }
+        }
+    }
+
     // Sine or cosine. Angles too large for the reduction go to the engine one by one;
     // those of infinite or no size come out as NaN.
     template <typename F::Turn (*first)(D), double (*large)(double), int form = 0>
@@ -284,7 +313,7 @@ struct Blocks : Functions<L> {
         set2<multiply>(row(multiply_), std::make_integer_sequence<int, 8>{});
         set2<divide>(row(divide_), std::make_integer_sequence<int, 8>{});
         set(modulo_, remainders<true>);
-        set(pow_, map2<F::pow>);
+        set(pow_, map2_by_parts<F::pow_first, F::pow_second>);
         set(less_, map2<less>);
         set(less_equal_, map2<less_equal>);
         set(greater_, map2<greater>);
@@ -303,13 +332,13 @@ struct Blocks : Functions<L> {
         set(cos_, map_turns<F::cosine_turn, large_cos>);
         set(cos_, map_turns<F::cosine_turn, large_cos, floats_x>, floats_x);
         set(cosh_, map1<F::cosh>);
-        set(exp_, map1<F::exp>);
+        set(exp_, map1_by_parts<F::exp_first, F::exp_second>);
         set(floor_, map1<F::floor>);
         set(fmod_, remainders<false>);
         set(hypot_, map2<F::hypot>);
         set(isfinite_, map1<is_finite>);
         set(isnan_, map1<is_not_a_number>);
-        set(log_, map1<F::log>);
+        set(log_, map1_by_parts<F::log_first, F::log_second>);
         set(log10_, map1<F::log10>);
         set(max_, map2<F::max>);
         set(min_, map2<F::min>);

@@ -127,9 +127,14 @@ struct Functions : Ops<L> {
     // Exact unless it overflows or falls below the normal range.
     static ZAVOX_INLINE Pair product(D a, D b)
     {
+        const D whole = a * b;
+#if defined(__AVX512F__)
+        if constexpr (L::count == 8) { // the same, since the error of a product is a double
+            return {whole, _mm512_fmsub_pd(a, b, whole)};
+        }
+#endif
         const Pair p = split(a);
         const Pair q = split(b);
-        const D whole = a * b;
         return {whole, ((p.high * q.high - whole) + p.high * q.low + p.low * q.high) + p.low * q.low};
     }
 
@@ -146,7 +151,10 @@ struct Functions : Ops<L> {
         const D whole = near_whole(x);
         return with_sign_of_zero(whole - (whole > x ? all(1.0) : all(0.0)), x);
     }
-    static ZAVOX_INLINE D ceil(D x) { return -floor(-x); }
+    static ZAVOX_INLINE D ceil(D x)
+    {
+        return -floor(-x);
+    }
     static ZAVOX_INLINE D trunc(D x)
     {
         const D size = abs(x);
@@ -185,8 +193,14 @@ struct Functions : Ops<L> {
         const D second = Base::minus_exact_product(first, k, all(0x1.10b4600000000p-33));
         return {second - k * all(0x1.1a62633145c07p-57), count};
     }
-    static ZAVOX_INLINE Turn sine_turn(D x) { return turn(x, 0); }
-    static ZAVOX_INLINE Turn cosine_turn(D x) { return turn(x, 8); }
+    static ZAVOX_INLINE Turn sine_turn(D x)
+    {
+        return turn(x, 0);
+    }
+    static ZAVOX_INLINE Turn cosine_turn(D x)
+    {
+        return turn(x, 8);
+    }
 
     // Sine and cosine of k pi/16. The zero at the start is negative: it leaves a sum
     // its sign.
@@ -275,23 +289,49 @@ struct Functions : Ops<L> {
 
     // ---- Exponential -------------------------------------------------------------
 
-    // e^(x + tail) 2^extra for a tail far below x. x = k ln 2 + r with |r| <= ln 2 / 2;
+    // x + tail = k ln 2 + high - low for a tail far below x, with |high - low| <= ln 2 / 2;
     // k ln2_high is exact.
-    static ZAVOX_INLINE D exponential(D x, D tail, double extra)
+    struct Exponent {
+        D k;
+        D high;
+        D low;
+    };
+    static ZAVOX_INLINE Exponent exponent(D x, D tail)
     {
-        constexpr auto c = reciprocal_factorials<12>(2, 1, false);
         const D bounded = x > all(760.0) ? all(760.0) : x < all(-800.0) ? all(-800.0) : x;
         const D k = nearest(bounded * all(0x1.71547652b82fep+0));
-        const D high = bounded - k * all(ln2_high);
-        const D low = k * all(ln2_low) - tail;
-        const D r = high - low;
-        const D rest = ((high - r) - low) + r * r * polynomial(c, r);
-        return Base::scale(all(1.0) + (r + rest), k + all(extra));
+        return {k, Base::minus_exact_product(bounded, k, all(ln2_high)), k * all(ln2_low) - tail};
+    }
+    // e^(x + tail) 2^extra.
+    static ZAVOX_INLINE D power_of(const Exponent& at, double extra)
+    {
+        constexpr auto c = reciprocal_factorials<12>(2, 1, false);
+        const D r = at.high - at.low;
+        const D rest = ((at.high - r) - at.low) + r * r * polynomial(c, r);
+        return Base::scale(all(1.0) + (r + rest), at.k + all(extra));
+    }
+    static ZAVOX_INLINE D exponential(D x, D tail, double extra)
+    {
+        return power_of(exponent(x, tail), extra);
     }
     // 1 ulp where the result is a normal number, 1 unit of the smallest below.
-    static ZAVOX_INLINE D exp(D x) { return exponential(x, all(0.0), 0); }
+    static ZAVOX_INLINE Exponent exp_first(D x)
+    {
+        return exponent(x, all(0.0));
+    }
+    static ZAVOX_INLINE D exp_second(D, const Exponent& at)
+    {
+        return power_of(at, 0);
+    }
+    static ZAVOX_INLINE D exp(D x)
+    {
+        return exp_second(x, exp_first(x));
+    }
     // e^x / 2, which is finite a little longer than e^x.
-    static ZAVOX_INLINE D half_exp(D x) { return exponential(x, all(0.0), -1); }
+    static ZAVOX_INLINE D half_exp(D x)
+    {
+        return exponential(x, all(0.0), -1);
+    }
 
     // ---- Logarithms ----------------------------------------------------------------
 
@@ -319,21 +359,24 @@ struct Functions : Ops<L> {
         value = x == all(infinity) ? x : value;
         return x >= all(0.0) ? value : all(quiet_nan);
     }
-    // log m with the part of f = m - 1 kept apart: log m = f + rest; s = f / (2 + f).
-    static ZAVOX_INLINE D log_rest(D f)
-    {
-        constexpr auto c = reciprocal_odd_numbers<11>(3, false);
-        const D s = f / (all(2.0) + f);
-        const D z = s * s;
-        return s * (all(2.0) * z * polynomial(c, z) - f);
-    }
-    // 1 ulp.
-    static ZAVOX_INLINE D log(D x)
+    // 1 ulp. log m = f + rest, s = f / (2 + f).
+    struct LogArgument {
+        D e;
+        D f;
+        D s;
+    };
+    static ZAVOX_INLINE LogArgument log_first(D x)
     {
         const Scaled scaled = take_apart(x);
         const D f = scaled.m - all(1.0);
-        const D rest = log_rest(f) + scaled.e * all(ln2_low);
-        return at_ends_of_log(x, scaled.e * all(ln2_high) + (f + rest));
+        return {scaled.e, f, f / (all(2.0) + f)};
+    }
+    static ZAVOX_INLINE D log_second(D x, const LogArgument& at)
+    {
+        constexpr auto c = reciprocal_odd_numbers<11>(3, false);
+        const D z = at.s * at.s;
+        const D rest = at.s * (all(2.0) * z * polynomial(c, z) - at.f) + at.e * all(ln2_low);
+        return at_ends_of_log(x, at.e * all(ln2_high) + (at.f + rest));
     }
     // 1 ulp.
     static ZAVOX_INLINE D log10(D x)
@@ -384,10 +427,13 @@ struct Functions : Ops<L> {
     // ---- Powers --------------------------------------------------------------------
 
     // 1.5 ulp where the result is a normal number.
-    static ZAVOX_INLINE D pow(D x, D y)
+    static ZAVOX_INLINE Pair pow_first(D x, D)
+    {
+        return log_pair(abs(x));
+    }
+    static ZAVOX_INLINE D pow_second(D x, D y, const Pair& log_size)
     {
         const D size = abs(x);
-        const Pair log_size = log_pair(size);
         // e^y is Inf, 1 or 0 to all digits long before these sizes of y
         const D huge = all(0x1p80);
         const D exponent = y > huge ? huge : y < -huge ? -huge : y;
@@ -497,7 +543,10 @@ struct Functions : Ops<L> {
         angle = select(steep, upright, select(left, turned, angle));
         return select((x != x) | (y != y), all(quiet_nan), with_sign(angle, y));
     }
-    static ZAVOX_INLINE D atan(D x) { return atan2(x, all(1.0)); }
+    static ZAVOX_INLINE D atan(D x)
+    {
+        return atan2(x, all(1.0));
+    }
     // 3 ulp each.
     static ZAVOX_INLINE D asin(D x)
     {
