@@ -19,6 +19,27 @@ def calc():
     return lambda: two * np.sin(x) + y * y, lambda r: r.sum(dtype=np.float64)
 
 
+def exp():
+    x = sequence(N, 0.618034)
+    return lambda: np.exp(x), lambda r: r.sum(dtype=np.float64)
+
+
+def log():
+    x = sequence(N, 0.618034) + single(1)
+    return lambda: np.log(x), lambda r: r.sum(dtype=np.float64)
+
+
+def tan():
+    x = sequence(N, 0.618034)
+    return lambda: np.tan(x), lambda r: np.linalg.norm(r.astype(np.float64))
+
+
+def power():
+    x = sequence(N, 0.618034) + single(1)
+    exponent = single(1.5)
+    return lambda: x**exponent, lambda r: r.sum(dtype=np.float64)
+
+
 def statistics():
     x = sequence(N, 0.618034)
     return lambda: (x.mean(), x.std(ddof=1)), lambda r: r[1]
@@ -63,7 +84,7 @@ def start():
     return lambda: single(1) + single(1), lambda r: r
 
 
-jobs = [calc, statistics, normals, spectrum, convolution, text, rosenbrock, start]
+jobs = [calc, exp, log, tan, power, statistics, normals, spectrum, convolution, text, rosenbrock, start]
 
 if len(sys.argv) == 2:
     job = next(job for job in jobs if job.__name__ == sys.argv[1])

@@ -30,6 +30,18 @@ set jobs::table {
         set x [jobs::sequence $n 0.618034]
         set y [jobs::sequence $n 0.414214]
     } {set r [zavox::calc {2*sin($x)+$y*$y}]} {zavox::vector sum $r}
+    exp {
+        set x [jobs::sequence $n 0.618034]
+    } {set r [zavox::calc {exp($x)}]} {zavox::vector sum $r}
+    log {
+        set x [zavox::calc {[jobs::sequence $n 0.618034] + 1}]
+    } {set r [zavox::calc {log($x)}]} {zavox::vector sum $r}
+    tan {
+        set x [jobs::sequence $n 0.618034]
+    } {set r [zavox::calc {tan($x)}]} {zavox::vector norm $r}
+    power {
+        set x [zavox::calc {[jobs::sequence $n 0.618034] + 1}]
+    } {set r [zavox::calc {$x**1.5}]} {zavox::vector sum $r}
     statistics {
         set x [jobs::sequence $n 0.618034]
     } {set r [list [zavox::vector mean $x] [zavox::vector sd $x]]} {lindex $r 1}
