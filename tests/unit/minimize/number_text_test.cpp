@@ -169,4 +169,59 @@ TEST(number_text, number_of_a_fixed_text_is_what_the_text_stands_for)
     EXPECT_GT(taken, 50000);
 }
 
+// As C99 has them: digits with at most one point, and behind a "p" a power of two.
+TEST(number_text, hexadecimal_numbers_end_where_no_digit_stands)
+{
+    const struct {
+        const char* text;
+        float value;
+    } rows[] = {
+        {"0x.8", 0.5F},
+        {"0X1F", 31.0F},
+        {"0x1f", 31.0F},
+        {"0x1.8", 1.5F},
+        {"0x1.8.8", 1.5F},
+        {"0x1g", 1.0F},
+        {"0x1G", 1.0F},
+        {"0x1:", 1.0F},
+        {"0x1/", 1.0F},
+        {"0x1@", 1.0F},
+        {"0x1`", 1.0F},
+        {"0x/", 0.0F},
+        {"0x:", 0.0F},
+        {"0x@", 0.0F},
+        {"0xg", 0.0F},
+        {"0x.", 0.0F},
+        {"0x.g", 0.0F},
+        {"0y1", 0.0F},
+        {"1x1", 1.0F},
+        {"0x1p", 1.0F},
+        {"0x1p+2", 4.0F},
+        {"0x1p-2", 0.25F},
+        {"0x1P2", 4.0F},
+        {"0x1p:", 1.0F},
+        {"0x1p/", 1.0F},
+        {"0x1p2x", 4.0F},
+        {"-0xAp-1", -5.0F},
+        {"0x1.p1", 2.0F},
+        {"0x1p999999999999", std::numeric_limits<float>::infinity()},
+        {"0x0.00000000000000000001p80", 1.0F},
+        {"0x1.00000000000000000f", 1.0F},     // more digits than are kept, behind the point
+        {"0x100000000000000000p-68", 1.0F},   // and before it
+        {"0x1.0000010000000000000001", 1.0F}, // rounded to double first, to the middle of two floats
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(read_float(row.text), row.value) << row.text;
+    }
+}
+
+TEST(number_text, a_fixed_text_is_of_digits_alone)
+{
+    double number = 5.0;
+    for (const char* text : {"inf", "nan", "1,5", "1/5", "1:5", "--1"}) {
+        EXPECT_FALSE(zavo::minimize::number_of_fixed(text, &number)) << text;
+    }
+    EXPECT_EQ(number, 5.0);
+}
+
 } // namespace
