@@ -269,6 +269,13 @@ TEST(error_stack, with_no_level_of_the_user_the_routine_is_the_outermost)
     zavo_error_user_level("ON");
 }
 
+TEST(error_stack, failures_are_of_types_4_and_5)
+{
+    for (int type = 0; type <= 8; ++type) {
+        EXPECT_EQ(zavo::core::is_failure(type), type == ZAVO_FATAL || type == ZAVO_TERMINAL) << type;
+    }
+}
+
 TEST(error_stack, names_match_by_text)
 {
     const std::string same = "routine";

@@ -127,6 +127,25 @@ TEST(fft_2d, column_dimensions_trade_roles_between_the_directions)
     }
 }
 
+// The result before the input and behind it.
+TEST(fft_2d, input_and_result_may_lie_anywhere_in_one_array)
+{
+    constexpr int m = 6;
+    constexpr int n = 10;
+    const auto p = matrix_noise(m * n, 9);
+    const Values plain{zavo_c_fft_2d_complex(m, n, p.data(), 0)};
+    ASSERT_TRUE(plain);
+    for (const bool before : {true, false}) {
+        std::vector<f_complex> array(2 * m * n);
+        f_complex* const from = array.data() + (before ? m * n : 0);
+        f_complex* const to = array.data() + (before ? 0 : m * n);
+        std::copy(p.begin(), p.end(), from);
+        EXPECT_EQ(zavo_c_fft_2d_complex(m, n, from, ZAVO_RETURN_USER, to, 0), to);
+        EXPECT_EQ(std::memcmp(to, plain.get(), sizeof(f_complex) * m * n), 0) << before;
+        EXPECT_EQ(std::memcmp(from, p.data(), sizeof(f_complex) * m * n), 0) << before;
+    }
+}
+
 TEST(fft_2d, in_place_gives_the_same_bits)
 {
     for (const int m : {1, 4, 7, 16, 33}) {

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -158,6 +159,31 @@ TEST(real_fft, record_with_more_factors_than_it_has_room_for)
             {worst, std::abs(r.get()[2 * k - 1] - root.real()), std::abs(r.get()[2 * k] - root.imag())});
     }
     EXPECT_LT(worst, 1e-5);
+}
+
+// A record that cannot be one of the length is not followed: the factors are found anew.
+TEST(real_fft, a_record_of_another_length_or_of_none_is_not_followed)
+{
+    constexpr int n = 60; // 4 * 3 * 5
+    const auto x = noise(n, 7);
+    const auto plain = forward(x);
+    const struct {
+        int place;
+        float value;
+    } changes[] = {
+        {1, 0.0F}, {1, -1.0F}, {1, 99.0F}, {1, 3e9F},  {1, std::numeric_limits<float>::quiet_NaN()},
+        {1, 2.0F}, {1, 4.0F},  {2, 0.0F},  {2, 1.0F},  {2, 6.0F},
+        {2, 8.0F}, {2, 2.0F},  {2, 7.0F},  {2, -4.0F}, {2, 2147483648.0F},
+        {3, 2e9F},
+    };
+    for (const auto& change : changes) {
+        const Floats table{zavo_f_fft_real_init(n)};
+        ASSERT_NE(table.get(), nullptr);
+        table.get()[2 * n + change.place] = change.value;
+        const Floats r{zavo_f_fft_real(n, x.data(), ZAVO_PARAMS, table.get(), 0)};
+        ASSERT_NE(r.get(), nullptr);
+        EXPECT_EQ(std::vector<float>(r.get(), r.get() + n), plain) << change.place << ": " << change.value;
+    }
 }
 
 TEST(real_fft, own_table_users_array_and_in_place_give_the_same_bits)

@@ -37,6 +37,20 @@ TEST_F(Vector, value_shares_the_array)
     morvelReleaseVector(vector);
 }
 
+TEST_F(Vector, of_a_value_that_is_one_is_the_same_with_a_reference_more)
+{
+    MorvelVector* const vector = vector_of({1, 2});
+    Tcl_Obj* const value = morvelVectorValue(interp, vector);
+    Tcl_IncrRefCount(value);
+    MorvelVector* again = nullptr;
+    EXPECT_EQ(morvelGetVector(interp, value, &again), TCL_OK);
+    EXPECT_EQ(again, vector);
+    EXPECT_EQ(vector->references, 2);
+    Tcl_DecrRefCount(value);
+    EXPECT_EQ(vector->references, 1);
+    morvelReleaseVector(again);
+}
+
 TEST_F(Vector, own_copies_only_what_is_shared)
 {
     MorvelVector* vector = vector_of({1, 2});
