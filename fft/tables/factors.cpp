@@ -47,7 +47,7 @@ void factorise(Index n, const Trials& trials, Factors& factors)
         if (trial_no >= 4 && ip > rest / ip) {
             ip = rest; // no divisor up to its root: prime
         }
-        for (; rest % ip == 0 && rest != 1; rest /= ip) {
+        for (; rest % ip == 0; rest /= ip) { // ends at 1, which no factor divides
             append(factors, ip);
         }
     }
