@@ -56,6 +56,23 @@ apt_quietly() {
     rm -f "$log"
 }
 
+# Whether the kernel runs 32-bit programs: one that only ends, of a header of 52 bytes,
+# one of 32 for its only segment, and exit(0).
+runs_32_bits() {
+    local program status=0
+    program=$(mktemp)
+    {
+        printf '\177ELF\1\1\1\0\0\0\0\0\0\0\0\0\2\0\3\0\1\0\0\0\124\200\4\10\64\0\0\0'
+        printf '\0\0\0\0\0\0\0\0\64\0\40\0\1\0\0\0\0\0\0\0'
+        printf '\1\0\0\0\0\0\0\0\0\200\4\10\0\200\4\10\133\0\0\0\133\0\0\0\5\0\0\0\0\20\0\0'
+        printf '\61\300\100\61\333\315\200'
+    } >"$program"
+    chmod 755 "$program"
+    "$program" 2>/dev/null || status=1
+    rm -f "$program"
+    return "$status"
+}
+
 package_installed() {
     [[ $(dpkg-query -W -f='${Status}' "$1" 2>/dev/null) == "install ok installed" ]]
 }

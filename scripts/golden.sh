@@ -36,7 +36,8 @@ linux_table() {
 
 table_of linux-x86_64 linux_table
 table_of linux-x86_64 bash scripts/tcl9.sh test table
-table_of linux-arm64 bash scripts/arm64.sh test table
+table_of linux-arm64 bash scripts/cross_linux.sh arm64 test table
+table_of linux-i386 bash scripts/cross_linux.sh i386 test table
 table_of windows-x86 bash scripts/windows.sh 32 test table
 table_of windows-x86_64 bash scripts/windows.sh 64 test table
 printf '%-14s %-8s %-12s %8s %9s\n' target path interpreter compared differing

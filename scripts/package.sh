@@ -1,6 +1,7 @@
 # ./zavo package [linux|windows|test]: release packages by cpack in build/package: a
-# tar and .deb for Linux, a zip for each Windows target. Without a name: Linux, and
-# every other target that has been built. `test` installs and uses them.
+# tar and .deb for Linux, a tar for each other Linux target, a zip for each Windows
+# target. Without a name: Linux, and every other target that has been built. `test`
+# installs and uses them.
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 # shellcheck source=scripts/debian_root.sh
@@ -207,6 +208,27 @@ test_zip() {
     say "the zip of $target works: $(find "$there/$target-output" -name '*.txt' | wc -l) examples"
 }
 
+# The archive of another Linux target by that target's Tcl, where there is one.
+test_other_archive() {
+    local target=$1 tclsh=$PWD/.cache/$1/tclsh8.6 archive root
+    archive=$(sed -n 's/^set(CPACK_PACKAGE_FILE_NAME "\(.*\)")$/\1/p' "build/$target/CPackConfig.cmake")
+    root="$there/Zahlen für alle/$target/$release"
+    mkdir -p "${root%/*}"
+    tar -C "${root%/*}" -xzf "$out/$archive.tar.gz"
+    if [[ ! -x $tclsh ]] || ! "$tclsh" </dev/null >/dev/null 2>&1; then
+        skip package "no Tcl for it" "$target"
+        return 0
+    fi
+    say "the archive of $target"
+    local run=(env -u ZAVOERRPATH "TCLLIBPATH={$root/lib}" "$tclsh")
+    "${run[@]}" tests/package/from_script.tcl "$root" || die "the packages do not load on $target"
+    (cd / && "${run[@]}" "$root/share/doc/zavo/examples/sunspots.tcl" >"$there/$target-output") ||
+        die "an example does not run on $target"
+    "${run[@]}" "$root/bin/zavomsg" dump "$root/lib/zavo1.0/de/zavoerr.bin" | grep '^order' >/dev/null ||
+        die "zavomsg does not run on $target"
+    say "the archive of $target works"
+}
+
 test_package() {
     local build
     package_linux
@@ -218,7 +240,7 @@ test_package() {
     test_debs
     for build in $(other_builds); do
         package_other "$build"
-        [[ $build != win* ]] || test_zip "$build"
+        if [[ $build == win* ]]; then test_zip "$build"; else test_other_archive "$build"; fi
     done
 }
 

@@ -20,7 +20,7 @@ sanitize  | change |         | unit and script under AddressSanitizer and Undefi
 windows   | change | windows | unit, golden, script and more as 32-bit Windows programs under Wine; NAME: a part
 windows64 | change | windows | golden, imports, faults and script as 64-bit ones; NAME: a part, unit and desktop too
 tcl9      | change | tcl9    | the module for Tcl 9: unit, script, golden, docs; NAME: a part
-arm64     | change | arm64   | 64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, script too
+arm64     | change | cross_linux | 64-bit ARM under emulation: golden, and no fused arithmetic; NAME: a part, unit and script too
 package   | change | package | archives unpacked and used, .deb installed, upgraded and removed
 docs      | change | docs    | the manual built and checked, transcripts of its pages
 explore   | change |         | the window of the explorer, by mouse and keyboard on a virtual display
@@ -28,6 +28,7 @@ lint      | change | lint    | formatting and static checks
 coverage  | demand |         | lines and branches that unit and script tests reach, a folder
 soak      | demand |         | mixed work and a million faults for ZAVO_SOAK_SECONDS (600), with the memory watched
 valgrind  | demand |         | memcheck over the script tests; NAME: a file
+i386      | demand | cross_linux | 32-bit x86 Linux: golden; NAME: a part, unit and script too
 mutants   | demand |         | changes of one line that the tests must notice; NAME: how many (40)
 long      | demand |         | the tests of minutes; NAME as for unit
 browser   | demand |         | the manual in headless Chromium: links, searches, a width like a telephone
@@ -73,6 +74,7 @@ names_script() { printf '%s\n' tests/script/*.test | sed 's|.*/||; s|\.test$||';
 names_windows() { printf '%s\n' unit golden imports faults script desktop; }
 names_tcl9() { printf '%s\n' unit script golden docs; }
 names_arm64() { printf '%s\n' fusion golden unit script; }
+names_i386() { printf '%s\n' golden unit script; }
 names_golden() { echo all; }
 names_windows64() { names_windows; }
 names_valgrind() { names_script; }
@@ -310,7 +312,8 @@ test_fuzz() {
 
 test_windows() { bash scripts/windows.sh 32 test "$@"; }
 test_tcl9() { bash scripts/tcl9.sh test "$@"; }
-test_arm64() { bash scripts/arm64.sh test "$@"; }
+test_arm64() { bash scripts/cross_linux.sh arm64 test "$@"; }
+test_i386() { bash scripts/cross_linux.sh i386 test "$@"; }
 test_windows64() { bash scripts/windows.sh 64 test "$@"; }
 test_package() { bash scripts/package.sh test; }
 test_docs() { bash scripts/docs.sh test; }
@@ -335,7 +338,7 @@ fi
 # is_part SUITE WORD: a part of another target's suite, which may be called like a suite.
 is_part() {
     local parts
-    is_one_of "$1" windows windows64 tcl9 arm64 || return 1
+    is_one_of "$1" windows windows64 tcl9 arm64 i386 || return 1
     mapfile -t parts < <("names_$1")
     is_one_of "$2" "${parts[@]}"
 }

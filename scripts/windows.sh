@@ -228,7 +228,12 @@ part_desktop() {
 test_windows() {
     local part parts=("$@")
     [[ ${#parts[@]} -gt 0 ]] || parts=("${ordinary_parts[@]}")
-    # Only packages that cannot be had excuse a run, and it says so.
+    # Only packages that cannot be had excuse a run, and a kernel that runs no 32-bit
+    # programs, such as that of some virtual machines; and it says so.
+    if [[ $bits == 32 ]] && ! runs_32_bits; then
+        skip "$suite" "this kernel runs no 32-bit programs" "${parts[@]}"
+        exit 0
+    fi
     if ! (need_packages "${compile_packages[@]}" && need_wine && { is_cached tcl || need_source tcl8.6; }); then
         skip "$suite" "the Debian packages cannot be had" "${parts[@]}"
         exit 0

@@ -8,6 +8,7 @@
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/errors/error_state.hpp"
+#include "core/system/float_control.hpp"
 
 #include <clocale>
 #include <cstring>
@@ -113,7 +114,10 @@ bool fits(const char* format, Kind kind)
 void append_number(const char* conversion, double value, TextBuffer& out)
 {
     const std::size_t start = out.size();
-    out.format(conversion, value);
+    {
+        const platform::UsualPrinting usual;
+        out.format(conversion, value);
+    }
     const char* const point = std::localeconv()->decimal_point;
     if (std::strcmp(point, ".") != 0) {
         std::size_t at = start;

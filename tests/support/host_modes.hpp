@@ -19,22 +19,19 @@ struct HostMode {
     bool comma;
 };
 
-inline constexpr unsigned short x87_rounding = 0x0C00;
-inline constexpr unsigned short x87_precision = 0x0300;
-
 inline constexpr HostMode host_modes[] = {
 // clang-format off
 #if defined(__x86_64__) || defined(__i386__)
-    {"upward",            0x4000, 0x0800, x87_rounding,  false},
-    {"downward",          0x2000, 0x0400, x87_rounding,  false},
-    {"toward-zero",       0x6000, 0x0C00, x87_rounding,  false},
-    {"flush-to-zero",     0x8000, 0,      0,             false},
-    {"subnormals-zero",   0x0040, 0,      0,             false},
-    {"upward-and-flush",  0xC040, 0x0800, x87_rounding,  false},
+    {"upward",            0x4000, 0x0800, platform::x87_rounding,  false},
+    {"downward",          0x2000, 0x0400, platform::x87_rounding,  false},
+    {"toward-zero",       0x6000, 0x0C00, platform::x87_rounding,  false},
+    {"flush-to-zero",     0x8000, 0,      0,                       false},
+    {"subnormals-zero",   0x0040, 0,      0,                       false},
+    {"upward-and-flush",  0xC040, 0x0800, platform::x87_rounding,  false},
 #if defined(__i386__)
-    {"x87-24-bits",       0,      0,      x87_precision, false},
-    {"x87-53-bits",       0,      0x0200, x87_precision, false},
-    {"x87-24-and-upward", 0x4000, 0x0800, x87_rounding | x87_precision, false},
+    {"x87-24-bits",       0,      0,      platform::x87_precision, false},
+    {"x87-53-bits",       0,      0x0200, platform::x87_precision, false},
+    {"x87-24-and-upward", 0x4000, 0x0800, platform::x87_rounding | platform::x87_precision, false},
 #endif
 #else
     {"upward",            0x0400000, 0, 0, false},
@@ -47,17 +44,9 @@ inline constexpr HostMode host_modes[] = {
     // clang-format on
 };
 
-#if defined(__i386__)
-inline unsigned short x87_control()
-{
-    unsigned short control = 0;
-    __asm__ volatile("fnstcw %0" : "=m"(control));
-    return control;
-}
-inline void set_x87_control(unsigned short control)
-{
-    __asm__ volatile("fldcw %0" : : "m"(control));
-}
+#if defined(__x86_64__) || defined(__i386__)
+using platform::set_x87_control;
+using platform::x87_control;
 #else
 inline unsigned short x87_control()
 {
@@ -118,12 +107,21 @@ public:
     bool still_is() const
     {
         return mode_ == nullptr ||
-               (platform::float_control() == wanted_control() && x87_control() == wanted_x87() &&
+               (own_part(platform::float_control()) == wanted_control() && x87_control() == wanted_x87() &&
                 (!mode_->comma || *std::localeconv()->decimal_point == ','));
     }
 
 private:
+    // float_control() has parts of the x87 unit's on 32 bits, which come after it.
     platform::FloatControl wanted_control() const { return platform::usual_float_control | mode_->control; }
+    static platform::FloatControl own_part(platform::FloatControl control)
+    {
+#if defined(__x86_64__) || defined(__i386__)
+        return control & 0xffff;
+#else
+        return control;
+#endif
+    }
     unsigned short wanted_x87() const
     {
         if (x87_ == 0) { // not looked at
