@@ -8,6 +8,7 @@
 
 #include <array>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 
@@ -265,6 +266,7 @@ char* write_float(char* out, float number)
         *--first = static_cast<char>('0' + decimal.digits % 10);
     }
     const int count = static_cast<int>(digits + max_digits - first);
+    assert(count >= 1 && count <= 9); // what max_float_text reckons with
     return lay_out(out, first, count, decimal.exponent + count);
 }
 

@@ -10,6 +10,7 @@
 #include "registry.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -317,6 +318,7 @@ DynList* numbers_from_bytes(Tcl_Interp* interp, int datatype, Tcl_Obj* bytes)
     if (element_count(interp, length / 4, &count) != TCL_OK) {
         return nullptr;
     }
+    assert(datatype == DFU_INT || datatype == DFU_FLOAT);
     DynList* const list = dfuCreateDynList(datatype, count);
     if (list == nullptr) {
         memory_short(interp);
@@ -331,6 +333,7 @@ DynList* numbers_from_bytes(Tcl_Interp* interp, int datatype, Tcl_Obj* bytes)
 
 Tcl_Obj* bytes_of(Tcl_Interp* interp, const DynList* list)
 {
+    assert(list->datatype != DFU_LIST);
     constexpr int header = 64; // more than Tcl puts before the bytes
     if (static_cast<long long>(list->count) > (TCL_SIZE_MAX - header) / 4) {
         Tcl_SetObjResult(interp, Tcl_NewStringObj("max size of a Tcl value (2147483647 bytes) exceeded", -1));

@@ -7,6 +7,7 @@
 #include "values.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -95,6 +96,7 @@ void write_string(Tcl_Obj* value)
             }
             text = allocate_text(text, room);
         }
+        assert(room - length >= max_float_text + 2); // a blank, the float, the terminating zero
         if (i > 0) {
             text[length++] = ' ';
         }
@@ -161,6 +163,7 @@ MorvelVector* copy_to_vector(int n, const float* values)
 
 MorvelVector* vector_of_list(const DynList* list)
 {
+    assert(list->datatype != DFU_LIST);
     if (list->datatype == DFU_FLOAT) {
         return copy_to_vector(list->count, static_cast<const float*>(list->values));
     }
@@ -210,6 +213,7 @@ void morvelHoldVector(MorvelVector* vector)
 
 void morvelReleaseVector(MorvelVector* vector)
 {
+    assert(vector == nullptr || vector->references > 0);
     if (vector != nullptr && --vector->references == 0) {
         std::free(vector->values);
         std::free(vector);

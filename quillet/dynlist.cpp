@@ -7,6 +7,7 @@
 // held list that is moved under another takes its holds along.
 #include "quillet.h"
 
+#include <cassert>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -70,6 +71,7 @@ DynList* wrap(int datatype, int count, int capacity, void* values)
 // the ends of int and size_t it goes as far as it can and then fails.
 bool make_room(DynList* parent)
 {
+    assert(parent->count >= 0 && parent->count <= parent->capacity);
     if (parent->count < parent->capacity) {
         return true;
     }
@@ -259,6 +261,7 @@ void dfuReleaseDynList(DynList* list)
 {
     DynList* root = nullptr;
     for (; list != nullptr; list = list->owner) {
+        assert(list->holds > 0);
         --list->holds;
         root = list;
     }

@@ -16,6 +16,8 @@
 #include "random/kernels.hpp"
 #include "random/random.h"
 
+#include <cassert>
+
 namespace zavo::random {
 
 // 2^8 last places of a double: 2^-45 relative, at least 2^4 times the error of
@@ -32,6 +34,7 @@ std::uint32_t fill(const Multiplier& a, std::uint32_t x, std::size_t n, float* r
 {
     constexpr int length = L::width * L::chains;
     static_assert(length <= max_lanes);
+    assert(n >= 1 && r != nullptr && (states != nullptr) == with_states);
     const typename L::States start = L::factor(L::all_states(x));
     const typename L::States jump = L::factor(L::all_states(a.power[length - 1]));
     typename L::States state[L::chains];
@@ -191,6 +194,7 @@ struct Outer {
 
     void add(typename L::Floats values, std::uint32_t first, unsigned lanes)
     {
+        assert(count + __builtin_popcount(lanes) <= chunk && first < static_cast<std::uint32_t>(chunk));
         L::pack(p + count, values, lanes);
         L::pack_places(place + count, first, lanes);
         count += __builtin_popcount(lanes);
@@ -265,6 +269,7 @@ unsigned middle_vector(typename L::Floats p, float* r)
 template <class L>
 bool replace_outer(Outer<L>& outer, float* r)
 {
+    assert(outer.count <= Outer<L>::chunk);
     bool outside = false;
     for (int i = outer.count; i < outer.count + L::width; ++i) {
         outer.p[i] = 0.05F; // fills the last vector

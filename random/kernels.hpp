@@ -5,6 +5,7 @@
 #include "core/frame/interruption.hpp"
 #include "random/congruence.hpp"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -35,6 +36,7 @@ struct Kernels {
 template <class Work>
 void in_blocks(int n, float* r, Work&& work)
 {
+    assert(n < 1 || r != nullptr);
     constexpr int block = 32768;
     constexpr int nanoseconds = 4; // or so, for each
     while (n > 0) {

@@ -14,6 +14,7 @@
 #include "random/random.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <ctime>
 
@@ -68,6 +69,7 @@ void seed_at_latest_now(Stream& stream)
 
 const Multiplier& multiplier_of(const Stream& stream)
 {
+    assert(stream.option >= 1 && stream.option <= options);
     return multipliers[(stream.option - 1) / 2];
 }
 
@@ -84,6 +86,7 @@ std::uint32_t fill_shuffled(Stream& stream, std::uint32_t x, std::size_t n, floa
         }
         stream.filled = true;
     }
+    static_assert((table_size & (table_size - 1)) == 0);
     constexpr std::size_t round = 1024;
     std::uint32_t states[round];
     float* const table = stream.table;
@@ -110,6 +113,7 @@ void fill(int n, float* r, bool untouched)
     if (n < 1) {
         return;
     }
+    assert(r != nullptr && stream.seed >= 1 && stream.seed < static_cast<int>(modulus));
     const auto x = static_cast<std::uint32_t>(stream.seed);
     const auto count = static_cast<std::size_t>(n);
     const bool shuffled = stream.option % 2 == 0;

@@ -108,6 +108,30 @@ exit $bad
 SCRIPT
 }
 
+# Tests in C++ are named as those of the scripts, group and test: small letters, digits
+# and underscores, and a name of at least two words says what must hold. gtest keeps
+# names that stand twice out of a program.
+misnamed_tests() {
+    awk -f tools/unit_tests.awk "$@" | awk '
+        $2 !~ /^[a-z][a-z0-9_]*$/ || $3 !~ /^[a-z0-9]+(_[a-z0-9]+)+$/ {
+            print $4 ": the name " $2 "." $3 " is not of the form group.what_must_hold"
+        }'
+}
+check_test_names() {
+    say "names of tests in C++"
+    local sources trial bad
+    trial=$(mktemp -d)
+    printf 'TEST(Vector, keeps_its_length)\nTEST(vector, length)\nTEST(vector, keeps_its_length)\n' >"$trial/trial_test.cpp"
+    if [[ $(misnamed_tests "$trial/trial_test.cpp" | wc -l) -ne 2 ]]; then
+        failed+=("the check of test names does not tell good from bad")
+    fi
+    rm -rf "$trial"
+    mapfile -t sources < <(select_files '^tests/.*(_test|_long)\.cpp$')
+    [[ ${#sources[@]} -eq 0 ]] && return 0
+    bad=$(misnamed_tests "${sources[@]}")
+    [[ -z $bad ]] || { printf '%s\n' "$bad"; failed+=("names of tests in C++"); }
+}
+
 # What clang-tidy says about a file depends on the file, the headers and the
 # settings; a stamp named after all of them says that it was clean.
 tidy_one() {
@@ -181,6 +205,7 @@ check_format
 check_shell
 check_tcl
 check_arrows
+check_test_names
 check_tidy
 
 if [[ ${#failed[@]} -gt 0 ]]; then

@@ -60,13 +60,8 @@ list_suites() {
 # Tests in the sources, as lines of layer, group and test: fft real_fft backward_...
 # unit_tests PATTERN, with the pattern of the files' names.
 unit_tests() {
-    local file layer
-    for file in tests/unit/*/$1 tests/fault/$1; do
-        [[ -f $file ]] || continue
-        layer=$(basename "$(dirname "$file")")
-        [[ $layer != fault ]] || layer=$(basename "$file" | sed 's/_.*//')
-        sed -nE "s/^TEST(_F|_P)?\\(([A-Za-z0-9_]+), ([A-Za-z0-9_]+)\\).*/$layer \\2 \\3/p" "$file"
-    done
+    # shellcheck disable=SC2046,SC2086 # patterns
+    awk -f tools/unit_tests.awk tests/unit/*/$1 $(compgen -G "tests/fault/$1") | cut -d' ' -f1-3
 }
 names_unit() { unit_tests '*_test.cpp' | awk '{print $1; print $2}' | sort -u; }
 names_long() { unit_tests '*_long.cpp' | awk '{print $1; print $2}' | sort -u; }
@@ -132,7 +127,7 @@ run_units() {
         fi
         return
     fi
-    filter=$(matching "$files" "$@" | awk '{printf "%s%s.%s:*/%s.%s/*", colon, $2, $3, $2, $3; colon = ":"}')
+    filter=$(matching "$files" "$@" | awk '{printf "%s%s.%s:%s/*.%s:*/%s.%s/*", colon, $2, $3, $2, $3, $2, $3; colon = ":"}')
     mapfile -t layers < <(matching "$files" "$@" | awk '{print $1}' | sort -u)
     configure release -DZAVO_BUILD_TESTS=ON
     for layer in "${layers[@]}"; do

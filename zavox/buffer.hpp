@@ -3,6 +3,7 @@
 
 #include "zavox/engine.hpp"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -21,16 +22,23 @@ public:
     // In place of what was there.
     bool make(std::int64_t count)
     {
+        assert(count >= 0);
         engine().release(values_);
+        count_ = count;
         values_ = static_cast<T*>(engine().allocate(static_cast<std::size_t>(count), sizeof(T)));
         return values_ != nullptr;
     }
     T* get() const { return values_; }
-    T& operator[](std::int64_t i) const { return values_[i]; }
+    T& operator[](std::int64_t i) const
+    {
+        assert(i >= 0 && i < count_);
+        return values_[i];
+    }
     explicit operator bool() const { return values_ != nullptr; }
 
 private:
     T* values_ = nullptr;
+    std::int64_t count_ = 0; // for asserts alone
 };
 
 } // namespace zavox

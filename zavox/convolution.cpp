@@ -1,6 +1,7 @@
 #include "zavox/convolution.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -63,6 +64,7 @@ std::int64_t inner_sums_best(const float* a, int nh, const float* h, std::int64_
 // One output, the terms outside a left out.
 float one_sum(int na, const float* a, int nh, const float* h, std::int64_t k)
 {
+    assert(k >= 0 && k <= std::int64_t{na} + nh - 2);
     const std::int64_t first = std::max<std::int64_t>(0, k - (na - 1));
     const std::int64_t last = std::min<std::int64_t>(nh - 1, k);
     float sum = 0.0F;
@@ -141,6 +143,7 @@ bool transformed_sums(Fourier& fourier, int na, const float* a, int nh, const fl
         return false;
     }
     const std::int64_t outputs = length - nh + 1;
+    assert(outputs >= 1);
     const std::int64_t nanoseconds_of_piece = std::int64_t{8} * length;
     for (std::int64_t done = 0; done < count; done += outputs) {
         // a[start ... start + length - 1], with zeros where it has no values.
@@ -193,6 +196,7 @@ bool circular_sums(Fourier& fourier, int nx, const float* x, int ny, const float
     for (std::int64_t k = 0; k < period; ++k) {
         const std::int64_t other = k + period < all ? k + period : -1;
         const std::int64_t place = k >= zero ? k - zero : k - zero + period;
+        assert(place >= 0 && place < period);
         z[place] = other < 0 ? full.get()[k] : full.get()[k] + full.get()[other];
     }
     return true;
@@ -203,6 +207,7 @@ bool circular_sums(Fourier& fourier, int nx, const float* x, int ny, const float
 bool direct_sums(int na, const float* a, int nh, const float* h, std::int64_t first, std::int64_t count,
                  float* out)
 {
+    assert(na >= 1 && nh >= 1 && first >= 0 && first + count <= std::int64_t{na} + nh - 1);
     // Outputs whose nh inputs all exist: nh - 1 <= k < na.
     const std::int64_t inner = std::clamp<std::int64_t>(nh - 1 - first, 0, count);
     const std::int64_t outer = std::clamp<std::int64_t>(na - first, inner, count);

@@ -3,6 +3,7 @@
 #include "zavox/roots.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace zavox {
@@ -150,6 +151,7 @@ bool Fourier::make_chirp(Chirp* chirp, int n)
         !this->table(complex_, engine().c_fft_complex_init, m, &table)) {
         return false;
     }
+    assert(m >= 2 * std::int64_t{n} - 1);
     const auto length = static_cast<std::size_t>(m);
     chirp->m = m;
     chirp->factors = static_cast<double*>(engine().allocate(static_cast<std::size_t>(n), 2 * sizeof(double)));

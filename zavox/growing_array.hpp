@@ -27,8 +27,16 @@ public:
         return true;
     }
     // The last one, which leaves the array.
-    T pop() { return values_[--size_]; }
-    void drop(int count) { size_ -= count; }
+    T pop()
+    {
+        assert(size_ > 0);
+        return values_[--size_];
+    }
+    void drop(int count)
+    {
+        assert(count >= 0 && count <= size_);
+        size_ -= count;
+    }
 
     int size() const { return size_; }
     T& operator[](int i) { return *at(i); }

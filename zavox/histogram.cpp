@@ -3,11 +3,13 @@
 #include "zavox/engine.hpp"
 
 #include <algorithm>
+#include <cassert>
 
 namespace zavox {
 
 void fill_equally_spaced(double first, double last, int count, float* out)
 {
+    assert(count >= 2);
     const double step = (last - first) / (count - 1);
     for (int i = 1; i < count - 1; ++i) {
         out[i] = static_cast<float>(first + i * step);
@@ -30,6 +32,7 @@ void make_edges(float low, float high, int bins, float* edges)
 // The bin is computed and then put right by the edges, which decide.
 bool count_in_bins(const float* x, int n, const float* edges, int bins, int* counts, int* outside)
 {
+    assert(bins >= 1 && std::is_sorted(edges, edges + bins + 1));
     const auto low = static_cast<double>(edges[0]);
     const double span = static_cast<double>(edges[bins]) - low;
     *outside = 0;

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cassert>
 #include <cstdint>
+#include <iterator>
 
 namespace zavox {
 
@@ -25,6 +26,7 @@ int padded(int count)
 
 double apply(const Kernels& kernels, Operation operation, const Program::Value values[], int count)
 {
+    assert(count >= 1 && count <= 3);
     double in[3][wide::granule] = {};
     for (int i = 0; i < count; ++i) {
         std::fill_n(in[i], wide::granule, values[i].alone);
@@ -324,6 +326,7 @@ bool Program::add(Operation operation, const Value values[], int count, Value* v
         return true;
     }
     Step step{operation, count, {}};
+    assert(count >= 1 && count <= static_cast<int>(std::size(step.in)));
     std::copy(values, values + count, step.in);
     if (!steps_.push(step)) {
         return false;

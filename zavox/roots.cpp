@@ -1,5 +1,7 @@
 #include "zavox/roots.hpp"
 
+#include <cassert>
+
 namespace zavox {
 
 namespace {
@@ -10,6 +12,7 @@ constexpr double two_pi = 6.283185307179586476925286766559;
 
 bool Roots::make(std::int64_t n)
 {
+    assert(n >= 1);
     shift_ = 0;
     while ((std::int64_t{1} << (2 * shift_)) < n) {
         ++shift_;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -36,6 +37,7 @@ public:
         const std::uint64_t mantissa = (bits & 0xFFFFFFFFFFFFFU) | 0x10000000000000U;
         const int place = exponent - 1023 + 149;
         const int limb = place / 32;
+        assert(place >= 0 && limb + 2 < count);
         const int shift = place % 32;
         const std::uint64_t low = mantissa << shift; // of up to 84 bits
         const std::uint64_t high = shift == 0 ? 0 : mantissa >> (64 - shift);
@@ -155,6 +157,7 @@ private:
 template <class Term>
 double add_terms(int n, Term&& term)
 {
+    assert(n <= sum_block);
     double parts[partial_sums] = {};
     for (int i = 0; i < n; ++i) {
         parts[i % partial_sums] += term(i);

@@ -26,6 +26,10 @@ inline float infinity()
 {
     return zavo_amach(7);
 }
+inline int largest_int()
+{
+    return zavo_i_machine(5);
+}
 inline int float_digits() // base-2 digits of a float's significand
 {
     return zavo_i_machine(7);

@@ -13,12 +13,14 @@
 // no record of visited elements is needed.
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
+#include "core/kernels/machine.hpp"
 #include "core/kernels/vector_kernels.h"
 #include "core/simd/vectors.hpp"
 #include "core/system/memory.hpp"
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -31,6 +33,10 @@ using zavo::core::code::ErrorCode;
 namespace simd = zavo::simd;
 
 constexpr char routine_name[] = "M1RAN_F";
+
+// Entries that l_factor_int clears in each of its arrays; an int has at most nine
+// distinct primes.
+constexpr int factor_room = 13;
 
 // ---- Tiles -----------------------------------------------------------------
 
@@ -69,6 +75,7 @@ void gather_tile(const T* from, size_t stride, size_t rows, size_t columns, Tile
 {
     constexpr size_t edge = tile_edge<T>;
     constexpr size_t step = 16 / sizeof(T);
+    assert(rows <= edge && columns <= edge && columns <= stride);
     if (rows == edge && columns == edge) {
         for (size_t r = 0; r < edge; r += step) {
             for (size_t c = 0; c < edge; c += step) {
@@ -90,6 +97,7 @@ template <class T>
 void put_tile(const Tile<T>& tile, size_t rows, size_t columns, T* to, size_t stride)
 {
     constexpr size_t edge = tile_edge<T>;
+    assert(rows <= edge && columns <= edge && rows <= stride);
     if (rows == edge) {
         for (size_t c = 0; c < columns; ++c) {
             std::memcpy(to + c * stride, tile.values + c * edge, edge * sizeof(T));
@@ -105,6 +113,7 @@ template <class T>
 void transpose_apart(size_t nrow, size_t ncol, const T* a, T* b)
 {
     constexpr size_t edge = tile_edge<T>;
+    assert(a + nrow * ncol <= b || b + nrow * ncol <= a);
     Tile<T> tile;
     for (size_t i = 0; i < nrow; i += edge) {
         const size_t rows = std::min(edge, nrow - i);
@@ -144,9 +153,9 @@ void transpose_square(size_t n, T* b)
 
 struct Factors {
     int count = 0;
-    std::array<int, 13> primes{};
-    std::array<int, 13> exponents{};
-    std::array<int, 13> powers{};
+    std::array<int, factor_room> primes{};
+    std::array<int, factor_room> exponents{};
+    std::array<int, factor_room> powers{};
 };
 
 struct CycleFamily {
@@ -182,6 +191,7 @@ std::uint64_t length_if_leader(std::uint64_t k, std::uint64_t ncol, std::uint64_
 template <class T>
 void move_cycle(std::uint64_t k, std::uint64_t ncol, std::uint64_t m, T* b)
 {
+    assert(k < m);
     const T first = b[k];
     std::uint64_t at = k;
     for (std::uint64_t source = k * ncol % m; source != k; source = source * ncol % m) {
@@ -200,6 +210,7 @@ void move_family(const CycleFamily& family, const Factors& factors, std::uint64_
             continue;
         }
         const std::uint64_t k = family.d * j;
+        assert(j < family.quotient);
         const std::uint64_t length = length_if_leader(k, ncol, m);
         if (length > 0) {
             move_cycle(k, ncol, m, b);
@@ -213,7 +224,7 @@ void move_family(const CycleFamily& family, const Factors& factors, std::uint64_
 template <class T>
 bool transpose_in_place(std::uint64_t ncol, std::uint64_t nrow, T* b)
 {
-    const auto largest = static_cast<std::uint64_t>(zavo_i_machine(5));
+    const auto largest = static_cast<std::uint64_t>(zavo::core::machine::largest_int());
     if (nrow > largest / ncol) {
         return false;
     }
@@ -225,7 +236,7 @@ bool transpose_in_place(std::uint64_t ncol, std::uint64_t nrow, T* b)
     l_factor_int(static_cast<int>(m), &factors.count, factors.primes.data(), factors.exponents.data(),
                  factors.powers.data());
     // Every divisor d below m, counted like an odometer: one digit per prime.
-    std::array<int, 13> digits{};
+    std::array<int, factor_room> digits{};
     for (;;) {
         CycleFamily family{1, m, 1};
         for (size_t f = 0; f < static_cast<size_t>(factors.count); ++f) {
@@ -288,6 +299,7 @@ void transpose(int nrow, int ncol, const T* a, T* b)
     zavo_error_push(routine_name);
     check_sizes(nrow, ncol);
     if (zavo_error_code(0) == 0) {
+        assert(a != nullptr && b != nullptr);
         const auto rows = static_cast<size_t>(nrow);
         const auto columns = static_cast<size_t>(ncol);
         if (a != b) {
@@ -305,6 +317,7 @@ void transpose(int nrow, int ncol, const T* a, T* b)
 void record_prime(unsigned prime, int* count, int* primes, int* exponents, int* powers)
 {
     if (*count == 0 || static_cast<unsigned>(primes[*count - 1]) != prime) {
+        assert(*count < factor_room);
         primes[*count] = static_cast<int>(prime);
         powers[*count] = 1;
         ++*count;
@@ -336,9 +349,9 @@ void M1RAN_I(int nrow, int ncol, const int* a, int* b)
 void l_factor_int(int n, int* count, int* primes, int* exponents, int* powers)
 {
     *count = 0;
-    std::fill_n(primes, 13, 0);
-    std::fill_n(exponents, 13, 0);
-    std::fill_n(powers, 13, 0);
+    std::fill_n(primes, factor_room, 0);
+    std::fill_n(exponents, factor_room, 0);
+    std::fill_n(powers, factor_room, 0);
     unsigned rest = n < 0 ? 0U - static_cast<unsigned>(n) : static_cast<unsigned>(n);
     if (rest <= 1) {
         return;

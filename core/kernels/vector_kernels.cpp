@@ -125,6 +125,7 @@ void l_vcopy(int n, const float* x, int incx, float* y, int incy)
         return;
     }
     if (incx == 1 && incy == 1) {
+        assert(x != nullptr && y != nullptr);
         std::memmove(y, x, static_cast<std::size_t>(n) * sizeof *y);
         return;
     }

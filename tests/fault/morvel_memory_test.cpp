@@ -57,12 +57,12 @@ TEST_F(morvel_memory, create_of_lists)
 }
 
 // The first list of an interpreter: its registry comes with it.
-TEST_F(morvel_memory, create_of_an_empty_list_of_lists)
+TEST_F(morvel_memory, create_of_an_empty_list_of_lists_survives_every_failure)
 {
     EXPECT_EQ(failures_until_success("", "dynlist create list {}"), 3);
 }
 
-TEST_F(morvel_memory, values)
+TEST_F(morvel_memory, values_survive_every_failure)
 {
     EXPECT_EQ(failures_until_success("dynlist create float {1 2}", "dynlist value dynlist1"), 2);
     EXPECT_EQ(failures_until_success("dynlist create int {1 2}", "dynlist value dynlist1"), 2);
@@ -73,7 +73,7 @@ TEST_F(morvel_memory, values)
 }
 
 // From C: a vector of a value and of bytes, and bytes of floats.
-TEST_F(morvel_memory, vectors)
+TEST_F(morvel_memory, vectors_survive_every_failure)
 {
     const unsigned char eight[8] = {};
     Tcl_Obj* const bytes = Tcl_NewByteArrayObj(eight, sizeof eight);
@@ -109,7 +109,7 @@ TEST_F(morvel_memory, vectors)
     Tcl_DecrRefCount(text);
 }
 
-TEST_F(morvel_memory, copy)
+TEST_F(morvel_memory, copy_survives_every_failure)
 {
     EXPECT_EQ(
         failures_until_success("dynlist create list [list [dynlist create int 1] [dynlist create float 2]]",
@@ -117,7 +117,7 @@ TEST_F(morvel_memory, copy)
         7);
 }
 
-TEST_F(morvel_memory, bytes)
+TEST_F(morvel_memory, bytes_survive_every_failure)
 {
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist frombytes int abcdabcd"), 3);
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist tobytes dynlist1"), 1);
@@ -131,12 +131,12 @@ TEST_F(morvel_memory, get_and_take_of_many_values)
     EXPECT_EQ(failures_until_success(before, "dynlist take dynlist3"), 2);
 }
 
-TEST_F(morvel_memory, names)
+TEST_F(morvel_memory, names_survive_every_failure)
 {
     EXPECT_EQ(failures_until_success("dynlist create int 1", "dynlist names"), 1);
 }
 
-TEST_F(morvel_memory, scope)
+TEST_F(morvel_memory, scope_survives_every_failure)
 {
     EXPECT_EQ(failures_until_success("", "dynlist scope {}"), 1);
     EXPECT_EQ(failures_until_success("", "dynlist scope {dynlist create float 1}"), 4);

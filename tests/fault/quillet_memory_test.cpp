@@ -26,7 +26,7 @@ int failures_until_success(Attempt&& attempt)
     }
 }
 
-TEST(quillet_memory, create)
+TEST(quillet_memory, create_survives_every_failure)
 {
     const int failures = failures_until_success([] {
         DynList* const list = dfuCreateDynList(DFU_FLOAT, 100);
@@ -83,7 +83,7 @@ TEST(quillet_memory, growth_of_more_than_half_the_largest_count_leaves_the_child
     dfuFreeDynList(parent);
 }
 
-TEST(quillet_memory, copy)
+TEST(quillet_memory, copy_survives_every_failure)
 {
     DynList* const list = dfuCreateDynList(DFU_LIST, 3);
     for (int i = 0; i < 3; ++i) {

@@ -97,7 +97,7 @@ std::vector<float> ramp(int n)
     return values;
 }
 
-TEST(routines_memory, deviates)
+TEST(routines_memory, deviates_survive_every_failure)
 {
     for (const int n : {1, 5, 300, 5000}) {
         check(
@@ -115,7 +115,7 @@ TEST(routines_memory, deviates)
     zavo_random_option(1);
 }
 
-TEST(routines_memory, transforms)
+TEST(routines_memory, transforms_survive_every_failure)
 {
     for (const int n : {1, 2, 7, 97, 256, 1000, 4096, 20000}) {
         const std::vector<float> x = ramp(2 * n);
@@ -146,7 +146,7 @@ TEST(routines_memory, transforms)
     }
 }
 
-TEST(routines_memory, convolution)
+TEST(routines_memory, convolution_survives_every_failure)
 {
     const std::vector<float> x = ramp(60);
     const std::vector<float> y = ramp(60);
@@ -181,7 +181,7 @@ TEST(routines_memory, convolution)
     });
 }
 
-TEST(routines_memory, minimisers)
+TEST(routines_memory, minimisers_survive_every_failure)
 {
     for (const int n : {1, 2, 9}) {
         const std::vector<float> start = ramp(n);

@@ -10,7 +10,7 @@ namespace {
 using support::Interpreter;
 using support::TclFixture;
 
-class ZavoxMemory : public TclFixture {
+class zavox_memory : public TclFixture {
 protected:
     // Runs the script with the first, second, ... allocation failing until it
     // succeeds; each time in a fresh interpreter. Returns the number of failures.
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(ZavoxMemory, calc)
+TEST_F(zavox_memory, calc_survives_every_failure)
 {
     EXPECT_GT(failures_until_success("zavox::calc {$v * 2 + $list / 2.0}", "4.0 6.5 9.0"), 8);
     EXPECT_GT(failures_until_success("zavox::calc {$text - $name}", "6.0 6.0 6.0"), 8);
@@ -51,7 +51,7 @@ TEST_F(ZavoxMemory, calc)
 }
 
 // Stacks and arrays grow on the way.
-TEST_F(ZavoxMemory, calc_of_many_terms)
+TEST_F(zavox_memory, calc_of_many_terms)
 {
     std::string expression = "0";
     for (int i = 1; i <= 40; ++i) {
@@ -62,7 +62,7 @@ TEST_F(ZavoxMemory, calc_of_many_terms)
               12);
 }
 
-TEST_F(ZavoxMemory, vector)
+TEST_F(zavox_memory, vector_survives_every_failure)
 {
     for (const auto& [script, result] :
          {std::pair{"zavox::vector linspace 0 1 3", "0.0 0.5 1.0"},
@@ -87,7 +87,7 @@ TEST_F(ZavoxMemory, vector)
     }
 }
 
-TEST_F(ZavoxMemory, list_of_many)
+TEST_F(zavox_memory, list_of_many)
 {
     EXPECT_GT(failures_until_success("llength [zavox::vector list [zavox::vector fill 1 5000]]", "5000"), 2);
 }

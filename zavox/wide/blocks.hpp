@@ -5,6 +5,7 @@
 #include "zavox/wide/functions.hpp"
 #include "zavox/wide/kernels.hpp"
 
+#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -85,6 +86,7 @@ struct Blocks : Functions<L> {
     template <D (*f)(D), int form = 0>
     static void map1(void* out, const void* x, const void*, const void*, int n)
     {
+        assert(n % lanes == 0);
         for (int i = 0; i < n; i += lanes) {
             put<form & floats_out>(out, i, f(get<form & floats_x>(x, i)));
         }
@@ -92,6 +94,7 @@ struct Blocks : Functions<L> {
     template <D (*f)(D, D), int form = 0>
     static void map2(void* out, const void* x, const void* y, const void*, int n)
     {
+        assert(n % lanes == 0);
         for (int i = 0; i < n; i += lanes) {
             put<form & floats_out>(out, i, f(get<form & floats_x>(x, i), get<form & floats_y>(y, i)));
         }
@@ -99,6 +102,7 @@ struct Blocks : Functions<L> {
     template <D (*f)(D, D, D), int form = 0>
     static void map3(void* out, const void* x, const void* y, const void* z, int n)
     {
+        assert(n % lanes == 0);
         for (int i = 0; i < n; i += lanes) {
             put<form & floats_out>(
                 out, i,
@@ -145,6 +149,7 @@ struct Blocks : Functions<L> {
     template <typename F::Turn (*first)(D), double (*large)(double), int form = 0>
     static void map_turns(void* out, const void* x, const void*, const void*, int n)
     {
+        assert(n % lanes == 0 && stretch % lanes == 0);
         typename F::Turn turns[stretch / lanes];
         for (int start = 0; start < n; start += stretch) {
             const int count = n - start < stretch ? n - start : stretch;
@@ -175,6 +180,7 @@ struct Blocks : Functions<L> {
     }
     static void tangents(void* out, const void* x, const void*, const void*, int n)
     {
+        assert(n % lanes == 0);
         for (int i = 0; i < n; i += lanes) {
             const D angle = get<0>(x, i);
             const D size = abs(angle);
@@ -194,6 +200,7 @@ struct Blocks : Functions<L> {
     template <bool floored>
     static void remainders(void* out, const void* x, const void* y, const void*, int n)
     {
+        assert(n % lanes == 0);
         for (int i = 0; i < n; i += lanes) {
             const D a = get<0>(x, i);
             const D b = get<0>(y, i);

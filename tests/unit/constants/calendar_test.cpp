@@ -271,7 +271,7 @@ protected:
     }
 };
 
-TEST_F(day_of_year, splits)
+TEST_F(day_of_year, splits_into_day_and_month)
 {
     EXPECT_EQ(split(1, -1, 2001), "1 1");
     EXPECT_EQ(split(59, -1, 2001), "28 2");

@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(constant, values)
+TEST_F(constant, values_are_found_under_any_spelling)
 {
     accept("pi", nullptr, 3.14159274F);
     accept("Speed_Light", nullptr, zavo_f_constant("C", nullptr));

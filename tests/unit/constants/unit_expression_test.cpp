@@ -49,7 +49,7 @@ protected:
 
 constexpr Dims none{};
 
-TEST_F(unit_expression, products)
+TEST_F(unit_expression, products_and_quotients_of_units)
 {
     expect("m", {1, 0, 0, 0, 0}, 1.0F);
     expect("", none, 1.0F);
@@ -64,7 +64,7 @@ TEST_F(unit_expression, products)
     expect("Mile/HOUR", {1, 0, -1, 0, 0}, 1609.344F * (1.0F / 3600.0F));
 }
 
-TEST_F(unit_expression, exponents)
+TEST_F(unit_expression, exponents_in_a_chain_multiply)
 {
     expect("m^-2", {-2, 0, 0, 0, 0}, 1.0F);
     expect("m^+2", {2, 0, 0, 0, 0}, 1.0F);

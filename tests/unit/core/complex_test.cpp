@@ -140,7 +140,7 @@ TEST(complex, equality_compares_both_parts)
     EXPECT_EQ(l_c_eq({nan, 0}, {nan, 0}), 0);
 }
 
-TEST(complex, modulus)
+TEST(complex, modulus_neither_overflows_nor_underflows)
 {
     EXPECT_EQ(l_c_abs({3, -4}), 5.0F);
     EXPECT_EQ(l_c_abs({-0.0F, 0}), 0.0F);
@@ -156,7 +156,7 @@ TEST(complex, modulus)
     }
 }
 
-TEST(complex, argument)
+TEST(complex, argument_knows_all_quadrants)
 {
     EXPECT_EQ(l_c_arg({1, 0}), 0.0F);
     EXPECT_EQ(l_c_arg({0, 1}), pi / 2);
@@ -175,7 +175,7 @@ TEST(complex, argument)
     }
 }
 
-TEST(complex, logarithm)
+TEST(complex, logarithm_of_known_and_random_values)
 {
     expect_bits(l_c_log({1, 0}), 0, 0);
     expect_bits(l_c_log({-1, 0}), 0, pi);
@@ -188,7 +188,7 @@ TEST(complex, logarithm)
     }
 }
 
-TEST(complex, exponential)
+TEST(complex, exponential_of_known_and_random_values)
 {
     expect_bits(l_c_exp({0, 0}), 1, 0);
     expect_bits(l_c_exp({0, -0.0F}), 1, -0.0F);

@@ -12,7 +12,7 @@ namespace {
 constexpr double inf = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-TEST(extrema, integers)
+TEST(extrema, smallest_and_largest_of_integers)
 {
     EXPECT_EQ(zavo_i_vmin(5, 3, -7, 12, -7, 0), -7);
     EXPECT_EQ(zavo_i_vmax(5, 3, -7, 12, -7, 0), 12);
@@ -28,7 +28,7 @@ TEST(extrema, many_integers_beyond_the_argument_registers)
     EXPECT_EQ(zavo_i_vmax(12, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12), 12);
 }
 
-TEST(extrema, floats)
+TEST(extrema, smallest_and_largest_of_floats)
 {
     EXPECT_EQ(zavo_f_vmin(4, 2.5, -1.25, 8.0, 0.0), -1.25F);
     EXPECT_EQ(zavo_f_vmax(4, 2.5, -1.25, 8.0, 0.0), 8.0F);

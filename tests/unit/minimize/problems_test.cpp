@@ -146,7 +146,7 @@ void volume(int, float* x, float* f)
 // starts along the steepest descent: the solution lies at a vertex of three
 // constraints, a search adds one, and every trial costs four evaluations. The
 // first trial can come at the earliest as evaluation 5, the third as 13.
-TEST(problems, HS36_takes_one_search_for_each_constraint_of_the_vertex)
+TEST(problems, hs36_takes_one_search_for_each_constraint_of_the_vertex)
 {
     const CapturedErrors errors;
     visited.clear();

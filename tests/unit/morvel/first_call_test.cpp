@@ -70,7 +70,7 @@ Tcl_Interp* new_interpreter(const char* script)
     return interp;
 }
 
-TEST_P(first_call, works)
+TEST_P(first_call, works_in_a_fresh_process)
 {
     EXPECT_EXIT(std::exit(GetParam().call(new_interpreter("")) ? 0 : 1), testing::ExitedWithCode(0), "");
 }

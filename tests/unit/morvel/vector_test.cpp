@@ -17,9 +17,9 @@ MorvelVector* vector_of(const std::vector<float>& numbers)
     return morvelNewVector(static_cast<int>(numbers.size()), array);
 }
 
-class Vector : public TclFixture {};
+class vector : public TclFixture {};
 
-TEST_F(Vector, value_shares_the_array)
+TEST_F(vector, value_shares_the_array)
 {
     MorvelVector* const vector = vector_of({1, 2, 3});
     morvelHoldVector(vector);
@@ -37,7 +37,7 @@ TEST_F(Vector, value_shares_the_array)
     morvelReleaseVector(vector);
 }
 
-TEST_F(Vector, of_a_value_that_is_one_is_the_same_with_a_reference_more)
+TEST_F(vector, of_a_value_that_is_one_is_the_same_with_a_reference_more)
 {
     MorvelVector* const vector = vector_of({1, 2});
     Tcl_Obj* const value = morvelVectorValue(interp, vector);
@@ -51,7 +51,7 @@ TEST_F(Vector, of_a_value_that_is_one_is_the_same_with_a_reference_more)
     morvelReleaseVector(again);
 }
 
-TEST_F(Vector, own_copies_only_what_is_shared)
+TEST_F(vector, own_copies_only_what_is_shared)
 {
     MorvelVector* vector = vector_of({1, 2});
     MorvelVector* const first = vector;
@@ -66,7 +66,7 @@ TEST_F(Vector, own_copies_only_what_is_shared)
     morvelReleaseVector(first);
 }
 
-TEST_F(Vector, own_leaves_all_as_it_was_when_memory_is_short)
+TEST_F(vector, own_leaves_all_as_it_was_when_memory_is_short)
 {
     MorvelVector* vector = vector_of({1, 2});
     MorvelVector* const first = vector;
@@ -82,7 +82,7 @@ TEST_F(Vector, own_leaves_all_as_it_was_when_memory_is_short)
     morvelReleaseVector(first);
 }
 
-TEST_F(Vector, text_of_several_numbers_becomes_one_and_keeps_its_string)
+TEST_F(vector, text_of_several_numbers_becomes_one_and_keeps_its_string)
 {
     Tcl_Obj* const text = Tcl_NewStringObj("1.00 2e0 0.10", -1);
     Tcl_IncrRefCount(text);
@@ -96,7 +96,7 @@ TEST_F(Vector, text_of_several_numbers_becomes_one_and_keeps_its_string)
     Tcl_DecrRefCount(text);
 }
 
-TEST_F(Vector, lists_and_numbers_stay_what_they_are)
+TEST_F(vector, lists_and_numbers_stay_what_they_are)
 {
     Tcl_Obj* const number = Tcl_NewDoubleObj(0.1);
     Tcl_Obj* const list = Tcl_NewListObj(1, &number);
@@ -114,7 +114,7 @@ TEST_F(Vector, lists_and_numbers_stay_what_they_are)
     Tcl_DecrRefCount(number);
 }
 
-TEST_F(Vector, outlives_its_value)
+TEST_F(vector, outlives_its_value)
 {
     Tcl_Obj* const text = Tcl_NewStringObj("1 2", -1);
     Tcl_IncrRefCount(text);
@@ -125,7 +125,7 @@ TEST_F(Vector, outlives_its_value)
     morvelReleaseVector(vector);
 }
 
-TEST_F(Vector, every_failed_allocation_is_reported)
+TEST_F(vector, every_failed_allocation_is_reported)
 {
     int failures = 0;
     for (int nth = 1; nth < 20; ++nth) {
@@ -146,7 +146,7 @@ TEST_F(Vector, every_failed_allocation_is_reported)
     EXPECT_EQ(failures, 3); // tried as text, then as a list; the vector
 }
 
-TEST_F(Vector, impossible_sizes)
+TEST_F(vector, impossible_sizes_are_refused)
 {
     EXPECT_EQ(morvelAllocateVector(-1), nullptr);
     EXPECT_EQ(morvelNewVector(-1, nullptr), nullptr);
@@ -168,7 +168,7 @@ std::string last_words;
 }
 
 // Whoever asks for a string cannot be told of an error: Tcl's own way out.
-TEST_F(Vector, a_text_longer_than_any_value_is_the_end)
+TEST_F(vector, a_text_longer_than_any_value_is_the_end)
 {
     Tcl_Obj* const value = morvelVectorValue(interp, morvelNewVector(INT_MAX, nullptr)); // as if
     last_words.clear();
@@ -183,7 +183,7 @@ TEST_F(Vector, a_text_longer_than_any_value_is_the_end)
 }
 #endif
 
-TEST_F(Vector, of_a_list)
+TEST_F(vector, of_a_list_is_a_copy)
 {
     DynList* const list = support::floats({1.5F, 2.5F});
     MorvelVector* const vector = morvelVectorOfList(list);

@@ -299,4 +299,13 @@ TEST(dynlist, allocation_refuses_products_that_do_not_fit)
     }
 }
 
+#ifndef _WIN32 // cross-compiled libraries have no asserts
+TEST(dynlist_death_test, a_release_without_a_hold_is_a_mistake)
+{
+    DynList* const list = dfuCreateDynList(DFU_INT, 0);
+    EXPECT_DEATH(dfuReleaseDynList(list), "holds > 0");
+    dfuFreeDynList(list);
+}
+#endif
+
 } // namespace

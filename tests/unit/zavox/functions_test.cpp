@@ -211,7 +211,7 @@ TEST(functions, exponential_and_logarithms)
     }
 }
 
-TEST(functions, hyperbolic)
+TEST(functions, hyperbolic_functions_are_near_the_truth)
 {
     expect_within(
         2, sinh_, [](long double x) { return sinhl(x); }, sizes(9));
@@ -225,7 +225,7 @@ TEST(functions, hyperbolic)
     EXPECT_LT(apply(cosh_, 710.4), infinity);
 }
 
-TEST(functions, angles)
+TEST(functions, angles_are_near_the_truth)
 {
     expect_within(
         2, atan_, [](long double x) { return atanl(x); }, sizes(1000));
@@ -257,7 +257,7 @@ TEST(functions, angles)
     }
 }
 
-TEST(functions, powers)
+TEST(functions, powers_are_near_the_truth)
 {
     Arguments arguments(5);
     double worst = 0;
@@ -288,7 +288,7 @@ TEST(functions, powers)
     }
 }
 
-TEST(functions, lengths)
+TEST(functions, lengths_are_near_the_truth)
 {
     Arguments arguments(6);
     double worst = 0;
