@@ -60,6 +60,25 @@ TEST(entry_frame, illegal_instruction_is_trapped_too)
     EXPECT_EQ(errors.codes(), "5/504 5/102");
 }
 
+TEST(entry_frame, a_hook_that_faults_while_it_is_told_of_a_fault_is_not_told_again)
+{
+    CapturedErrors errors;
+    static int told;
+    told = 0;
+    zavo_error_hook([](int, int code, const char*) {
+        if (code == 511 && ++told == 1) {
+            fault_by_memory();
+        }
+    });
+    EXPECT_EQ(routine("faulty", [] { fault_by_memory(); }), 0);
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(errors.codes(), "5/102");
+    EXPECT_EQ(routine("faulty", [] { fault_by_memory(); }), 0); // the next fault is posted
+    zavo_error_hook(nullptr);
+    EXPECT_EQ(told, 2);
+    EXPECT_EQ(errors.codes(), "5/102 5/511 5/102");
+}
+
 TEST(entry_frame, workers_entries_are_dropped_before_anything_is_posted)
 {
     CapturedErrors errors;
