@@ -15,6 +15,8 @@ namespace {
 // The factors in the order that the builder of tables gives them.
 constexpr ShortLength real_lengths[] = {
     straight_real<2, 4>,       // 8
+    straight_real<2, 7>,       // 14
+    straight_real<2, 3, 7>,    // 42
     straight_real<4, 4>,       // 16
     straight_real<2, 4, 4>,    // 32
     straight_real<4, 4, 3>,    // 48
@@ -30,7 +32,7 @@ constexpr ShortLength complex_lengths[] = {
     flat_complex<3, 4, 4>,        // 48
     flat_complex<4, 4, 4>,        // 64
     flat_complex<2, 3, 4, 4>,     // 96
-    whole_complex<4, 2, 3, 4, 5>, // 120
+    flat_complex<2, 3, 4, 5>,     // 120
     whole_complex<8, 3, 4, 4, 5>, // 240
 };
 

@@ -8,6 +8,7 @@
 #include "fft/wide/simd_complex.hpp"
 #include "fft/wide/simd_real.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -28,8 +29,15 @@ void run_straight_real(const float* p, float* q, float* params)
         constexpr int which = d == Direction::forward ? count - 1 - pass : pass;
         constexpr Shape shape = factors.shape(which);
         float* const to = pass == count - 1 ? q : between[pass % 2];
-        real_radix_pass<d, RealRadix<static_cast<int>(shape.ip)>, ScalarLanes>(
-            shape, from, to, params + factors.n + factors.twiddle_offset(which));
+        float* const other = between[1 - pass % 2];
+        const float* const wa = params + factors.n + factors.twiddle_offset(which);
+        if constexpr (shape.ip <= 5) {
+            real_radix_pass<d, RealRadix<static_cast<int>(shape.ip)>, ScalarLanes>(shape, from, to, wa);
+        } else if constexpr (d == Direction::forward) {
+            forward_general_pass<ScalarLanes>(shape, from, to, other, wa);
+        } else {
+            backward_general_pass<ScalarLanes>(shape, from, to, other, wa);
+        }
         from = to;
     });
 }
@@ -70,24 +78,7 @@ void run_short_complex(const float* p, float* q, float* params)
 // takes neighbours i of a group, or four of each of two groups, lane by lane in turn; the
 // last pass, which has no neighbours, takes eight groups by a transposition.
 
-template <Direction d, class Radix>
-ZAVO_INLINE void flat_butterfly(Vector<8>* re, Vector<8>* im, const float* w, Index block, bool two_groups)
-{
-    constexpr int ip = Radix::ip;
-    Vector<8> yre[ip], yim[ip];
-    Radix::butterfly(re, im, yre, yim);
-    for (int j = 0; j < ip; ++j) {
-        if (j > 0) {
-            const float* const at = w + (j - 1) * block;
-            const float* const more = two_groups ? at : at + 8;
-            apply_twiddle<d>(even_in_turn<8>(at, more), odd_in_turn<8>(at, more), yre[j], yim[j]);
-        }
-        re[j] = yre[j];
-        im[j] = yim[j];
-    }
-}
-
-// ido is 4 or at least 8.
+// ido is at least 4.
 template <Direction d, class Radix>
 ZAVO_INLINE void flat_pass(const Shape& shape, const float* __restrict in, float* __restrict out,
                            const float* __restrict wa)
@@ -96,46 +87,60 @@ ZAVO_INLINE void flat_pass(const Shape& shape, const float* __restrict in, float
     const Index ido = shape.ido;
     const JoinedView<ScalarLanes> joined(shape);
     const SplitView<ScalarLanes> split(shape);
+    // The four neighbours from i of group k on, and the four from i_high of k_high.
     const auto butterfly = [&](Index i, Index k, Index i_high, Index k_high) ZAVO_INLINED {
-        Vector<8> re[ip], im[ip];
+        Vector<8> re[ip], im[ip], yre[ip], yim[ip];
         for (int j = 0; j < ip; ++j) {
             const float* const low = in + 2 * joined.at(i, j, k);
             const float* const high = in + 2 * joined.at(i_high, j, k_high);
             re[j] = even_in_turn<8>(low, high);
             im[j] = odd_in_turn<8>(low, high);
         }
-        flat_butterfly<d, Radix>(re, im, wa + 2 * i, 2 * ido, i == i_high);
+        Radix::butterfly(re, im, yre, yim);
         for (int j = 0; j < ip; ++j) {
-            store<8>(out + 2 * split.at(i, k, j), laced_half<0>(re[j], im[j], Places<8>{}));
-            store<8>(out + 2 * split.at(i_high, k_high, j), laced_half<1>(re[j], im[j], Places<8>{}));
+            if (j > 0) {
+                const float* const w = wa + 2 * (j - 1) * ido;
+                apply_twiddle<d>(even_in_turn<8>(w + 2 * i, w + 2 * i_high),
+                                 odd_in_turn<8>(w + 2 * i, w + 2 * i_high), yre[j], yim[j]);
+            }
+            store<8>(out + 2 * split.at(i, k, j), laced_half<0>(yre[j], yim[j], Places<8>{}));
+            store<8>(out + 2 * split.at(i_high, k_high, j), laced_half<1>(yre[j], yim[j], Places<8>{}));
         }
     };
     if (ido == 4) {
         for (Index k = 0; k < shape.l1; k += 2) {
-            butterfly(0, k, 0, k + 1 < shape.l1 ? k + 1 : k);
+            butterfly(0, k, 0, std::min(k + 1, shape.l1 - 1));
         }
         return;
     }
     for (Index k = 0; k < shape.l1; ++k) {
-        for_blocks<8>(ido, [&](Index i) ZAVO_INLINED { butterfly(i, k, i + 4, k); });
+        if (ido < 8) {
+            butterfly(0, k, ido - 4, k);
+        } else {
+            for_blocks<8>(ido, [&](Index i) ZAVO_INLINED { butterfly(i, k, i + 4, k); });
+        }
     }
 }
 
-// The last pass, of radix 4. l1 is at least 8.
-template <Direction d>
+// The last pass, of radix 4 or 5. l1 is at least 8.
+template <Direction d, class Radix>
 ZAVO_INLINE void flat_last_pass(const Shape& shape, const float* __restrict in, float* __restrict out)
 {
+    constexpr int ip = Radix::ip;
+    static_assert(ip == 4 || ip == 5);
     for_blocks<8>(shape.l1, [&](Index k) ZAVO_INLINED {
-        alignas(32) float parts[8][8]; // real and imaginary parts of value j of eight groups
-        transpose<8>([&](int group) ZAVO_INLINED { return in + 8 * (k + folded<8>(group)); },
-                     [&](int part) ZAVO_INLINED { return parts[part]; });
-        Vector<8> re[4], im[4], yre[4], yim[4];
-        for (int j = 0; j < 4; ++j) {
+        alignas(32) float parts[2 * ip][8]; // real and imaginary parts of each value of eight groups
+        for (int first = 0; first <= 2 * ip - 8; first += 2) {
+            transpose<8>([&](int group) ZAVO_INLINED { return in + 2 * ip * (k + folded<8>(group)) + first; },
+                         [&](int part) ZAVO_INLINED { return parts[first + part]; });
+        }
+        Vector<8> re[ip], im[ip], yre[ip], yim[ip];
+        for (int j = 0; j < ip; ++j) {
             re[j] = load<8>(parts[2 * j]);
             im[j] = load<8>(parts[2 * j + 1]);
         }
-        ComplexRadix<d, 4>::butterfly(re, im, yre, yim);
-        for (int j = 0; j < 4; ++j) {
+        Radix::butterfly(re, im, yre, yim);
+        for (int j = 0; j < ip; ++j) {
             store_folded<8>(out + 2 * (k + shape.l1 * j), yre[j], yim[j]);
         }
     });
@@ -150,14 +155,13 @@ void run_flat_complex(const float* p, float* q, float* params)
     const float* from = p;
     unroll<last>([&](auto pass) ZAVO_INLINED {
         constexpr Shape shape = factors.shape(pass);
-        static_assert(shape.ido == 4 || shape.ido >= 8);
+        static_assert(shape.ido >= 4);
         float* const to = between[pass % 2];
         flat_pass<d, ComplexRadix<d, static_cast<int>(shape.ip)>>(
             shape, from, to, params + 2 * (factors.n + factors.twiddle_offset(pass)));
         from = to;
     });
-    static_assert(factors.ip[last] == 4);
-    flat_last_pass<d>(factors.shape(last), from, q);
+    flat_last_pass<d, ComplexRadix<d, static_cast<int>(factors.ip[last])>>(factors.shape(last), from, q);
 }
 
 template <class List>

@@ -194,6 +194,9 @@ TEST(simd, lengths_with_code_of_their_own_take_it)
             EXPECT_EQ(way_of_real(n, tables[0].get()), Way::known) << n;
             EXPECT_EQ(way_of_complex(n, tables[1].get()), Way::known) << n;
         }
+        for (const int n : {14, 42}) {
+            EXPECT_EQ(way_of_real(n, tables_of(n)[0].get()), Way::known) << n;
+        }
         for (const int n : {100, 1000, 12000, 65536, 78125}) {
             const Tables tables = tables_of(n);
             EXPECT_EQ(way_of_real(n, tables[0].get()), Way::found) << n;
@@ -251,8 +254,8 @@ TEST(simd, every_path_goes_by_the_record)
 // A product with a cosine of 1 and a sine of 0 can turn a negative zero.
 TEST(simd, zeros_of_both_signs_keep_theirs)
 {
-    for (const int n : {8,   16,  32,  36,  48,  60,  64,   96,   120,  240, 75,
-                        128, 250, 256, 343, 405, 512, 1000, 1024, 1792, 4096}) {
+    for (const int n : {14, 42,  8,   16,  32,  36,  48,  60,   64,   96,   120, 240,
+                        75, 128, 250, 256, 343, 405, 512, 1000, 1024, 1792, 4096}) {
         for (const unsigned mask : {1U, 2U, 3U, 5U, 7U}) {
             expect_same_bits(n, [&](int kind) {
                 std::vector<float> x(static_cast<std::size_t>((kind + 1) * n));
