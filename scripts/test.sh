@@ -25,7 +25,7 @@ package   | change | package | archives unpacked and used, .deb installed, upgra
 docs      | change | docs    | the manual built and checked, transcripts of its pages
 explore   | change |         | the window of the explorer, by mouse and keyboard on a virtual display
 lint      | change | lint    | formatting and static checks
-coverage  | demand |         | lines and branches that unit and script tests reach, a folder
+coverage  | demand |         | lines and branches that the suites of a change reach, a folder
 soak      | demand |         | mixed work and a million faults for ZAVO_SOAK_SECONDS (600), with the memory watched
 valgrind  | demand |         | memcheck over the script tests; NAME: a file
 i386      | demand | cross_linux | 32-bit x86 Linux: golden; NAME: a part, unit and script too
