@@ -1,7 +1,7 @@
 // Eight lanes of AVX2. The names are explained in lanes_scalar.hpp.
 #pragma once
 
-#include "random/congruence.hpp"
+#include "random/vector_lanes.hpp"
 
 #include <immintrin.h>
 
@@ -29,53 +29,23 @@ constexpr LaneOrders make_lane_orders()
 
 inline constexpr LaneOrders lane_orders = make_lane_orders();
 
-struct Avx2Lanes {
-    static constexpr int width = 8;
-    static constexpr int parts = 2;
-    static constexpr int chains = 4;
-
-    using States = __m256i;
-    using Floats = __m256;
-    using Doubles = __m256d;
-    using Bits = unsigned long long __attribute__((vector_size(32)));
-
-    static States load_states(const std::uint32_t* x)
-    {
-        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x));
-    }
-    static void store_states(std::uint32_t* to, States x)
-    {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), x);
-    }
-    static States all_states(std::uint32_t x) { return _mm256_set1_epi32(static_cast<int>(x)); }
-
-    // 64-bit products with 2a of the even and of the odd lanes: the upper half
-    // is then the product's part above bit 31 and the lower one twice the rest.
+struct Avx2Lanes : VectorLanes<8> {
+    // 64-bit products of the even and of the odd lanes:
     //   even  | low 0 | high 0 |      ->  high  | high 0 | high 1 |
     //   odd   | low 1 | high 1 |          low   | low 0  | low 1  |
-    static States factor(States a) { return _mm256_slli_epi32(a, 1); }
     static States multiply(States x, States twice_a)
     {
-        const __m256i even = _mm256_mul_epu32(x, twice_a);
-        const __m256i odd = _mm256_mul_epu32(_mm256_srli_epi64(x, 32), twice_a);
+        const __m256i even = _mm256_mul_epu32((__m256i)x, (__m256i)twice_a);
+        const __m256i odd = _mm256_mul_epu32(_mm256_srli_epi64((__m256i)x, 32), (__m256i)twice_a);
         const __m256i high = _mm256_blend_epi32(_mm256_srli_epi64(even, 32), odd, 0xaa);
         const __m256i low = _mm256_blend_epi32(even, _mm256_slli_epi64(odd, 32), 0xaa);
         const __m256i sum = _mm256_add_epi32(high, _mm256_srli_epi32(low, 1));
         // A sum below m becomes huge without m, so the minimum keeps it.
-        return _mm256_min_epu32(sum, _mm256_sub_epi32(sum, _mm256_set1_epi32(modulus)));
+        return (States)_mm256_min_epu32(sum, _mm256_sub_epi32(sum, _mm256_set1_epi32(modulus)));
     }
-    static Floats unit(States x) { return _mm256_mul_ps(_mm256_cvtepi32_ps(x), _mm256_set1_ps(unit_scale)); }
 
-    static Floats load(const float* r) { return _mm256_loadu_ps(r); }
-    static void store(float* r, Floats x) { _mm256_storeu_ps(r, x); }
     static void stream(float* r, Floats x) { _mm256_stream_ps(r, x); }
     static void end_stream() { _mm_sfence(); }
-    static Floats all(float x) { return _mm256_set1_ps(x); }
-    static Floats magnitude(Floats x) { return _mm256_andnot_ps(_mm256_set1_ps(-0.0F), x); }
-    static Floats with_sign_of(Floats x, Floats sign)
-    {
-        return _mm256_or_ps(magnitude(x), _mm256_and_ps(sign, _mm256_set1_ps(-0.0F)));
-    }
     static unsigned less(Floats a, Floats b)
     {
         return static_cast<unsigned>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_LT_OQ)));
@@ -89,12 +59,7 @@ struct Avx2Lanes {
     {
         return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(x[0])), _mm256_cvtpd_ps(x[1]), 1);
     }
-    static Doubles all(double x) { return _mm256_set1_pd(x); }
     static Doubles root(Doubles x) { return _mm256_sqrt_pd(x); }
-    static Bits bits(Doubles x) { return reinterpret_cast<Bits>(x); }
-    static Doubles from_bits(Bits x) { return reinterpret_cast<Doubles>(x); }
-    static Bits all_bits(std::uint64_t x) { return Bits{x, x, x, x}; }
-
     // As in lanes_sse2.hpp, then the pairs back in order.
     static unsigned near_middle(const Doubles (&x)[parts], std::uint32_t reach)
     {
@@ -115,7 +80,7 @@ struct Avx2Lanes {
     }
     static void pack_places(std::uint32_t* to, std::uint32_t first, unsigned lanes)
     {
-        store_states(to, _mm256_add_epi32(all_states(first), chosen(lanes)));
+        store_states(to, all_states(first) + (States)chosen(lanes));
     }
 
 private:

@@ -1,60 +1,29 @@
 // Four lanes of SSE2, which every x86 processor of both targets has.
 #pragma once
 
-#include "random/congruence.hpp"
+#include "random/vector_lanes.hpp"
 
 #include <emmintrin.h>
 
 namespace zavo::random {
 
-struct Sse2Lanes {
-    static constexpr int width = 4;
-    static constexpr int parts = 2;
-    static constexpr int chains = 4;
-
-    using States = __m128i;
-    using Floats = __m128;
-    using Doubles = __m128d;
-    using Bits = unsigned long long __attribute__((vector_size(16)));
-
-    static States load_states(const std::uint32_t* x)
-    {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(x));
-    }
-    static void store_states(std::uint32_t* to, States x)
-    {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), x);
-    }
-    static States all_states(std::uint32_t x) { return _mm_set1_epi32(static_cast<int>(x)); }
-
-    // Lanes 0 and 2, then 1 and 3, as 64-bit products with 2a: the upper half is
-    // then the product's part above bit 31 and the lower one twice the rest.
-    static States factor(States a) { return _mm_slli_epi32(a, 1); }
+struct Sse2Lanes : VectorLanes<4> {
+    // Lanes 0 and 2, then 1 and 3.
     static States multiply(States x, States twice_a)
     {
-        const __m128 even = _mm_castsi128_ps(_mm_mul_epu32(x, twice_a));
-        const __m128 odd = _mm_castsi128_ps(_mm_mul_epu32(_mm_srli_epi64(x, 32), twice_a));
+        const __m128 even = _mm_castsi128_ps(_mm_mul_epu32((__m128i)x, (__m128i)twice_a));
+        const __m128 odd = _mm_castsi128_ps(_mm_mul_epu32(_mm_srli_epi64((__m128i)x, 32), (__m128i)twice_a));
         const __m128i high = _mm_castps_si128(_mm_shuffle_ps(even, odd, _MM_SHUFFLE(3, 1, 3, 1)));
         const __m128i low = _mm_castps_si128(_mm_shuffle_ps(even, odd, _MM_SHUFFLE(2, 0, 2, 0)));
         const __m128i sum = _mm_add_epi32(high, _mm_srli_epi32(low, 1));
         // The sum is below 2m; from 2^31 on it loses m, that is 2^31 - 1.
         const __m128i folded =
             _mm_add_epi32(_mm_and_si128(sum, _mm_set1_epi32(0x7fffffff)), _mm_srli_epi32(sum, 31));
-        return _mm_shuffle_epi32(folded, _MM_SHUFFLE(3, 1, 2, 0));
+        return (States)_mm_shuffle_epi32(folded, _MM_SHUFFLE(3, 1, 2, 0));
     }
-    static Floats unit(States x) { return _mm_mul_ps(_mm_cvtepi32_ps(x), _mm_set1_ps(unit_scale)); }
 
-    static Floats load(const float* r) { return _mm_loadu_ps(r); }
-    static void store(float* r, Floats x) { _mm_storeu_ps(r, x); }
     static void stream(float* r, Floats x) { _mm_stream_ps(r, x); }
     static void end_stream() { _mm_sfence(); }
-    static Floats all(float x) { return _mm_set1_ps(x); }
-    static Floats magnitude(Floats x) { return _mm_andnot_ps(_mm_set1_ps(-0.0F), x); }
-    static Floats with_sign_of(Floats x, Floats sign)
-    {
-        const __m128 sign_bit = _mm_set1_ps(-0.0F);
-        return _mm_or_ps(_mm_andnot_ps(sign_bit, x), _mm_and_ps(sign_bit, sign));
-    }
     static unsigned less(Floats a, Floats b)
     {
         return static_cast<unsigned>(_mm_movemask_ps(_mm_cmplt_ps(a, b)));
@@ -65,12 +34,7 @@ struct Sse2Lanes {
     {
         return _mm_movelh_ps(_mm_cvtpd_ps(x[0]), _mm_cvtpd_ps(x[1]));
     }
-    static Doubles all(double x) { return _mm_set1_pd(x); }
     static Doubles root(Doubles x) { return _mm_sqrt_pd(x); }
-    static Bits bits(Doubles x) { return reinterpret_cast<Bits>(x); }
-    static Doubles from_bits(Bits x) { return reinterpret_cast<Doubles>(x); }
-    static Bits all_bits(std::uint64_t x) { return Bits{x, x}; }
-
     static unsigned near_middle(const Doubles (&x)[parts], std::uint32_t reach)
     {
         const __m128i low = _mm_castps_si128(
