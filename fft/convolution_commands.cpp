@@ -29,7 +29,8 @@ public:
         }
         if (x_lists && y_floats) {
             // Kept: y's count decides how many elements of x are combined, as far
-            // as there are any (convolution-lists-3).
+            // as there are any
+            // (convolution.lists.lists_with_floats_y_s_count_decides_as_far_as_x_goes).
             const int count = std::min(count_of(x), count_of(y));
             return builder_.list_of(count, [&](int i) { return combine(child_of(x, i), y); });
         }

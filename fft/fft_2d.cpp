@@ -152,7 +152,8 @@ public:
             post_no_memory(m_);
             return;
         }
-        // Kept: the two column dimensions trade roles between the directions.
+        // Kept: the two column dimensions trade roles between the directions
+        // (fft_2d.column_dimensions_trade_roles_between_the_directions).
         if (direction_ == Direction::forward) {
             l_f2t2d(&n_, &m_, p_, &input_column_dimension_, result_.get(), &result_column_dimension_,
                     row_table_, column_table_, block, work);
@@ -162,8 +163,8 @@ public:
         }
     }
 
-    // Kept: an array of the caller's comes back after an error too, as it stands;
-    // after a fault it does not.
+    // Kept: an array of the caller's comes back after an error too, as it stands
+    // (fft_2d.bad_arguments_are_answered_with_their_codes); after a fault it does not.
     f_complex* hand_over(const core::EntryFrame& frame)
     {
         const bool withheld = !frame.finished() || (frame.failed() && !result_.borrowed());

@@ -15,7 +15,8 @@ inline constexpr float central_limit = 0.85F; // z below: the form in z^2
 inline constexpr float middle_limit = 2.5F;   // t below: coefficients E, F
 inline constexpr float outer_limit = 4.0F;    // t below: coefficients G, H; from it on J, K
 inline constexpr float lower_tail = 0x1p-23F; // p up to this belongs to the tail
-// Kept: the upper tail starts three spacings below 1, not one.
+// Kept: the upper tail starts three spacings below 1, not one
+// (normal_inverse_cdf.follows_the_definition).
 inline constexpr float upper_tail = 1.0F - 3.0F * 0x1p-23F;
 
 // clang-format off
