@@ -169,17 +169,18 @@ private:
     {
         return kernels_->of[static_cast<int>(operation)][form];
     }
+    // Of a form: that operand i is read as floats.
+    static constexpr int reads_floats(int i) { return wide::floats_x << i; }
     // The form that reads those operands that have no register yet as they are, out of
     // the forms that there are.
     int form_of(const Step& step) const
     {
-        constexpr int reads[] = {wide::floats_x, wide::floats_y, wide::floats_z};
         int form = 0;
         for (int i = 0; i < step.count; ++i) {
             const Value& in = step.in[i];
             if (in.kind == Value::floats && operands_[in.index].place < 0 &&
-                kernel_for(step.operation, form | reads[i]) != nullptr) {
-                form |= reads[i];
+                kernel_for(step.operation, form | reads_floats(i)) != nullptr) {
+                form |= reads_floats(i);
             }
         }
         return form;
@@ -215,10 +216,9 @@ private:
     // The kernel and operands of a move.
     bool begin(const Step& step, int step_no, int form, Move* move)
     {
-        constexpr int reads[] = {wide::floats_x, wide::floats_y, wide::floats_z};
         move->kernel = kernel_for(step.operation, form);
         for (int i = 0; i < step.count; ++i) {
-            if (!find_input(step.in[i], (form & reads[i]) != 0, &move->in[i])) {
+            if (!find_input(step.in[i], (form & reads_floats(i)) != 0, &move->in[i])) {
                 return false;
             }
         }
