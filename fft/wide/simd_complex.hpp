@@ -52,6 +52,21 @@ ZAVO_INLINE void complex_step(const Load& load, const Twiddle& twiddle, const St
     }
 }
 
+// A backward transform is a forward one whose values have changed their real for their
+// imaginary parts, before and after. With radices 2 and 4 the bits are the same: all
+// differences are taken the same way round (simd_test.cpp compares). So code of a
+// length's own is compiled for one direction; the first pass reads, and the last one
+// writes, either way.
+template <int V>
+ZAVO_INLINE void exchange_if(bool exchanged, Vector<V>& re, Vector<V>& im)
+{
+    if (exchanged) {
+        const Vector<V> real = re;
+        re = im;
+        im = real;
+    }
+}
+
 // ---- columns -----------------------------------------------------------------------------
 
 // The twiddles of V neighbouring columns, in laced order like all values here.
@@ -77,7 +92,7 @@ ZAVO_INLINE void fetch_next_columns(const float* p, Index rows, Index count)
 
 // The first pass of the columns whose first value is at p.
 template <Direction d, class Radix, int V>
-ZAVO_INLINE void first_columns_pass(Index rows, Index inner, const float* __restrict p,
+ZAVO_INLINE void first_columns_pass(bool exchanged, Index rows, Index inner, const float* __restrict p,
                                     float* __restrict slots, const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
@@ -90,6 +105,7 @@ ZAVO_INLINE void first_columns_pass(Index rows, Index inner, const float* __rest
                 const Pairs<V> x = load_laced<V>(p + block * j);
                 re = x.re;
                 im = x.im;
+                exchange_if<V>(exchanged, re, im);
             },
             [&](int j, Vector<V>& re, Vector<V>& im)
                 ZAVO_INLINED { apply_twiddle<d>(w.w[j].re, w.w[j].im, re, im); },
@@ -159,8 +175,8 @@ ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, Index step, co
 // open. Frequency f of the block goes to q + stride * f. `far`: into memory that is
 // not in L1 or L2.
 template <Direction d, class Radix, int V, bool far>
-ZAVO_INLINE void last_rows_pass(const Factors& factors, const Cut& cut, int which, float* slots, float* q,
-                                Index stride)
+ZAVO_INLINE void last_rows_pass(bool exchanged, const Factors& factors, const Cut& cut, int which,
+                                float* slots, float* q, Index stride)
 {
     const int last = factors.count - 1;
     const Index innermost = which < last ? factors.ip[which] : 1;
@@ -175,7 +191,8 @@ ZAVO_INLINE void last_rows_pass(const Factors& factors, const Cut& cut, int whic
             complex_step<d, Radix, V>([&](int j, Vector<V>& re, Vector<V>& im)
                                           ZAVO_INLINED { in.load(j, re, im); },
                                       [](int, Vector<V>&, Vector<V>&) ZAVO_INLINED {},
-                                      [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+                                      [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                                          exchange_if<V>(exchanged, re, im);
                                           store_folded<V>(to + result_step * j, re, im);
                                           if constexpr (far) {
                                               fetch<2 * V, for_writing>(to + result_step * j, 2 * q_step);
@@ -220,8 +237,8 @@ ZAVO_INLINE void near_rows(const Plan& plan, Which which, float* slots, float* q
     plan.template with_complex_radix<d>(plan.last(), [&](auto radix) ZAVO_INLINED {
         decide(plan.template is_at_least<far_complex_length>(), [&](auto far) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
-                last_rows_pass<d, decltype(radix), V, decltype(far)::value>(factors, plan.cut, which, slots,
-                                                                            q, stride);
+                last_rows_pass<d, decltype(radix), V, decltype(far)::value>(plan.exchanged, factors, plan.cut,
+                                                                            which, slots, q, stride);
             });
         });
     });
@@ -268,7 +285,7 @@ constexpr ZAVO_INLINE bool rows_are_symmetric(const Factors& factors, const Cut&
 // A pass with an exchange of its digit and that of `far`, which count slots in steps of
 // ido and far_ido. outer: blocks that share the digits before far's.
 template <Direction d, class Radix, int V, bool last>
-ZAVO_INLINE void exchanging_pass(Index far_ido, Index ido, Index outer, float* q, Index step,
+ZAVO_INLINE void exchanging_pass(bool exchanged, Index far_ido, Index ido, Index outer, float* q, Index step,
                                  const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
@@ -276,9 +293,10 @@ ZAVO_INLINE void exchanging_pass(Index far_ido, Index ido, Index outer, float* q
         const auto row = [&](int e) ZAVO_INLINED {
             return Slots<V>{q + step * (slot + far_ido * e), step * ido};
         };
-        const auto put = [&](int e, int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED {
+        const auto put = [&](int e, int j, Vector<V> re, Vector<V> im) ZAVO_INLINED {
             const Slots<V> out = row(e);
             if constexpr (last) {
+                exchange_if<V>(exchanged, re, im);
                 store_folded<V>(out.first + out.step * j, re, im);
             } else {
                 out.store(j, re, im);
@@ -333,7 +351,7 @@ ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles
             if constexpr (t <= far) {
                 rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
             } else {
-                exchanging_pass<d, Radix, V, t == last>(factors.ido(far), factors.ido(t),
+                exchanging_pass<d, Radix, V, t == last>(plan.exchanged, factors.ido(far), factors.ido(t),
                                                         plan.cut.weight[far], q, step, wa);
             }
         });
@@ -400,6 +418,7 @@ constexpr Cut known_complex_cut = choose_complex_cut<V>(List::factors);
 
 template <int V, class List>
 struct KnownComplexPlan : KnownPlan<List, known_complex_cut<V, List>.first> {
+    static constexpr bool exchanged = false;
     static constexpr const Cut& cut = known_complex_cut<V, List>;
     static constexpr bool has_order =
         List::factors.n >= far_complex_length && rows_are_symmetric(List::factors, cut);
@@ -408,6 +427,14 @@ struct KnownComplexPlan : KnownPlan<List, known_complex_cut<V, List>.first> {
         found.find(List::factors, cut);
         return found;
     }();
+};
+
+// The same for both directions.
+template <int V, class List>
+struct EitherComplexPlan : KnownComplexPlan<V, List> {
+    static_assert(std::all_of(List::factors.ip, List::factors.ip + List::factors.count,
+                              [](Index ip) { return ip == 2 || ip == 4; }));
+    bool exchanged;
 };
 
 template <Direction d, int V, class Plan>
@@ -443,8 +470,8 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
         }
         plan.template with_complex_radix<d>(Number<0>{}, [&](auto radix) ZAVO_INLINED {
             plan.loops([&]() ZAVO_INLINED {
-                first_columns_pass<d, decltype(radix), V>(rows, cut.inner[0], p + 2 * r, slots,
-                                                          twiddles + 2 * r);
+                first_columns_pass<d, decltype(radix), V>(plan.exchanged, rows, cut.inner[0], p + 2 * r,
+                                                          slots, twiddles + 2 * r);
             });
         });
         plan.for_factors(Number<1>{}, plan.first(), [&](auto t) ZAVO_INLINED {

@@ -68,11 +68,18 @@ void run_known_real(const Plan&, const float* p, float* q, float* scratch, float
     using Known = KnownRealPlan<V, List>;
     real_whole<d, Known::cut.rows_width, Known::cut.columns_width>(Known{}, p, q, scratch, twiddles);
 }
+template <int V, class List>
+__attribute__((noinline)) void known_complex(const float* p, float* q, float* scratch, float* work,
+                                             const float* twiddles, bool exchanged)
+{
+    const EitherComplexPlan<V, List> plan{{}, exchanged};
+    complex_whole<Direction::forward, V>(plan, p, q, scratch, work, twiddles);
+}
 template <Direction d, int V, class List>
 void run_known_complex(const Plan&, const float* p, float* q, float* scratch, float* work,
                        const float* twiddles)
 {
-    complex_whole<d, V>(KnownComplexPlan<V, List>{}, p, q, scratch, work, twiddles);
+    known_complex<V, List>(p, q, scratch, work, twiddles, d == Direction::backward);
 }
 
 template <Direction d, int W, int C>

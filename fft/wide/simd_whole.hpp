@@ -122,6 +122,7 @@ ZAVO_INLINE bool is_zero(int i)
 
 struct FoundPlan {
     static constexpr bool is_known = false;
+    static constexpr bool exchanged = false; // see exchange_if in simd_complex.hpp
     const Factors& factors;
     const Cut& cut;
 
