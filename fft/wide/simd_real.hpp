@@ -27,6 +27,13 @@ namespace { // compiled for several instruction sets: see inlining.hpp
 
 // From this length on the values outside are prefetched.
 constexpr Index far_real_length = 32 * 1024;
+// At these lengths rows backward go out by a stage, and G is at least staged_group where
+// that leaves no chunk that overlaps another: backward the first chunk has the result for
+// a partner and runs pass by pass, which should not be all of them. Longer transforms
+// lose more by columns that are further apart.
+constexpr Index staged_real_length = 16 * 1024;
+constexpr Index end_of_staged_real = 256 * 1024;
+constexpr Index staged_group = 64;
 
 // Columns: with even R the registers may reach t = R / 2, whose values are put right
 // afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Columns
@@ -35,7 +42,7 @@ constexpr Index far_real_length = 32 * 1024;
 template <int V>
 constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 {
-    return choose_cut(factors, 2, [](Cut& cut) ZAVO_INLINED {
+    const auto fit = [](Cut& cut) ZAVO_INLINED {
         cut.columns = (cut.rows - 1) / 2;
         cut.columns_width = width_for<V>(cut.columns);
         if (cut.rows % 2 == 0 && width_for<V>(cut.rows / 2) > cut.columns_width) {
@@ -54,10 +61,81 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
             cut.columns_width = std::min(cut.columns_width, wider * cut.rows_width);
         }
         return cut.rows_width != 0 && cut.columns_width != 0 && floats() <= stack_floats;
-    });
+    };
+    if (factors.n >= staged_real_length && factors.n < end_of_staged_real) {
+        const Cut staged = choose_cut(factors, 2, [&](Cut& cut) ZAVO_INLINED {
+            return cut.group >= staged_group && fit(cut) && !cut.has_tail();
+        });
+        if (staged.first != 0) {
+            return staged;
+        }
+    }
+    return choose_cut(factors, 2, fit);
 }
 
 // ---- rows ----------------------------------------------------------------------------
+
+// Rows backward of a staged transform end in a block on the stack, and go out from there
+// one after the other. In the order of the last pass, which has reversed digits, they
+// would go to places so many powers of two apart that all share a few sets of the cache,
+// and each would wait for its line.
+
+// How many lines ahead of its writing one is asked for.
+constexpr Index lines_ahead = 6;
+
+// Where the values of a block of rows stand, by the digits of the factors t and on.
+struct DigitSteps {
+    Index step[most_factors];
+    Index floats; // from the first value to the end of the last one
+};
+
+// In the stage: in order, with a line left out wherever a step would be a power of two
+// that the sets of the cache repeat after.
+template <int V>
+ZAVO_INLINE DigitSteps stage_steps(const Factors& factors, int t)
+{
+    constexpr Index longest_plain_step = 256;
+    constexpr Index line = 16;
+    DigitSteps steps;
+    Index step = V;
+    for (int s = t; s < factors.count; ++s) {
+        steps.step[s] = step;
+        step *= factors.ip[s];
+        step += step >= longest_plain_step ? line : 0;
+    }
+    steps.floats = step;
+    return steps;
+}
+
+// The rows of a stage, to q, q + apart, ...
+template <int V>
+void write_stage(const Factors& factors, int t, const DigitSteps& steps, const float* stage, float* q,
+                 Index apart)
+{
+    Index digit[most_factors] = {};
+    for (;;) {
+        const float* from = stage;
+        for (Index n = 0; n < factors.ip[t]; ++n) {
+            fetch<V, for_writing>(q, apart * lines_ahead);
+            store<V>(q, load<V>(from));
+            from += steps.step[t];
+            q += apart;
+        }
+        int carry = t + 1;
+        for (; carry < factors.count; ++carry) {
+            stage += steps.step[carry];
+            if (++digit[carry] < factors.ip[carry]) {
+                break;
+            }
+            stage -= steps.step[carry] * factors.ip[carry];
+            digit[carry] = 0;
+        }
+        if (carry == factors.count) {
+            return;
+        }
+    }
+}
+
 // V transforms of length R between places `group` apart and a chunk.
 
 // Of radices 2 to 5. The transforms of length after[t] that factor t makes lie one
@@ -70,7 +148,8 @@ struct SmoothRows {
     float* chunk;
     float* partner;
     const float* twiddles;
-    Index apart; // from value to value outside: G, or V where a chunk was copied out
+    Index apart;            // from value to value outside: G, or V where a chunk was copied out
+    float* stage = nullptr; // backward, when values go out in order: room for near_floats
 
     ZAVO_INLINE float* made_by(int t) const { return (t - plan.cut.first) % 2 == 0 ? chunk : partner; }
 
@@ -93,15 +172,15 @@ struct SmoothRows {
     }
 
     // The pass of the last factor, in the transforms that factors t to the last one
-    // but one join. outside: value 0 of the whole of them.
-    template <class Radix, bool far, class Outside>
-    ZAVO_INLINE void outer_pass(int t, Index start, Outside* outside) const
+    // but one join. outside: value 0 of the whole of them; step_of(s): from there to the
+    // value whose digit of factor s is one more.
+    template <class Radix, bool far, class Outside, class StepOf>
+    ZAVO_INLINE void outer_pass(int t, Index start, Outside* outside, const StepOf& step_of) const
     {
         constexpr int ip = Radix::ip;
         const Factors& factors = plan.factors;
-        const Cut& cut = plan.cut;
         const int last = factors.count - 1;
-        const Index step = apart * cut.weight[last];
+        const Index step = step_of(last);
         float* at = made_by(last) + V * start;
         Index digit[most_factors] = {};
         for (;;) {
@@ -128,15 +207,15 @@ struct SmoothRows {
                     }
                 }
                 at += V * ip;
-                leaf += t < last ? apart * cut.weight[last - 1] : 0;
+                leaf += t < last ? step_of(last - 1) : 0;
             }
             int carry = last - 2;
             for (; carry >= t; --carry) {
-                outside += apart * cut.weight[carry];
+                outside += step_of(carry);
                 if (++digit[carry] < factors.ip[carry]) {
                     break;
                 }
-                outside -= apart * cut.weight[carry] * factors.ip[carry];
+                outside -= step_of(carry) * factors.ip[carry];
                 digit[carry] = 0;
             }
             if (carry < t) {
@@ -148,10 +227,26 @@ struct SmoothRows {
     template <class Outside>
     ZAVO_INLINE void outer(int t, Index start, Outside* outside) const
     {
+        if constexpr (d == Direction::backward && !Plan::is_known) {
+            if (stage != nullptr) {
+                const DigitSteps steps = stage_steps<V>(plan.factors, t);
+                if (steps.floats <= near_floats) {
+                    plan.with_real_radix(plan.last(), [&](auto radix) ZAVO_INLINED {
+                        plan.loops([&]() ZAVO_INLINED {
+                            outer_pass<decltype(radix), false>(
+                                t, start, stage, [&](int s) ZAVO_INLINED { return steps.step[s]; });
+                        });
+                    });
+                    write_stage<V>(plan.factors, t, steps, stage, outside, apart * plan.cut.weight[t]);
+                    return;
+                }
+            }
+        }
         plan.with_real_radix(plan.last(), [&](auto radix) ZAVO_INLINED {
             decide(plan.template is_at_least<far_real_length>(), [&](auto far) ZAVO_INLINED {
                 plan.loops([&]() ZAVO_INLINED {
-                    outer_pass<decltype(radix), decltype(far)::value>(t, start, outside);
+                    outer_pass<decltype(radix), decltype(far)::value>(
+                        t, start, outside, [&](int s) ZAVO_INLINED { return apart * plan.cut.weight[s]; });
                 });
             });
         });
@@ -260,16 +355,16 @@ ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, Index apart, boo
     }
 }
 
-// The way back; `partner` may be part of q when `by_pass` is set.
+// The way back; `partner` may be part of q when `by_pass` is set. stage: see SmoothRows.
 template <int V, class Plan>
 ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass,
-                               const float* twiddles)
+                               float* stage, const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
     if (always_smooth<V, Plan> || is_smooth(factors)) {
-        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group}.run_all(q,
-                                                                                                    by_pass);
+        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group, stage}.run_all(
+            q, by_pass);
         return;
     }
     if constexpr (!always_smooth<V, Plan>) {
@@ -598,6 +693,15 @@ ZAVO_INLINE void all_rows_forward(const Plan& plan, const float* p, float* partn
     });
 }
 
+// rows_forward, once in the code for all its calls.
+template <int V, class Plan>
+__attribute__((noinline)) void called_rows_forward(const Plan& plan, const float* p, Index apart,
+                                                   bool by_pass, float* chunk, float* partner,
+                                                   const float* twiddles)
+{
+    rows_forward<V>(plan, p, apart, by_pass, chunk, partner, twiddles);
+}
+
 // The same where the result is p, which is read to the last chunk: chunks that are still
 // empty serve as partners, and the last one is copied out of p, which is free then.
 template <int W, class Plan, class Chunk>
@@ -607,13 +711,13 @@ void all_rows_in_place(const Plan& plan, const float* p, float* q, const Chunk& 
     const Index last = cut.group / W * W - W; // of those that overlap no other
     if (cut.has_tail()) {
         const Index tail = cut.group - W;
-        rows_forward<W>(plan, p + tail, cut.group, false, chunk(tail), chunk(0), twiddles);
+        called_rows_forward<W>(plan, p + tail, cut.group, false, chunk(tail), chunk(0), twiddles);
     }
     for (Index g = 0; g < last; g += W) {
         if (interrupted_in(plan, W * cut.rows)) {
             return;
         }
-        rows_forward<W>(plan, p + g, cut.group, false, chunk(g), chunk(last), twiddles);
+        called_rows_forward<W>(plan, p + g, cut.group, false, chunk(g), chunk(last), twiddles);
     }
     float* const copy = chunk(last);
     for (Index m = 0; m < cut.rows; ++m) {
@@ -624,14 +728,14 @@ void all_rows_in_place(const Plan& plan, const float* p, float* q, const Chunk& 
         std::memcpy(q, copy, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
         from = q;
     }
-    rows_forward<W>(plan, from, Index{W}, true, copy, q, twiddles);
+    called_rows_forward<W>(plan, from, Index{W}, true, copy, q, twiddles);
 }
 
 // The same way back. The first chunk has the result for a partner, and the others the
 // place of the first.
 template <int W, class Plan, class Chunk>
 ZAVO_INLINE void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* scratch,
-                                   const float* twiddles)
+                                   float* stage, const float* twiddles)
 {
     const Cut& cut = plan.cut;
     for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
@@ -640,7 +744,7 @@ ZAVO_INLINE void all_rows_backward(const Plan& plan, float* q, const Chunk& chun
         }
         float* const values = chunk(g);
         float* const partner = g == 0 && values == scratch ? q : scratch;
-        rows_backward<W>(plan, values, partner, q + g, g == 0, twiddles);
+        rows_backward<W>(plan, values, partner, q + g, g == 0, stage, twiddles);
     });
 }
 
@@ -714,7 +818,11 @@ ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* s
             std::memcpy(q, scratch, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
             first = q;
         }
-        all_rows_backward<W>(plan, q, chunk, scratch, twiddles);
+        // Nothing is left of the slots by now.
+        static_assert(near_floats <= stack_floats);
+        const bool staged = plan.template is_at_least<staged_real_length>() &&
+                            !plan.template is_at_least<end_of_staged_real>() && !cut.has_tail();
+        all_rows_backward<W>(plan, q, chunk, scratch, staged ? slots : nullptr, twiddles);
     }
 }
 
