@@ -33,8 +33,12 @@ add_compile_options(-Wall -Wextra -Werror -ffp-contract=off -fno-fast-math)
 # could meet together: statics are constants, atomic, or a thread's own.
 add_compile_options(
   "$<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>")
-# Whether the sources of the x86 instruction sets are compiled.
+# Whether the sources of the x86 instruction sets are compiled, or those of ARM's.
 set(ZAVO_X86 OFF)
+set(ZAVO_ARM OFF)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+  set(ZAVO_ARM ON)
+endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86_64|AMD64)$")
   set(ZAVO_X86 ON)
 endif()

@@ -28,6 +28,8 @@ const SimdPath* simd_path()
 #if defined(ZAVO_X86_PATHS)
     const Path path = simd::path_in_use();
     return path >= Path::avx512 ? &avx512_path : path >= Path::avx2 ? &avx2_path : nullptr;
+#elif defined(ZAVO_ARM_PATHS)
+    return simd::path_in_use() >= Path::neon ? &neon_path : nullptr;
 #else
     return nullptr;
 #endif

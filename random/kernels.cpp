@@ -17,6 +17,10 @@ const Kernels& kernels()
     default:
         break;
     }
+#elif defined(ZAVO_ARM_PATHS)
+    if (simd::path_in_use() == simd::Path::neon) {
+        return neon_kernels;
+    }
 #endif
     return scalar_kernels;
 }

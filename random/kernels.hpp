@@ -58,6 +58,7 @@ extern const Kernels scalar_kernels;
 extern const Kernels sse2_kernels;
 extern const Kernels avx2_kernels;
 extern const Kernels avx512_kernels;
+extern const Kernels neon_kernels;
 
 // The set of the path in use.
 const Kernels& kernels();

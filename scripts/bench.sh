@@ -6,8 +6,12 @@ source scripts/common.sh
 
 # A piece is a program of ours, bench_<piece>.cpp, or a script.
 mapfile -t known < <(printf '%s\n' bench/bench_*.cpp bench/bench_*.tcl | sed 's|.*/bench_||; s|\.[a-z]*$||')
+# Another processor, of which only instructions can be counted.
+if [[ $* == arm64 ]]; then
+    exec bash scripts/cross_linux.sh arm64 bench
+fi
 for piece in "$@"; do
-    demand benchmark "$piece" "${known[@]}"
+    demand benchmark "$piece" "${known[@]}" arm64
 done
 need_packages "${build_packages[@]}" libbenchmark-dev libfftw3-dev libgsl-dev libkissfft-dev libudunits2-dev tcllib
 configure_and_build bench

@@ -1,8 +1,8 @@
-# ./zavo build arm64|i386, ./zavo test arm64|i386: the module for other Linux systems,
-# built with a cross-compiler; 64-bit ARM runs under qemu's user emulation, 32-bit x86
-# by the processor itself unless the kernel runs no such programs.
+# ./zavo build arm64|i386, ./zavo test arm64|i386, ./zavo bench arm64: the module for
+# other Linux systems, built with a cross-compiler; 64-bit ARM runs under qemu's user
+# emulation, 32-bit x86 by the processor itself unless the kernel runs no such programs.
 #
-#   scripts/cross_linux.sh arm64|i386 build|test [PART ...]
+#   scripts/cross_linux.sh arm64|i386 build|bench|test [PART ...]
 #
 # PART is golden, unit, script, table or, for ARM, fusion; without one, golden and
 # fusion, which are what may differ from other processors. Debian's Tcl for the target
@@ -41,7 +41,7 @@ i386)
     fi
     ;;
 *)
-    die "usage: scripts/cross_linux.sh arm64|i386 build|test [PART ...]"
+    die "usage: scripts/cross_linux.sh arm64|i386 build|bench|test [PART ...]"
     ;;
 esac
 shift
@@ -127,6 +127,30 @@ part_table() {
     golden_compare "$target" "$tclsh" -table "linux-$target" -library "$(golden_program)"
 }
 
+# instructions_of PATH PIECE N: those that one round takes. With one instruction to a
+# block, qemu's log has a line for each that it runs.
+instructions_of() {
+    local rounds count=()
+    for rounds in 1 3; do
+        count+=("$("${emulator[@]}" -singlestep -d exec,nochain -D /dev/stdout \
+            "build/$target/bench/instructions/instructions" "$@" "$rounds" | wc -l)")
+    done
+    printf '%d' $(((count[1] - count[0]) / 2))
+}
+
+# What the processor's vectors save.
+bench_target() {
+    local each scalar neon
+    build_target OFF instructions
+    printf '%-20s %10s %10s %7s\n' "instructions of" scalar neon ratio
+    for each in "uniform 4096" "normal 4096" "exponential 4096" "real 64" "real 256" "real 1000" "real 1024" \
+        "real 4096" "complex 64" "complex 240" "complex 1000" "complex 1024" "complex 2187"; do
+        # shellcheck disable=SC2086 # words
+        scalar=$(instructions_of scalar $each) neon=$(instructions_of neon $each)
+        printf '%-20s %10d %10d %7s\n' "$each" "$scalar" "$neon" "$(awk "BEGIN { printf \"%.2f\", $neon / $scalar }")"
+    done
+}
+
 test_target() {
     local part parts=("$@")
     [[ ${#parts[@]} -gt 0 ]] || parts=("${ordinary_parts[@]}")
@@ -162,7 +186,13 @@ build)
 test)
     test_target "${@:2}"
     ;;
+bench)
+    [[ $target == arm64 ]] || die "instructions are counted where there is an emulator"
+    need_packages "${compile_packages[@]}" "${run_packages[@]}"
+    find_tcl || die "Debian's Tcl for $target cannot be had"
+    bench_target
+    ;;
 *)
-    die "usage: scripts/cross_linux.sh $target build|test [PART ...]"
+    die "usage: scripts/cross_linux.sh $target build|bench|test [PART ...]"
     ;;
 esac

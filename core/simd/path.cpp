@@ -23,7 +23,7 @@ Path find_best_path()
                             __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
     return has_avx512 ? Path::avx512 : Path::avx2;
 #else
-    return Path::scalar;
+    return widest_path; // what every processor of the family has
 #endif
 }
 
@@ -31,7 +31,7 @@ Path find_best_path()
 
 const char* name_of(Path path)
 {
-    static constexpr const char* names[] = {"scalar", "sse2", "avx2", "avx512"};
+    static constexpr const char* names[] = {"scalar", "sse2", "avx2", "avx512", "neon"};
     return names[static_cast<int>(path)];
 }
 

@@ -8,18 +8,21 @@
 
 namespace zavo::simd {
 
-// In rising order of register width. What has no code for a path runs its next
-// narrower one.
+// For each family of processors in rising order of register width. What has no code for
+// a path runs its next narrower one.
 enum class Path {
     scalar,
     sse2,
     avx2,
     avx512, // F, DQ, BW and VL
+    neon,   // of 64-bit ARM
 };
 
 // Those that the product has for this family of processors.
 #if defined(__x86_64__) || defined(__i386__)
 #define ZAVO_X86_PATHS
+#elif defined(__aarch64__)
+#define ZAVO_ARM_PATHS
 #endif
 inline constexpr Path all_paths[] = {
     Path::scalar,
@@ -27,19 +30,25 @@ inline constexpr Path all_paths[] = {
     Path::sse2,
     Path::avx2,
     Path::avx512,
+#elif defined(ZAVO_ARM_PATHS)
+    Path::neon,
 #endif
 };
 inline constexpr int path_count = sizeof all_paths / sizeof all_paths[0];
 inline constexpr Path widest_path = all_paths[path_count - 1];
 
-// "scalar", "sse2", "avx2", "avx512".
+// "scalar", "sse2", "avx2", "avx512", "neon".
 const char* name_of(Path path);
 
 // The widest path of this processor, and whether it has a path.
 Path best_path();
 inline bool has_path(Path path)
 {
-    return path <= best_path();
+    bool of_family = false;
+    for (const Path each : all_paths) {
+        of_family = of_family || each == path;
+    }
+    return of_family && path <= best_path();
 }
 
 // The path in use: the best, unless limit_path holds it down for the whole process.

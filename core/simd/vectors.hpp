@@ -93,6 +93,23 @@ ZAVO_INLINE void store_places(float* p, Vector<V> v, int first, int last)
 {
     _mm256_maskstore_ps(p, places(first, last), (__m256)v);
 }
+#else
+template <int V>
+ZAVO_INLINE Vector<V> load_places(const float* p, int first, int last)
+{
+    Vector<V> v{};
+    for (int i = first < 0 ? 0 : first; i < V && i < last; ++i) {
+        v[i] = p[i];
+    }
+    return v;
+}
+template <int V>
+ZAVO_INLINE void store_places(float* p, Vector<V> v, int first, int last)
+{
+    for (int i = first < 0 ? 0 : first; i < V && i < last; ++i) {
+        p[i] = v[i];
+    }
+}
 #endif
 
 // ---- pairs ---------------------------------------------------------------------------

@@ -74,5 +74,6 @@ inline std::size_t column_work(Index m)
 
 extern const SimdPath avx2_path;
 extern const SimdPath avx512_path;
+extern const SimdPath neon_path;
 
 } // namespace zavo::fft

@@ -185,11 +185,9 @@ bool plan_real(RealPlan& plan)
     }
     plan.members.find(factors, plan.cut.first);
     set_real_widths<V, V>(plan);
-    set_real_widths<V, V / 2>(plan);
-    if constexpr (V > 8) {
-        set_real_widths<V / 2, V>(plan);
-    } else {
-        set_real_widths<V / 2, V / 2>(plan);
+    if constexpr (V > 4) {
+        set_real_widths<V, V / 2>(plan);
+        set_real_widths<V / 2, (V > 8 ? V : V / 2)>(plan);
     }
     return true;
 }
@@ -200,7 +198,7 @@ bool plan_complex(ComplexPlan& plan)
     const Factors& factors = plan.factors;
     if (for_known_list(factors, [&](auto list) ZAVO_INLINED {
             using List = decltype(list);
-            constexpr int width = known_complex_cut<V, List>.first != 0 ? V : V / 2;
+            constexpr int width = V == 4 || known_complex_cut<V, List>.first != 0 ? V : V / 2;
             if constexpr (width >= 8 && width < V) {
                 narrower_path<V>->plan_complex(plan);
             } else {
@@ -213,12 +211,14 @@ bool plan_complex(ComplexPlan& plan)
     if (factors.n < shortest_found_complex) {
         return false;
     }
-    plan.cut = choose_complex_cut<V>(factors);
+    plan.cut = V > 4 || is_smooth(factors) ? choose_complex_cut<V>(factors) : Cut{};
     if (plan.cut.first != 0) {
         set_runs(plan, Way::found, run_found_complex<Direction::forward, V>,
                  run_found_complex<Direction::backward, V>);
     } else if constexpr (V > 8) {
         return narrower_path<V>->plan_complex(plan);
+    } else if constexpr (V == 4) {
+        return false;
     } else {
         plan.cut = is_smooth(factors) ? choose_complex_cut<V / 2>(factors) : Cut{};
         if (plan.cut.first == 0) {

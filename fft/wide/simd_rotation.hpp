@@ -83,6 +83,7 @@ ZAVO_INLINE Pairs<V> look_up(const float* table, typename Ints<V>::Type at)
         high = (Vector<16>)_mm512_mask_i32gather_pd(zeros, all, (__m256i)high_places, table, sizeof(float));
     }
 #endif
+#ifdef __AVX2__
     if constexpr (V == 8) {
         const auto* const pairs = reinterpret_cast<const double*>(table);
         __m256d all = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
@@ -91,6 +92,7 @@ ZAVO_INLINE Pairs<V> look_up(const float* table, typename Ints<V>::Type at)
         low = (Vector<8>)_mm256_mask_i32gather_pd(zeros, pairs, (__m128i)low_places, all, sizeof(float));
         high = (Vector<8>)_mm256_mask_i32gather_pd(zeros, pairs, (__m128i)high_places, all, sizeof(float));
     }
+#endif
     return {even_places(low, high, Places<V>{}), odd_places(low, high, Places<V>{})};
 }
 

@@ -27,14 +27,18 @@ using Table = std::unique_ptr<float, Free>;
 using zavo::simd::Path;
 using zavo::test::LimitedPath;
 
+#if defined(ZAVO_ARM_PATHS)
+constexpr Path paths_of_transforms[] = {Path::scalar, Path::neon};
+#else
 constexpr Path paths_of_transforms[] = {Path::scalar, Path::avx2, Path::avx512};
+#endif
 const auto* const environment = zavo::test::cover_paths(paths_of_transforms);
 
 std::vector<Path> wide_paths()
 {
     std::vector<Path> paths;
-    for (const Path path : {Path::avx2, Path::avx512}) { // all but the scalar one
-        if (zavo::simd::has_path(path)) {
+    for (const Path path : paths_of_transforms) {
+        if (path != Path::scalar && zavo::simd::has_path(path)) {
             paths.push_back(path);
         }
     }

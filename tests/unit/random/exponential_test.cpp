@@ -13,9 +13,7 @@
 
 namespace {
 
-constexpr zavo::simd::Path paths_of_deviates[] = {zavo::simd::Path::scalar, zavo::simd::Path::sse2,
-                                                  zavo::simd::Path::avx2, zavo::simd::Path::avx512};
-const auto* const environment = zavo::test::cover_paths(paths_of_deviates);
+const auto* const environment = zavo::test::cover_paths(zavo::simd::all_paths);
 
 using zavo::random::exact_log;
 using zavo::test::bits_of;
