@@ -8,7 +8,12 @@
 #   with SKIP_UNITY_BUILD_INCLUSION, which have a private name in common with another.
 function(zavo_compile_together target)
   if(ZAVO_COMPILE_TOGETHER)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+    # As one group, after which the object is named: an archive holds several. A variant
+    # with asserts has the same sources, which are of one group only.
+    get_target_property(sources ${target} SOURCES)
+    string(REGEX REPLACE "_asserting$" "" group ${target})
+    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${group})
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
   endif()
 endfunction()
 
