@@ -152,7 +152,7 @@ test_long() { run_units long '*_long.cpp' "$@"; }
 run_script_tests() {
     local dist=$1 names=$2
     shift 2
-    need_packages gnuplot-nox parallel
+    need_packages gnuplot-nox parallel tcl-thread
     # shellcheck disable=SC2086 # words
     env TCLLIBPATH="$dist/lib" "$@" tclsh8.6 tests/script/all.tcl $names
 }
