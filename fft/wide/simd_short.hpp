@@ -20,17 +20,16 @@ namespace { // compiled for several instruction sets: see inlining.hpp
 template <Direction d, class List>
 void run_straight_real(const float* p, float* q, float* params)
 {
-    constexpr const Factors& factors = List::factors;
-    constexpr int count = factors.count;
+    constexpr int count = List::factors.count;
     static_assert(count > 1); // no pass from p to q, which may be the same
-    float between[2][factors.n];
+    float between[2][List::factors.n];
     const float* from = p;
     unroll<count>([&](auto pass) ZAVO_INLINED {
         constexpr int which = d == Direction::forward ? count - 1 - pass : pass;
-        constexpr Shape shape = factors.shape(which);
+        constexpr Shape shape = List::factors.shape(which);
         float* const to = pass == count - 1 ? q : between[pass % 2];
         float* const other = between[1 - pass % 2];
-        const float* const wa = params + factors.n + factors.twiddle_offset(which);
+        const float* const wa = params + List::factors.n + List::factors.twiddle_offset(which);
         if constexpr (shape.ip <= 5) {
             real_radix_pass<d, RealRadix<static_cast<int>(shape.ip)>, ScalarLanes>(shape, from, to, wa);
         } else if constexpr (d == Direction::forward) {
@@ -45,16 +44,15 @@ void run_straight_real(const float* p, float* q, float* params)
 template <Direction d, class List>
 void run_straight_complex(const float* p, float* q, float* params)
 {
-    constexpr const Factors& factors = List::factors;
-    constexpr int count = factors.count;
+    constexpr int count = List::factors.count;
     static_assert(count > 1);
-    float between[2][2 * factors.n];
+    float between[2][2 * List::factors.n];
     const float* from = p;
     unroll<count>([&](auto pass) ZAVO_INLINED {
-        constexpr Shape shape = factors.shape(pass);
+        constexpr Shape shape = List::factors.shape(pass);
         float* const to = pass == count - 1 ? q : between[pass % 2];
         complex_radix_pass<d, ComplexRadix<d, static_cast<int>(shape.ip)>, ScalarLanes>(
-            shape, from, to, params + 2 * (factors.n + factors.twiddle_offset(pass)));
+            shape, from, to, params + 2 * (List::factors.n + List::factors.twiddle_offset(pass)));
         from = to;
     });
 }
@@ -149,34 +147,33 @@ ZAVO_INLINE void flat_last_pass(const Shape& shape, const float* __restrict in, 
 template <Direction d, class List>
 void run_flat_complex(const float* p, float* q, float* params)
 {
-    constexpr const Factors& factors = List::factors;
-    constexpr int last = factors.count - 1;
-    alignas(64) float between[2][2 * factors.n];
+    constexpr int last = List::factors.count - 1;
+    alignas(64) float between[2][2 * List::factors.n];
     const float* from = p;
     unroll<last>([&](auto pass) ZAVO_INLINED {
-        constexpr Shape shape = factors.shape(pass);
+        constexpr Shape shape = List::factors.shape(pass);
         static_assert(shape.ido >= 4);
         float* const to = between[pass % 2];
         flat_pass<d, ComplexRadix<d, static_cast<int>(shape.ip)>>(
-            shape, from, to, params + 2 * (factors.n + factors.twiddle_offset(pass)));
+            shape, from, to, params + 2 * (List::factors.n + List::factors.twiddle_offset(pass)));
         from = to;
     });
-    flat_last_pass<d, ComplexRadix<d, static_cast<int>(factors.ip[last])>>(factors.shape(last), from, q);
+    flat_last_pass<d, ComplexRadix<d, static_cast<int>(List::factors.ip[last])>>(List::factors.shape(last),
+                                                                                 from, q);
 }
 
 template <class List>
 constexpr ShortLength short_length(ShortLength::Run forward, ShortLength::Run backward)
 {
-    constexpr const Factors& factors = List::factors;
-    static_assert(factors.n <= longest_short && factors.count + 2 <= short_record_floats);
+    static_assert(List::factors.n <= longest_short && List::factors.count + 2 <= short_record_floats);
     ShortLength length{{}, {forward, backward}};
     const auto put = [&](int place, Index value) {
         length.record[place] = std::bit_cast<std::uint32_t>(static_cast<float>(value));
     };
-    put(0, factors.n);
-    put(1, factors.count);
-    for (int i = 0; i < factors.count; ++i) {
-        put(2 + i, factors.ip[i]);
+    put(0, List::factors.n);
+    put(1, List::factors.count);
+    for (int i = 0; i < List::factors.count; ++i) {
+        put(2 + i, List::factors.ip[i]);
     }
     return length;
 }
