@@ -18,7 +18,7 @@ docs_key() {
 }
 
 build_docs() {
-    need_packages tcl8.6 tcllib groff-base tidy doxygen gnuplot-nox parallel tk8.6 tklib libtk-img xvfb xauth
+    need_packages tcl8.6 tcllib groff-base tidy doxygen gnuplot-nox parallel tk8.6 tklib libtk-img xvfb xauth tcl-tclreadline
     build_linux
     if [[ -f $out/key && $(<"$out/key") == "$(docs_key)" ]]; then
         say "the manual is up to date"
