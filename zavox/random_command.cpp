@@ -27,6 +27,7 @@ int put_deviates(Tcl_Interp* interp, int n, Draw draw, double shift, double scal
     if (shift != 0.0 || scale != 1.0) {
         const bool done = in_parts(n, 1, [=](std::int64_t begin, std::int64_t end) {
             for (std::int64_t i = begin; i < end; ++i) {
+                // The vector has been allocated. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
                 r[i] = static_cast<float>(shift + scale * r[i]);
             }
         });

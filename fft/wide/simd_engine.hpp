@@ -215,17 +215,17 @@ bool plan_complex(ComplexPlan& plan)
     if (plan.cut.first != 0) {
         set_runs(plan, Way::found, run_found_complex<Direction::forward, V>,
                  run_found_complex<Direction::backward, V>);
-    } else if constexpr (V > 8) {
-        return narrower_path<V>->plan_complex(plan);
-    } else if constexpr (V == 4) {
-        return false;
-    } else {
+    } else if constexpr (V == 8) {
         plan.cut = is_smooth(factors) ? choose_complex_cut<V / 2>(factors) : Cut{};
         if (plan.cut.first == 0) {
             return false;
         }
         set_runs(plan, Way::found, run_found_complex<Direction::forward, V / 2>,
                  run_found_complex<Direction::backward, V / 2>);
+    } else if constexpr (V > 8) {
+        return narrower_path<V>->plan_complex(plan);
+    } else {
+        return false;
     }
     plan.needs_work = !fits_stack(factors, plan.cut);
     plan.results.find(factors, plan.cut);
