@@ -52,7 +52,7 @@ typedef struct zavo_long_work {
     void* end; /* the interpreter's error, when it has ended the work */
     int held;  /* whether the interpreter is kept */
     int within_another;
-    void* outer[5]; /* what the thread had before */
+    long long outer[5]; /* what the thread had before */
 } zavo_long_work;
 
 typedef struct zavo_engine {

@@ -90,7 +90,7 @@ inline void put_in_order(Direction d, Index ip, std::uint32_t root, const float*
         const float* const w = wa + step * (residue - 1);
         order.cos[a] = w[0];
         order.sin[a] = d == Direction::forward ? -w[1] : w[1];
-        if (residue <= half) {
+        if (static_cast<Index>(residue) <= half) {
             order.power_of[residue] = static_cast<std::uint16_t>(a);
         }
         if (a < half) {
