@@ -4,6 +4,7 @@
 # Names (patterns too) choose files, without .test; options are tcltest's.
 package require Tcl 8.5-
 package require tcltest 2.2
+source [file join [file dirname [info script]] ../../tools/start_again.tcl]
 
 namespace eval ::run {
     variable folder [file dirname [file normalize [info script]]]

@@ -7,6 +7,7 @@ if {[info exists ::env(ZAVO_TCL85_INTERFACE)]} {
 }
 package require morvel
 package require zavo
+source [file join [file dirname [info script]] ../../tools/start_again.tcl]
 
 testConstraint unix [expr {$::tcl_platform(platform) eq "unix"}]
 testConstraint windows [expr {$::tcl_platform(platform) eq "windows"}]

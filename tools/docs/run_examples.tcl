@@ -9,6 +9,7 @@
 # pictures_folder gets NAME.png, and NAME.txt with the command line and what it
 # prints. The status is 1 when an example failed.
 package require Tcl 8.5-
+source [file join [file dirname [info script]] ../start_again.tcl]
 
 namespace eval run_examples {
     variable pictures 1
