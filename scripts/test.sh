@@ -360,13 +360,17 @@ ZAVO_SKIPPED=$(mktemp)
 export ZAVO_SKIPPED
 # shellcheck disable=SC2064 # the name is known now
 trap "rm -f '$ZAVO_SKIPPED'" EXIT
+times=()
 for run in "${runs[@]}"; do
     mapfile -t words <<<"$run"
+    begin=$SECONDS
     "test_${words[0]}" "${words[@]:1}"
+    times+=("${words[0]} $((SECONDS - begin))")
 done
 # Code paths that this processor cannot run, as the test programs name them.
 sed -n 's/^.*paths not on this processor: //p' build/*/Testing/Temporary/LastTest.log 2>/dev/null |
     tr ' ' '\n' | sort -u | sed 's/^./path &/' >>"$ZAVO_SKIPPED" || true
 mapfile -t skipped <"$ZAVO_SKIPPED"
 say "all suites passed: ${runs[*]//$'\n'/ }"
+say "seconds, with what was built and fetched for them: $(IFS=, && echo "${times[*]}")"
 [[ ${#skipped[@]} -eq 0 ]] || say "not run here, ${#skipped[@]} parts: $(IFS=, && echo "${skipped[*]}")"
