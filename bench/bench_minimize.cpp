@@ -3,6 +3,7 @@
 // called by Tcl_Eval of a ready string and its result read by atof().
 #include "bench/ratio_report.hpp"
 #include "tests/support/problem_page.hpp"
+#include "tests/support/script_runs.hpp"
 
 #include <chrono>
 #include <cstdlib>
@@ -90,28 +91,100 @@ int write_page(const char* path)
     return std::fclose(page) == 0 ? 0 : 1;
 }
 
-// ---- Tables ----------------------------------------------------------------------
+// ---- Runs beside those of the baseline ---------------------------------------------
 
-// As a script sees them, with default tolerances and with a tight step tolerance.
-void print_script_runs(const char* title, const std::vector<Problem>& problems)
-{
-    for (const double step_tolerance : {0.0, 1e-7}) {
-        std::printf("%s%s\n  %-24s %13s %13s %6s  %s\n", title,
-                    step_tolerance > 0.0 ? ", step tolerance 1e-7" : "", "problem", "reached", "certified",
-                    "evals", "ending");
-        int solved = 0;
-        int evaluations = 0;
-        for (const Problem& p : problems) {
-            const Outcome outcome = minimize_as_script(p, step_tolerance);
-            const bool good = reached(p, outcome);
-            solved += good ? 1 : 0;
-            evaluations += outcome.evaluations;
-            std::printf("  %-24s %13.7g %13.7g %6d  %s%s\n", p.name, static_cast<double>(outcome.f),
-                        p.optimum, outcome.evaluations, ending(outcome.code), good ? "" : "  (not reached)");
+// Evaluations here and in the baseline, of a set's runs with one step tolerance.
+struct Tally {
+    int runs = 0;
+    int solved = 0;
+    int solved_before = 0;
+    int evaluations = 0;
+    int evaluations_before = 0;
+    int both = 0; // evaluations of the runs that both solve
+    int both_before = 0;
+    int higher = 0; // runs that end higher than in the baseline, by more than rounding
+
+    Tally& operator+=(const Tally& other)
+    {
+        for (int Tally::*const count :
+             {&Tally::runs, &Tally::solved, &Tally::solved_before, &Tally::evaluations,
+              &Tally::evaluations_before, &Tally::both, &Tally::both_before, &Tally::higher}) {
+            this->*count += other.*count;
         }
-        std::printf("  %d of %d reached, %d evaluations\n", solved, static_cast<int>(problems.size()),
-                    evaluations);
+        return *this;
     }
+};
+
+// Adds a run and prints its line.
+void add_run(Tally& tally, const Problem& p, const Outcome& outcome, const BaselineRun& before)
+{
+    const bool good = reached(p, outcome.f);
+    const bool was_good = reached(p, before.reached);
+    const bool higher = ends_higher(outcome.f, before.reached);
+    tally += {1,
+              good ? 1 : 0,
+              was_good ? 1 : 0,
+              outcome.evaluations,
+              before.evaluations,
+              good && was_good ? outcome.evaluations : 0,
+              good && was_good ? before.evaluations : 0,
+              higher ? 1 : 0};
+    std::printf("  %-30s %13.7g %13.7g %6d  %-14s %13.7g %6d%s%s\n", p.name, static_cast<double>(outcome.f),
+                p.optimum, outcome.evaluations, ending(outcome.code), before.reached, before.evaluations,
+                good ? "" : "  (not reached)", higher ? "  (higher than before)" : "");
+}
+
+void print_tally(const char* what, const Tally& tally)
+{
+    std::printf(
+        "  %-34s %3d of %3d reached (before %3d), %6d evaluations (before %6d): %.3f of them; %.3f in "
+        "runs that both solve; %d runs higher\n",
+        what, tally.solved, tally.runs, tally.solved_before, tally.evaluations, tally.evaluations_before,
+        static_cast<double>(tally.evaluations) / tally.evaluations_before,
+        static_cast<double>(tally.both) / tally.both_before, tally.higher);
+}
+
+// Every set as a script sees it, with the default step tolerance and with a tight one.
+void print_script_runs()
+{
+    const std::vector<BaselineRun> baseline = read_baseline(ZAVO_BASELINE_RUNS);
+    std::vector<std::string> names;
+    std::vector<Tally> tallies;
+    std::size_t number = 0;
+    int fewer = 0; // sets of which the tight tolerance solves less
+    for (const RunSet& set : script_runs()) {
+        for (const double step_tolerance : run_step_tolerances) {
+            const bool tight = step_tolerance > 0.0;
+            std::printf("%s%s; before: commit 18a0562\n  %-30s %13s %13s %6s  %-14s %13s %6s\n", set.title,
+                        tight ? ", step tolerance 1e-7" : "", "problem", "reached", "published", "evals",
+                        "ending", "before", "evals");
+            Tally tally;
+            for (const Problem& p : set.problems) {
+                const BaselineRun before = number < baseline.size() ? baseline[number] : BaselineRun{};
+                if (before.problem != p.name) {
+                    std::fprintf(stderr, "bench_minimize: %s lacks %s\n", ZAVO_BASELINE_RUNS, p.name);
+                    std::exit(1);
+                }
+                add_run(tally, p, minimize_as_script(p, step_tolerance), before);
+                ++number;
+            }
+            fewer += tight && tally.solved < tallies.back().solved ? 1 : 0;
+            tallies.push_back(tally);
+            names.push_back(std::string(set.word) + (tight ? ", tight" : ""));
+        }
+    }
+    std::printf("Totals; before: commit 18a0562, recorded by bench/baseline.sh\n");
+    Tally all[std::size(run_step_tolerances)];
+    for (std::size_t i = 0; i < tallies.size(); ++i) {
+        print_tally(names[i].c_str(), tallies[i]);
+        all[i % std::size(run_step_tolerances)] += tallies[i];
+    }
+    print_tally("all", all[0]);
+    print_tally("all, tight", all[1]);
+    ratio_report::note_goal("published problems: evaluations / those of 18a0562",
+                            static_cast<double>(all[0].evaluations) / all[0].evaluations_before, 1.2);
+    ratio_report::note_goal("published problems: runs higher than with 18a0562", all[0].higher, 0.0);
+    ratio_report::note_goal("sets of which step tolerance 1e-7 solves less", fewer, 0.0);
 }
 
 void print_constrained()
@@ -255,10 +328,7 @@ int main(int argc, char** argv)
         return write_page(argv[1] + sizeof page_option - 1);
     }
     print_unconstrained();
-    print_script_runs("NIST, sums of squares, variables as they are", nist_problems_as_given());
-    print_script_runs("NIST, sums of squares", nist_problems(false));
-    print_script_runs("NIST, sums divided by their certified values", nist_problems(true));
-    print_script_runs("Least squares (More, Garbow, Hillstrom)", least_squares_problems());
+    print_script_runs();
     print_constrained();
 
     Tcl_FindExecutable(argv[0]);

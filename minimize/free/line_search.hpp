@@ -38,10 +38,7 @@ enum SearchResult : int {
     // tolerance and gained less than a tenth of what the model promised, which
     // was more than the relative tolerance: the function or its gradient is not
     // smooth enough here to go on.
-    search_stuck = 3,
-    // The limit of evaluations was met before a step was acceptable; x is left as
-    // it was.
-    search_cut = 4
+    search_stuck = 3
 };
 
 // A place with its value and gradient.
@@ -99,15 +96,12 @@ private:
         // No descent direction, or one that is not finite. Without those every loop
         // below ends.
         if (!(slope_ < 0.0F) || !(length > 0.0F) || !std::isfinite(slope_) || !std::isfinite(length)) {
-            return fail(search_failed);
+            return fail();
         }
         lambda_least_ = controls_.step_tol / length;
         for (bool first = true; !try_step(); first = false) {
             if (lambda_ < lambda_least_ || !(lambda_ > 0.0F) || !moved_) {
-                return fail(search_failed);
-            }
-            if (must_end()) {
-                return fail(search_cut);
+                return fail();
             }
             backtrack(first);
         }
@@ -118,13 +112,13 @@ private:
         return judge();
     }
 
-    SearchResult fail(SearchResult why)
+    SearchResult fail()
     {
         l_vcopy(at_.n, at_.from.x, 1, at_.to.x, 1);
         l_vcopy(at_.n, at_.from.g, 1, at_.to.g, 1);
         at_.to.f = at_.from.f;
         lambda_ = 0.0F;
-        return why;
+        return search_failed;
     }
 
     void shorten_to_limit()
@@ -142,7 +136,8 @@ private:
         }
     }
 
-    // Every loop asks this.
+    // Asked by the loops that go on from a step that is good already. Backtracking ends
+    // by itself, and without it the run would throw its last direction away.
     bool must_end() const { return at_.counts.evaluations >= controls_.eval_limit; }
 
     // Evaluates f at x + lambda p; true when the value is acceptable. A NaN is

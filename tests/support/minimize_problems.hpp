@@ -360,6 +360,47 @@ inline std::vector<Problem> least_squares_problems()
         }
         return sum;
     }));
+    std::vector<float> bent;
+    for (int i = 1; i <= 10; ++i) {
+        const double t = i / 11.0;
+        bent.push_back(static_cast<float>(t * (t - 1.0)));
+    }
+    all.push_back(problem("Discrete integral equation", bent, 0.0, []<class T>(const T* x) -> T {
+        constexpr double h = 1.0 / 11.0;
+        T sum = 0.0;
+        for (int i = 1; i <= 10; ++i) {
+            T integral = 0.0;
+            for (int j = 1; j <= 10; ++j) {
+                const T base = x[j - 1] + j * h + 1.0;
+                const double kernel = j <= i ? (1.0 - i * h) * j * h : i * h * (1.0 - j * h);
+                integral += kernel * (base * base * base);
+            }
+            sum += square(x[i - 1] + 0.5 * h * integral);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Linear, rank one", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, 190.0 / 41.0, []<class T>(const T* x) -> T {
+        T total = 0.0;
+        for (int j = 1; j <= 10; ++j) {
+            total += static_cast<double>(j) * x[j - 1];
+        }
+        T sum = 0.0;
+        for (int i = 1; i <= 20; ++i) {
+            sum += square(static_cast<double>(i) * total - 1.0);
+        }
+        return sum;
+    }));
+    all.push_back(problem("Linear, rank one, zeros", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, 227.0 / 37.0, []<class T>(const T* x) -> T {
+        T total = 0.0;
+        for (int j = 2; j <= 9; ++j) {
+            total += static_cast<double>(j) * x[j - 1];
+        }
+        T sum = 2.0; // the first and the last residual are -1
+        for (int i = 2; i <= 19; ++i) {
+            sum += square((i - 1.0) * total - 1.0);
+        }
+        return sum;
+    }));
     return all;
 }
 

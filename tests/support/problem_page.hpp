@@ -2,6 +2,7 @@
 // as a page of the manual. `bench_minimize --page=FILE` writes it.
 #pragma once
 
+#include "tests/support/collection_problems.hpp"
 #include "tests/support/nist_problems.hpp"
 
 #include <cstdio>
@@ -42,9 +43,9 @@ inline const char* ending(int code)
     }
 }
 
-inline bool reached(const Problem& p, const Outcome& outcome)
+inline bool reached(const Problem& p, double f)
 {
-    return outcome.f <= p.optimum + 1e-3 * std::fmax(p.optimum, 1e-1);
+    return f <= p.optimum + 1e-3 * std::fmax(std::fabs(p.optimum), 1e-1);
 }
 
 inline void write_rows(std::string& page, const char* title, const std::vector<Problem>& problems)
@@ -55,10 +56,10 @@ inline void write_rows(std::string& page, const char* title, const std::vector<P
     int calls = 0;
     for (const Problem& p : problems) {
         const Outcome outcome = minimize_as_script(p);
-        good += reached(p, outcome) ? 1 : 0;
+        good += reached(p, outcome.f) ? 1 : 0;
         calls += outcome.evaluations;
         append(page, "%-25s %13.7g %13.7g %6d  %s%s\n", p.name, static_cast<double>(outcome.f), p.optimum,
-               outcome.evaluations, ending(outcome.code), reached(p, outcome) ? "" : ", elsewhere");
+               outcome.evaluations, ending(outcome.code), reached(p, outcome.f) ? "" : ", elsewhere");
     }
     append(page, "%d of %d reached, %d calls\n}]\n\n", good, static_cast<int>(problems.size()), calls);
 }
@@ -104,6 +105,10 @@ inline std::string problem_page()
             "Transactions on Mathematical Software 7 (1981) 17-41.\n\n";
     write_rows(page, "Least squares", least_squares_problems());
     write_rows(page, "Unconstrained minimization", unconstrained_problems());
+    page += "[section {FUNCTIONS OF ANY NUMBER OF VARIABLES}]\n\n"
+            "N. Andrei: An Unconstrained Optimization Test Functions Collection, Advanced Modeling and\n"
+            "Optimization 10 (2008) 147-161, ten variables as a rule.\n\n";
+    write_rows(page, "The collection's starts", collection_problems());
     page += "[section {CONSTRAINED MINIMA}]\n\n"
             "W. Hock, K. Schittkowski: Test Examples for Nonlinear Programming Codes (1981), numbered as\n"
             "there. Code 8088 means that the conditions of a minimum are met, 8089 and 8090 that rounding\n"
