@@ -46,6 +46,9 @@ TEST(endings, nist_sets_13_of_18_runs_reach_the_certified_sum)
     EXPECT_LE(divided.evaluations, 1.05 * 3637);
 }
 
+// Recorded with the mathematical library of one system: in the last bit of an objective
+// another may differ, and a long run may then take another way.
+#if defined(__x86_64__) && !defined(_WIN32)
 TEST(endings, tighter_step_tolerance_reaches_no_less)
 {
     for (const RunSet& set : script_runs()) {
@@ -53,8 +56,6 @@ TEST(endings, tighter_step_tolerance_reaches_no_less)
     }
 }
 
-// The recorded values are those of this system's mathematical library.
-#ifndef _WIN32
 TEST(endings, no_run_ends_higher_than_in_the_baseline_for_a_fifth_more_evaluations)
 {
     const CapturedErrors errors;
@@ -91,12 +92,16 @@ TEST(endings, thurber_from_the_second_start)
     }
 }
 
-// Ended 2 % above the optimum with the tight tolerance.
-TEST(endings, danwood_with_a_tight_step_tolerance)
+// With a tight step tolerance the variables as they are ended 2 % above the optimum.
+TEST(endings, danwood_from_the_second_start_with_either_step_tolerance)
 {
     const CapturedErrors errors;
-    const Problem p = nist_problems(false)[1];
-    EXPECT_NEAR(minimize_as_script(p, 1e-7).f, p.optimum, 1e-5);
+    for (const Problem& p : {nist_problems_as_given()[1], nist_problems(false)[1]}) {
+        EXPECT_STREQ(p.name, "DanWood");
+        for (const double step_tolerance : run_step_tolerances) {
+            EXPECT_NEAR(minimize_as_script(p, step_tolerance).f, p.optimum, 1e-6);
+        }
+    }
 }
 
 // From a hundred times the published start three steps in a row gain next to nothing,
