@@ -38,7 +38,10 @@ enum SearchResult : int {
     // tolerance and gained less than a tenth of what the model promised, which
     // was more than the relative tolerance: the function or its gradient is not
     // smooth enough here to go on.
-    search_stuck = 3
+    search_stuck = 3,
+    // The limit of evaluations was passed before a step was acceptable; x is left as
+    // it was.
+    search_cut = 4
 };
 
 // A place with its value and gradient.
@@ -87,6 +90,9 @@ private:
     static constexpr float increment_part = 0.2F;
     static constexpr float backtrack_least = 0.1F;
     static constexpr float backtrack_most = 0.5F;
+    // Without a few trials more, a run that meets the limit of evaluations while it
+    // steps back would throw its last direction away.
+    static constexpr int trials_past_limit = 10;
 
     SearchResult search()
     {
@@ -96,12 +102,15 @@ private:
         // No descent direction, or one that is not finite. Without those every loop
         // below ends.
         if (!(slope_ < 0.0F) || !(length > 0.0F) || !std::isfinite(slope_) || !std::isfinite(length)) {
-            return fail();
+            return fail(search_failed);
         }
         lambda_least_ = controls_.step_tol / length;
         for (bool first = true; !try_step(); first = false) {
             if (lambda_ < lambda_least_ || !(lambda_ > 0.0F) || !moved_) {
-                return fail();
+                return fail(search_failed);
+            }
+            if (at_.counts.evaluations - trials_past_limit >= controls_.eval_limit) {
+                return fail(search_cut);
             }
             backtrack(first);
         }
@@ -112,13 +121,13 @@ private:
         return judge();
     }
 
-    SearchResult fail()
+    SearchResult fail(SearchResult why)
     {
         l_vcopy(at_.n, at_.from.x, 1, at_.to.x, 1);
         l_vcopy(at_.n, at_.from.g, 1, at_.to.g, 1);
         at_.to.f = at_.from.f;
         lambda_ = 0.0F;
-        return search_failed;
+        return why;
     }
 
     void shorten_to_limit()
@@ -136,8 +145,7 @@ private:
         }
     }
 
-    // Asked by the loops that go on from a step that is good already. Backtracking ends
-    // by itself, and without it the run would throw its last direction away.
+    // Asked by the loops that go on from a step that is good already.
     bool must_end() const { return at_.counts.evaluations >= controls_.eval_limit; }
 
     // Evaluates f at x + lambda p; true when the value is acceptable. A NaN is

@@ -158,7 +158,7 @@ private:
                        relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale,
                                          problem_.fscale) <= 0.1F) {
                 switch_to_central(there_);
-                search_.result = search_good;
+                search_.result = search_.result == search_cut ? search_cut : search_good;
             }
         }
         judge_in_a_row();

@@ -55,6 +55,9 @@ Ending test_step_and_limits(const Progress& now, const Controls& controls)
     if (now.search.result == search_failed) {
         return Ending::search_failed;
     }
+    if (now.search.result == search_cut) { // the step of 0 is no convergence
+        return Ending::evaluations_used;
+    }
     if (relative_step(now.n, now.at.x, now.step, now.xscale) <= controls.step_tol) {
         return Ending::step_small;
     }
