@@ -7,7 +7,6 @@
 #include "ext/conventions.hpp"
 #include "ext/host_code.hpp"
 
-#include <algorithm>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -16,64 +15,46 @@ namespace zavo::ext {
 
 namespace {
 
-// Sets aside what the interrupted routine works with, so that commands in a script that
-// runs meanwhile find, and leave, arrays of their own.
-class OwnArrays {
+// A work that asks. What it works with is set aside when a command in a script that runs
+// meanwhile begins another, so that commands there find, and leave, arrays of their own.
+// That is rare, and until then nothing is copied.
+class WaitingWork {
 public:
-    OwnArrays()
-        : state_(core::thread_state()), plans_(state_.plans), series_(std::exchange(state_.series, {})),
-          fft_table_(std::exchange(state_.fft_table, {}))
+    WaitingWork() : state_(core::thread_state()), outer_(std::exchange(state_.module.waiting_work, this)) {}
+    ~WaitingWork()
     {
-        ++state_.module.waiting_works;
+        state_.module.waiting_work = outer_;
+        if (set_aside_) {
+            state_.series.drop();
+            state_.fft_table.drop();
+            std::memcpy(&state_.plans, plans_, sizeof plans_);
+            state_.series = series_;
+            state_.fft_table = fft_table_;
+        }
     }
-    ~OwnArrays()
+    WaitingWork(const WaitingWork&) = delete;
+    WaitingWork& operator=(const WaitingWork&) = delete;
+
+    void set_aside()
     {
-        --state_.module.waiting_works;
-        state_.series.drop();
-        state_.fft_table.drop();
-        state_.plans = plans_;
-        state_.series = series_;
-        state_.fft_table = fft_table_;
+        if (!set_aside_) {
+            set_aside_ = true;
+            std::memcpy(plans_, &state_.plans, sizeof plans_);
+            series_ = std::exchange(state_.series, {});
+            fft_table_ = std::exchange(state_.fft_table, {});
+        }
     }
-    OwnArrays(const OwnArrays&) = delete;
-    OwnArrays& operator=(const OwnArrays&) = delete;
 
 private:
+    static_assert(std::is_trivially_copyable_v<core::PlanState>);
+
     core::ThreadState& state_;
-    core::PlanState plans_;
+    void* outer_;
+    bool set_aside_ = false;
+    alignas(core::PlanState) unsigned char plans_[sizeof(core::PlanState)];
     core::LengthArray series_;
     core::LengthArray fft_table_;
 };
-
-// A limit is looked at once in so many commands of a script; here one look stands for
-// all of them.
-int check_limits(Tcl_Interp* interp)
-{
-    constexpr int most = 1000;
-    int commands = 1;
-    for (const int type : {TCL_LIMIT_COMMANDS, TCL_LIMIT_TIME}) {
-        if (Tcl_LimitTypeEnabled(interp, type) != 0) {
-            commands = std::max(commands, std::min(Tcl_LimitGetGranularity(interp, type), most));
-        }
-    }
-    for (int i = 0; i < commands; ++i) {
-        if (Tcl_LimitReady(interp) != 0 && Tcl_LimitCheck(interp) != TCL_OK) {
-            return TCL_ERROR;
-        }
-    }
-    return TCL_OK;
-}
-
-// What the interpreter would do before its next command. A call of no words is none, but
-// the interpreter looks first whether it has been deleted or cancelled. (Cancellation came
-// with Tcl 8.6; a function of its own could not be named with 8.5.)
-int check_interpreter(Tcl_Interp* interp)
-{
-    if (Tcl_AsyncReady() != 0 && Tcl_AsyncInvoke(interp, TCL_OK) == TCL_ERROR) {
-        return TCL_ERROR;
-    }
-    return check_limits(interp) == TCL_OK ? Tcl_EvalObjv(interp, 0, nullptr, 0) : TCL_ERROR;
-}
 
 bool ends_work(void* context)
 {
@@ -83,13 +64,10 @@ bool ends_work(void* context)
         work.held = 1;
     }
     const HostCode marks;
-    const OwnArrays arrays;
-    const Tcl_InterpState before = Tcl_SaveInterpState(work.interp, TCL_OK);
-    if (check_interpreter(work.interp) == TCL_OK) {
-        Tcl_RestoreInterpState(work.interp, before);
+    const WaitingWork waiting;
+    if (morvelMayGoOn(work.interp) == TCL_OK) {
         return false;
     }
-    Tcl_DiscardInterpState(before);
     work.end = Tcl_SaveInterpState(work.interp, TCL_ERROR);
     return true;
 }
@@ -105,7 +83,11 @@ void begin_long_work(zavo_long_work* work, Tcl_Interp* interp)
     work->interp = interp;
     work->end = nullptr;
     work->held = 0;
-    work->within_another = core::thread_state().module.waiting_works > 0 ? 1 : 0;
+    auto* const waiting = static_cast<WaitingWork*>(core::thread_state().module.waiting_work);
+    work->within_another = waiting != nullptr ? 1 : 0;
+    if (waiting != nullptr) {
+        waiting->set_aside();
+    }
     std::memcpy(work->outer, &current, sizeof current);
     current = {.ask = ends_work, .context = work};
 }

@@ -124,8 +124,14 @@ int get_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
         return TCL_ERROR;
     }
     const Entry* const entry = find_or_complain(interp, Tcl_GetString(objv[1]));
-    return entry != nullptr ? put_value(interp, value_at(interp, entry->list, objc - 2, objv + 2))
-                            : TCL_ERROR;
+    if (entry == nullptr) {
+        return TCL_ERROR;
+    }
+    DynList* const list = entry->list;
+    morvelHoldList(interp, list);
+    const int status = put_value(interp, value_at(interp, list, objc - 2, objv + 2));
+    morvelReleaseList(interp, list);
+    return status;
 }
 
 // The entry that the only argument names; null with a message otherwise.
@@ -141,12 +147,23 @@ Entry* only_argument(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 // dynlist take name
 int take_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
-    Entry* const entry = only_argument(interp, objc, objv);
-    if (entry == nullptr || put_value(interp, value_of(interp, entry->list)) != TCL_OK) {
+    const Entry* const entry = only_argument(interp, objc, objv);
+    if (entry == nullptr) {
         return TCL_ERROR;
     }
-    drop(registry_if_any(interp), entry);
-    return TCL_OK;
+    DynList* const list = entry->list;
+    morvelHoldList(interp, list);
+    const int status = put_value(interp, value_of(interp, list, Long::interruptible));
+    if (status == TCL_OK) {
+        // A script may have taken the name away meanwhile.
+        Registry* const registry = registry_if_any(interp);
+        Entry* const still_there = find(registry, Tcl_GetString(objv[1]));
+        if (still_there != nullptr) {
+            drop(registry, still_there);
+        }
+    }
+    morvelReleaseList(interp, list);
+    return status;
 }
 
 // dynlist copy name

@@ -77,40 +77,46 @@ int read_float(Tcl_Interp* interp, Tcl_Obj* value, float* number)
 
 // Plain numbers between blanks are read without making Tcl's list of them.
 // TCL_CONTINUE when the text is anything else.
-int floats_of_text(Tcl_Interp* interp, const Tcl_Obj* value, int* count, float** numbers)
+int floats_of_text(Tcl_Interp* interp, const Tcl_Obj* value, Long how, int* count, float** numbers)
 {
-    const char* const end = value->bytes + value->length;
+    const char* text = value->bytes;
+    const char* const end = text + value->length;
     int words = 0;
     FloatArray array;
-    if (!count_words(value->bytes, end, &words)) {
+    if (!count_words(text, end, &words)) {
         return TCL_CONTINUE;
     }
     if (array.allocate(interp, words) != TCL_OK) {
         return TCL_ERROR;
     }
-    if (!read_plain_floats(value->bytes, end, words, array.values())) {
-        return TCL_CONTINUE;
-    }
-    return array.hand_over(count, numbers);
+    const int status = in_parts(interp, words, how, [&](int first, int last) {
+        text = read_plain_floats(text, end, last - first, array.values() + first);
+        return text != nullptr ? TCL_OK : TCL_CONTINUE;
+    });
+    return status == TCL_OK ? array.hand_over(count, numbers) : status;
 }
 
-int floats_of_elements(Tcl_Interp* interp, int given, Tcl_Obj* const elements[], int* count, float** numbers)
+int floats_of_elements(Tcl_Interp* interp, int given, Tcl_Obj* const elements[], Long how, int* count,
+                       float** numbers)
 {
     FloatArray array;
     if (array.allocate(interp, given) != TCL_OK) {
         return TCL_ERROR;
     }
-    for (int i = 0; i < given; ++i) {
-        if (read_float(interp, elements[i], array.values() + i) != TCL_OK) {
-            return TCL_ERROR;
+    const int status = in_parts(interp, given, how, [&](int begin, int end) {
+        for (int i = begin; i < end; ++i) {
+            if (read_float(interp, elements[i], array.values() + i) != TCL_OK) {
+                return TCL_ERROR;
+            }
         }
-    }
-    return array.hand_over(count, numbers);
+        return TCL_OK;
+    });
+    return status == TCL_OK ? array.hand_over(count, numbers) : status;
 }
 
 } // namespace
 
-int floats_of_value(Tcl_Interp* interp, Tcl_Obj* value, int* count, float** numbers)
+int floats_of_value(Tcl_Interp* interp, Tcl_Obj* value, Long how, int* count, float** numbers)
 {
     const MorvelVector* const vector = morvelVectorIfAny(value);
     if (vector != nullptr) {
@@ -125,21 +131,20 @@ int floats_of_value(Tcl_Interp* interp, Tcl_Obj* value, int* count, float** numb
         return array.hand_over(count, numbers);
     }
     if (is_text(value)) {
-        const int status = floats_of_text(interp, value, count, numbers);
+        const int status = floats_of_text(interp, value, how, count, numbers);
         if (status != TCL_CONTINUE) {
             return status;
         }
     }
     // A number stays one: it would lose its own representation as a list.
     if (is_of_type(value, "double") || is_of_type(value, "int")) {
-        return floats_of_elements(interp, 1, &value, count, numbers);
+        return floats_of_elements(interp, 1, &value, how, count, numbers);
     }
-    int given = 0;
-    Tcl_Obj** elements = nullptr;
-    if (elements_of(interp, value, &given, &elements) != TCL_OK) {
+    HeldElements given;
+    if (given.get(interp, value) != TCL_OK) {
         return TCL_ERROR;
     }
-    return floats_of_elements(interp, given, elements, count, numbers);
+    return floats_of_elements(interp, given.count, given.elements, how, count, numbers);
 }
 
 } // namespace morvel

@@ -111,6 +111,12 @@ MORVEL_API Tcl_Obj* morvelBytesOfFloats(Tcl_Interp* interp, int n, const float* 
  * TCL_OK, or TCL_ERROR with Tcl's message. */
 MORVEL_API int morvelGetIndex(Tcl_Interp* interp, Tcl_Obj* word, int count, Tcl_WideInt* index);
 
+/* In the middle of long work: what an interpreter does between two commands of a
+ * script. TCL_OK, with the result as it was, or TCL_ERROR with the interpreter's own
+ * error when it has been deleted or cancelled or has met a limit. Handlers may run
+ * here, and with them any script. The caller keeps the interpreter (Tcl_Preserve). */
+MORVEL_API int morvelMayGoOn(Tcl_Interp* interp);
+
 /* Provides the package morvel 1.0 and the command dynlist. */
 MORVEL_API int Morvel_Init(Tcl_Interp* interp);
 

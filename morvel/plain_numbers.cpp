@@ -99,7 +99,7 @@ bool count_words(const char* text, const char* end, int* count)
     return words <= INT_MAX;
 }
 
-bool read_plain_floats(const char* text, const char* end, int count, float* numbers)
+const char* read_plain_floats(const char* text, const char* end, int count, float* numbers)
 {
     for (int i = 0; i < count; ++i) {
         while (is_blank(*text)) {
@@ -108,14 +108,14 @@ bool read_plain_floats(const char* text, const char* end, int count, float* numb
         double wide = 0.0;
         text = read_number_at(text, end, &wide);
         if (text == nullptr || (text != end && !is_blank(*text))) {
-            return false;
+            return nullptr;
         }
         numbers[i] = static_cast<float>(wide);
         if (std::isinf(numbers[i])) {
-            return false;
+            return nullptr;
         }
     }
-    return true;
+    return text;
 }
 
 } // namespace morvel

@@ -15,8 +15,8 @@ bool read_plain_number(const char* text, const char* end, double* number);
 // the first of them cannot be a plain number, or there are more than an int holds.
 bool count_words(const char* text, const char* end, int* count);
 
-// Reads that many words as plain numbers, rounded to float. False when one is
-// not plain or no float holds it.
-bool read_plain_floats(const char* text, const char* end, int count, float* numbers);
+// Reads that many words as plain numbers, rounded to float, and returns where the last one
+// ends. Null when one is not plain or no float holds it.
+const char* read_plain_floats(const char* text, const char* end, int count, float* numbers);
 
 } // namespace morvel

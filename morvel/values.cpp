@@ -71,21 +71,18 @@ int room_for_list(Tcl_Interp* interp, int count)
 // Elements are handed over by the chunk: one call for many, each still in the
 // cache from its making.
 template <class Number>
-Tcl_Obj* number_list(const DynList* list)
+void append_numbers(Tcl_Obj* result, const Number* numbers, int begin, int end)
 {
     constexpr int chunk_size = 64;
     Tcl_Obj* chunk[chunk_size];
-    const auto* const numbers = static_cast<const Number*>(list->values);
-    Tcl_Obj* const result = Tcl_NewListObj(list->count, nullptr); // empty, with room for all
-    for (int done = 0; done < list->count;) {
-        const int n = std::min(chunk_size, list->count - done);
+    for (int done = begin; done < end;) {
+        const int n = std::min(chunk_size, end - done);
         for (int i = 0; i < n; ++i) {
             chunk[i] = write_number(numbers[done + i]);
         }
         Tcl_ListObjReplace(nullptr, result, done, 0, n, chunk);
         done += n;
     }
-    return result;
 }
 
 void forget(Tcl_Obj* value)
@@ -94,17 +91,32 @@ void forget(Tcl_Obj* value)
     Tcl_DecrRefCount(value);
 }
 
+template <class Number>
+Tcl_Obj* number_list(Tcl_Interp* interp, const DynList* list, Long how)
+{
+    Tcl_Obj* const result = Tcl_NewListObj(list->count, nullptr); // empty, with room for all
+    const int status = in_parts(interp, list->count, how, [&](int begin, int end) {
+        append_numbers(result, static_cast<const Number*>(list->values), begin, end);
+        return TCL_OK;
+    });
+    if (status != TCL_OK) {
+        forget(result);
+        return nullptr;
+    }
+    return result;
+}
+
 // `levels` bounds the recursion: how many lists of lists may still follow.
-Tcl_Obj* value_within(Tcl_Interp* interp, const DynList* list, int levels)
+Tcl_Obj* value_within(Tcl_Interp* interp, const DynList* list, Long how, int levels)
 {
     if (room_for_list(interp, list->count) != TCL_OK) {
         return nullptr;
     }
     if (list->datatype == DFU_INT) {
-        return number_list<int>(list);
+        return number_list<int>(interp, list, how);
     }
     if (list->datatype == DFU_FLOAT) {
-        return number_list<float>(list);
+        return number_list<float>(interp, list, how);
     }
     if (levels == 0) {
         nests_too_deep(interp);
@@ -112,7 +124,7 @@ Tcl_Obj* value_within(Tcl_Interp* interp, const DynList* list, int levels)
     }
     Tcl_Obj* const result = Tcl_NewListObj(list->count, nullptr);
     for (int i = 0; i < list->count; ++i) {
-        Tcl_Obj* const child = value_within(interp, static_cast<DynList**>(list->values)[i], levels - 1);
+        Tcl_Obj* const child = value_within(interp, static_cast<DynList**>(list->values)[i], how, levels - 1);
         if (child == nullptr) {
             forget(result);
             return nullptr;
@@ -231,26 +243,51 @@ int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elem
     return Tcl_ListObjGetElements(interp, values, &length, elements);
 }
 
+HeldElements::~HeldElements()
+{
+    if (copy_ != nullptr) {
+        Tcl_DecrRefCount(copy_);
+    }
+}
+
+int HeldElements::get(Tcl_Interp* interp, Tcl_Obj* values)
+{
+    if (elements_of(interp, values, &count, &elements) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    if (count <= part_of_long) {
+        return TCL_OK;
+    }
+    copy_ = Tcl_DuplicateObj(values);
+    Tcl_IncrRefCount(copy_);
+    return elements_of(interp, copy_, &count, &elements);
+}
+
 DynList* ints_from_value(Tcl_Interp* interp, Tcl_Obj* values)
 {
-    int count = 0;
-    Tcl_Obj** elements = nullptr;
-    if (elements_of(interp, values, &count, &elements) != TCL_OK) {
+    HeldElements given;
+    if (given.get(interp, values) != TCL_OK) {
         return nullptr;
     }
-    DynList* const list = dfuCreateDynList(DFU_INT, count);
+    DynList* const list = dfuCreateDynList(DFU_INT, given.count);
     if (list == nullptr) {
         memory_short(interp);
         return nullptr;
     }
     auto* const numbers = static_cast<int*>(list->values);
-    for (int i = 0; i < count; ++i) {
-        if (read_int(interp, elements[i], &numbers[i]) != TCL_OK) {
-            dfuFreeDynList(list);
-            return nullptr;
+    const int status = in_parts(interp, given.count, Long::interruptible, [&](int begin, int end) {
+        for (int i = begin; i < end; ++i) {
+            if (read_int(interp, given.elements[i], &numbers[i]) != TCL_OK) {
+                return TCL_ERROR;
+            }
         }
+        return TCL_OK;
+    });
+    if (status != TCL_OK) {
+        dfuFreeDynList(list);
+        return nullptr;
     }
-    list->count = count;
+    list->count = given.count;
     return list;
 }
 
@@ -258,7 +295,7 @@ DynList* floats_from_value(Tcl_Interp* interp, Tcl_Obj* values)
 {
     int count = 0;
     float* numbers = nullptr;
-    if (floats_of_value(interp, values, &count, &numbers) != TCL_OK) {
+    if (floats_of_value(interp, values, Long::interruptible, &count, &numbers) != TCL_OK) {
         return nullptr;
     }
     DynList* const list = dfuCreateDynListWithVals(DFU_FLOAT, count, numbers);
@@ -269,9 +306,9 @@ DynList* floats_from_value(Tcl_Interp* interp, Tcl_Obj* values)
     return list;
 }
 
-Tcl_Obj* value_of(Tcl_Interp* interp, const DynList* list)
+Tcl_Obj* value_of(Tcl_Interp* interp, const DynList* list, Long how)
 {
-    return value_within(interp, list, MORVEL_MAX_NESTING);
+    return value_within(interp, list, how, MORVEL_MAX_NESTING);
 }
 
 Tcl_Obj* value_at(Tcl_Interp* interp, const DynList* list, int path_length, Tcl_Obj* const path[])
@@ -294,7 +331,7 @@ Tcl_Obj* value_at(Tcl_Interp* interp, const DynList* list, int path_length, Tcl_
         return list->datatype == DFU_INT ? write_number(static_cast<const int*>(list->values)[place])
                                          : write_number(static_cast<const float*>(list->values)[place]);
     }
-    return value_of(interp, list);
+    return value_of(interp, list, Long::interruptible);
 }
 
 DynList* numbers_from_bytes(Tcl_Interp* interp, int datatype, Tcl_Obj* bytes)
@@ -372,7 +409,7 @@ extern "C" int tclDynListToTclList(Tcl_Interp* interp, DynList* list)
     if (!morvel::start(interp)) {
         return TCL_ERROR;
     }
-    Tcl_Obj* const value = morvel::value_of(interp, list);
+    Tcl_Obj* const value = morvel::value_of(interp, list, morvel::Long::uninterrupted);
     if (value == nullptr) {
         return TCL_ERROR;
     }

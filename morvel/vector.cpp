@@ -304,7 +304,7 @@ int morvelGetVector(Tcl_Interp* interp, Tcl_Obj* value, MorvelVector** vector)
     const bool is_text = value->typePtr == nullptr;
     int count = 0;
     float* numbers = nullptr;
-    if (morvel::floats_of_value(interp, value, &count, &numbers) != TCL_OK) {
+    if (morvel::floats_of_value(interp, value, morvel::Long::uninterrupted, &count, &numbers) != TCL_OK) {
         return TCL_ERROR;
     }
     MorvelVector* const made = morvelNewVector(count, numbers);

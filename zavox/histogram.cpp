@@ -7,18 +7,21 @@
 
 namespace zavox {
 
-void fill_equally_spaced(double first, double last, int count, float* out)
+bool fill_equally_spaced(double first, double last, int count, float* out)
 {
     assert(count >= 2);
     const double step = (last - first) / (count - 1);
-    for (int i = 1; i < count - 1; ++i) {
-        out[i] = static_cast<float>(first + i * step);
-    }
+    const bool done = in_parts(count, 1, [=](std::int64_t begin, std::int64_t end) {
+        for (auto i = static_cast<int>(begin); i < end; ++i) {
+            out[i] = static_cast<float>(first + i * step);
+        }
+    });
     out[0] = static_cast<float>(first);
     out[count - 1] = static_cast<float>(last);
+    return done;
 }
 
-void make_edges(float low, float high, int bins, float* edges)
+bool make_edges(float low, float high, int bins, float* edges)
 {
     auto first = static_cast<double>(low);
     auto last = static_cast<double>(high);
@@ -26,7 +29,7 @@ void make_edges(float low, float high, int bins, float* edges)
         first -= 0.5;
         last += 0.5;
     }
-    fill_equally_spaced(first, last, bins + 1, edges);
+    return fill_equally_spaced(first, last, bins + 1, edges);
 }
 
 // The bin is computed and then put right by the edges, which decide.

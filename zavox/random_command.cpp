@@ -15,7 +15,7 @@ constexpr int greatest_seed = 2147483646;
 using Draw = void (*)(int n, float* r);
 
 // n deviates, each shift + scale * deviate in double precision and rounded once.
-// Nothing is drawn when there is no room for them.
+// Nothing is drawn when there is no room for them, or when the command is interrupted.
 int put_deviates(Tcl_Interp* interp, int n, Draw draw, double shift, double scale)
 {
     Vector deviates;
@@ -23,17 +23,22 @@ int put_deviates(Tcl_Interp* interp, int n, Draw draw, double shift, double scal
         return TCL_ERROR;
     }
     float* const r = deviates.writable();
+    if (shift == 0.0 && scale == 1.0) {
+        draw(n, r);
+        return deviates.put(interp);
+    }
+    zavo_random_state before;
+    engine().random_state_get(&before);
     draw(n, r);
-    if (shift != 0.0 || scale != 1.0) {
-        const bool done = in_parts(n, 1, [=](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t i = begin; i < end; ++i) {
-                // The vector has been allocated. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
-                r[i] = static_cast<float>(shift + scale * r[i]);
-            }
-        });
-        if (!done) {
-            return TCL_ERROR;
+    const bool done = in_parts(n, 1, [=](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            // The vector has been allocated. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
+            r[i] = static_cast<float>(shift + scale * r[i]);
         }
+    });
+    if (!done) {
+        engine().random_state_set(&before);
+        return TCL_ERROR;
     }
     return deviates.put(interp);
 }
@@ -214,8 +219,8 @@ float probability(double p)
 
 int quantile(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
 {
-    engine().error_forget();
     double p = 0.0;
+    engine().error_forget();
     if (morvelVectorIfAny(objv[2]) == nullptr && get_number(nullptr, objv[2], &p) == TCL_OK) {
         const double x = engine().f_normal_inverse_cdf(probability(p));
         if (engine().error_failed()) {
@@ -230,13 +235,16 @@ int quantile(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
         quantiles.allocate(interp, probabilities.size()) != TCL_OK) {
         return TCL_ERROR;
     }
-    for (int i = 0; i < probabilities.size(); ++i) {
-        quantiles.writable()[i] = engine().f_normal_inverse_cdf(probabilities[i]);
-        if (engine().error_failed()) {
-            return library_failure(interp);
+    bool good = true;
+    const float* const given = probabilities.data();
+    float* const found = quantiles.writable();
+    const bool done = in_parts(probabilities.size(), 30, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; i < end && good; ++i) {
+            found[i] = engine().f_normal_inverse_cdf(given[i]);
+            good = engine().error_failed() == 0 || library_failure(interp) == TCL_OK;
         }
-    }
-    return quantiles.put(interp);
+    });
+    return done && good ? quantiles.put(interp) : TCL_ERROR;
 }
 
 constexpr Subcommand subcommands[] = {

@@ -4,6 +4,7 @@
 // only their sums go into the long number (kernels.hpp tells which).
 #include "zavox/sums.hpp"
 
+#include "zavox/engine.hpp"
 #include "zavox/wide/kernels.hpp"
 
 #include <algorithm>
@@ -165,6 +166,18 @@ double add_terms(int n, Term&& term)
     return wide::sum_of_parts(parts);
 }
 
+// add(i, count) for one block after the other of n elements, from element i on. What an
+// interruption cuts short nobody looks at.
+template <class Add>
+void by_blocks(int n, Add&& add)
+{
+    static_cast<void>(in_parts(n, 1, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; i < end; i += sum_block) {
+            add(i, static_cast<int>(std::min<std::int64_t>(sum_block, end - i)));
+        }
+    }));
+}
+
 } // namespace
 
 double sum_of(const float* x, int n)
@@ -172,21 +185,20 @@ double sum_of(const float* x, int n)
     const Kernels& kernels = wide::kernels();
     LongSum sum;
     Endless endless;
-    for (int i = 0; i < n; i += sum_block) {
-        const int count = std::min(sum_block, n - i);
+    by_blocks(n, [&](std::int64_t i, int count) {
         double block = 0;
         if (count == sum_block && kernels.sum(x + i, &block)) {
             sum.add(block);
-            continue;
+            return;
         }
-        for (int k = i; k < i + count; ++k) {
+        for (auto k = i; k < i + count; ++k) {
             if (std::isfinite(x[k])) {
                 sum.add(static_cast<double>(x[k]));
             } else {
                 endless.note(x[k]);
             }
         }
-    }
+    });
     return endless.any() ? endless.sum() : sum.value();
 }
 
@@ -194,13 +206,12 @@ double squares_about(const float* x, int n, double mean)
 {
     const Kernels& kernels = wide::kernels();
     CarefulSum sum;
-    for (int i = 0; i < n; i += sum_block) {
-        const int count = std::min(sum_block, n - i);
+    by_blocks(n, [&](std::int64_t i, int count) {
         sum.add(count == sum_block ? kernels.squares(x + i, mean) : add_terms(count, [=](int k) {
             const double deviation = static_cast<double>(x[i + k]) - mean;
             return deviation * deviation;
         }));
-    }
+    });
     return sum.value();
 }
 
@@ -208,12 +219,11 @@ double product_of(const float* x, const float* y, int n)
 {
     const Kernels& kernels = wide::kernels();
     CarefulSum sum;
-    for (int i = 0; i < n; i += sum_block) {
-        const int count = std::min(sum_block, n - i);
+    by_blocks(n, [&](std::int64_t i, int count) {
         sum.add(count == sum_block ? kernels.products(x + i, y + i) : add_terms(count, [=](int k) {
             return static_cast<double>(x[i + k]) * static_cast<double>(y[i + k]);
         }));
-    }
+    });
     return sum.value();
 }
 

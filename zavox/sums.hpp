@@ -1,4 +1,4 @@
-// Sums of many floats.
+// Sums of many floats. What they give when the command was interrupted is of no use.
 #pragma once
 
 namespace zavox {

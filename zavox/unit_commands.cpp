@@ -129,10 +129,12 @@ int convert_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const obj
     if (converted.allocate(interp, values.size()) != TCL_OK) {
         return TCL_ERROR;
     }
-    for (int i = 0; i < values.size(); ++i) {
-        converted.writable()[i] = static_cast<float>(values[i] * above / below);
-    }
-    return converted.put(interp);
+    const bool done = in_parts(values.size(), 5, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; i < end; ++i) {
+            converted.writable()[i] = static_cast<float>(values.data()[i] * above / below);
+        }
+    });
+    return done ? converted.put(interp) : TCL_ERROR;
 }
 
 int days_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])

@@ -108,9 +108,21 @@ void copy(const float* from, int n, float* to)
     std::copy(from, from + n, to);
 }
 
-bool has_nan(const float* x, int n)
+// The result of value(i) for i = 0 ... n - 1, each of which takes so long.
+template <class Value>
+int put_each(Tcl_Interp* interp, int n, int nanoseconds, Value&& value)
 {
-    return std::any_of(x, x + n, [](float value) { return std::isnan(value); });
+    Vector result;
+    if (result.allocate(interp, n) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    float* const out = result.writable();
+    const bool done = in_parts(n, nanoseconds, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = static_cast<int>(begin); i < end; ++i) {
+            out[i] = value(i);
+        }
+    });
+    return done ? result.put(interp) : TCL_ERROR;
 }
 
 // ---- Making -------------------------------------------------------------------------
@@ -128,8 +140,7 @@ int linspace(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
         result.allocate(interp, count) != TCL_OK) {
         return TCL_ERROR;
     }
-    fill_equally_spaced(first, last, count, result.writable());
-    return result.put(interp);
+    return fill_equally_spaced(first, last, count, result.writable()) ? result.put(interp) : TCL_ERROR;
 }
 
 // vector fill value count
@@ -137,14 +148,11 @@ int fill(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
 {
     double number = 0;
     int count = 0;
-    Vector result;
     if (get_number_for_float(interp, objv[2], &number) != TCL_OK ||
-        get_count(interp, objv[3], 0, "count", &count) != TCL_OK ||
-        result.allocate(interp, count) != TCL_OK) {
+        get_count(interp, objv[3], 0, "count", &count) != TCL_OK) {
         return TCL_ERROR;
     }
-    std::fill_n(result.writable(), count, static_cast<float>(number));
-    return result.put(interp);
+    return put_each(interp, count, 1, [x = static_cast<float>(number)](int) { return x; });
 }
 
 // vector frombytes bytes
@@ -292,8 +300,10 @@ int reverse(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     if (v.get(interp, objv[2]) != TCL_OK || result.allocate(interp, v.size()) != TCL_OK) {
         return TCL_ERROR;
     }
-    std::reverse_copy(v.data(), v.data() + v.size(), result.writable());
-    return result.put(interp);
+    const bool done = in_parts(v.size(), 1, [&](std::int64_t begin, std::int64_t end) {
+        std::reverse_copy(v.data() + begin, v.data() + end, result.writable() + (v.size() - end));
+    });
+    return done ? result.put(interp) : TCL_ERROR;
 }
 
 // vector sort v ?-decreasing? ?-indices?
@@ -304,7 +314,6 @@ int sort(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
     bool chosen[2] = {false, false};
     OptionWords words(interp, objc, objv, 3, options);
     Vector v;
-    Vector result;
     Work<int> places;
     int row = 0;
     Tcl_Obj* value = nullptr;
@@ -328,13 +337,7 @@ int sort(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
     if (chosen[indices_option]) {
         return put_list(interp, DFU_INT, v.size(), places.get());
     }
-    if (result.allocate(interp, v.size()) != TCL_OK) {
-        return TCL_ERROR;
-    }
-    for (int i = 0; i < v.size(); ++i) {
-        result.writable()[i] = v[places[i]];
-    }
-    return result.put(interp);
+    return put_each(interp, v.size(), 5, [x = v.data(), at = places.get()](int i) { return x[at[i]]; });
 }
 
 // vector where v
@@ -346,11 +349,14 @@ int where(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
         return TCL_ERROR;
     }
     int count = 0;
-    for (int i = 0; i < v.size(); ++i) {
-        places[count] = i;
-        count += static_cast<int>(v[i] < 0 || v[i] > 0);
-    }
-    return put_list(interp, DFU_INT, count, places.get());
+    const float* const x = v.data();
+    const bool done = in_parts(v.size(), 1, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; i < end; ++i) {
+            places[count] = static_cast<int>(i);
+            count += static_cast<int>(x[i] < 0 || x[i] > 0);
+        }
+    });
+    return done ? put_list(interp, DFU_INT, count, places.get()) : TCL_ERROR;
 }
 
 // vector pick v indices
@@ -487,41 +493,20 @@ int argmax(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     return extreme<place_of_maximum>(interp, objv[2], "argmax", true);
 }
 
-// A copy of v that may be reordered, and whether a NaN is in it.
-struct Sample {
-    Work<float> values;
-    int count = 0;
-    bool has_nan = false;
-
-    int take(Tcl_Interp* interp, const Vector& v)
-    {
-        if (values.allocate(interp, v.size()) != TCL_OK) {
-            return TCL_ERROR;
-        }
-        copy(v.data(), v.size(), values.get());
-        count = v.size();
-        has_nan = zavox::has_nan(v.data(), v.size());
-        return TCL_OK;
-    }
-    double quantile(double p) { return has_nan ? quiet_nan : quantile_of(values.get(), count, p); }
-};
-
 // vector median v
 int median(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
 {
     Vector v;
-    Sample sample;
-    if (get_nonempty(interp, objv[2], "median", &v) != TCL_OK || sample.take(interp, v) != TCL_OK) {
+    if (get_nonempty(interp, objv[2], "median", &v) != TCL_OK) {
         return TCL_ERROR;
     }
-    return put_double(interp, sample.quantile(0.5));
+    return put_double(interp, quantile_of(v.data(), v.size(), 0.5));
 }
 
 // vector quantile v p ?p ...?
 int quantile(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
     Vector v;
-    Sample sample;
     Work<double> p;
     const int count = objc - 3;
     if (get_nonempty(interp, objv[2], "quantile", &v) != TCL_OK || p.allocate(interp, count) != TCL_OK) {
@@ -536,15 +521,12 @@ int quantile(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
                         quoted("expected a probability from 0 to 1 but got ", objv[3 + i]));
         }
     }
-    if (sample.take(interp, v) != TCL_OK) {
-        return TCL_ERROR;
-    }
     if (count == 1) {
-        return put_double(interp, sample.quantile(p[0]));
+        return put_double(interp, quantile_of(v.data(), v.size(), p[0]));
     }
     Tcl_Obj* const result = Tcl_NewListObj(0, nullptr);
     for (int i = 0; i < count; ++i) {
-        Tcl_ListObjAppendElement(nullptr, result, new_number(sample.quantile(p[i])));
+        Tcl_ListObjAppendElement(nullptr, result, new_number(quantile_of(v.data(), v.size(), p[i])));
     }
     Tcl_SetObjResult(interp, result);
     return TCL_OK;
@@ -586,14 +568,17 @@ void add_to_dict(Tcl_Obj* dict, const char* key, Tcl_Obj* value)
 bool finite_ends(const Vector& v, float* low, float* high)
 {
     bool found = false;
-    for (int i = 0; i < v.size(); ++i) {
-        if (std::isfinite(v[i])) {
-            *low = found ? std::min(*low, v[i]) : v[i];
-            *high = found ? std::max(*high, v[i]) : v[i];
-            found = true;
+    const float* const x = v.data();
+    const bool done = in_parts(v.size(), 1, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; i < end; ++i) {
+            if (std::isfinite(x[i])) {
+                *low = found ? std::min(*low, x[i]) : x[i];
+                *high = found ? std::max(*high, x[i]) : x[i];
+                found = true;
+            }
         }
-    }
-    return found;
+    });
+    return done && found;
 }
 
 // vector histogram v ?-bins n? ?-range {low high}?
@@ -639,9 +624,9 @@ int histogram(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
     if (edges.allocate(interp, bins + 1) != TCL_OK || counts.allocate(interp, bins) != TCL_OK) {
         return TCL_ERROR;
     }
-    make_edges(low, high, bins, edges.writable());
     int outside = 0;
-    if (!count_in_bins(v.data(), v.size(), edges.data(), bins, counts.get(), &outside) ||
+    if (!make_edges(low, high, bins, edges.writable()) ||
+        !count_in_bins(v.data(), v.size(), edges.data(), bins, counts.get(), &outside) ||
         put_list(interp, DFU_INT, bins, counts.get()) != TCL_OK) {
         return TCL_ERROR;
     }
@@ -659,31 +644,25 @@ int histogram(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 int cumsum(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
 {
     Vector v;
-    Vector result;
-    if (v.get(interp, objv[2]) != TCL_OK || result.allocate(interp, v.size()) != TCL_OK) {
+    if (v.get(interp, objv[2]) != TCL_OK) {
         return TCL_ERROR;
     }
-    double sum = 0;
-    for (int i = 0; i < v.size(); ++i) {
-        sum += static_cast<double>(v[i]);
-        result.writable()[i] = static_cast<float>(sum);
-    }
-    return result.put(interp);
+    return put_each(interp, v.size(), 1, [x = v.data(), sum = 0.0](int i) mutable {
+        sum += static_cast<double>(x[i]);
+        return static_cast<float>(sum);
+    });
 }
 
 // vector diff v
 int diff(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
 {
     Vector v;
-    Vector result;
-    if (get_nonempty(interp, objv[2], "diff", &v) != TCL_OK ||
-        result.allocate(interp, v.size() - 1) != TCL_OK) {
+    if (get_nonempty(interp, objv[2], "diff", &v) != TCL_OK) {
         return TCL_ERROR;
     }
-    for (int i = 0; i + 1 < v.size(); ++i) {
-        result.writable()[i] = static_cast<float>(static_cast<double>(v[i + 1]) - static_cast<double>(v[i]));
-    }
-    return result.put(interp);
+    return put_each(interp, v.size() - 1, 1, [x = v.data()](int i) {
+        return static_cast<float>(static_cast<double>(x[i + 1]) - static_cast<double>(x[i]));
+    });
 }
 
 constexpr Subcommand subcommands[] = {
