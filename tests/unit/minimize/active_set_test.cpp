@@ -86,6 +86,42 @@ TEST(active_set, refuses_dependent_normals)
 
 // The direction solves: least g.d + |d|^2 / 2 over directions that do not run
 // towards near constraints. Checked by the Kuhn-Tucker conditions.
+// x[0] <= 1 is active with the multiplier u, and w x[0] + x[1] <= b comes in by a step of
+// u / w, which is all that the multiplier allows: it comes down to 0, and where u / w has
+// been rounded upwards to a little less.
+TEST(active_set, multipliers_are_not_negative_where_rounding_makes_them_so)
+{
+    Data data(2, 1, 1);
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> uniform(1.0F, 2.0F);
+    int less = 0;
+    for (int round = 0; round < 1000; ++round) {
+        const float w = uniform(random);
+        const float before = uniform(random);
+        data.a = {w, 1.0F};
+        const Constraints c = data.constraints();
+        float z[4];
+        float v[2];
+        float r[2];
+        float change[2];
+        int list[5];
+        ActiveSet set(c, z, list, v, r, change);
+        set.start();
+        set.list(c.upper(0));
+        set.list(1);
+        ASSERT_TRUE(set.add(0));
+        float u[2] = {before, 0.0F};
+        float y[2] = {1.0F, 0.0F};
+        const float violation = before / w;
+        ASSERT_TRUE(set.bring_in(1, violation, u, y));
+        ASSERT_EQ(set.count(), 2);
+        ASSERT_GE(u[0], 0.0F) << before << " and " << w;
+        ASSERT_EQ(u[1], violation);
+        less += static_cast<int>(before < violation * w);
+    }
+    EXPECT_GT(less, 30);
+}
+
 TEST(tolerant_set, direction_solves_its_quadratic_problem)
 {
     for (unsigned seed = 1; seed <= 200; ++seed) {
