@@ -263,7 +263,7 @@ test_coverage() {
     say "coverage"
     gcovr --root . --object-directory build/coverage --exclude 'tests/.*' --exclude 'build/.*' --exclude 'bench/.*' \
         --exclude-throw-branches --exclude-unreachable-branches \
-        --exclude-branches-by-pattern '^\s*(assert\(|Tcl_DecrRefCount\(\w+\);$).*' \
+        --exclude-branches-by-pattern '^\s*(assert\(|Tcl_DecrRefCount\([\w\[\]]+\);$).*' \
         --gcov-ignore-parse-errors --json build/coverage/coverage.json build/coverage
     tclsh8.6 tools/coverage.tcl build/coverage/coverage.json tests/coverage/unreached.txt
 }

@@ -248,16 +248,6 @@ int Vector::allocate(Tcl_Interp* interp, int n)
     return vector_ != nullptr ? TCL_OK : memory_short(interp);
 }
 
-int Vector::adopt(Tcl_Interp* interp, int n, float* values)
-{
-    vector_ = morvelNewVector(n, values);
-    if (vector_ == nullptr) {
-        std::free(values);
-        return memory_short(interp);
-    }
-    return TCL_OK;
-}
-
 Tcl_Obj* Vector::value(Tcl_Interp* interp)
 {
     return morvelVectorValue(interp, std::exchange(vector_, nullptr));

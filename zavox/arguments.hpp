@@ -128,10 +128,8 @@ public:
     // From a word of a call, see get_vector.
     int get(Tcl_Interp* interp, Tcl_Obj* word) { return get_vector(interp, word, &vector_); }
 
-    // A new one of n floats to be filled, or of the malloc() array `values`, which
-    // is freed when that fails.
+    // A new one of n floats to be filled.
     int allocate(Tcl_Interp* interp, int n);
-    int adopt(Tcl_Interp* interp, int n, float* values);
 
     // Before it has got or made one it is empty.
     int size() const { return vector_ != nullptr ? vector_->count : 0; }

@@ -68,8 +68,7 @@ struct Word {
     // Operators that are words are refused as operators, in Tcl's newer versions, too.
     bool names_function() const
     {
-        const bool is_letter = (*start >= 'a' && *start <= 'z') || (*start >= 'A' && *start <= 'Z');
-        if (!is_letter && *start != '_' && *start != ':') {
+        if (!((*start >= 'a' && *start <= 'z') || (*start >= 'A' && *start <= 'Z'))) {
             return false;
         }
         for (const char* op : {"eq", "ne", "in", "ni", "lt", "le", "gt", "ge"}) {
@@ -159,10 +158,7 @@ public:
     }
 
     // Below the subexpression at i: whether an operator stands there, its operands.
-    bool has_operator(int i) const
-    {
-        return parse_.tokenPtr[i].numComponents > 0 && parse_.tokenPtr[i + 1].type == TCL_TOKEN_OPERATOR;
-    }
+    bool has_operator(int i) const { return parse_.tokenPtr[i + 1].type == TCL_TOKEN_OPERATOR; }
     int operand_count(int i) const
     {
         int count = 0;
@@ -491,7 +487,10 @@ private:
         const bool is_list =
             word->typePtr != nullptr && (std::strcmp(word->typePtr->name, "list") == 0 ||
                                          std::strcmp(word->typePtr->name, "arithseries") == 0);
-        return !is_list || (Tcl_ListObjLength(nullptr, word, &length) == TCL_OK && length == 1);
+        if (is_list) {
+            Tcl_ListObjLength(nullptr, word, &length);
+        }
+        return length == 1;
     }
 
     // A number as expr reads it, or a word of truth.

@@ -72,14 +72,10 @@ public:
         if (lead == 0) {
             return 0;
         }
-        const int shift = std::countl_zero(lead);
+        const int shift = std::countl_zero(lead); // below 32: the top limb is not zero
         const std::uint64_t next = limb_at(top - 2);
-        bool below = shift < 32 ? (next << shift & 0xFFFFFFFFU) != 0 : false;
-        if (shift > 0) {
-            lead = lead << shift | next >> (32 - shift); // shift < 32: the top limb is not zero
-        } else {
-            below = next != 0;
-        }
+        bool below = (next << shift & 0xFFFFFFFFU) != 0;
+        lead = lead << shift | next >> (32 - shift);
         for (int i = top - 3; i >= 0 && !below; --i) {
             below = limbs_[i] != 0;
         }

@@ -207,6 +207,7 @@ foreach {word call} {
     zavox_calc {zavox::calc {2 + 2}}                        zavox_calc:vector {zavox::calc {$v}}
     zavox_calc:kinds {zavox::calc {$v * 2 + $list / 2.0 - $text + $name}}
     zavox_calc:functions {zavox::calc {max($v, $v > 1 ? $list : 2, sin($v) && 1)}}
+    zavox_calc:extremes {zavox::calc {max($v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v, $v + 1)}}
     zavox_calc:long {zavox::calc {exp($long) * $long ** 2 - [zavox::vector mean $long]}}
     zavox_calc:refused {list [catch {zavox::calc {nothing($v)}}]}
     linspace {zavox::vector linspace 0 1 3}                  fill {zavox::vector fill 1 2}
@@ -365,6 +366,9 @@ foreach {word call} {
     zavox_fft.real {zavox::release; zavox::fft real $x}
     zavox_fft.real:prime {zavox::release; zavox::fft real $prime}
     zavox_fft.inverse {zavox::release; zavox::fft inverse [zavox::fft real $prime] 101}
+    zavox_fft.inverse:table {zavox::release; zavox::fft inverse {{6 -1.5 -1.5} {0 0.9 0.9}} 5}
+    zavox_fft.inverse:prime {zavox::release; zavox::fft inverse {{6 1 2 3 4 5 6 7} {0 1 2 3 4 5 6 7}} 14}
+    zavox_fft.inverse:long_prime {zavox::release; zavox::fft inverse [list [lrange $x 0 50] [lrange $x 0 50]] 101}
     zavox_fft.complex {zavox::release; zavox::fft complex [list $x $x] -inverse}
     zavox_fft.plane {zavox::release; zavox::fft plane [list $x $x] 10 12}
     zavox_fft.plane:primes {zavox::release; zavox::fft plane [list [lrange $x 0 118] [lrange $x 0 118]] 7 17}
