@@ -319,10 +319,8 @@ extern "C" void R2ONV(const int* mode, const int* nx, const float* x, const int*
 {
     zavo_error_push("R2ONV ");
     *nz = static_cast<int>(fft::convolution_length(*nx, *ny, *ipad == 0));
-    if (core::pending_type() == 0) {
-        const fft::Sequence second{*ny, y, ywork};
-        fft::convolve(Product::convolution, *mode, *nz, {*nx, x, xwork}, &second, z, zhat, table);
-    }
+    const fft::Sequence second{*ny, y, ywork};
+    fft::convolve(Product::convolution, *mode, *nz, {*nx, x, xwork}, &second, z, zhat, table);
     zavo_error_pop("R2ONV ");
 }
 
@@ -331,11 +329,9 @@ extern "C" void R2ORL(const int* mode, const int* nx, const float* x, const floa
 {
     zavo_error_push("R2ORL ");
     *nz = static_cast<int>(fft::correlation_length(*nx, *ipad % 2 == 0));
-    if (core::pending_type() == 0) {
-        const fft::Sequence second{*nx, y, ywork};
-        fft::convolve(Product::correlation, *mode, *nz, {*nx, x, xwork}, *ipad >= 2 ? nullptr : &second, z,
-                      zhat, table);
-    }
+    const fft::Sequence second{*nx, y, ywork};
+    fft::convolve(Product::correlation, *mode, *nz, {*nx, x, xwork}, *ipad >= 2 ? nullptr : &second, z, zhat,
+                  table);
     zavo_error_pop("R2ORL ");
 }
 

@@ -181,6 +181,20 @@ TEST(routines_interruption, planes_end_at_any_place)
     check_paths("overlapping rows", [&] {
         return take(zavo_c_fft_2d_complex(m, n, p, ZAVO_INPUT_COL_DIM, n - 1, 0), count_of(m * n));
     });
+    // So are columns of a result whose rows overlap.
+    check_paths("overlapping rows of the result", [&] {
+        return take(zavo_c_fft_2d_complex(m, n, p, ZAVO_RESULT_COL_DIM, n - 1, 0), count_of(m * (n - 1)));
+    });
+}
+
+// Rotations of a long table are made a million at a time.
+TEST(routines_interruption, a_long_table_is_not_made_to_its_end)
+{
+    for (const std::int64_t operations : {1, 5'000'000, 9'000'000}) {
+        const Question question{operations};
+        EXPECT_EQ(zavo_f_fft_real_init(1 << 23), nullptr);
+        EXPECT_EQ(question.asked(), 1);
+    }
 }
 
 TEST(routines_interruption, convolutions_end_at_any_place)
@@ -230,6 +244,20 @@ TEST(routines_interruption, batches_of_deviates_end_and_leave_the_stream)
     constexpr int n = 400000;
     check_paths("normal", [] { return take(zavo_f_random_normal(n, 0), count_of(n)); });
     check_paths("exponential", [] { return take(zavo_f_random_exponential(n, 0), count_of(n)); });
+}
+
+// A deviate that cannot be is not complained of when the batch is worth nothing anyway.
+TEST(routines_interruption, a_batch_that_ended_posts_no_errors)
+{
+    CapturedErrors errors;
+    zavo_random_option(1);
+    zavo_random_seed_set(static_cast<int>(1407677000LL * 2147483646 % 2147483647)); // the next state is m - 1
+    const int before = zavo_random_seed_get();
+    const Question question{1};
+    EXPECT_EQ(zavo_f_random_normal(100000, 0), nullptr);
+    EXPECT_EQ(question.asked(), 1);
+    EXPECT_TRUE(errors.empty()) << errors.codes();
+    EXPECT_EQ(zavo_random_seed_get(), before);
 }
 
 TEST(routines_interruption, long_batches_of_uniform_deviates_end_too)

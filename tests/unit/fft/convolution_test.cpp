@@ -222,6 +222,8 @@ TEST(convolution, bad_arguments_are_answered_with_their_codes)
     EXPECT_EQ(codes_of(0, none, 4, px, &nz, ZAVO_RETURN_USER, no_array, ZAVO_Z_TRANS_USER, no_array, 0),
               "5/104");
     EXPECT_EQ(codes_of(0, none, 4, px, &nz, ZAVO_Z_TRANS_USER, no_array, 0), "5/104");
+    float** const no_address = nullptr;
+    EXPECT_EQ(codes_of(4, px, 4, px, &nz, ZAVO_Z_TRANS, no_address, 0), "5/104");
     EXPECT_EQ(codes_of(0, none, 0, none, &nz, 0), "5/6002");
     EXPECT_EQ(codes_of(0, px, 0, none, &nz, 0), "5/6002");
     EXPECT_EQ(codes_of(0, px, 0, px, &nz, 0), "5/3111 5/3112");
@@ -233,6 +235,29 @@ TEST(convolution, bad_arguments_are_answered_with_their_codes)
     EXPECT_EQ(errors.last().code, 6001);
     const int one = 1;
     FFTRI(&one, nullptr);
+}
+
+// The first call of a series, mode 1, makes the table that the later ones read.
+TEST(convolution, workers_make_the_table_in_the_first_call_of_a_series)
+{
+    const float x[3] = {1, 2, 3};
+    const float y[3] = {4, 5, 6};
+    const int n = 3;
+    float table[64] = {};
+    for (const int mode : {1, 2, 3}) {
+        float z[8] = {};
+        float zhat[8];
+        float xwork[8];
+        float ywork[8];
+        int nz = 0;
+        const int pad = 1;
+        R2ONV(&mode, &n, x, &n, y, &pad, &nz, z, zhat, xwork, ywork, table);
+        ASSERT_GE(nz, 5);
+        const float wanted[5] = {4, 13, 28, 27, 18};
+        for (int i = 0; i < 5; ++i) {
+            EXPECT_NEAR(z[i], wanted[i], 1e-4) << mode << ' ' << i;
+        }
+    }
 }
 
 TEST(convolution, every_allocation_may_fail)

@@ -206,6 +206,9 @@ TEST(simd, lengths_with_code_of_their_own_take_it)
             EXPECT_EQ(way_of_real(n, tables[0].get()), Way::found) << n;
             EXPECT_EQ(way_of_complex(n, tables[1].get()), Way::found) << n;
         }
+        const Tables one = tables_of(1);
+        EXPECT_EQ(way_of_real(1, one[0].get()), Way::scalar);
+        EXPECT_EQ(way_of_complex(1, one[1].get()), Way::scalar);
         const Tables prime = tables_of(1009);
         EXPECT_EQ(way_of_real(1009, prime[0].get()), Way::scalar);
         EXPECT_EQ(way_of_complex(1009, prime[1].get()), Way::scalar);
@@ -425,6 +428,36 @@ TEST(simd, twiddles_are_the_floats_of_exact_cosines_and_sines_by_every_path)
         }
     }
     EXPECT_LE(differing, 0) << "of " << values;
+}
+
+// A double that lies within a last place or two of the middle between two floats is made
+// carefully; there is one in about ten million.
+TEST(simd, twiddles_near_the_middle_between_two_floats_are_those_of_the_careful_way)
+{
+    const std::pair<float, int> in_doubt[] = {
+        {0x1.91ab9ap-19F, 1033202}, {0x1.919d1cp-19F, 464727}, {0x1.917714p-19F, 1468481}};
+    for (const Path path : paths_here()) {
+        const LimitedPath limited{path};
+        for (const auto& [step, t] : in_doubt) {
+            for (const int before : {0, 1, 3}) {
+                float pairs[22];
+                fill_cos_sin(step, t - before, 11, pairs);
+                const CosSin careful = cos_sin(t * static_cast<double>(step));
+                EXPECT_EQ(pairs[2 * before], careful.cos) << t;
+                EXPECT_EQ(pairs[2 * before + 1], careful.sin) << t;
+            }
+        }
+    }
+}
+
+TEST(simd, rotations_of_slots_are_those_of_their_angle)
+{
+    for (int ip = 1; ip < 300; ++ip) {
+        const CosSin found = rotation_of(ip);
+        const CosSin wanted = cos_sin(static_cast<double>(static_cast<float>(6.283185307179586 / ip)));
+        EXPECT_EQ(found.cos, wanted.cos) << ip;
+        EXPECT_EQ(found.sin, wanted.sin) << ip;
+    }
 }
 
 TEST(simd, careful_and_quick_twiddles_agree)
