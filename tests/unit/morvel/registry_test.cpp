@@ -138,6 +138,31 @@ TEST_F(registry_of_lists, interpreters_count_for_themselves)
     EXPECT_EQ(other.eval("dynlist get dynlist1"), "3.0");
 }
 
+// In the middle of long work a signal's handler, for one, ends it, or lets it go on.
+TEST_F(registry_of_lists, handlers_that_wait_run_in_the_middle_of_work)
+{
+    static int wanted = TCL_OK;
+    Tcl_AsyncHandler const handler = Tcl_AsyncCreate(
+        [](ClientData, Tcl_Interp* at, int) {
+            if (wanted == TCL_ERROR && at != nullptr) {
+                Tcl_SetObjResult(at, Tcl_NewStringObj("interrupted by hand", -1));
+            }
+            return wanted;
+        },
+        nullptr);
+    Tcl_SetObjResult(interp, Tcl_NewStringObj("a result", -1));
+    EXPECT_EQ(morvelMayGoOn(interp), TCL_OK);
+    Tcl_AsyncMark(handler);
+    EXPECT_EQ(morvelMayGoOn(interp), TCL_OK);
+    EXPECT_EQ(Tcl_AsyncReady(), 0);
+    EXPECT_EQ(interp.result(), "a result");
+    wanted = TCL_ERROR;
+    Tcl_AsyncMark(handler);
+    EXPECT_EQ(morvelMayGoOn(interp), TCL_ERROR);
+    EXPECT_EQ(interp.result(), "interrupted by hand");
+    Tcl_AsyncDelete(handler);
+}
+
 TEST_F(registry_of_lists, held_list_outlives_its_name)
 {
     DynList* const list = floats({4.0F});
