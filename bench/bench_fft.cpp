@@ -157,6 +157,24 @@ void add_real(int n, double limit)
     compare(forward, forward + " gsl", 0);
 }
 
+// Backward alone, beside a measured plan, for a length whose others would take too long.
+void add_long_real_backward(int n, double limit)
+{
+    const std::size_t count = static_cast<std::size_t>(n);
+    float* const p = noise(count + 2);
+    float* const q = floats(count);
+    float* const table = zavo_f_fft_real_init(n);
+    const std::string name = "real backward " + std::to_string(n);
+    const double estimate = estimated_ns(n);
+    add(name, estimate, [=] { l_f2trb(&n, p, q, table); });
+    float* const in = floats(count + 2);
+    const fftwf_plan back =
+        fresh_plan([&] { return fftwf_plan_dft_c2r_1d(n, pairs_of(in), q, FFTW_MEASURE); });
+    std::memcpy(in, p, count * sizeof(float));
+    add(name + " fftw-measure", estimate, [=] { fftwf_execute(back); });
+    compare(name, name + " fftw-measure", limit);
+}
+
 // ---- complex transforms ----------------------------------------------------------------
 
 void add_complex(int n, double limit)
@@ -206,32 +224,34 @@ void add_complex(int n, double limit)
 // ---- what the arithmetic takes ---------------------------------------------------------
 
 // The operations of a complex transform of length 4^passes and nothing else: no loads,
-// no stores, no result. A transform with registers of 16 floats cannot be faster; each
-// value changes places six times, see docs/transforms.md.
+// no stores, no result. A transform with these registers cannot be faster; each value
+// changes places six times, see docs/transforms.md. Both kinds take AVX-512, whose 32
+// registers only help.
 using Wide = float __attribute__((vector_size(64)));
+using HalfWide = float __attribute__((vector_size(32)));
 
 #define AVX512 __attribute__((target("avx512f,avx512dq,avx512bw,avx512vl")))
 
-template <int moves, bool twiddled>
+template <class Register, int moves, bool twiddled>
 AVX512 void butterflies(int count)
 {
     constexpr auto forward = zavo::fft::Direction::forward;
-    Wide value = {};
+    Register value = {};
     asm volatile("" : "+v"(value));
     for (int n = 0; n < count; ++n) {
-        Wide re[4], im[4], yre[4], yim[4];
+        Register re[4], im[4], yre[4], yim[4];
         for (int j = 0; j < 4; ++j) {
             re[j] = im[j] = value;
             asm volatile("" : "+v"(re[j]), "+v"(im[j])); // unknown from here on
         }
         zavo::fft::ComplexRadix4<forward>::butterfly(re, im, yre, yim);
         for (int j = 1; j < 4 && twiddled; ++j) {
-            Wide wr = value, wi = value;
+            Register wr = value, wi = value;
             asm volatile("" : "+v"(wr), "+v"(wi));
             zavo::fft::apply_twiddle<forward>(wr, wi, yre[j], yim[j]);
         }
         for (int m = 0; m < moves; ++m) {
-            Wide moved = value;
+            Register moved = value;
             asm volatile("vunpcklps %0, %0, %0" : "+v"(moved));
         }
         for (int j = 0; j < 4; ++j) {
@@ -242,27 +262,28 @@ AVX512 void butterflies(int count)
 
 // moves: six for each of the 8 registers of a butterfly, spread over the passes and
 // rounded down.
-template <int passes>
+template <class Register, int passes>
 AVX512 void butterflies_alone()
 {
     constexpr int moves = 6 * 8 / passes;
-    constexpr int a_pass = (1 << 2 * passes) / 4 / 16;
-    butterflies<moves, true>(a_pass * (passes - 1));
-    butterflies<moves, false>(a_pass);
+    constexpr int lanes = sizeof(Register) / sizeof(float);
+    constexpr int a_pass = (1 << 2 * passes) / 4 / lanes;
+    butterflies<Register, moves, true>(a_pass * (passes - 1));
+    butterflies<Register, moves, false>(a_pass);
 }
 
-template <int passes>
-void add_butterflies_alone()
+template <class Register, int passes>
+void add_butterflies_alone(const char* path)
 {
     if (zavo::simd::best_path() != Path::avx512) {
         return;
     }
     const int n = 1 << 2 * passes;
-    const std::string name = "butterflies alone " + std::to_string(n);
-    add(name, estimated_ns(n), [] { butterflies_alone<passes>(); });
+    const std::string name = "butterflies alone " + std::to_string(n) + path;
+    add(name, estimated_ns(n), [] { butterflies_alone<Register, passes>(); });
     compare(name, "complex forward " + std::to_string(n) + " fftw-estimate", 0);
     pairs.push_back({keep(name + " / " + std::to_string(n)), keep(name),
-                     keep("complex forward " + std::to_string(n)), 0});
+                     keep("complex forward " + std::to_string(n) + path), 0});
 }
 
 // ---- one path beside another -----------------------------------------------------------
@@ -570,15 +591,19 @@ int main(int argc, char** argv)
     add_real(1001, 1.2);
     add_complex(1001, 2);
     add_real(1 << 15, 0);
+    add_long_real_backward(1 << 21, 1.1);
     for (const int n : {256, 1024, 4096}) {
         add_by_avx2(true, n, false, "fftw-estimate", 0.85);
     }
     for (const int n : {1 << 15, 1 << 16, 1 << 20}) {
         add_by_avx2(false, n, true, "fftw-measure", 1.0);
     }
-    add_butterflies_alone<4>();
-    add_butterflies_alone<5>();
-    add_butterflies_alone<6>();
+    add_butterflies_alone<Wide, 4>("");
+    add_butterflies_alone<Wide, 5>("");
+    add_butterflies_alone<Wide, 6>("");
+    add_butterflies_alone<HalfWide, 4>(" avx2");
+    add_butterflies_alone<HalfWide, 5>(" avx2");
+    add_butterflies_alone<HalfWide, 6>(" avx2");
     add_2d(64, 1.0);
     add_2d(96, 1.0);
     add_2d(256, 0.5);

@@ -115,7 +115,9 @@ public:
     ~Fft2dCall()
     {
         core::release(row_table_);
-        core::release(column_table_);
+        if (column_table_ != row_table_) {
+            core::release(column_table_);
+        }
     }
 
     void read(core::OptionReader& options)
@@ -209,8 +211,8 @@ private:
 
     bool get_tables()
     {
-        row_table_ = zavo_c_fft_complex_init(n_);
-        if (core::pending_type() == 0) {
+        row_table_ = column_table_ = zavo_c_fft_complex_init(n_);
+        if (core::pending_type() == 0 && m_ != n_) {
             column_table_ = zavo_c_fft_complex_init(m_);
         }
         return core::pending_type() == 0 && !core::interrupted();
@@ -241,7 +243,7 @@ private:
     int result_column_dimension_, input_column_dimension_;
     Direction direction_ = Direction::forward;
     float* row_table_ = nullptr;
-    float* column_table_ = nullptr;
+    float* column_table_ = nullptr; // the same for as many rows as columns
     core::ResultArray<f_complex> result_;
 };
 

@@ -37,7 +37,7 @@ const SimdPath* simd_path()
 
 } // namespace
 
-#if !defined(ZAVO_X86_PATHS)
+#if !defined(ZAVO_X86_PATHS) && !defined(ZAVO_ARM_PATHS)
 constinit const ShortLengths short_real{};
 constinit const ShortLengths short_complex{};
 #endif
@@ -157,10 +157,14 @@ void run_scalar_complex(const Plan& plan, const float* p, float* q, float* scrat
     run_complex<d, Lanes>(plan.factors, 0, p, q, scratch, twiddles);
 }
 
-// Whether a factor has a pass of its own; large factors stand last.
-bool has_butterfly(Index ip)
+// Whether the path in use takes the sums of a general pass faster than they go one value
+// at a time: slabs of at least four floats, or large radices. Large factors stand last.
+// Measured: ./zavo bench fft, "wide beside scalar".
+bool rotations_pay(const Factors& factors, int parts)
 {
-    return ip <= 5;
+    constexpr Index large_radix = 17;
+    const Index ip = factors.ip[factors.count - 1];
+    return ip > 5 && (ip >= large_radix || parts * factors.n >= 4 * ip);
 }
 
 template <class Lanes>
@@ -180,15 +184,16 @@ void set_scalar_runs(ComplexPlan& plan)
     plan.run[static_cast<int>(Direction::backward)] = run_scalar_complex<Direction::backward, Lanes>;
 }
 
-// Completes a plan for plan.factors; find(path, plan) does what the path in use can.
+// Completes a plan for plan.factors and values of `parts` floats; find(path, plan) does
+// what the path in use can.
 template <class PlanOfKind, class Find>
-void complete(PlanOfKind& plan, const Find& find)
+void complete(PlanOfKind& plan, int parts, const Find& find)
 {
     const SimdPath* const wide = simd_path();
     if (wide != nullptr && find(*wide, plan)) {
         return;
     }
-    if (wide != nullptr && !has_butterfly(plan.factors.ip[plan.factors.count - 1])) {
+    if (wide != nullptr && rotations_pay(plan.factors, parts)) {
         set_scalar_runs<RotatingLanes>(plan);
     } else {
         set_scalar_runs<ScalarLanes>(plan);
@@ -199,7 +204,7 @@ const RealPlan& real_plan(Index n, const float* record)
 {
     return latest_plans().real.of(n, record, [&](RealPlan& plan) {
         plan.factors = read_real_record(n, record);
-        complete(plan, [](const SimdPath& wide, RealPlan& found) { return wide.plan_real(found); });
+        complete(plan, 1, [](const SimdPath& wide, RealPlan& found) { return wide.plan_real(found); });
     });
 }
 
@@ -207,27 +212,75 @@ const ComplexPlan& complex_plan(Index n, const float* record)
 {
     return latest_plans().complex.of(n, record, [&](ComplexPlan& plan) {
         plan.factors = read_complex_record(n, record);
-        complete(plan, [](const SimdPath& wide, ComplexPlan& found) { return wide.plan_complex(found); });
+        complete(plan, 2, [](const SimdPath& wide, ComplexPlan& found) { return wide.plan_complex(found); });
     });
 }
 
 // The straight code for a length and its record; null when there is none.
-const ShortLength* short_length(const ShortLengths& lengths, Index n, const float* record)
+ZAVO_INLINE const KnownLength* known_length(const ShortLengths& shorts, const KnownPowers SimdPath::*powers,
+                                            Index n, const float* record)
 {
-    const ShortLength* const found = lengths.of(n, record);
-    return found != nullptr && simd::path_in_use() >= Path::avx2 ? found : nullptr;
+    const SimdPath* const wide = simd_path();
+    if (wide == nullptr) {
+        return nullptr;
+    }
+    const KnownLength* found = shorts.find(n);
+    if (found == nullptr) {
+        found = (wide->*powers).find(n);
+    }
+    return found != nullptr && found->is_for(record) ? found : nullptr;
+}
+ZAVO_INLINE const KnownLength* known_real(Index n, const float* params)
+{
+    return known_length(short_real, &SimdPath::known_real, n, params + 2 * n);
+}
+ZAVO_INLINE const KnownLength* known_complex(Index n, const float* params)
+{
+    return known_length(short_complex, &SimdPath::known_complex, n, params + 4 * n);
 }
 
-// Copies p to q where the arrays overlap in part; the input then.
-const float* apart_or_same(Index floats, const float* p, float* q)
+// Whether p and q overlap and are not the same array.
+ZAVO_INLINE bool overlap_in_part(Index floats, const float* p, const float* q)
 {
     const auto distance = reinterpret_cast<std::uintptr_t>(p) - reinterpret_cast<std::uintptr_t>(q);
     const std::uintptr_t bytes = static_cast<std::uintptr_t>(floats) * sizeof(float);
-    if (distance != 0 && (distance < bytes || 0 - distance < bytes)) {
-        std::memmove(q, p, bytes);
-        return q;
+    return distance != 0 && (distance < bytes || 0 - distance < bytes);
+}
+
+// Brings arrays together that overlap in part.
+void move_over(Index floats, const float* p, float* q)
+{
+    std::memmove(q, p, static_cast<std::size_t>(floats) * sizeof(float));
+}
+
+// What is neither known nor apart; aside, since known lengths are done before the
+// registers of a longer function would be saved.
+__attribute__((noinline)) void transform_other_real(Direction d, Index n, const float* p, float* q,
+                                                    float* params)
+{
+    if (overlap_in_part(n, p, q)) {
+        move_over(n, p, q);
+        transform_real(d, n, q, q, params);
+        return;
     }
-    return p;
+    const RealPlan& plan = real_plan(n, params + 2 * n);
+    plan.run[static_cast<int>(d)](plan, p, q, params, nullptr, params + n);
+}
+
+__attribute__((noinline)) void transform_other_complex(Direction d, Index n, const float* p, float* q,
+                                                       float* params, float* work)
+{
+    if (overlap_in_part(2 * n, p, q)) {
+        move_over(2 * n, p, q);
+        transform_complex(d, n, q, q, params, work);
+        return;
+    }
+    const ComplexPlan& plan = complex_plan(n, params + 4 * n);
+    const bool runs = work != nullptr || !plan.needs_work;
+    const Run scalar = d == Direction::forward ? run_scalar_complex<Direction::forward, ScalarLanes>
+                                               : run_scalar_complex<Direction::backward, ScalarLanes>;
+    const Run run = runs ? plan.run[static_cast<int>(d)] : scalar;
+    run(plan, p, q, params, work, params + 2 * n);
 }
 
 } // namespace
@@ -241,12 +294,12 @@ void transform_real(Direction d, Index n, const float* p, float* q, float* param
         *q = *p;
         return;
     }
-    if (const ShortLength* const known = short_length(short_real, n, params + 2 * n)) {
-        known->run[static_cast<int>(d)](apart_or_same(n, p, q), q, params);
+    const KnownLength* const known = known_real(n, params);
+    if (known != nullptr && !overlap_in_part(n, p, q)) {
+        known->run[static_cast<int>(d)](p, q, params);
         return;
     }
-    const RealPlan& plan = real_plan(n, params + 2 * n);
-    plan.run[static_cast<int>(d)](plan, apart_or_same(n, p, q), q, params, nullptr, params + n);
+    transform_other_real(d, n, p, q, params);
 }
 
 void transform_complex(Direction d, Index n, const float* p, float* q, float* params, float* work)
@@ -258,16 +311,12 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
         q[1] = im;
         return;
     }
-    if (const ShortLength* const known = short_length(short_complex, n, params + 4 * n)) {
-        known->run[static_cast<int>(d)](apart_or_same(2 * n, p, q), q, params);
+    const KnownLength* const known = known_complex(n, params);
+    if (known != nullptr && !overlap_in_part(2 * n, p, q)) {
+        known->run[static_cast<int>(d)](p, q, params);
         return;
     }
-    const ComplexPlan& plan = complex_plan(n, params + 4 * n);
-    const bool runs = work != nullptr || !plan.needs_work;
-    const Run scalar = d == Direction::forward ? run_scalar_complex<Direction::forward, ScalarLanes>
-                                               : run_scalar_complex<Direction::backward, ScalarLanes>;
-    const Run run = runs ? plan.run[static_cast<int>(d)] : scalar;
-    run(plan, apart_or_same(2 * n, p, q), q, params, work, params + 2 * n);
+    transform_other_complex(d, n, p, q, params, work);
 }
 
 Way way_of_real(Index n, const float* params)
@@ -275,8 +324,7 @@ Way way_of_real(Index n, const float* params)
     if (n == 1) {
         return Way::scalar;
     }
-    const float* const record = params + 2 * n;
-    return short_length(short_real, n, record) != nullptr ? Way::known : real_plan(n, record).way;
+    return known_real(n, params) != nullptr ? Way::known : real_plan(n, params + 2 * n).way;
 }
 
 Way way_of_complex(Index n, const float* params)
@@ -284,8 +332,7 @@ Way way_of_complex(Index n, const float* params)
     if (n == 1) {
         return Way::scalar;
     }
-    const float* const record = params + 4 * n;
-    return short_length(short_complex, n, record) != nullptr ? Way::known : complex_plan(n, record).way;
+    return known_complex(n, params) != nullptr ? Way::known : complex_plan(n, params + 4 * n).way;
 }
 
 // Many columns at a time where the processor has wide registers and there is

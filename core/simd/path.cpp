@@ -6,8 +6,6 @@ namespace zavo::simd {
 
 namespace {
 
-constinit std::atomic<Path> limit{widest_path};
-
 // Not asked for yet: threads that ask at once find the same.
 constexpr int unknown = -1;
 constinit std::atomic<int> best{unknown};
@@ -45,16 +43,21 @@ Path best_path()
     return static_cast<Path>(found);
 }
 
-Path path_in_use()
+constinit int path_or_unknown = unknown;
+
+// Leaves a limit that another thread has set meanwhile.
+Path find_path_in_use()
 {
-    const Path most = limit.load(std::memory_order_relaxed);
-    const Path widest = best_path();
-    return most < widest ? most : widest;
+    int expected = unknown;
+    __atomic_compare_exchange_n(&path_or_unknown, &expected, static_cast<int>(best_path()), false,
+                                __ATOMIC_RELAXED, __ATOMIC_RELAXED);
+    return path_in_use();
 }
 
 void limit_path(Path most)
 {
-    limit.store(most, std::memory_order_relaxed);
+    const Path widest = best_path();
+    __atomic_store_n(&path_or_unknown, static_cast<int>(most < widest ? most : widest), __ATOMIC_RELAXED);
 }
 
 } // namespace zavo::simd

@@ -52,7 +52,13 @@ inline bool has_path(Path path)
 }
 
 // The path in use: the best, unless limit_path holds it down for the whole process.
-Path path_in_use();
+extern int path_or_unknown; // behind path_in_use; -1 before the first question
+Path find_path_in_use();
+inline Path path_in_use()
+{
+    const int path = __atomic_load_n(&path_or_unknown, __ATOMIC_RELAXED);
+    return __builtin_expect(path >= 0, 1) ? static_cast<Path>(path) : find_path_in_use();
+}
 void limit_path(Path most);
 
 } // namespace zavo::simd

@@ -62,43 +62,54 @@ void complex_general_pass(const Shape& shape, const float* in, float* out, float
     const JoinedView<Lanes> joined(parts);
     const SplitView<Lanes> split(parts);
 
+    // Neighbours innermost, which the compiler makes registers of.
     for (Index k = 0; k < shape.l1; ++k) {
-        for (Index i = 0; i < 2 * ido; ++i) {
-            Lanes::store(out + split.at(i, k, 0), Lanes::load(in + joined.at(i, 0, k)));
-            for (Index j = 1; j < (ip + 1) / 2; ++j) {
-                const L a = Lanes::load(in + joined.at(i, j, k));
-                const L b = Lanes::load(in + joined.at(i, ip - j, k));
-                Lanes::store(out + split.at(i, k, j), a + b);
-                Lanes::store(out + split.at(i, k, ip - j), a - b);
+        copy_values<Lanes>(2 * ido, in + joined.at(0, 0, k), out + split.at(0, k, 0));
+        for (Index j = 1; j < (ip + 1) / 2; ++j) {
+            const float* const low = in + joined.at(0, j, k);
+            const float* const high = in + joined.at(0, ip - j, k);
+            float* const sums = out + split.at(0, k, j);
+            float* const differences = out + split.at(0, k, ip - j);
+            for (Index i = 0; i < 2 * ido; ++i) {
+                const L a = Lanes::load(low + part * i);
+                const L b = Lanes::load(high + part * i);
+                Lanes::store(sums + part * i, a + b);
+                Lanes::store(differences + part * i, a - b);
             }
         }
     }
     rotate_complex_sums<d, Lanes>(slab, ip, out, work, wa, 2 * ido);
     copy_values<Lanes>(slab, work, out);
     for (Index j = 1; j < (ip + 1) / 2; ++j) {
-        const Index jc = ip - j;
+        const float* const wj = wa + 2 * (j - 1) * ido;
+        const float* const wc = wa + 2 * (ip - j - 1) * ido;
         for (Index k = 0; k < shape.l1; ++k) {
-            for (Index i = 0; i < ido; ++i) {
-                const Index at = split.at(2 * i, k, j);
-                const Index at_c = split.at(2 * i, k, jc);
-                const L ar = Lanes::load(work + at);
-                const L ai = Lanes::load(work + at + part);
-                const L br = Lanes::load(work + at_c);
-                const L bi = Lanes::load(work + at_c + part);
+            const float* __restrict sums = work + split.at(0, k, j);
+            const float* __restrict sums_c = work + split.at(0, k, ip - j);
+            float* __restrict to = out + split.at(0, k, j);
+            float* __restrict to_c = out + split.at(0, k, ip - j);
+            const auto unfold = [&](Index i, const auto& twiddle) ZAVO_INLINED {
+                const Index at = 2 * part * i;
+                const L ar = Lanes::load(sums + at);
+                const L ai = Lanes::load(sums + at + part);
+                const L br = Lanes::load(sums_c + at);
+                const L bi = Lanes::load(sums_c + at + part);
                 L xr = ar - bi;
                 L xi = ai + br;
                 L zr = ar + bi;
                 L zi = ai - br;
-                if (i > 0) {
-                    const float* const wj = wa + 2 * ((j - 1) * ido + i);
-                    const float* const wc = wa + 2 * ((jc - 1) * ido + i);
-                    apply_twiddle<d>(wj[0], wj[1], xr, xi);
-                    apply_twiddle<d>(wc[0], wc[1], zr, zi);
-                }
-                Lanes::store(out + at, xr);
-                Lanes::store(out + at + part, xi);
-                Lanes::store(out + at_c, zr);
-                Lanes::store(out + at_c + part, zi);
+                twiddle(xr, xi, zr, zi);
+                Lanes::store(to + at, xr);
+                Lanes::store(to + at + part, xi);
+                Lanes::store(to_c + at, zr);
+                Lanes::store(to_c + at + part, zi);
+            };
+            unfold(0, [](L&, L&, L&, L&) ZAVO_INLINED {});
+            for (Index i = 1; i < ido; ++i) {
+                unfold(i, [&](L& xr, L& xi, L& zr, L& zi) ZAVO_INLINED {
+                    apply_twiddle<d>(wj[2 * i], wj[2 * i + 1], xr, xi);
+                    apply_twiddle<d>(wc[2 * i], wc[2 * i + 1], zr, zi);
+                });
             }
         }
     }

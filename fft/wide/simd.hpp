@@ -5,14 +5,61 @@
 #include "fft/tables/plan.hpp"
 #include "fft/tables/twiddle.hpp"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace zavo::fft {
 
+// A length with straight code of its own, which finds its way without a plan.
+inline constexpr int known_record_floats = 8;
+struct KnownLength {
+    // The transform of p to q, which are the same array or do not overlap.
+    using Run = void (*)(const float* p, float* q, float* params);
+    std::uint32_t record[known_record_floats]; // bits of the beginning of the record that it is for
+    Run run[2];                                // by Direction
+
+    ZAVO_INLINE bool is_for(const float* factor_record) const
+    {
+        return std::memcmp(factor_record, record, sizeof record) == 0;
+    }
+};
+
+// The short ones, which all paths of a family of processors share.
+inline constexpr Index longest_short = 512;
+struct ShortLengths {
+    const KnownLength* first;
+    std::uint8_t number[longest_short + 1]; // from 1 on; 0: the length is none of these
+
+    // Null when there is none for n.
+    ZAVO_INLINE const KnownLength* find(Index n) const
+    {
+        return n <= longest_short && number[n] != 0 ? first + (number[n] - 1) : nullptr;
+    }
+};
+extern const ShortLengths short_real;
+extern const ShortLengths short_complex;
+
+// Powers of two from `least` to `most`, which a path has besides.
+struct KnownPowers {
+    const KnownLength* first;
+    Index least;
+    Index most;
+
+    ZAVO_INLINE const KnownLength* find(Index n) const
+    {
+        return (n & (n - 1)) == 0 && n >= least && n <= most
+                   ? first + (std::countr_zero(static_cast<std::uint64_t>(n)) -
+                              std::countr_zero(static_cast<std::uint64_t>(least)))
+                   : nullptr;
+    }
+};
+
 struct SimdPath {
-    // Completes the plan for plan.factors; false when the path has nothing for this
-    // length.
+    KnownPowers known_real;
+    KnownPowers known_complex;
+    // Completes the plan for plan.factors, of a length or an order of factors that is not
+    // known; false when the path has nothing for it.
     bool (*plan_real)(RealPlan& plan);
     bool (*plan_complex)(ComplexPlan& plan);
     // Complex transforms of length factors.n of n columns, by rows with the column
@@ -30,39 +77,6 @@ struct SimdPath {
     // fill_cos_sin of twiddle.hpp.
     void (*fill_cos_sin)(float step, int first, int count, float* pairs);
 };
-
-// A short length with straight code of its own, which finds its way without a plan.
-inline constexpr Index longest_short = 240;
-inline constexpr int short_record_floats = 8;
-struct ShortLength {
-    // The transform of p to q, which are the same array or do not overlap.
-    using Run = void (*)(const float* p, float* q, float* params);
-    std::uint32_t record[short_record_floats]; // bits of the beginning of the record that it is for
-    Run run[2];                                // by Direction
-};
-struct ShortLengths {
-    const ShortLength* first;
-    std::uint8_t number[longest_short + 1]; // from 1 on; 0: the length is none of these
-
-    // Null when there is none for n and the factors that its table's record lists.
-    ZAVO_INLINE const ShortLength* of(Index n, const float* record) const
-    {
-        if (n > longest_short || number[n] == 0) {
-            return nullptr;
-        }
-        const ShortLength* const found = first + (number[n] - 1);
-        std::uint32_t bits[short_record_floats];
-        std::memcpy(bits, record, sizeof bits);
-        std::uint32_t differing = 0;
-        for (int i = 0; i < short_record_floats; ++i) {
-            differing |= bits[i] ^ found->record[i];
-        }
-        return differing == 0 ? found : nullptr;
-    }
-};
-// For the paths from AVX2 on.
-extern const ShortLengths short_real;
-extern const ShortLengths short_complex;
 
 // Offsets into a table have to fit an int.
 inline constexpr Index most_looked_up = Index{1} << 28;

@@ -10,8 +10,16 @@
 namespace zavo::fft {
 
 const SimdPath avx2_path = {
-    plan_real<8>,      plan_complex<8>,        columns<8>,   rotate_real<8>,
-    rotate_complex<8>, multiply_spectra_by<8>, divide_by<8>, fill_cos_sin_by<DoubleLanes<32>>,
+    powers(real_powers<8>),
+    powers(complex_powers<8>),
+    plan_real<8>,
+    plan_complex<8>,
+    columns<8>,
+    rotate_real<8>,
+    rotate_complex<8>,
+    multiply_spectra_by<8>,
+    divide_by<8>,
+    fill_cos_sin_by<DoubleLanes<32>>,
 };
 
 } // namespace zavo::fft

@@ -10,8 +10,16 @@
 namespace zavo::fft {
 
 const SimdPath avx512_path = {
-    plan_real<16>,      plan_complex<16>,        columns<16>,   rotate_real<16>,
-    rotate_complex<16>, multiply_spectra_by<16>, divide_by<16>, fill_cos_sin_by<DoubleLanes<64>>,
+    powers(real_powers<16>),
+    powers(complex_powers<16>),
+    plan_real<16>,
+    plan_complex<16>,
+    columns<16>,
+    rotate_real<16>,
+    rotate_complex<16>,
+    multiply_spectra_by<16>,
+    divide_by<16>,
+    fill_cos_sin_by<DoubleLanes<64>>,
 };
 
 } // namespace zavo::fft

@@ -17,6 +17,7 @@
 #pragma once
 
 #include "fft/passes/complex_passes.hpp"
+#include "fft/wide/simd_rotation.hpp"
 #include "fft/wide/simd_whole.hpp"
 
 #include <utility>
@@ -366,8 +367,8 @@ template <Direction d, int V>
 float* complex_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
 {
     for (int which = first; which < factors.count; ++which) {
-        complex_pass<d, VectorLanes<V>>(factors.shape_within(first, which), from, to, from,
-                                        twiddles + 2 * factors.twiddle_offset(which));
+        complex_pass<d, RotatingVectorLanes<V>>(factors.shape_within(first, which), from, to, from,
+                                                twiddles + 2 * factors.twiddle_offset(which));
         std::swap(from, to);
     }
     return from;

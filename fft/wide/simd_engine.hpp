@@ -2,8 +2,7 @@
 #pragma once
 
 #include "fft/wide/simd.hpp"
-#include "fft/wide/simd_complex.hpp"
-#include "fft/wide/simd_real.hpp"
+#include "fft/wide/simd_known.hpp"
 #include "fft/wide/simd_rotation.hpp"
 
 namespace zavo::fft {
@@ -61,27 +60,6 @@ void columns(Direction d, const Factors& factors, Index n, const float* p, Index
 
 // ---- runs: what a plan calls ----------------------------------------------------------------
 
-// A function for each length and direction: the optimiser does worse on all in one.
-template <Direction d, int V, class List>
-void run_known_real(const Plan&, const float* p, float* q, float* scratch, float*, const float* twiddles)
-{
-    using Known = KnownRealPlan<V, List>;
-    real_whole<d, Known::cut.rows_width, Known::cut.columns_width>(Known{}, p, q, scratch, twiddles);
-}
-template <int V, class List>
-__attribute__((noinline)) void known_complex(const float* p, float* q, float* scratch, float* work,
-                                             const float* twiddles, bool exchanged)
-{
-    const EitherComplexPlan<V, List> plan{{}, exchanged};
-    complex_whole<Direction::forward, V>(plan, p, q, scratch, work, twiddles);
-}
-template <Direction d, int V, class List>
-void run_known_complex(const Plan&, const float* p, float* q, float* scratch, float* work,
-                       const float* twiddles)
-{
-    known_complex<V, List>(p, q, scratch, work, twiddles, d == Direction::backward);
-}
-
 template <Direction d, int W, int C>
 void run_found_real(const Plan& plan, const float* p, float* q, float* scratch, float*, const float* twiddles)
 {
@@ -97,82 +75,63 @@ void run_found_complex(const Plan& plan, const float* p, float* q, float* scratc
                         twiddles);
 }
 
-// ---- plans -------------------------------------------------------------------------------------
+// ---- powers of two with code of their own ----------------------------------------------------
 
-// The lengths with code of their own but for the short ones (simd_short.cpp), and the order of factors that
-// the builder of tables gives them. Both kinds of transform have these alike.
-template <class Work>
-ZAVO_INLINE bool for_known_list(const Factors& factors, const Work& work)
+// In the order of factors that the builder of tables gives them. Both kinds of transform
+// have these alike; simd_short.cpp and simd_neon.cpp have the shorter ones, which are
+// latency-bound: registers of 16 floats are too wide for them.
+template <int V>
+constexpr KnownLength real_powers[] = {
+    whole_real<V, 4, 4, 4, 4, 4>,    // 1024
+    whole_real<V, 2, 4, 4, 4, 4, 4>, // 2048
+    whole_real<V, 4, 4, 4, 4, 4, 4>, // 4096
+};
+template <int V>
+constexpr KnownLength complex_powers[] = {
+    either_way_complex<V, 4, 4, 4, 4>,       // 256
+    either_way_complex<V, 2, 4, 4, 4, 4>,    // 512
+    either_way_complex<V, 4, 4, 4, 4, 4>,    // 1024
+    either_way_complex<V, 2, 4, 4, 4, 4, 4>, // 2048
+    either_way_complex<V, 4, 4, 4, 4, 4, 4>, // 4096
+};
+template <int count>
+constexpr KnownPowers powers(const KnownLength (&lengths)[count])
 {
-    const auto try_list = [&](auto list) ZAVO_INLINED {
-        constexpr const Factors& known = decltype(list)::factors;
-        if (factors.count != known.count || !std::equal(known.ip, known.ip + known.count, factors.ip)) {
-            return false;
-        }
-        work(list);
-        return true;
+    const auto length_of = [](const KnownLength& known) {
+        return static_cast<Index>(std::bit_cast<float>(known.record[0]));
     };
-    switch (factors.n) {
-    case 128:
-        return try_list(FactorList<2, 4, 4, 4>{});
-    case 256:
-        return try_list(FactorList<4, 4, 4, 4>{});
-    case 512:
-        return try_list(FactorList<2, 4, 4, 4, 4>{});
-    case 1024:
-        return try_list(FactorList<4, 4, 4, 4, 4>{});
-    case 2048:
-        return try_list(FactorList<2, 4, 4, 4, 4, 4>{});
-    case 4096:
-        return try_list(FactorList<4, 4, 4, 4, 4, 4>{});
-    default:
-        return false;
-    }
+    return {lengths, length_of(lengths[0]), length_of(lengths[count - 1])};
 }
 
-ZAVO_INLINE void set_runs(Plan& plan, Way way, Run forward, Run backward)
+// ---- plans -------------------------------------------------------------------------------------
+
+ZAVO_INLINE void set_runs(Plan& plan, Run forward, Run backward)
 {
-    plan.way = way;
+    plan.way = Way::found;
     plan.needs_work = false;
     plan.run[static_cast<int>(Direction::forward)] = forward;
     plan.run[static_cast<int>(Direction::backward)] = backward;
 }
-
-// A short real transform is latency-bound, so that narrower registers win.
-template <int V>
-constexpr Index shortest_known_real = V > 8 ? 1024 : 0;
 
 // The runs with the widths that the cut names.
 template <int W, int C>
 void set_real_widths(RealPlan& plan)
 {
     if (plan.cut.rows_width == W && plan.cut.columns_width == C) {
-        set_runs(plan, Way::found, run_found_real<Direction::forward, W, C>,
-                 run_found_real<Direction::backward, W, C>);
+        set_runs(plan, run_found_real<Direction::forward, W, C>, run_found_real<Direction::backward, W, C>);
     }
 }
 
 // Shorter transforms of other lengths are faster one value at a time. Measured:
 // ./zavo bench fft, "wide beside scalar".
 constexpr Index shortest_found_real = 100;
-constexpr Index shortest_found_complex = 40;
+constexpr Index shortest_found_complex = 60;
 
 // The plan for plan.factors; false when the scalar path serves this length better.
 template <int V>
 bool plan_real(RealPlan& plan)
 {
     const Factors& factors = plan.factors;
-    if (for_known_list(factors, [&](auto list) ZAVO_INLINED {
-            using List = decltype(list);
-            if constexpr (List::factors.n < shortest_known_real<V>) {
-                narrower_path<V>->plan_real(plan);
-            } else {
-                set_runs(plan, Way::known, run_known_real<Direction::forward, V, List>,
-                         run_known_real<Direction::backward, V, List>);
-            }
-        })) {
-        return true;
-    }
     if (factors.n < shortest_found_real) {
         return false;
     }
@@ -196,31 +155,18 @@ template <int V>
 bool plan_complex(ComplexPlan& plan)
 {
     const Factors& factors = plan.factors;
-    if (for_known_list(factors, [&](auto list) ZAVO_INLINED {
-            using List = decltype(list);
-            constexpr int width = V == 4 || known_complex_cut<V, List>.first != 0 ? V : V / 2;
-            if constexpr (width >= 8 && width < V) {
-                narrower_path<V>->plan_complex(plan);
-            } else {
-                set_runs(plan, Way::known, run_known_complex<Direction::forward, width, List>,
-                         run_known_complex<Direction::backward, width, List>);
-            }
-        })) {
-        return true;
-    }
     if (factors.n < shortest_found_complex) {
         return false;
     }
     plan.cut = V > 4 || is_smooth(factors) ? choose_complex_cut<V>(factors) : Cut{};
     if (plan.cut.first != 0) {
-        set_runs(plan, Way::found, run_found_complex<Direction::forward, V>,
-                 run_found_complex<Direction::backward, V>);
+        set_runs(plan, run_found_complex<Direction::forward, V>, run_found_complex<Direction::backward, V>);
     } else if constexpr (V == 8) {
         plan.cut = is_smooth(factors) ? choose_complex_cut<V / 2>(factors) : Cut{};
         if (plan.cut.first == 0) {
             return false;
         }
-        set_runs(plan, Way::found, run_found_complex<Direction::forward, V / 2>,
+        set_runs(plan, run_found_complex<Direction::forward, V / 2>,
                  run_found_complex<Direction::backward, V / 2>);
     } else if constexpr (V > 8) {
         return narrower_path<V>->plan_complex(plan);

@@ -15,6 +15,7 @@
 
 #include "fft/passes/complex_radices.hpp"
 #include "fft/passes/real_passes.hpp"
+#include "fft/wide/simd_rotation.hpp"
 #include "fft/wide/simd_whole.hpp"
 
 #include <algorithm>
@@ -317,8 +318,8 @@ float* real_lanes(const Factors& factors, int first, float* from, float* to, con
 {
     for (int t = first; t < factors.count; ++t) {
         const int which = d == Direction::forward ? first + factors.count - 1 - t : t;
-        real_pass<d, VectorLanes<V>>(factors.shape_within(first, which), from, to, from,
-                                     twiddles + factors.twiddle_offset(which));
+        real_pass<d, RotatingVectorLanes<V>>(factors.shape_within(first, which), from, to, from,
+                                             twiddles + factors.twiddle_offset(which));
         std::swap(from, to);
     }
     return from;

@@ -192,7 +192,7 @@ void rotate_few_complex(Index slab, Index ip, const float* x, float* y, const fl
 
 // Output slots that share the loads of a slab, and the rotations of each of them by
 // every input slot, j = 1 .. half.
-constexpr Index slots_at_once = 4;
+constexpr int slots_at_once = 4;
 constexpr Index most_turns = 512;
 struct Turns {
     float cos[slots_at_once];
@@ -226,8 +226,8 @@ ZAVO_INLINE void rotate_neighbours(Index slab, Index ip, const Turns* turns, Ind
     }
 }
 
-// All sums of slabs of at least V values. fill(l, s, turns) sets the rotations of slot l
-// as the s-th of `turns`.
+// All sums of slabs of at least V values. fill(l, count, turns) sets the rotations of the
+// slots l .. l + count - 1; those of further slots are to be numbers and no more.
 template <int V, class Fill>
 ZAVO_INLINE void rotate_slabs(Index slab, Index ip, const float* x, float* y, const Fill& fill)
 {
@@ -238,9 +238,7 @@ ZAVO_INLINE void rotate_slabs(Index slab, Index ip, const float* x, float* y, co
             return;
         }
         const Index count = half + 1 - l < slots_at_once ? half + 1 - l : slots_at_once;
-        for (Index s = 0; s < slots_at_once; ++s) {
-            fill(l + (s < count ? s : 0), s, turns);
-        }
+        fill(l, count, turns);
         Index i = 0;
         do {
             const Index at = i < slab - V ? i : slab - V; // the last ones overlap
@@ -252,6 +250,33 @@ ZAVO_INLINE void rotate_slabs(Index slab, Index ip, const float* x, float* y, co
 
 // From this radix on slabs of few values gain.
 constexpr Index large_radix = 13;
+
+// The sums of a real general pass, in slabs of at least V values.
+template <int V>
+void rotate_real_slabs(Index slab, Index ip, CosSin w, const float* x, float* y)
+{
+    Rotation<float> last{1.0F, 0.0F}; // of the slots, which come in rising order
+    rotate_slabs<V>(slab, ip, x, y, [&](Index, Index count, Turns* turns) {
+        float re[slots_at_once], im[slots_at_once];
+        for (Index s = 0; s < slots_at_once; ++s) {
+            if (s < count) {
+                last.advance(w.cos, w.sin);
+            }
+            re[s] = last.re;
+            im[s] = last.im;
+        }
+        // Four recurrences side by side: one waits for itself.
+        const Rotation<Vector<slots_at_once>> by_l{load<slots_at_once>(re), load<slots_at_once>(im)};
+        Rotation<Vector<slots_at_once>> by_lj = by_l;
+        for (Index j = 1; j < (ip + 1) / 2; ++j) {
+            if (j > 1) {
+                by_lj.advance(by_l.re, by_l.im);
+            }
+            store<slots_at_once>(turns[j].cos, by_lj.re);
+            store<slots_at_once>(turns[j].sin, by_lj.im);
+        }
+    });
+}
 
 template <int V>
 bool rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
@@ -273,35 +298,23 @@ bool rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
         }
         return false;
     }
-    Rotation<float> by_l{1.0F, 0.0F};
-    Index reached = 0;
-    rotate_slabs<V>(slab, ip, x, y, [&](Index l, Index s, Turns* turns) {
-        if (l > reached) { // slots come in rising order, but for those that only fill up
-            by_l.advance(w.cos, w.sin);
-            reached = l;
-        }
-        Rotation<float> by_lj = by_l;
-        for (Index j = 1; j < (ip + 1) / 2; ++j) {
-            if (j > 1) {
-                by_lj.advance(by_l.re, by_l.im);
-            }
-            turns[j].cos[s] = by_lj.re;
-            turns[j].sin[s] = by_lj.im;
-        }
-    });
+    rotate_real_slabs<V>(slab, ip, w, x, y);
     return true;
 }
 
 template <Direction d, int V>
 void rotate_complex_slabs(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
 {
-    rotate_slabs<V>(slab, ip, x, y, [&](Index l, Index s, Turns* turns) {
-        Index b = 0;
-        for (Index j = 1; j < (ip + 1) / 2; ++j) {
-            b = b + l >= ip ? b + l - ip : b + l;
-            const float* const w = wa + step * (b - 1);
-            turns[j].cos[s] = w[0];
-            turns[j].sin[s] = d == Direction::forward ? -w[1] : w[1];
+    rotate_slabs<V>(slab, ip, x, y, [&](Index l, Index count, Turns* turns) {
+        for (Index s = 0; s < slots_at_once; ++s) {
+            const Index slot = s < count ? l + s : l;
+            Index b = 0;
+            for (Index j = 1; j < (ip + 1) / 2; ++j) {
+                b = b + slot >= ip ? b + slot - ip : b + slot;
+                const float* const w = wa + step * (b - 1);
+                turns[j].cos[s] = w[0];
+                turns[j].sin[s] = d == Direction::forward ? -w[1] : w[1];
+            }
         }
     });
 }
@@ -339,6 +352,32 @@ bool rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y,
     rotate(slab, ip, x, y, wa, step);
     return true;
 }
+
+// ---- V transforms side by side ---------------------------------------------------------
+
+// VectorLanes whose general passes keep their sums in registers. A slab of values is one
+// of V times as many floats.
+template <int V>
+struct RotatingVectorLanes : VectorLanes<V> {
+    static bool rotate_real_sums(Index slab, Index ip, CosSin w, const float* x, float* y)
+    {
+        if ((ip - 1) / 2 > most_turns) {
+            return false;
+        }
+        rotate_real_slabs<V>(V * slab, ip, w, x, y);
+        return true;
+    }
+    template <Direction d>
+    static bool rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const float* wa,
+                                    Index step)
+    {
+        if ((ip - 1) / 2 > most_turns) {
+            return false;
+        }
+        rotate_complex_slabs<d, V>(V * slab, ip, x, y, wa, step);
+        return true;
+    }
+};
 
 } // namespace
 

@@ -4,48 +4,37 @@
 
 #include "fft/wide/simd_short.hpp"
 
-#include <bit>
-#include <cstddef>
-#include <cstdint>
-
 namespace zavo::fft {
 
 namespace {
 
 // The factors in the order that the builder of tables gives them.
-constexpr ShortLength real_lengths[] = {
-    straight_real<2, 4>,       // 8
-    straight_real<2, 7>,       // 14
-    straight_real<2, 3, 7>,    // 42
-    straight_real<4, 4>,       // 16
-    straight_real<2, 4, 4>,    // 32
-    straight_real<4, 4, 3>,    // 48
-    whole_real<8, 4, 4, 4>,    // 64
-    whole_real<8, 2, 4, 4, 3>, // 96
-    whole_real<8, 2, 4, 3, 5>, // 120
-    whole_real<8, 4, 4, 3, 5>, // 240
+constexpr KnownLength real_lengths[] = {
+    straight_real<2, 4>,          // 8
+    straight_real<2, 7>,          // 14
+    straight_real<2, 3, 7>,       // 42
+    straight_real<4, 4>,          // 16
+    straight_real<2, 4, 4>,       // 32
+    straight_real<4, 4, 3>,       // 48
+    whole_real<8, 4, 4, 4>,       // 64
+    whole_real<8, 2, 4, 4, 3>,    // 96
+    whole_real<8, 2, 4, 3, 5>,    // 120
+    whole_real<8, 4, 4, 3, 5>,    // 240
+    whole_real<8, 2, 4, 4, 4>,    // 128
+    whole_real<8, 4, 4, 4, 4>,    // 256
+    whole_real<8, 2, 4, 4, 4, 4>, // 512
 };
-constexpr ShortLength complex_lengths[] = {
-    straight_complex<2, 4>,       // 8
-    whole_complex<4, 4, 4>,       // 16
-    whole_complex<4, 2, 4, 4>,    // 32
-    flat_complex<3, 4, 4>,        // 48
-    flat_complex<4, 4, 4>,        // 64
-    flat_complex<2, 3, 4, 4>,     // 96
-    flat_complex<2, 3, 4, 5>,     // 120
-    whole_complex<8, 3, 4, 4, 5>, // 240
+constexpr KnownLength complex_lengths[] = {
+    straight_complex<2, 4>,            // 8
+    whole_complex<4, 4, 4>,            // 16
+    whole_complex<4, 2, 4, 4>,         // 32
+    flat_complex<3, 4, 4>,             // 48
+    flat_complex<4, 4, 4>,             // 64
+    flat_complex<2, 3, 4, 4>,          // 96
+    flat_complex<2, 3, 4, 5>,          // 120
+    either_way_complex<8, 2, 4, 4, 4>, // 128
+    whole_complex<8, 3, 4, 4, 5>,      // 240
 };
-
-template <std::size_t count>
-constexpr ShortLengths in_order(const ShortLength (&lengths)[count])
-{
-    ShortLengths found{lengths, {}};
-    for (std::size_t i = 0; i < count; ++i) {
-        found.number[static_cast<int>(std::bit_cast<float>(lengths[i].record[0]))] =
-            static_cast<std::uint8_t>(i + 1);
-    }
-    return found;
-}
 
 } // namespace
 

@@ -5,12 +5,9 @@
 #include "fft/passes/complex_passes.hpp"
 #include "fft/passes/real_passes.hpp"
 #include "fft/wide/simd.hpp"
-#include "fft/wide/simd_complex.hpp"
-#include "fft/wide/simd_real.hpp"
+#include "fft/wide/simd_known.hpp"
 
 #include <algorithm>
-#include <bit>
-#include <cstdint>
 
 namespace zavo::fft {
 
@@ -55,20 +52,6 @@ void run_straight_complex(const float* p, float* q, float* params)
             shape, from, to, params + 2 * (List::factors.n + List::factors.twiddle_offset(pass)));
         from = to;
     });
-}
-
-// In rows and columns; V: lanes of a register, at most for real transforms.
-template <Direction d, int V, class List>
-void run_short_real(const float* p, float* q, float* params)
-{
-    using Known = KnownRealPlan<V, List>;
-    real_whole<d, Known::cut.rows_width, Known::cut.columns_width>(Known{}, p, q, params,
-                                                                   params + List::factors.n);
-}
-template <Direction d, int V, class List>
-void run_short_complex(const float* p, float* q, float* params)
-{
-    complex_whole<d, V>(KnownComplexPlan<V, List>{}, p, q, params, nullptr, params + 2 * List::factors.n);
 }
 
 // ---- complex lengths whose passes fill registers as they are -----------------------------
@@ -162,45 +145,17 @@ void run_flat_complex(const float* p, float* q, float* params)
                                                                                  from, q);
 }
 
-template <class List>
-constexpr ShortLength short_length(ShortLength::Run forward, ShortLength::Run backward)
-{
-    static_assert(List::factors.n <= longest_short && List::factors.count + 2 <= short_record_floats);
-    ShortLength length{{}, {forward, backward}};
-    const auto put = [&](int place, Index value) {
-        length.record[place] = std::bit_cast<std::uint32_t>(static_cast<float>(value));
-    };
-    put(0, List::factors.n);
-    put(1, List::factors.count);
-    for (int i = 0; i < List::factors.count; ++i) {
-        put(2 + i, List::factors.ip[i]);
-    }
-    return length;
-}
-
-constexpr auto forward = Direction::forward;
-constexpr auto backward = Direction::backward;
-
 template <int... ip>
-constexpr ShortLength
-    straight_real = short_length<FactorList<ip...>>(run_straight_real<forward, FactorList<ip...>>,
+constexpr KnownLength
+    straight_real = known_length<FactorList<ip...>>(run_straight_real<forward, FactorList<ip...>>,
                                                     run_straight_real<backward, FactorList<ip...>>);
 template <int... ip>
-constexpr ShortLength
-    straight_complex = short_length<FactorList<ip...>>(run_straight_complex<forward, FactorList<ip...>>,
+constexpr KnownLength
+    straight_complex = known_length<FactorList<ip...>>(run_straight_complex<forward, FactorList<ip...>>,
                                                        run_straight_complex<backward, FactorList<ip...>>);
-template <int V, int... ip>
-constexpr ShortLength
-    whole_real = short_length<FactorList<ip...>>(run_short_real<forward, V, FactorList<ip...>>,
-                                                 run_short_real<backward, V, FactorList<ip...>>);
-template <int V, int... ip>
-constexpr ShortLength
-    whole_complex = short_length<FactorList<ip...>>(run_short_complex<forward, V, FactorList<ip...>>,
-                                                    run_short_complex<backward, V, FactorList<ip...>>);
-
 template <int... ip>
-constexpr ShortLength
-    flat_complex = short_length<FactorList<ip...>>(run_flat_complex<forward, FactorList<ip...>>,
+constexpr KnownLength
+    flat_complex = known_length<FactorList<ip...>>(run_flat_complex<forward, FactorList<ip...>>,
                                                    run_flat_complex<backward, FactorList<ip...>>);
 
 } // namespace

@@ -249,20 +249,22 @@ TEST(fft_2d, workers_check_with_their_own_codes)
     EXPECT_EQ(errors.codes(), "5/6004 5/6003 5/6005 5/6006");
 }
 
-TEST(fft_2d, every_allocation_may_fail)
+// Fails the first allocation, the second one and so on, to the first call that gets
+// all; its number.
+long fail_every_allocation(int m, int n)
 {
     CapturedErrors errors;
-    const auto p = matrix_noise(24 * 20, 1);
-    const Values plain{zavo_c_fft_2d_complex(24, 20, p.data(), 0)};
+    const auto p = matrix_noise(m * n, 1);
+    const Values plain{zavo_c_fft_2d_complex(m, n, p.data(), 0)};
     long k = 1;
     for (;; ++k) {
         zavo_fail_allocation(k);
-        const Values r{zavo_c_fft_2d_complex(24, 20, p.data(), 0)};
+        const Values r{zavo_c_fft_2d_complex(m, n, p.data(), 0)};
         const bool failed_once = zavo_allocation_count() >= k;
         zavo_fail_allocation(0);
         if (r) {
             // storage that only saves time may be missing
-            EXPECT_EQ(std::memcmp(r.get(), plain.get(), sizeof(f_complex) * 480), 0);
+            EXPECT_EQ(std::memcmp(r.get(), plain.get(), p.size() * sizeof(f_complex)), 0);
             if (!failed_once) {
                 break;
             }
@@ -270,7 +272,14 @@ TEST(fft_2d, every_allocation_may_fail)
             EXPECT_EQ(zavo_error_code(1), zavo::core::code::no_memory_for_array);
         }
     }
-    EXPECT_GE(k, 6); // two tables, two work blocks and the result were asked for
+    return k;
+}
+
+TEST(fft_2d, every_allocation_may_fail)
+{
+    const long calls = fail_every_allocation(24, 20);
+    EXPECT_GE(calls, 6); // two tables, two work blocks and the result were asked for
+    EXPECT_EQ(fail_every_allocation(24, 24), calls - 1); // rows and columns have one table
 }
 
 } // namespace

@@ -174,6 +174,14 @@ TEST(simd, large_prime_factors_have_the_scalar_bits)
     }
 }
 
+// Rows of V transforms keep the sums of factors to 1025 in registers.
+TEST(simd, rows_with_large_prime_factors_have_the_scalar_bits)
+{
+    for (const int n : {9 * 167, 12 * 1021, 16 * 1021, 8 * 1031, 12 * 1033}) {
+        expect_same_bits(n);
+    }
+}
+
 TEST(simd, powers_of_two_with_code_of_their_own_have_the_scalar_bits)
 {
     for (int n = 32; n <= 8192; n *= 2) {
