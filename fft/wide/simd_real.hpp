@@ -30,11 +30,13 @@ namespace { // compiled for several instruction sets: see inlining.hpp
 constexpr Index far_real_length = 32 * 1024;
 // At these lengths rows backward go out by a stage, and G is at least staged_group where
 // that leaves no chunk that overlaps another: backward the first chunk has the result for
-// a partner and runs pass by pass, which should not be all of them. Longer transforms
-// lose more by columns that are further apart.
+// a partner and runs pass by pass, which should not be all of them. Where it can be, rows
+// have at most staged_rows values, so that chunk, partner and stage are in L1 or near it.
+// Longer transforms lose more by columns that are further apart.
 constexpr Index staged_real_length = 16 * 1024;
 constexpr Index end_of_staged_real = 256 * 1024;
 constexpr Index staged_group = 64;
+constexpr Index staged_rows = 512;
 
 // Columns: with even R the registers may reach t = R / 2, whose values are put right
 // afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Columns
@@ -64,11 +66,13 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
         return cut.rows_width != 0 && cut.columns_width != 0 && floats() <= stack_floats;
     };
     if (factors.n >= staged_real_length && factors.n < end_of_staged_real) {
-        const Cut staged = choose_cut(factors, 2, [&](Cut& cut) ZAVO_INLINED {
-            return cut.group >= staged_group && fit(cut) && !cut.has_tail();
-        });
-        if (staged.first != 0) {
-            return staged;
+        for (const Index longest : {staged_rows, factors.n}) {
+            const Cut staged = choose_cut(factors, 2, [&](Cut& cut) ZAVO_INLINED {
+                return cut.group >= staged_group && cut.rows <= longest && fit(cut) && !cut.has_tail();
+            });
+            if (staged.first != 0) {
+                return staged;
+            }
         }
     }
     return choose_cut(factors, 2, fit);
@@ -541,11 +545,15 @@ ZAVO_INLINE void four_unpaired(Index l1, const float* from, float* to)
         float joined[4 * 4];
         const auto row = [&](int j) ZAVO_INLINED { return joined + 4 * j; };
         Vector<4> x[4], y[4];
-        if constexpr (d == Direction::backward) {
-            transpose<4>([&](int c) ZAVO_INLINED { return from + 4 * (k + c); }, row);
-        }
         for (int j = 0; j < 4; ++j) {
-            x[j] = load<4>(d == Direction::forward ? from + k + l1 * j : row(j));
+            if constexpr (d == Direction::forward) {
+                x[j] = load<4>(from + k + l1 * j);
+            } else {
+                // One at a time, as the pass before has just left them: a load of four of
+                // them would wait for the cache.
+                const float* const at = from + 4 * k + j;
+                x[j] = Vector<4>{at[0], at[4], at[8], at[12]};
+            }
         }
         if constexpr (d == Direction::forward && inner == 2) {
             Radix::forward_first(x, y);
