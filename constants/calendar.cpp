@@ -5,17 +5,17 @@
 // Julian years whole, with its 366 days, so that -4 and -8 are leap years.
 //   15 10 1582 is -115860, 4 10 1582 is -115861, 31 12 -1 is -693598
 //
-// Both directions go through the start of the year, counted by cycles: 400, 100
-// and 4 years for Gregorian years, 4 years for Julian ones.
+// A date's number goes through the start of its year; for a number's date see
+// constants/date_of_day.hpp.
 
 #include "constants/calendar.h"
 #include "constants/calendar.hpp"
+#include "constants/date_of_day.hpp"
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
 #include "core/frame/entry_frame.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -28,10 +28,6 @@ constexpr int first_skipped = 5; // 5 to 14 October 1582 do not exist
 constexpr int last_skipped = 14;
 constexpr int skipped_days = last_skipped - first_skipped + 1;
 
-// Day numbers of the calendars' first days, as if each had always been in use.
-constexpr std::int64_t gregorian_year_1 = -693595; // 1 January 1
-constexpr std::int64_t julian_year_1 = -693597;
-constexpr std::int64_t year_0_length = 366;
 constexpr std::int64_t first_day_of_1583 = -115782;
 
 // Indexed by month; entry 0 is not used, and the first days end with one that no year
@@ -96,46 +92,7 @@ constexpr std::int64_t day_number(int day, int month, int year)
            (after_gap ? skipped_days : 0);
 }
 
-struct YearDay {
-    int year;
-    int day_of_year; // 1 is 1 January
-};
-
-// `count` units of equal length make a cycle, but the last may be a day longer.
-// Takes the full units out of `days`.
-constexpr unsigned full_units(unsigned& days, unsigned length, unsigned count)
-{
-    const unsigned units = std::min(days / length, count - 1);
-    days -= units * length;
-    return units;
-}
-
-// Both count from a 1 January at which a cycle begins, early enough that the
-// days since then are an unsigned number.
-constexpr YearDay gregorian_year_day(int days)
-{
-    unsigned rest = static_cast<unsigned>(days) - static_cast<unsigned>(gregorian_year_1);
-    unsigned year = 400 * (rest / 146097);
-    rest %= 146097;
-    year += 100 * full_units(rest, 36524, 4);
-    year += 4 * full_units(rest, 1461, 25);
-    year += full_units(rest, 365, 4);
-    return {static_cast<int>(year) + 1, static_cast<int>(rest) + 1};
-}
-
-constexpr YearDay julian_year_day(int days)
-{
-    constexpr unsigned cycles = 1'470'000; // of 4 years before year 1
-    static_assert(1461 * std::int64_t{cycles} > std::int64_t{INT32_MAX} + year_0_length);
-    unsigned rest = static_cast<unsigned>(days) - static_cast<unsigned>(julian_year_1) + 1461 * cycles;
-    if (days < julian_year_1) {
-        rest -= static_cast<unsigned>(year_0_length);
-    }
-    unsigned year = 4 * (rest / 1461);
-    rest %= 1461;
-    year += full_units(rest, 365, 4);
-    return {static_cast<int>(year) - 4 * static_cast<int>(cycles) + 1, static_cast<int>(rest) + 1};
-}
+static_assert(day_number(last_skipped + 1, reform_month, reform_year) == first_gregorian_day);
 
 // The dates whose day number is an int.
 constexpr Date first_date{3, 3, -5877591};
@@ -231,15 +188,7 @@ void split_day_of_year(int day_of_year, bool leap, int year, int* month, int* da
 
 } // namespace
 
-Date date_of(int days)
-{
-    const YearDay date = days >= first_day_of_1583 ? gregorian_year_day(days) : julian_year_day(days);
-    Date result{0, 0, date.year};
-    split_day_of_year(date.day_of_year, is_leap(date.year), date.year, &result.month, &result.day);
-    return result;
-}
-
-std::optional<int> day_number_of(Date date)
+std::optional<int> day_number_of(const Date& date)
 {
     const auto [day, month, year] = date;
     const bool skipped =

@@ -1,23 +1,62 @@
 // zavo_date_to_days day month year, zavo_days_to_date days
 
 #include "constants/calendar.hpp"
+#include "constants/date_of_day.hpp"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
+#include <array>
 #include <charconv>
-#include <iterator>
+#include <cstring>
 
 namespace zavo::ext {
 
 namespace {
 
-// Appends a number from 0 to 99. Without a branch: its digits are not to be foreseen.
-char* append_below_100(char* end, int number)
+// "31 12 -5877591" and the terminating zero: no more than a small block of Tcl's has.
+constexpr int longest_date = 16;
+
+// A number from 0 to 99 with a blank behind it, and its length with the blank: copied
+// whole, since how many digits there are is not to be foreseen.
+struct Word {
+    char text[3];
+    char length;
+};
+
+constexpr std::array<Word, 100> make_words()
 {
-    const int two_digits = number >= 10 ? 1 : 0;
-    end[0] = static_cast<char>('0' + number / 10);
-    end[two_digits] = static_cast<char>('0' + number % 10);
-    return end + 1 + two_digits;
+    std::array<Word, 100> words{};
+    for (int i = 0; i < 100; ++i) {
+        const char tens = static_cast<char>('0' + i / 10);
+        const char ones = static_cast<char>('0' + i % 10);
+        words[static_cast<std::size_t>(i)] = i < 10 ? Word{{ones, ' ', 0}, 2} : Word{{tens, ones, ' '}, 3};
+    }
+    return words;
+}
+constexpr std::array<Word, 100> words = make_words();
+
+// Appends a number from 0 to 99 and a blank; writes a byte beyond.
+char* append_word(char* end, int number)
+{
+    const Word& word = words[static_cast<std::size_t>(number)];
+    std::memcpy(end, &word, sizeof word);
+    return end + word.length;
+}
+
+// Appends a number from 1000 to 9999.
+char* append_four_digits(char* end, unsigned number)
+{
+    const unsigned low = number % 100;
+    append_word(end, static_cast<int>(number / 100));
+    end[2] = static_cast<char>('0' + low / 10);
+    end[3] = static_cast<char>('0' + low % 10);
+    return end + 4;
+}
+
+// Apart, so that the usual case has fewer registers to save.
+[[gnu::noinline]] char* append_other_year(char* end, char* last, int year)
+{
+    return std::to_chars(end, last, year).ptr;
 }
 
 } // namespace
@@ -59,19 +98,16 @@ int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* a
         return TCL_ERROR;
     }
     const constants::Date date = constants::date_of(days);
-    char text[40]; // three ints of at most 11 characters, a blank before two
-    char* end = append_below_100(text, date.day);
-    *end++ = ' ';
-    end = append_below_100(end, date.month);
-    *end++ = ' ';
-    if (date.year >= 1000 && date.year < 10000) { // nearly always
-        end = append_below_100(end, date.year / 100);
-        *end++ = static_cast<char>('0' + date.year / 10 % 10);
-        *end++ = static_cast<char>('0' + date.year % 10);
-    } else {
-        end = std::to_chars(end, std::end(text), date.year).ptr;
-    }
-    Tcl_SetStringObj(own_result(interp), text, static_cast<int>(end - text));
+    char* const text = reinterpret_cast<char*>(Tcl_Alloc(longest_date));
+    char* end = append_word(append_word(text, date.day), date.month);
+    end = date.year >= 1000 && date.year < 10000 // nearly always
+              ? append_four_digits(end, static_cast<unsigned>(date.year))
+              : append_other_year(end, text + longest_date, date.year);
+    *end = '\0';
+    Tcl_ResetResult(interp); // leaves an empty value of nobody else's, with no text to free
+    Tcl_Obj* const result = Tcl_GetObjResult(interp);
+    result->bytes = text;
+    result->length = static_cast<decltype(result->length)>(end - text);
     return TCL_OK;
 }
 

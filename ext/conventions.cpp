@@ -2,6 +2,7 @@
 
 #include "core/errors/error_codes.hpp"
 #include "core/errors/error_stack.h"
+#include "core/system/float_control.hpp"
 #include "core/system/memory.hpp"
 #include "core/thread_state.hpp"
 
@@ -130,22 +131,34 @@ Tcl_Obj* own_result(Tcl_Interp* interp)
     return Tcl_GetObjResult(interp);
 }
 
+namespace {
+
+// Apart, so that the usual case has no frame to set up. What is no integer, Tcl reads as
+// a double, in modes of ours.
+[[gnu::noinline]] int read_unusual_int(Tcl_Interp* interp, const char* word, int* value)
+{
+    const platform::UsualFloatControl usual;
+    return Tcl_GetInt(interp, word, value);
+}
+
+} // namespace
+
 int read_int(Tcl_Interp* interp, const char* word, int* value)
 {
     constexpr int digits_that_fit = 9;
     const bool negative = word[0] == '-';
-    const char* at = word + (negative ? 1 : 0);
-    const bool may_be_octal = at[0] == '0' && at[1] != '\0';
-    int number = 0;
-    int digits = 0;
-    while (*at >= '0' && *at <= '9' && digits < digits_that_fit) {
-        number = 10 * number + (*at++ - '0');
-        ++digits;
+    const char* const digits = word + (negative ? 1 : 0);
+    const bool may_be_octal = digits[0] == '0' && digits[1] != '\0';
+    const char* at = digits;
+    unsigned number = 0;
+    for (unsigned digit = 0;
+         (digit = static_cast<unsigned>(*at) - '0') < 10 && at != digits + digits_that_fit; ++at) {
+        number = 10 * number + digit;
     }
-    if (*at != '\0' || digits == 0 || may_be_octal) {
-        return Tcl_GetInt(interp, word, value);
+    if (*at != '\0' || at == digits || may_be_octal) {
+        return read_unusual_int(interp, word, value);
     }
-    *value = negative ? -number : number;
+    *value = negative ? -static_cast<int>(number) : static_cast<int>(number);
     return TCL_OK;
 }
 

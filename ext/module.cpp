@@ -25,7 +25,8 @@ namespace {
 struct CommandRow {
     const char* name;
     Command* procedure;
-    int client_data;         // tells apart the commands that share a procedure
+    int client_data; // tells apart the commands that share a procedure
+    bool computes_floats;
     const char* description; // for the reader of this table
 };
 
@@ -40,23 +41,28 @@ int as_long_work(ClientData data, Tcl_Interp* interp, int argc, const char* argv
 
 // clang-format off
 constexpr CommandRow command_table[] = {
-    {"zavo_constant",           constant_command,                      0, "return common numeric constants"},
-    {"zavo_i_machine",          i_machine_command,                     0, "return integer information describing computer's arithmetic"},
-    {"zavo_f_machine",          f_machine_command,                     0, "return float information describing computer's floating point math"},
-    {"zavo_date_to_days",       date_to_days_command,                  0, "return number of days from Jan 1, 1900 to given date"},
-    {"zavo_days_to_date",       days_to_date_command,                  0, "return date correspond to given days after Jan 1, 1900"},
-    {"zavo_random_uniform",     as_long_work<random_command>,          0, "generate random uniform deviates"},
-    {"zavo_random_normal",      as_long_work<random_command>,          1, "generate random normal deviates"},
-    {"zavo_random_exp",         as_long_work<random_command>,          2, "generate random exponential deviates"},
-    {"zavo_fft_real",           as_long_work<fft_real_command>,        0, "Computes the real discrete Fourier transform"},
-    {"zavo_fft_2d_complex",     as_long_work<fft_2d_complex_command>,  0, "Computes the complex 2D discrete Fourier transform"},
-    {"zavo_convolution",        as_long_work<convolution_command>,     0, "Computes the convolution of two vectors"},
-    {"zavo_correlation",        as_long_work<convolution_command>,     1, "Computes the correlation of two vectors"},
-    {"zavo_min_uncon_multivar", min_uncon_multivar_command,            0, "minimize function f(x) of n variables using quasi newton method"},
-    {"zavo_min_con_gen_lin",    min_con_gen_lin_command,               0, "minimize general objective function subject to linear contraints"},
-    {nullptr,                   nullptr,                               0, nullptr},
+    {"zavo_constant",           constant_command,                      0, true,  "return common numeric constants"},
+    {"zavo_i_machine",          i_machine_command,                     0, false, "return integer information describing computer's arithmetic"},
+    {"zavo_f_machine",          f_machine_command,                     0, true,  "return float information describing computer's floating point math"},
+    {"zavo_date_to_days",       date_to_days_command,                  0, false, "return number of days from Jan 1, 1900 to given date"},
+    {"zavo_days_to_date",       days_to_date_command,                  0, false, "return date correspond to given days after Jan 1, 1900"},
+    {"zavo_random_uniform",     as_long_work<random_command>,          0, true,  "generate random uniform deviates"},
+    {"zavo_random_normal",      as_long_work<random_command>,          1, true,  "generate random normal deviates"},
+    {"zavo_random_exp",         as_long_work<random_command>,          2, true,  "generate random exponential deviates"},
+    {"zavo_fft_real",           as_long_work<fft_real_command>,        0, true,  "Computes the real discrete Fourier transform"},
+    {"zavo_fft_2d_complex",     as_long_work<fft_2d_complex_command>,  0, true,  "Computes the complex 2D discrete Fourier transform"},
+    {"zavo_convolution",        as_long_work<convolution_command>,     0, true,  "Computes the convolution of two vectors"},
+    {"zavo_correlation",        as_long_work<convolution_command>,     1, true,  "Computes the correlation of two vectors"},
+    {"zavo_min_uncon_multivar", min_uncon_multivar_command,            0, true,  "minimize function f(x) of n variables using quasi newton method"},
+    {"zavo_min_con_gen_lin",    min_con_gen_lin_command,               0, true,  "minimize general objective function subject to linear contraints"},
+    {nullptr,                   nullptr,                               0, false, nullptr},
 };
 // clang-format on
+
+void* argument_of(const CommandRow& row)
+{
+    return reinterpret_cast<void*>(static_cast<std::intptr_t>(row.client_data));
+}
 
 // From the first word that is read to the result, a minimisation's procedure included:
 // the interpreter reads and computes numbers, too.
@@ -64,14 +70,17 @@ int run_in_usual_modes(ClientData data, Tcl_Interp* interp, int argc, const char
 {
     const platform::UsualFloatControl usual;
     const auto& row = *static_cast<const CommandRow*>(data);
-    return row.procedure(reinterpret_cast<void*>(static_cast<std::intptr_t>(row.client_data)), interp, argc,
-                         argv);
+    return row.procedure(argument_of(row), interp, argc, argv);
 }
 
 void register_commands(Tcl_Interp* interp)
 {
     for (const CommandRow* row = command_table; row->name != nullptr; ++row) {
-        Tcl_CreateCommand(interp, row->name, run_in_usual_modes, const_cast<CommandRow*>(row), nullptr);
+        if (row->computes_floats) {
+            Tcl_CreateCommand(interp, row->name, run_in_usual_modes, const_cast<CommandRow*>(row), nullptr);
+        } else {
+            Tcl_CreateCommand(interp, row->name, row->procedure, argument_of(*row), nullptr);
+        }
     }
 }
 
