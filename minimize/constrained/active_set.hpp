@@ -40,7 +40,11 @@ public:
     }
 
     bool is_bound(int k) const { return k > ncon; }
-    bool is_lower(int k) const { return k > ncon && k <= ncon + n; }
+    bool is_lower(int k) const // of a bound
+    {
+        assert(is_bound(k));
+        return k <= ncon + n;
+    }
     int lower(int j) const { return ncon + 1 + j; } // of variable j, from 0
     int upper(int j) const { return ncon + n + 1 + j; }
     int variable(int k) const

@@ -251,7 +251,7 @@ private:
     {
         float width = lambda_ - lambda_low_;
         float f_high = at_.to.f;
-        while (width >= lambda_least_ && width > 0.0F && !must_end()) {
+        while (width >= lambda_least_ && !must_end()) { // never 0: a fifth of it is left each time
             const float wanted =
                 -slope_low_ * width * width / (2.0F * (f_high - (f_low_ + slope_low_ * width)));
             const float least = increment_part * width;

@@ -1,6 +1,7 @@
 // Where runs end: at a gradient that is small, as a rule, and not at the first
 // step that gains little. NIST's nonlinear regression sets and the published
 // least-squares problems, as a script sees them.
+#include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
 #include "tests/support/problem_page.hpp"
 #include "tests/support/script_runs.hpp"
@@ -143,6 +144,34 @@ TEST(endings, a_step_that_gains_no_more_than_rounding_ends_the_run)
                                         ZAVO_GRADIENT_TOLERANCE, 0.0, ZAVO_STEP_TOLERANCE, 0.0, 0));
     EXPECT_EQ(zavo_error_code(1), 8050);
     EXPECT_EQ(evaluations, 2);
+}
+
+// Falls by 1 up to 1.5, is nearly as high again from there on, and falls by 0.8.
+float saw(int, float* x)
+{
+    ++evaluations;
+    return x[0] < 1.5F ? 11 - x[0] : 9.96F - 0.8F * (x[0] - 2);
+}
+
+// The first step gains 0.04 where forward differences have promised 0.5. By the
+// controls it is short enough for a false convergence, but central differences have not
+// been tried.
+TEST(endings, no_run_is_stuck_on_forward_differences)
+{
+    CapturedErrors errors;
+    const int n = 2; // the second variable changes nothing
+    float x[] = {1, 0};
+    float scale[] = {1, 1};
+    float fscale = 1;
+    int integers[] = {1, 7, 1, 400, 400, 0, 100};                 // one iteration
+    float reals[] = {1e-3F, 1e-5F, 1e-5F, 1e-5F, 1, 1000, -9999}; // steps up to 1 are short
+    float f = 0;
+    float work[20];
+    evaluations = 0;
+    U3INF(saw, &n, x, scale, &fscale, integers, reals, &f, work);
+    EXPECT_EQ(errors.codes(), "3/8017");
+    EXPECT_NEAR(f, 9.96, 0.01);
+    EXPECT_EQ(evaluations, 1 + 2 + 1 + 2 + 4); // the last ones central
 }
 
 // ---- Quadratics with exact gradients -----------------------------------------------

@@ -114,4 +114,20 @@ TEST(factor, stays_without_curvature_or_news)
     }
 }
 
+// What the formula divides by has vanished: L' s, or its product with the root of s'y.
+TEST(factor, is_left_alone_where_the_update_is_not_finite)
+{
+    const struct {
+        float l, s, y;
+    } rows[] = {{0, 1, 1}, {1, 1e-25F, 1e-5F}};
+    for (const auto& row : rows) {
+        float l[] = {row.l};
+        const float g[] = {0};
+        float t[1];
+        float w[1];
+        update_factor(1, l, &row.s, &row.y, g, &row.y, 1e-3F, t, w);
+        EXPECT_EQ(l[0], row.l);
+    }
+}
+
 } // namespace

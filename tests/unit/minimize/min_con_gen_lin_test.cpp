@@ -321,6 +321,31 @@ TEST(min_con, drivers_differ_in_who_posts_the_counts)
     EXPECT_EQ(errors.codes(), "5/8080");
 }
 
+TEST(min_con, drivers_with_less_than_no_constraint_leave_their_answers)
+{
+    const int one = 1;
+    const int zero = 0;
+    const int none = -1;
+    const int limit = 5;
+    const float accuracy = 1e-3F;
+    const float bound[] = {0};
+    float x[] = {0};
+    float f = 77;
+    int count = 78;
+    int status = -1;
+    CapturedErrors errors;
+    L2ONF(bowl, &one, &none, &none, nullptr, &zero, nullptr, bound, bound, x, &accuracy, &limit, x, &f,
+          &count, nullptr, nullptr, &zero, &status, nullptr);
+    EXPECT_EQ(errors.codes(), "5/8083"); // the count itself is the caller's to post
+    errors.clear();
+    L2ONG(bowl, bowl_gradient, &one, &none, &none, nullptr, &zero, nullptr, bound, bound, x, &accuracy,
+          &limit, x, &f, &count, nullptr, nullptr, &zero, &status, nullptr);
+    EXPECT_EQ(errors.codes(), "5/8082"); // which ends the checks
+    EXPECT_EQ(f, 77.0F);
+    EXPECT_EQ(count, 78);
+    EXPECT_EQ(status, -1);
+}
+
 TEST(min_con, inconsistent_constraints_are_told_apart)
 {
     const struct {

@@ -209,6 +209,94 @@ TEST(min_uncon, five_longest_steps_mean_no_minimum)
     EXPECT_GT(x[0], 1000);
 }
 
+float parabola_of_one(int, float* x)
+{
+    return x[0] * x[0];
+}
+
+void slope_of_parabola(int, float* x, float* g)
+{
+    g[0] = 2 * x[0];
+}
+
+TEST(min_uncon, fixed_names_refuse_no_variable_and_leave_the_value)
+{
+    CapturedErrors errors;
+    const int n = 0;
+    float x[] = {1};
+    float scale[] = {1};
+    float fscale = 1;
+    int integers[] = {1, 7, 100, 400, 400, 0, 100};
+    float reals[] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 1000, -1};
+    float f = 77;
+    float work[9];
+    U3INF(parabola_of_one, &n, x, scale, &fscale, integers, reals, &f, work);
+    U3ING(parabola_of_one, slope_of_parabola, &n, x, scale, &fscale, integers, reals, &f, work);
+    U2INF(parabola_of_one, &n, x, scale, &fscale, &reals[0], &reals[1], &reals[2], &reals[5], &integers[1],
+          &integers[2], &integers[3], &integers[4], &integers[5], x, &f, work);
+    U2ING(parabola_of_one, slope_of_parabola, &n, x, scale, &fscale, &reals[0], &reals[1], &reals[2],
+          &reals[5], &integers[1], &integers[2], &integers[3], &integers[4], &integers[5], x, &f, work);
+    EXPECT_EQ(errors.codes(), "5/8020 5/8020 5/8020 5/8020");
+    EXPECT_EQ(f, 77.0F);
+}
+
+// From x = 4 along -8, which the limit cuts to -2.
+TEST(min_uncon, fixed_name_search_tells_a_step_of_the_greatest_length)
+{
+    const CapturedErrors errors;
+    const int n = 1;
+    float x[] = {4};
+    const float f = 16;
+    const float g[] = {8};
+    const float scale[] = {1};
+    const float limit = 2;
+    const float reals[] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 2, -1};
+    float x_new[1];
+    float f_new = 0;
+    float g_new[1];
+    float spare[1];
+    int counts[2] = {};
+    int code = -1;
+    int longest = -1;
+    float p[] = {-8};
+    U17NG(parabola_of_one, slope_of_parabola, &n, x, &f, g, p, scale, &limit, reals, x_new, &f_new, g_new,
+          spare, &counts[0], &counts[1], &code, &longest);
+    EXPECT_EQ(code, search_good);
+    EXPECT_EQ(longest, 1);
+    EXPECT_EQ(x_new[0], 2.0F);
+}
+
+// A slope or a relative length that is not finite is no direction.
+TEST(min_uncon, fixed_name_search_fails_along_what_is_no_direction)
+{
+    const CapturedErrors errors;
+    const float most = std::numeric_limits<float>::max();
+    const struct {
+        float x, g, p, scale;
+    } rows[] = {{4, most, -8, 1}, {0, 1, -1, most}};
+    for (const auto& row : rows) {
+        const int n = 1;
+        float x[] = {row.x};
+        const float f = 16;
+        const float g[] = {row.g};
+        float p[] = {row.p};
+        const float scale[] = {row.scale};
+        const float reals[] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, most, -1};
+        float x_new[1];
+        float f_new = 0;
+        float g_new[1];
+        float spare[1];
+        int counts[2] = {};
+        int code = -1;
+        int longest = -1;
+        U17NG(parabola_of_one, slope_of_parabola, &n, x, &f, g, p, scale, &most, reals, x_new, &f_new, g_new,
+              spare, &counts[0], &counts[1], &code, &longest);
+        EXPECT_EQ(code, search_failed);
+        EXPECT_EQ(x_new[0], row.x);
+        EXPECT_EQ(counts[0], 0);
+    }
+}
+
 // What the stopping tests are asked with.
 struct Stop {
     int n = 2;
@@ -251,6 +339,13 @@ TEST(min_uncon_stopping, longest_steps_are_counted_over_the_whole_run)
     stop.longest = 1;
     EXPECT_FALSE(stop.ask());
     EXPECT_EQ(errors.codes(), "3/8032");
+    // Another ending comes first.
+    errors.clear();
+    stop.longest_count = 4;
+    stop.iteration = 100;
+    EXPECT_FALSE(stop.ask());
+    EXPECT_EQ(stop.longest_count, 5);
+    EXPECT_EQ(errors.codes(), "3/8017");
 }
 
 TEST(min_uncon_stopping, tests_come_in_their_order)
@@ -400,6 +495,48 @@ TEST(min_uncon_controls, step_limit_is_computed_from_start_or_scales)
     scales.ask();
     EXPECT_EQ(scales.reals[step_limit], 5000.0F);
     EXPECT_EQ(errors.codes(), "6/8062");
+}
+
+// Squares that run over are formed in double; what is too long for a float is the
+// longest float, and an infinite start has an infinite limit.
+TEST(min_uncon_controls, step_limit_of_a_far_start)
+{
+    CapturedErrors errors;
+    const float most = std::numeric_limits<float>::max();
+    const struct {
+        float start;
+        float limit;
+    } rows[] = {{1e25F, 1e28F}, {1e37F, most}, {infinite, infinite}};
+    for (const auto& row : rows) {
+        Check check;
+        check.reals[step_limit] = compute;
+        check.x[0] = row.start;
+        check.x[1] = 0;
+        check.ask();
+        EXPECT_FLOAT_EQ(check.reals[step_limit], row.limit) << row.start;
+    }
+    EXPECT_TRUE(errors.empty());
+}
+
+TEST(min_uncon_controls, good_trust_radius_is_left_alone)
+{
+    const CapturedErrors errors;
+    Check check;
+    check.reals[trust_radius] = 5;
+    check.ask();
+    EXPECT_EQ(check.reals[trust_radius], 5.0F);
+    EXPECT_TRUE(errors.empty());
+}
+
+TEST(min_uncon_controls, no_variable_is_a_terminal_error_and_nothing_more_is_checked)
+{
+    CapturedErrors errors;
+    Check check;
+    check.n = 0;
+    check.fscale = -1;
+    check.ask();
+    EXPECT_EQ(errors.codes(), "5/8020");
+    EXPECT_EQ(check.fscale, -1.0F);
 }
 
 TEST(min_uncon_controls, bad_scales_become_ones)
