@@ -94,6 +94,13 @@ struct DigitSteps {
     Index floats; // from the first value to the end of the last one
 };
 
+// Where a chunk fits the stage and steps outside are rich in twos: others reach more sets
+// of the cache as they are.
+ZAVO_INLINE bool stage_pays(const Cut& cut)
+{
+    return cut.group % staged_group == 0 && !cut.has_tail() && cut.chunk_floats(1) <= near_floats;
+}
+
 // In the stage: in order, with a line left out wherever a step would be a power of two
 // that the sets of the cache repeat after.
 template <int V>
@@ -830,7 +837,7 @@ ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* s
         // Nothing is left of the slots by now.
         static_assert(near_floats <= stack_floats);
         const bool staged = plan.template is_at_least<staged_real_length>() &&
-                            !plan.template is_at_least<end_of_staged_real>() && !cut.has_tail();
+                            !plan.template is_at_least<end_of_staged_real>() && stage_pays(cut);
         all_rows_backward<W>(plan, q, chunk, scratch, staged ? slots : nullptr, twiddles);
     }
 }
