@@ -128,6 +128,7 @@ private:
             const float start = std::fabs(problem_.start[i]);
             const float size = problem_.sizes != nullptr ? problem_.sizes[i] : (start > 0.0F ? start : 1.0F);
             sizes_[i] = std::isfinite(size) ? power_of_two(size) : 1.0F;
+            x_of_g_[i] = std::numeric_limits<float>::quiet_NaN(); // at none yet
             lower_[i] = problem_.lower != nullptr ? problem_.lower[i] / sizes_[i] : -infinity;
             upper_[i] = problem_.upper != nullptr ? problem_.upper[i] / sizes_[i] : infinity;
             u_[i] = problem_.start[i] / sizes_[i];
