@@ -135,6 +135,7 @@ private:
             for (std::size_t k = 0; k < rows_; ++k) {
                 columns_[i * rows_ + k] = problem_.left[k * count_ + i] * sizes_[i];
             }
+            curvature_[i] = 0.0; // which stays where the gradient is given
             g_[i] = std::numeric_limits<double>::quiet_NaN();
         }
     }
