@@ -1,9 +1,8 @@
 // Eight lanes of AVX2. The names are explained in lanes_scalar.hpp.
 #pragma once
 
+#include "core/simd/intrinsics.hpp"
 #include "random/vector_lanes.hpp"
-
-#include <immintrin.h>
 
 namespace zavo::random {
 

@@ -2,9 +2,8 @@
 // lanes_scalar.hpp.
 #pragma once
 
+#include "core/simd/intrinsics.hpp"
 #include "random/vector_lanes.hpp"
-
-#include <immintrin.h>
 
 namespace zavo::random {
 

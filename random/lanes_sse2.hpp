@@ -1,9 +1,8 @@
 // Four lanes of SSE2, which every x86 processor of both targets has.
 #pragma once
 
+#include "core/simd/intrinsics.hpp"
 #include "random/vector_lanes.hpp"
-
-#include <emmintrin.h>
 
 namespace zavo::random {
 

@@ -5,13 +5,11 @@
 #pragma once
 
 #include "core/simd/inlining.hpp"
+#include "core/simd/intrinsics.hpp"
 
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#endif
 
 namespace zavo::simd {
 

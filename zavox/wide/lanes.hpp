@@ -7,12 +7,10 @@
 // each; all of it is inlined there.
 #pragma once
 
+#include "core/simd/intrinsics.hpp"
+
 #include <cstdint>
 #include <cstring>
-
-#if defined(__SSE2__)
-#include <immintrin.h>
-#endif
 
 namespace zavox::wide {
 
