@@ -7,6 +7,7 @@
 
 #include "core/frame/entry_frame.hpp"
 #include "core/system/memory.hpp"
+#include "fft/checked.hpp"
 #include "fft/complex_values.hpp"
 #include "fft/tables/factors.hpp"
 #include "fft/transform_arguments.hpp"
@@ -18,19 +19,6 @@ namespace code = zavo::core::code;
 namespace zavo::fft {
 
 namespace {
-
-// What l_f2tcf and l_f2tcb share.
-void transform_checked(Direction d, const char* name, int n, const f_complex* p, f_complex* q, float* params,
-                       f_complex* work)
-{
-    if (n < 1) {
-        zavo_error_push(name);
-        post_int(code::length_below_one, n);
-        zavo_error_pop(name);
-        return;
-    }
-    transform_complex(d, n, floats(p), floats(q), params, floats(work));
-}
 
 // One call of zavo_c_fft_complex. Stands outside the fault trap and owns the
 // table and the result that the call makes.
@@ -48,8 +36,7 @@ public:
         if (!call.pointers_are_good() || !get_table() || !get_arrays()) {
             return;
         }
-        const auto worker = call.direction == Direction::forward ? l_f2tcf : l_f2tcb;
-        worker(&call.n, call.p, result_.get(), call.table, work_);
+        transform_complex_checked(call.direction, call.n, call.p, result_.get(), call.table, work_);
     }
 
     f_complex* hand_over(bool failed) { return failed ? nullptr : result_.hand_over(); }
@@ -87,6 +74,19 @@ private:
 
 } // namespace
 
+void transform_complex_checked(Direction d, int n, const f_complex* p, f_complex* q, float* table,
+                               f_complex* work)
+{
+    if (n >= 1) {
+        transform_complex(d, n, floats(p), floats(q), table, floats(work));
+        return;
+    }
+    const char* const name = d == Direction::forward ? "l_f2tcf" : "l_f2tcb";
+    zavo_error_push(name);
+    post_int(code::length_below_one, n);
+    zavo_error_pop(name);
+}
+
 } // namespace zavo::fft
 
 using namespace zavo;
@@ -121,14 +121,4 @@ extern "C" float* zavo_c_fft_complex_init(int n)
     const fft::Index length = n;
     fft::build_complex_table(length, table + 2 * length, table + 4 * length);
     return fft::unless_interrupted(table);
-}
-
-extern "C" void l_f2tcf(const int* n, const f_complex* p, f_complex* q, float* params, f_complex* work)
-{
-    fft::transform_checked(fft::Direction::forward, "l_f2tcf", *n, p, q, params, work);
-}
-
-extern "C" void l_f2tcb(const int* n, const f_complex* p, f_complex* q, float* params, f_complex* work)
-{
-    fft::transform_checked(fft::Direction::backward, "l_f2tcb", *n, p, q, params, work);
 }

@@ -11,11 +11,11 @@
 #include "core/system/memory.hpp"
 #include "core/thread_state.hpp"
 #include "core/zavo.h"
+#include "fft/checked.hpp"
 #include "fft/posting.hpp"
 #include "fft/real_fft.h"
 #include "fft/tables/factors.hpp"
 #include "fft/tables/padded_length.hpp"
-#include "fft/transforms.hpp"
 
 #include <algorithm>
 #include <cstdarg>
@@ -28,20 +28,6 @@ namespace code = zavo::core::code;
 namespace zavo::fft {
 
 namespace {
-
-// ---- lengths --------------------------------------------------------------------
-
-std::int64_t convolution_length(std::int64_t nx, std::int64_t ny, bool periodic)
-{
-    return periodic ? std::max(nx, ny) : padded_length(nx + ny - 1);
-}
-
-std::int64_t correlation_length(std::int64_t nx, bool periodic)
-{
-    return periodic ? nx : padded_length(2 * nx - 1);
-}
-
-// ---- the skeleton ----------------------------------------------------------------
 
 // n values, then zeros up to nz.
 void pad(Index n, const float* values, Index nz, float* padded)
@@ -57,13 +43,6 @@ bool overlap(const float* a, Index na, const float* b, Index nb)
     return a < b + nb && b < a + na;
 }
 
-// A sequence on its way to its spectrum.
-struct Sequence {
-    Index n;
-    const float* values;
-    float* work; // nz floats that receive the spectrum
-};
-
 // A transform from one array to another is faster than one in place, so padding
 // goes to `spare` when that may be overwritten.
 void transform_padded(const Sequence& sequence, int nz, float* spare, bool spare_is_free, float* table)
@@ -74,16 +53,17 @@ void transform_padded(const Sequence& sequence, int nz, float* spare, bool spare
         pad(sequence.n, sequence.values, nz, padded);
         from = padded;
     }
-    l_f2trf(&nz, from, sequence.work, table);
+    transform_real_checked(Direction::forward, nz, from, sequence.work, table);
 }
 
 // zhat = X times Y, z = its backward transform over nz. y may be null: then it is x.
 // zhat may be either work array; z, which is written last, serves for padding before.
-void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence* y, float* z, float* zhat,
-              float* table)
+void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence* y,
+              const ConvolutionResult& result)
 {
+    const auto [z, zhat, table] = result;
     if (mode == 0 || mode == 1) {
-        FFTRI(&nz, table);
+        build_real_table_checked(nz, table);
     }
     const bool spare_is_free = y == nullptr || !overlap(z, nz, y->values, y->n);
     transform_padded(x, nz, z, spare_is_free, table);
@@ -94,7 +74,7 @@ void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence*
         return;
     }
     multiply_spectra(kind, nz, x.work, y != nullptr ? y->work : x.work, zhat);
-    l_f2trb(&nz, zhat, z, table);
+    transform_real_checked(Direction::backward, nz, zhat, z, table);
     divide(nz, z, static_cast<float>(nz));
 }
 
@@ -173,16 +153,17 @@ public:
         if (!arrays_are_good() || !counts_are_good() || !find_length() || !get_storage()) {
             return;
         }
-        const int ipad = (periodic_ ? 0 : 1) + (kind_ == Product::correlation && x_ == y_ ? 2 : 0);
         float* const xwork = series_area().data;
         float* const ywork = xwork + nz_;
-        float* const table = ywork + nz_;
-        float* const zhat = zhat_.get() != nullptr ? zhat_.get() : xwork;
+        const ConvolutionResult result = {result_.get(), zhat_.get() != nullptr ? zhat_.get() : xwork,
+                                          ywork + nz_};
+        const Sequence x = {nx_, x_, xwork};
+        const Sequence y = {kind_ == Product::convolution ? ny_ : nx_, y_, ywork};
         const int table_mode = table_is_stale_ ? 1 : mode();
         if (kind_ == Product::convolution) {
-            R2ONV(&table_mode, &nx_, x_, &ny_, y_, &ipad, &nz_, result_.get(), zhat, xwork, ywork, table);
+            convolve_checked(table_mode, nz_, x, y, result);
         } else {
-            R2ORL(&table_mode, &nx_, x_, y_, &ipad, &nz_, result_.get(), zhat, xwork, ywork, table);
+            correlate_checked(table_mode, nz_, x, x_ == y_ ? nullptr : &y, result);
         }
     }
 
@@ -292,10 +273,34 @@ private:
 
 } // namespace
 
+std::int64_t convolution_length(std::int64_t nx, std::int64_t ny, bool periodic)
+{
+    return periodic ? std::max(nx, ny) : padded_length(nx + ny - 1);
+}
+
+std::int64_t correlation_length(std::int64_t nx, bool periodic)
+{
+    return periodic ? nx : padded_length(2 * nx - 1);
+}
+
+void convolve_checked(int mode, int nz, const Sequence& x, const Sequence& y, const ConvolutionResult& result)
+{
+    zavo_error_push("R2ONV ");
+    convolve(Product::convolution, mode, nz, x, &y, result);
+    zavo_error_pop("R2ONV ");
+}
+
+void correlate_checked(int mode, int nz, const Sequence& x, const Sequence* y,
+                       const ConvolutionResult& result)
+{
+    zavo_error_push("R2ORL ");
+    convolve(Product::correlation, mode, nz, x, y, result);
+    zavo_error_pop("R2ORL ");
+}
+
 } // namespace zavo::fft
 
 using namespace zavo;
-using fft::Product;
 
 extern "C" float* zavo_f_convolution(int nx, const float* x, int ny, const float* y, int* nz, ...)
 {
@@ -311,38 +316,4 @@ extern "C" float* zavo_f_convolution(int nx, const float* x, int ny, const float
     });
     va_end(list);
     return call.hand_over(frame.failed() || !frame.finished());
-}
-
-extern "C" void R2ONV(const int* mode, const int* nx, const float* x, const int* ny, const float* y,
-                      const int* ipad, int* nz, float* z, float* zhat, float* xwork, float* ywork,
-                      float* table)
-{
-    zavo_error_push("R2ONV ");
-    *nz = static_cast<int>(fft::convolution_length(*nx, *ny, *ipad == 0));
-    const fft::Sequence second{*ny, y, ywork};
-    fft::convolve(Product::convolution, *mode, *nz, {*nx, x, xwork}, &second, z, zhat, table);
-    zavo_error_pop("R2ONV ");
-}
-
-extern "C" void R2ORL(const int* mode, const int* nx, const float* x, const float* y, const int* ipad,
-                      int* nz, float* z, float* zhat, float* xwork, float* ywork, float* table)
-{
-    zavo_error_push("R2ORL ");
-    *nz = static_cast<int>(fft::correlation_length(*nx, *ipad % 2 == 0));
-    const fft::Sequence second{*nx, y, ywork};
-    fft::convolve(Product::correlation, *mode, *nz, {*nx, x, xwork}, *ipad >= 2 ? nullptr : &second, z, zhat,
-                  table);
-    zavo_error_pop("R2ORL ");
-}
-
-extern "C" void FFTRI(const int* n, float* table)
-{
-    zavo_error_push("FFTRI ");
-    const fft::Index length = *n;
-    if (length < 1) {
-        fft::post_int(code::length_below_one, *n);
-    } else if (length > 1) {
-        fft::build_real_table(length, table + length, table + 2 * length);
-    }
-    zavo_error_pop("FFTRI ");
 }

@@ -8,9 +8,9 @@
 #include "core/frame/entry_frame.hpp"
 #include "core/frame/option_reader.hpp"
 #include "core/system/memory.hpp"
+#include "fft/checked.hpp"
 #include "fft/complex_values.hpp"
 #include "fft/posting.hpp"
-#include "fft/transforms.hpp"
 
 #include <algorithm>
 #include <cstdarg>
@@ -23,24 +23,6 @@ namespace code = zavo::core::code;
 namespace zavo::fft {
 
 namespace {
-
-// The two arrays of a transform, by their extent.
-struct Layout {
-    const f_complex* p;
-    Index ldp;
-    f_complex* q;
-    Index ldq;
-
-    // Whether the rows and columns can be taken in any order: no element of the
-    // result lies where another element, or one still to be read, lies.
-    bool any_order(Index n, Index m) const
-    {
-        const bool rows_apart = ldq >= n && ldp >= n;
-        const bool same = p == q && ldp == ldq;
-        const bool disjoint = p + (m - 1) * ldp + n <= q || q + (m - 1) * ldq + n <= p;
-        return rows_apart && (same || disjoint);
-    }
-};
 
 // Each row of p, transformed, into the same row of q.
 void sweep_rows(Direction d, Index n, Index m, const Layout& at, float* table, f_complex* work)
@@ -74,32 +56,30 @@ void sweep_columns(Direction d, Index n, Index m, const Layout& at, float* table
     }
 }
 
-void transform_forward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
-                       float* row_table, float* column_table, f_complex* work)
+void transform_forward(Index n, Index m, const Layout& at, const Tables2d& tables, f_complex* work)
 {
-    sweep_rows(Direction::forward, n, m, {p, ldp, q, ldq}, row_table, work);
+    sweep_rows(Direction::forward, n, m, at, tables.rows, work);
     if (m > 1) {
-        sweep_columns(Direction::forward, n, m, {q, ldq, q, ldq}, column_table, work);
+        sweep_columns(Direction::forward, n, m, {at.q, at.ldq, at.q, at.ldq}, tables.columns, work);
     }
 }
 
 // Kept: with one column the result is the input; what the sweep of the columns
 // would make of it is ignored (fft_2d.backward_of_one_column_is_the_input).
-void transform_backward(Index n, Index m, const f_complex* p, Index ldp, f_complex* q, Index ldq,
-                        float* row_table, float* column_table, f_complex* work)
+void transform_backward(Index n, Index m, const Layout& at, const Tables2d& tables, f_complex* work)
 {
     if (n == 1) {
         for (Index r = 0; r < m; ++r) {
-            q[r * ldq] = p[r * ldp];
+            at.q[r * at.ldq] = at.p[r * at.ldp];
         }
         return;
     }
     if (m == 1) {
-        std::memmove(q, p, static_cast<std::size_t>(n) * sizeof(f_complex));
+        std::memmove(at.q, at.p, static_cast<std::size_t>(n) * sizeof(f_complex));
     } else {
-        sweep_columns(Direction::backward, n, m, {p, ldp, q, ldq}, column_table, work);
+        sweep_columns(Direction::backward, n, m, at, tables.columns, work);
     }
-    sweep_rows(Direction::backward, n, m, {q, ldq, q, ldq}, row_table, work);
+    sweep_rows(Direction::backward, n, m, {at.q, at.ldq, at.q, at.ldq}, tables.rows, work);
 }
 
 // One call of zavo_c_fft_2d_complex. Stands outside the fault trap and owns the
@@ -148,20 +128,20 @@ public:
         if (!arguments_are_good() || !get_tables()) {
             return;
         }
-        f_complex* const block = core::take_work<f_complex>(static_cast<std::size_t>(m_));
         f_complex* const work = core::take_work<f_complex>(static_cast<std::size_t>(std::max(m_, n_)));
-        if (block == nullptr || work == nullptr || !get_result()) {
+        if (work == nullptr || !get_result()) {
             post_no_memory(m_);
             return;
         }
+        const Tables2d tables = {row_table_, column_table_};
         // Kept: the two column dimensions trade roles between the directions
         // (fft_2d.column_dimensions_trade_roles_between_the_directions).
         if (direction_ == Direction::forward) {
-            l_f2t2d(&n_, &m_, p_, &input_column_dimension_, result_.get(), &result_column_dimension_,
-                    row_table_, column_table_, block, work);
+            transform_2d_forward_checked(
+                n_, m_, {p_, input_column_dimension_, result_.get(), result_column_dimension_}, tables, work);
         } else {
-            l_f2t2b(&n_, &m_, result_.get(), &input_column_dimension_, p_, &result_column_dimension_,
-                    row_table_, column_table_, block, work);
+            transform_2d_backward_checked(
+                n_, m_, {p_, result_column_dimension_, result_.get(), input_column_dimension_}, tables, work);
         }
     }
 
@@ -249,6 +229,46 @@ private:
 
 } // namespace
 
+bool Layout::any_order(Index n, Index m) const
+{
+    const bool rows_apart = ldq >= n && ldp >= n;
+    const bool same = p == q && ldp == ldq;
+    const bool disjoint = p + (m - 1) * ldp + n <= q || q + (m - 1) * ldq + n <= p;
+    return rows_apart && (same || disjoint);
+}
+
+void transform_2d_forward_checked(int n, int m, const Layout& at, const Tables2d& tables, f_complex* work)
+{
+    zavo_error_push("l_f2t2d");
+    if (n < 1) {
+        post_int(code::columns_below_one, n);
+    }
+    if (m < 1) {
+        post_int(code::rows_below_one, m);
+    }
+    if (core::pending_type() == 0) {
+        transform_forward(n, m, at, tables, work);
+    }
+    zavo_error_pop("l_f2t2d");
+}
+
+void transform_2d_backward_checked(int n, int m, const Layout& at, const Tables2d& tables, f_complex* work)
+{
+    zavo_error_push("l_f2t2b");
+    if (n < 1) {
+        post_int(code::backward_rows_below_one, n);
+    } else if (m < 1) {
+        post_int(code::backward_columns_below_one, m);
+    } else if (at.ldq < n) {
+        post_ints(code::result_column_dimension, static_cast<int>(at.ldq), n);
+    } else if (at.ldp < n) {
+        post_ints(code::input_column_dimension, static_cast<int>(at.ldp), n);
+    } else {
+        transform_backward(n, m, at, tables, work);
+    }
+    zavo_error_pop("l_f2t2b");
+}
+
 } // namespace zavo::fft
 
 using namespace zavo;
@@ -266,38 +286,4 @@ extern "C" f_complex* zavo_c_fft_2d_complex(int m, int n, const f_complex* p, ..
     });
     va_end(list);
     return call.hand_over(frame);
-}
-
-extern "C" void l_f2t2d(const int* n, const int* m, const f_complex* p, const int* ldp, f_complex* q,
-                        const int* ldq, float* row_table, float* column_table, f_complex*, f_complex* work)
-{
-    zavo_error_push("l_f2t2d");
-    if (*n < 1) {
-        fft::post_int(code::columns_below_one, *n);
-    }
-    if (*m < 1) {
-        fft::post_int(code::rows_below_one, *m);
-    }
-    if (core::pending_type() == 0) {
-        fft::transform_forward(*n, *m, p, *ldp, q, *ldq, row_table, column_table, work);
-    }
-    zavo_error_pop("l_f2t2d");
-}
-
-extern "C" void l_f2t2b(const int* n, const int* m, f_complex* q, const int* ldq, const f_complex* p,
-                        const int* ldp, float* row_table, float* column_table, f_complex*, f_complex* work)
-{
-    zavo_error_push("l_f2t2b");
-    if (*n < 1) {
-        fft::post_int(code::backward_rows_below_one, *n);
-    } else if (*m < 1) {
-        fft::post_int(code::backward_columns_below_one, *m);
-    } else if (*ldq < *n) {
-        fft::post_ints(code::result_column_dimension, *ldq, *n);
-    } else if (*ldp < *n) {
-        fft::post_ints(code::input_column_dimension, *ldp, *n);
-    } else {
-        fft::transform_backward(*n, *m, p, *ldp, q, *ldq, row_table, column_table, work);
-    }
-    zavo_error_pop("l_f2t2b");
 }

@@ -8,6 +8,7 @@
 
 #include "core/frame/entry_frame.hpp"
 #include "core/system/memory.hpp"
+#include "fft/checked.hpp"
 #include "fft/tables/factors.hpp"
 #include "fft/transform_arguments.hpp"
 
@@ -83,6 +84,29 @@ private:
 
 } // namespace
 
+void transform_real_checked(Direction d, int n, const float* p, float* q, float* table)
+{
+    if (n >= 1) {
+        transform_real(d, n, p, q, table);
+    } else if (d == Direction::backward) {
+        zavo_error_push("l_f2trb");
+        post_int(code::length_below_one, n);
+        zavo_error_pop("l_f2trb");
+    }
+}
+
+void build_real_table_checked(int n, float* table)
+{
+    zavo_error_push("FFTRI ");
+    const Index length = n;
+    if (length < 1) {
+        post_int(code::length_below_one, n);
+    } else if (length > 1) {
+        build_real_table(length, table + length, table + 2 * length);
+    }
+    zavo_error_pop("FFTRI ");
+}
+
 } // namespace zavo::fft
 
 using namespace zavo;
@@ -116,23 +140,4 @@ extern "C" float* zavo_f_fft_real_init(int n)
     }
     fft::build_real_table(n, table + n, table + 2 * static_cast<fft::Index>(n));
     return fft::unless_interrupted(table);
-}
-
-extern "C" void l_f2trf(const int* n, const float* p, float* q, float* params)
-{
-    if (*n >= 1) {
-        fft::transform_real(fft::Direction::forward, *n, p, q, params);
-    }
-}
-
-extern "C" void l_f2trb(const int* n, const float* p, float* q, float* params)
-{
-    const int length = *n;
-    if (length < 1) {
-        zavo_error_push("l_f2trb");
-        fft::post_int(code::length_below_one, length);
-        zavo_error_pop("l_f2trb");
-        return;
-    }
-    fft::transform_real(fft::Direction::backward, length, p, q, params);
 }

@@ -285,7 +285,8 @@ run_in_machine() {
         esac
     done
     [[ ${#inside[@]} -eq 0 ]] ||
-        in_machine "catalogue docs examples scripts tests tools dist-$preset build/$preset .cache/$preset/tcl" \
+        in_machine "catalogue constants core docs examples ext fft minimize morvel quillet random scripts tests tools \
+            zavox dist-$preset build/$preset .cache/$preset/tcl" \
             bash scripts/windows.sh "$bits" run "${inside[@]}"
 }
 

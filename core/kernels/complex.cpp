@@ -101,7 +101,7 @@ f_complex l_c_div(f_complex a, f_complex b)
 {
     if (b.re == 0.0F && b.im == 0.0F) {
         zavo_error_post(ZAVO_TERMINAL, zavo::core::code::complex_zero_divisor);
-        const float nan = zavo_f_machine(6);
+        const float nan = zavo::core::machine::not_a_number();
         return {nan, nan};
     }
     const double are = a.re;
