@@ -13,17 +13,6 @@ namespace {
 
 namespace simd = zavo::simd;
 
-bool go(const char* name)
-{
-    for (const simd::Path path : simd::all_paths) {
-        if (simd::has_path(path) && std::strcmp(simd::name_of(path), name) == 0) {
-            simd::limit_path(path);
-            return true;
-        }
-    }
-    return false;
-}
-
 template <class Work>
 bool repeat(int rounds, const Work& work)
 {
@@ -64,7 +53,8 @@ bool run(const char* piece, int n, int rounds)
 
 int main(int argc, char** argv)
 {
-    if (argc != 5 || !go(argv[1]) || !run(argv[2], std::atoi(argv[3]), std::atoi(argv[4]))) {
+    if (argc != 5 || !simd::limit_path_by_name(argv[1]) ||
+        !run(argv[2], std::atoi(argv[3]), std::atoi(argv[4]))) {
         std::fprintf(stderr, "usage: %s path uniform|normal|exponential|real|complex n rounds\n", argv[0]);
         return 1;
     }

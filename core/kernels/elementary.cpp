@@ -5,6 +5,7 @@
 // multiplication with the binary digits of 2/pi (M. Payne and R. Hanek, "Radian
 // reduction for trigonometric functions", 1983).
 #include "core/kernels/elementary.hpp"
+#include "core/kernels/pi_parts.hpp"
 
 #include <array>
 #include <bit>
@@ -20,10 +21,7 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
 
-constexpr double pi_high = 0x1.921fb54442d18p+1;
-constexpr double pi_low = 0x1.1a62633145c07p-53;
-constexpr double half_pi_high = pi_high / 2;
-constexpr double half_pi_low = pi_low / 2;
+using namespace pi_parts;
 
 // c[0] + c[1] x + c[2] x^2 + ...
 template <std::size_t N>
@@ -100,18 +98,14 @@ struct Reduced {
 // exact, and so is the first difference.
 Reduced reduce_moderate(double x)
 {
-    constexpr double two_over_pi = 0x1.45f306dc9c883p-1;
-    constexpr double part1 = 0x1.921fb54400000p+0;
-    constexpr double part2 = 0x1.0b4611a600000p-34;
-    constexpr double part3 = 0x1.3198a2e037073p-69;
     const int k = nearest_int(x * two_over_pi);
-    const double t = x - k * part1;
-    const double w = k * part2;
+    const double t = x - k * half_pi_first;
+    const double w = k * half_pi_second;
     const double high = t - w;
     // what the rounding of t - w has lost (D. Knuth's two-sum)
     const double back = t - high;
     const double lost = (t - (high + back)) + (back - w);
-    return {high + (lost - k * part3), static_cast<unsigned>(k)};
+    return {high + (lost - k * half_pi_third), static_cast<unsigned>(k)};
 }
 
 // 2/pi = 0.A2F9836E... in hexadecimal, 32 bits an entry, behind two entries of

@@ -1,6 +1,7 @@
 #include "core/simd/path.hpp"
 
 #include <atomic>
+#include <cstring>
 
 namespace zavo::simd {
 
@@ -58,6 +59,17 @@ void limit_path(Path most)
 {
     const Path widest = best_path();
     __atomic_store_n(&path_or_unknown, static_cast<int>(most < widest ? most : widest), __ATOMIC_RELAXED);
+}
+
+bool limit_path_by_name(const char* name)
+{
+    for (const Path path : all_paths) {
+        if (has_path(path) && std::strcmp(name_of(path), name) == 0) {
+            limit_path(path);
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace zavo::simd

@@ -60,5 +60,7 @@ inline Path path_in_use()
     return __builtin_expect(path >= 0, 1) ? static_cast<Path>(path) : find_path_in_use();
 }
 void limit_path(Path most);
+// False when this processor has no path of that name.
+bool limit_path_by_name(const char* name);
 
 } // namespace zavo::simd

@@ -9,6 +9,7 @@
 // one in sixteen million, are computed again in double-double (careful_cos_sin).
 #pragma once
 
+#include "core/kernels/pi_parts.hpp"
 #include "fft/tables/shape.hpp"
 #include "fft/tables/twiddle.hpp"
 
@@ -41,12 +42,8 @@ inline constexpr double cos_terms[] = { // (-1)^(p/2) / p!, p =
 };
 // clang-format on
 
-inline constexpr double two_over_pi = 0x1.45f306dc9c883p-1;
-// pi/2 = high + middle + low; high and middle have 33 bits each.
-inline constexpr double pi_2_high = 0x1.921fb54400000p+0;
-inline constexpr double pi_2_middle = 0x1.0b4611a600000p-34;
-inline constexpr double pi_2_low = 0x1.3198a2e037073p-69;
-inline constexpr double pi_2_rest = 0x1.129024e088a68p-123;
+using namespace core::pi_parts;
+
 // Adding and subtracting it rounds to an integer.
 inline constexpr double rounder = 0x1.8p52;
 
@@ -66,7 +63,7 @@ ZAVO_INLINE void double_cos_sin(D x, D* cosine, D* sine)
 {
     using namespace cos_sin_detail;
     const D k = (x * two_over_pi + rounder) - rounder;
-    const D r = ((x - k * pi_2_high) - k * pi_2_middle) - k * pi_2_low;
+    const D r = ((x - k * half_pi_first) - k * half_pi_second) - k * half_pi_third;
     const D r2 = r * r;
     D s = sin_terms[0] * r2 + sin_terms[1];
     for (int i = 2; i < 8; ++i) {

@@ -100,9 +100,9 @@ constexpr CosSin exact_cos_sin(double x)
 {
     using namespace cos_sin_detail;
     const double k = (x * two_over_pi + rounder) - rounder;
-    Double2 r = two_sum(x - k * pi_2_high, -(k * pi_2_middle));
-    r = add(r, two_product(-k, pi_2_low));
-    r = add(r, two_product(-k, pi_2_rest));
+    Double2 r = two_sum(x - k * half_pi_first, -(k * half_pi_second));
+    r = add(r, two_product(-k, half_pi_third));
+    r = add(r, two_product(-k, half_pi_rest));
     const double c = series(r, 0).high;
     const double s = series(r, 1).high;
     const int quarter = static_cast<int>(k) % 4;

@@ -21,17 +21,6 @@ void print_paths()
     }
 }
 
-bool go(const char* name)
-{
-    for (const simd::Path path : simd::all_paths) {
-        if (simd::has_path(path) && std::strcmp(simd::name_of(path), name) == 0) {
-            simd::limit_path(path);
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -51,7 +40,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s ?-paths? ?family file ?path??\n", argv[0]);
         return 2;
     }
-    if (argc == 4 && !go(argv[3])) {
+    if (argc == 4 && !simd::limit_path_by_name(argv[3])) {
         std::fprintf(stderr, "this processor has no path \"%s\"\n", argv[3]);
         return 1;
     }

@@ -14,12 +14,15 @@
 // available precision", 1971).
 #pragma once
 
+#include "core/kernels/pi_parts.hpp"
 #include "zavox/wide/lanes.hpp"
 
 #include <array>
 #include <limits>
 
 namespace zavox::wide {
+
+namespace pi = zavo::core::pi_parts;
 
 template <class L>
 struct Functions : Ops<L> {
@@ -38,10 +41,6 @@ struct Functions : Ops<L> {
 
     static constexpr double infinity = std::numeric_limits<double>::infinity();
     static constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
-    static constexpr double pi_high = 0x1.921fb54442d18p+1;
-    static constexpr double pi_low = 0x1.1a62633145c07p-53;
-    static constexpr double half_pi_high = 0x1.921fb54442d18p+0;
-    static constexpr double half_pi_low = 0x1.1a62633145c07p-54;
     static constexpr double ln2_high = 0x1.62e42fefa3800p-1; // 42 bits
     static constexpr double ln2_low = 0x1.ef35793c76730p-45;
 
@@ -254,13 +253,13 @@ struct Functions : Ops<L> {
     static ZAVOX_INLINE Reduced reduce(D x)
     {
         I k;
-        const D whole = nearest(x * all(0x1.45f306dc9c883p-1), &k);
-        const D t = x - whole * all(0x1.921fb54400000p+0);
-        const D w = whole * all(0x1.0b4611a600000p-34);
+        const D whole = nearest(x * all(pi::two_over_pi), &k);
+        const D t = x - whole * all(pi::half_pi_first);
+        const D w = whole * all(pi::half_pi_second);
         const D high = t - w;
         const D back = t - high;
         const D lost = (t - (high + back)) + (back - w);
-        return {high + (lost - whole * all(0x1.3198a2e037073p-69)), k};
+        return {high + (lost - whole * all(pi::half_pi_third)), k};
     }
     static ZAVOX_INLINE D sine_series(D r)
     {
@@ -538,8 +537,8 @@ struct Functions : Ops<L> {
         const D z = u * u;
         D angle = start + (u - u * z * polynomial(c, z));
         const I left = Base::sign_bit(x) != 0;
-        const D upright = all(half_pi_high) + (select(left, angle, -angle) + all(half_pi_low));
-        const D turned = all(pi_high) - (angle - all(pi_low));
+        const D upright = all(pi::half_pi_high) + (select(left, angle, -angle) + all(pi::half_pi_low));
+        const D turned = all(pi::pi_high) - (angle - all(pi::pi_low));
         angle = select(steep, upright, select(left, turned, angle));
         return select((x != x) | (y != y), all(quiet_nan), with_sign(angle, y));
     }
