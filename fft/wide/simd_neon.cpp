@@ -10,12 +10,17 @@ namespace zavo::fft {
 
 namespace {
 
+// The factors in the order that the builder of tables gives them.
 constexpr KnownLength short_real_lengths[] = {
+    whole_real<4, 4, 4, 4>,       // 64
     whole_real<4, 2, 4, 4, 4>,    // 128
     whole_real<4, 4, 4, 4, 4>,    // 256
     whole_real<4, 2, 4, 4, 4, 4>, // 512
 };
 constexpr KnownLength short_complex_lengths[] = {
+    whole_complex<4, 4, 4>,            // 16
+    whole_complex<4, 2, 4, 4>,         // 32
+    either_way_complex<4, 4, 4, 4>,    // 64
     either_way_complex<4, 2, 4, 4, 4>, // 128
 };
 

@@ -1,6 +1,7 @@
 #include "core/frame/entry_frame.hpp"
 
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/illegal_instruction.hpp"
 
 #include <cfenv>
 #include <csignal>
@@ -18,15 +19,6 @@ int* volatile nowhere = nullptr;
 [[gnu::noinline, gnu::no_sanitize("all")]] void fault_by_memory()
 {
     *nowhere = 1;
-}
-
-[[gnu::noinline, gnu::no_sanitize("all")]] void fault_by_instruction()
-{
-#if defined(__aarch64__)
-    asm volatile("udf #0");
-#else
-    asm volatile("ud2");
-#endif
 }
 
 // A routine of the library in small: returns 1, or 0 after a failure.

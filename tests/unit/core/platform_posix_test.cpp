@@ -5,6 +5,7 @@
 #include "core/system/platform.hpp"
 #include "tests/support/captured_errors.hpp"
 #include "tests/support/catalogue_builder.hpp"
+#include "tests/support/illegal_instruction.hpp"
 
 #include <csignal>
 #include <cstdlib>
@@ -222,7 +223,7 @@ TEST(platform_posix, a_fault_below_several_levels_is_still_the_hosts)
                 zavo::core::EntryFrame inner{"inner"};
                 inner.run([] {
                     const zavo::core::SuspendedTrap suspended;
-                    asm volatile("ud2");
+                    fault_by_instruction();
                 });
             });
         },
