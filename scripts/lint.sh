@@ -155,6 +155,8 @@ check_tidy() {
     local sources known
     # Each source by itself, as clang-tidy reads it; nothing is built there.
     cmake --preset release -B build/tidy -DZAVO_COMPILE_TOGETHER=OFF >/dev/null || die "configuring failed"
+    # clang refuses g++'s switches of single passes.
+    sed -i 's/ -fno-ipa-cp-clone//' build/tidy/compile_commands.json
     known=$(sed -n 's|^  "file": "'"$PWD"'/\(.*\)".*|\1|p' build/tidy/compile_commands.json)
     mapfile -t sources < <(select_files '\.(c|cpp)$' | grep -v '^tests/\|^bench/' | grep -xF "$known")
     [[ ${#sources[@]} -eq 0 ]] && return 0

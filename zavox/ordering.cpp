@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace zavox {
@@ -146,7 +147,7 @@ struct Neighbours {
 
 Neighbours neighbours_among_few(const float* x, int n, int place, float* work)
 {
-    std::copy_n(x, n, work);
+    std::memcpy(work, x, static_cast<std::size_t>(n) * sizeof(float));
     std::nth_element(work, work + place, work + n);
     const float* const next = std::min_element(work + place + 1, work + n);
     return {work[place], next != work + n ? *next : work[place]};

@@ -21,7 +21,7 @@ struct KnownLength {
 
     ZAVO_INLINE bool is_for(const float* factor_record) const
     {
-        return std::memcmp(factor_record, record, sizeof record) == 0;
+        return std::memcmp(static_cast<const void*>(factor_record), record, sizeof record) == 0;
     }
 };
 

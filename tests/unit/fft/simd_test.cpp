@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -200,13 +201,15 @@ TEST(simd, lengths_with_code_of_their_own_take_it)
             known += way_of_real(n, tables[0].get()) == Way::known;
             known += way_of_complex(n, tables[1].get()) == Way::known;
         }
-        EXPECT_EQ(known, 10 + 10); // 8 to 4096
-        for (const int n : {48, 96, 120, 240}) {
+        // 8 to 4096; NEON has real ones from 64 on and complex ones from 16 on.
+        const bool has_all = path != Path::neon;
+        EXPECT_EQ(known, has_all ? 10 + 10 : 7 + 9);
+        for (const int n : has_all ? std::vector{48, 96, 120, 240} : std::vector<int>{}) {
             const Tables tables = tables_of(n);
             EXPECT_EQ(way_of_real(n, tables[0].get()), Way::known) << n;
             EXPECT_EQ(way_of_complex(n, tables[1].get()), Way::known) << n;
         }
-        for (const int n : {14, 42}) {
+        for (const int n : has_all ? std::vector{14, 42} : std::vector<int>{}) {
             EXPECT_EQ(way_of_real(n, tables_of(n)[0].get()), Way::known) << n;
         }
         for (const int n : {100, 1000, 12000, 65536, 78125}) {
