@@ -59,8 +59,8 @@ struct ModuleState {
     int last_error_code = 0;
     unsigned seed = 0; // tick count of the last initialisation
     bool ends_with_interpreter_thread = false;
-    void* waiting_work =
-        nullptr; // the latest that asks the interpreter whether it goes on (ext/long_work.cpp)
+    // The latest work that asks the interpreter whether it may go on (ext/long_work.cpp).
+    void* waiting_work = nullptr;
 };
 
 // ---- The struct

@@ -39,7 +39,8 @@ int in_parts(Tcl_Interp* interp, int n, Long how, Work&& work)
 // with a message when it is no list or a longer one than a DynList can be.
 int elements_of(Tcl_Interp* interp, Tcl_Obj* values, int* count, Tcl_Obj*** elements);
 
-// The same; the elements of many outlive what scripts make of the value meanwhile.
+// The same, for work that may run scripts between its parts: of a long list it holds a
+// copy, so that the elements stay whatever a script does with the value.
 class HeldElements {
 public:
     HeldElements() = default;

@@ -65,8 +65,8 @@ public:
     // Runs the worker under the trap; true, and finished() from then on, when it
     // has returned and neither a fault nor an interruption has cut it short. The
     // way out of a fault is a jump, which runs no destructor between the fault and
-    // here. So what a worker takes is owned outside of it: by an object that stands beside the frame, or
-    // by the frame (take_work). An object inside may have a destructor only when
+    // here. So what a worker takes is owned outside of it: by an object beside the
+    // frame, or by the frame (take_work). An object inside may have a destructor only when
     // this frame does the same after a jump: frames of nested routines, whose
     // names and work storage it drops with its own.
     template <class Work>
