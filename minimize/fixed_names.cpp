@@ -11,16 +11,19 @@ using namespace zavo::minimize;
 
 namespace {
 
-// A line search with the addresses at which the outsider wants the answers.
-struct SearchCall {
+// A line search: what the outsider gives, and the addresses of what he wants.
+struct SearchStart {
     int n;
     Point from;
     float* p; // n
     const float* xscale;
     Controls controls;
-    Point to;
-    float* spare; // n
-    float* f_new;
+};
+struct SearchAnswer {
+    float* x; // n, the new point
+    float* f;
+    float* g;
+    float* spare;    // n
     int* eval_count; // these two are raised
     int* gradient_count;
     int* return_code;
@@ -40,16 +43,17 @@ Controls search_controls(const float* reals, const float step_limit)
 }
 
 template <class Gradient>
-void search(Gradient gradient, SearchCall call)
+void search(Gradient gradient, SearchStart start, const SearchAnswer& answer)
 {
-    Counts counts = {0, *call.eval_count, *call.gradient_count};
-    const SearchEnd end = search_line(
-        gradient, Search{call.n, call.from, call.p, call.xscale, call.controls, call.to, call.spare, counts});
-    *call.f_new = call.to.f;
-    *call.eval_count = counts.evaluations;
-    *call.gradient_count = counts.gradients;
-    *call.return_code = end.result;
-    *call.longest = end.longest ? 1 : 0;
+    Point to = {answer.x, answer.g, {}};
+    Counts counts = {0, *answer.eval_count, *answer.gradient_count};
+    const SearchEnd end = search_line(gradient, Search{start.n, start.from, start.p, start.xscale,
+                                                       start.controls, to, answer.spare, counts});
+    *answer.f = to.f;
+    *answer.eval_count = counts.evaluations;
+    *answer.gradient_count = counts.gradients;
+    *answer.return_code = end.result;
+    *answer.longest = end.longest ? 1 : 0;
 }
 
 // The outsider's two arrays of controls.
@@ -157,18 +161,9 @@ void U17NF(zavo_objective_fn fcn, const int* n, float* x, const float* f, const 
            int* gradient_count, int* return_code, int* longest)
 {
     Objective objective(fcn);
-    search(DifferenceGradient{objective, *noise, *central != 0}, {*n,
-                                                                  {x, const_cast<float*>(g), *f},
-                                                                  p,
-                                                                  xscale,
-                                                                  search_controls(reals, *limit),
-                                                                  {x_new, g_new, {}},
-                                                                  spare,
-                                                                  f_new,
-                                                                  eval_count,
-                                                                  gradient_count,
-                                                                  return_code,
-                                                                  longest});
+    search(DifferenceGradient{objective, *noise, *central != 0},
+           {*n, {x, const_cast<float*>(g), *f}, p, xscale, search_controls(reals, *limit)},
+           {x_new, f_new, g_new, spare, eval_count, gradient_count, return_code, longest});
 }
 
 void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float* x, const float* f,
@@ -177,18 +172,9 @@ void U17NG(zavo_objective_fn fcn, zavo_gradient_fn gradient, const int* n, float
            int* return_code, int* longest)
 {
     Objective objective(fcn);
-    search(UserGradient{objective, gradient}, {*n,
-                                               {x, const_cast<float*>(g), *f},
-                                               p,
-                                               xscale,
-                                               search_controls(reals, *limit),
-                                               {x_new, g_new, {}},
-                                               spare,
-                                               f_new,
-                                               eval_count,
-                                               gradient_count,
-                                               return_code,
-                                               longest});
+    search(UserGradient{objective, gradient},
+           {*n, {x, const_cast<float*>(g), *f}, p, xscale, search_controls(reals, *limit)},
+           {x_new, f_new, g_new, spare, eval_count, gradient_count, return_code, longest});
 }
 
 void U3INF(zavo_objective_fn fcn, const int* n, float* x, float* xscale, float* fscale, int* integers,

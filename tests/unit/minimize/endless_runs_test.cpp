@@ -4,6 +4,7 @@
 #include "core/zavo.h"
 #include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/line_search_call.hpp"
 
 #include <cmath>
 #include <cstdio>
@@ -15,6 +16,7 @@
 namespace {
 
 using zavo::test::CapturedErrors;
+using zavo::test::LineSearchCall;
 
 constexpr float nan_value = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinite = std::numeric_limits<float>::infinity();
@@ -242,24 +244,10 @@ TEST(endless_runs, fixed_name_search_ends)
                 special = value;
                 evaluations = 0;
                 slope = -1;
-                const int n = 2;
-                float x[] = {at, 1};
-                const float f = 3;
-                const float g[] = {-1, -1};
-                float p[] = {1, 1};
-                const float scale[] = {1, 1};
-                const float limit = infinite;
-                const float reals[] = {0, 0, 0, 0, 0, infinite, -1};
-                float x_new[2];
-                float f_new = 0;
-                float g_new[2];
-                float spare[2];
-                int counts[2] = {};
-                int code = -1;
-                int longest = 0;
-                U17NG(free_function, same_gradient, &n, x, &f, g, p, scale, &limit, reals, x_new, &f_new,
-                      g_new, spare, &counts[0], &counts[1], &code, &longest);
-                EXPECT_GE(code, 0);
+                LineSearchCall<2> search = {
+                    .x = {at, 1}, .f = 3, .g = {-1, -1}, .p = {1, 1}, .scale = {1, 1}, .reals = {}};
+                search.run(free_function, same_gradient);
+                EXPECT_GE(search.code, 0);
                 EXPECT_LT(evaluations, 3000) << kind << " " << value << " " << at;
             }
         }

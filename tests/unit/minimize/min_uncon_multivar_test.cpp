@@ -3,6 +3,7 @@
 #include "minimize/free/line_search.hpp"
 #include "minimize/minimize.h"
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/line_search_call.hpp"
 
 #include <cmath>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 namespace {
 
 using zavo::test::CapturedErrors;
+using zavo::test::LineSearchCall;
 using namespace zavo::minimize;
 using namespace zavo::minimize::control_arrays;
 
@@ -244,26 +246,11 @@ TEST(min_uncon, fixed_names_refuse_no_variable_and_leave_the_value)
 TEST(min_uncon, fixed_name_search_tells_a_step_of_the_greatest_length)
 {
     const CapturedErrors errors;
-    const int n = 1;
-    float x[] = {4};
-    const float f = 16;
-    const float g[] = {8};
-    const float scale[] = {1};
-    const float limit = 2;
-    const float reals[] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, 2, -1};
-    float x_new[1];
-    float f_new = 0;
-    float g_new[1];
-    float spare[1];
-    int counts[2] = {};
-    int code = -1;
-    int longest = -1;
-    float p[] = {-8};
-    U17NG(parabola_of_one, slope_of_parabola, &n, x, &f, g, p, scale, &limit, reals, x_new, &f_new, g_new,
-          spare, &counts[0], &counts[1], &code, &longest);
-    EXPECT_EQ(code, search_good);
-    EXPECT_EQ(longest, 1);
-    EXPECT_EQ(x_new[0], 2.0F);
+    LineSearchCall<1> search = {.x = {4}, .f = 16, .g = {8}, .p = {-8}, .scale = {1}, .limit = 2};
+    search.run(parabola_of_one, slope_of_parabola);
+    EXPECT_EQ(search.code, search_good);
+    EXPECT_EQ(search.longest, 1);
+    EXPECT_EQ(search.x_new[0], 2.0F);
 }
 
 // A slope or a relative length that is not finite is no direction.
@@ -271,29 +258,14 @@ TEST(min_uncon, fixed_name_search_fails_along_what_is_no_direction)
 {
     const CapturedErrors errors;
     const float most = std::numeric_limits<float>::max();
-    const struct {
-        float x, g, p, scale;
-    } rows[] = {{4, most, -8, 1}, {0, 1, -1, most}};
-    for (const auto& row : rows) {
-        const int n = 1;
-        float x[] = {row.x};
-        const float f = 16;
-        const float g[] = {row.g};
-        float p[] = {row.p};
-        const float scale[] = {row.scale};
-        const float reals[] = {1e-3F, 1e-4F, 1e-5F, 1e-5F, 1e-5F, most, -1};
-        float x_new[1];
-        float f_new = 0;
-        float g_new[1];
-        float spare[1];
-        int counts[2] = {};
-        int code = -1;
-        int longest = -1;
-        U17NG(parabola_of_one, slope_of_parabola, &n, x, &f, g, p, scale, &most, reals, x_new, &f_new, g_new,
-              spare, &counts[0], &counts[1], &code, &longest);
-        EXPECT_EQ(code, search_failed);
-        EXPECT_EQ(x_new[0], row.x);
-        EXPECT_EQ(counts[0], 0);
+    LineSearchCall<1> searches[] = {{.x = {4}, .f = 16, .g = {most}, .p = {-8}, .scale = {1}},
+                                    {.x = {0}, .f = 16, .g = {1}, .p = {-1}, .scale = {most}}};
+    for (LineSearchCall<1>& search : searches) {
+        search.limit = most;
+        search.run(parabola_of_one, slope_of_parabola);
+        EXPECT_EQ(search.code, search_failed);
+        EXPECT_EQ(search.x_new[0], search.x[0]);
+        EXPECT_EQ(search.evaluations, 0);
     }
 }
 
