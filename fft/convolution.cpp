@@ -176,11 +176,8 @@ public:
         }
     }
 
-    float* hand_over(bool failed)
+    float* hand_over()
     {
-        if (failed) {
-            return nullptr;
-        }
         if (zhat_address_given_) {
             zhat_.hand_over();
         }
@@ -315,5 +312,5 @@ extern "C" float* zavo_f_convolution(int nx, const float* x, int ny, const float
         call.store_spectrum();
     });
     va_end(list);
-    return call.hand_over(frame.failed() || !frame.finished());
+    return frame.succeeded() ? call.hand_over() : nullptr;
 }

@@ -66,9 +66,11 @@ public:
     // has returned and neither a fault nor an interruption has cut it short. The
     // way out of a fault is a jump, which runs no destructor between the fault and
     // here. So what a worker takes is owned outside of it: by an object beside the
-    // frame, or by the frame (take_work). An object inside may have a destructor only when
-    // this frame does the same after a jump: frames of nested routines, whose
-    // names and work storage it drops with its own.
+    // frame, or by the frame (take_work). Inside, an object has a destructor only when
+    // nothing is lost without it: frames of nested routines, whose names and work
+    // storage this frame drops with its own, and objects that live while nothing
+    // of the caller's is read, written or called, such as the texts of a search for
+    // the catalogue.
     template <class Work>
     bool run(Work&& work, Trapping trapping = Trapping::plain)
     {
@@ -80,10 +82,15 @@ public:
         return finished_;
     }
 
-    // The last worker that was run has done its work.
+    // Whether the result may be handed out: the last worker that was run has done its
+    // work, and no error of type 4 or 5 stands at this routine's level. Where a
+    // routine looks at one of the two alone, a comment says why.
+    bool succeeded() const { return finished() && !failed(); }
     bool finished() const { return finished_; }
-    // True when an error of type 4 or 5 stands at this routine's level.
     bool failed() const { return is_failure(pending_type()); }
+    // An error of type 5 stands there. For routines whose results are worth having
+    // after one of type 4.
+    bool terminated() const { return pending_type() == ZAVO_TERMINAL; }
 
 private:
     const char* name_;

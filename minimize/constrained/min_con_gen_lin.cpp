@@ -41,7 +41,7 @@ public:
     // Back to rows, also when a fault has ended the run. Outside the trap: the
     // matrix was read and written before, so it cannot fault.
     void restore_matrix();
-    void store_results();
+    void store_results(bool good);
     float* hand_over();
 
 private:
@@ -73,17 +73,17 @@ void ConstrainedCall::read(core::OptionReader& options)
         // clang-format off
         switch (code) {
             case ZAVO_ACCURACY:              problem_.accuracy = static_cast<float>(options.take<double>());  break;
-            case ZAVO_START_POINT:           start_option_ = options.take<const float*>();            break;
+            case ZAVO_START_POINT:           start_option_ = options.take<const float*>();                    break;
             case ZAVO_FUNCTION_EVAL_LIMIT:   problem_.eval_limit = options.take<int>();                       break;
-            case ZAVO_OBJECTIVE_VALUE:       value_option_ = options.take<float*>();                  break;
-            case ZAVO_CON_GRADIENT_FUNCTION: gradient_ = options.take<zavo_gradient_fn>();            break;
-            case ZAVO_RETURN_USER:           solution_.borrow(options.take<float*>());                break;
-            case ZAVO_ACTIVE_LIST:           list_option_ = options.take<int**>();                    break;
-            case ZAVO_ACTIVE_LIST_USER:      active_.borrow(options.take<int*>());                    break;
-            case ZAVO_ACTIVE_COUNT:          count_option_ = options.take<int*>();                    break;
-            case ZAVO_MULTIPLIERS:           multipliers_option_ = options.take<float**>();           break;
-            case ZAVO_MULTIPLIERS_USER:      multipliers_.borrow(options.take<float*>());             break;
-            default:                         options.complain(code);                                  break;
+            case ZAVO_OBJECTIVE_VALUE:       value_option_ = options.take<float*>();                          break;
+            case ZAVO_CON_GRADIENT_FUNCTION: gradient_ = options.take<zavo_gradient_fn>();                    break;
+            case ZAVO_RETURN_USER:           solution_.borrow(options.take<float*>());                        break;
+            case ZAVO_ACTIVE_LIST:           list_option_ = options.take<int**>();                            break;
+            case ZAVO_ACTIVE_LIST_USER:      active_.borrow(options.take<int*>());                            break;
+            case ZAVO_ACTIVE_COUNT:          count_option_ = options.take<int*>();                            break;
+            case ZAVO_MULTIPLIERS:           multipliers_option_ = options.take<float**>();                   break;
+            case ZAVO_MULTIPLIERS_USER:      multipliers_.borrow(options.take<float*>());                     break;
+            default:                         options.complain(code);                                          break;
         }
         // clang-format on
     }
@@ -169,21 +169,20 @@ void ConstrainedCall::restore_matrix()
     }
 }
 
-// Under the trap, since the addresses are the caller's. After an error of type 5
+// Under the trap, since the addresses are the caller's. When the run was no good
 // nothing is handed out; pointers asked for are null.
-void ConstrainedCall::store_results()
+void ConstrainedCall::store_results(bool good)
 {
-    const bool failed = core::pending_type() == ZAVO_TERMINAL;
     if (list_option_ != nullptr) {
-        *list_option_ = failed ? nullptr : active_.get();
+        *list_option_ = good ? active_.get() : nullptr;
     }
     if (multipliers_option_ != nullptr) {
-        *multipliers_option_ = failed ? nullptr : multipliers_.get();
+        *multipliers_option_ = good ? multipliers_.get() : nullptr;
     }
-    if (!failed && value_option_ != nullptr) {
+    if (good && value_option_ != nullptr) {
         *value_option_ = outcome_.f;
     }
-    if (!failed && count_option_ != nullptr) {
+    if (good && count_option_ != nullptr) {
         *count_option_ = outcome_.active_count;
     }
 }
@@ -191,9 +190,6 @@ void ConstrainedCall::store_results()
 // What has been stored at an address is the caller's.
 float* ConstrainedCall::hand_over()
 {
-    if (core::pending_type() == ZAVO_TERMINAL) {
-        return nullptr;
-    }
     if (list_option_ != nullptr) {
         active_.hand_over();
     }
@@ -218,13 +214,14 @@ extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int 
     va_end(list);
     zavo::minimize::ConstrainedCall call{fcn, nvar, ncon, neq, a, b, xlb, xub};
     zavo::core::EntryFrame frame{"zavo_f_min_con_gen_lin"};
-    frame.run(
+    const bool finished = frame.run(
         [&] {
             call.read(options);
             call.minimize();
         },
         zavo::core::Trapping::with_own_stack);
     call.restore_matrix();
-    frame.run([&] { call.store_results(); });
-    return call.hand_over();
+    const bool good = finished && !frame.terminated();
+    const bool stored = frame.run([&] { call.store_results(good); });
+    return good && stored ? call.hand_over() : nullptr;
 }

@@ -20,7 +20,7 @@ public:
 
     void read(core::OptionReader& options);
     void minimize();
-    float* hand_over() { return core::pending_type() == ZAVO_TERMINAL ? nullptr : solution_.hand_over(); }
+    float* hand_over() { return solution_.hand_over(); }
 
 private:
     bool take_blocks();
@@ -49,27 +49,27 @@ void UnconstrainedCall::read(core::OptionReader& options)
     while (const int code = options.next()) {
         // clang-format off
         switch (code) {
-            case ZAVO_START_POINT:             start_option_ = options.take<const float*>();  break;
-            case ZAVO_FUNCTION_EVAL_LIMIT:     controls_.eval_limit = options.take<int>();              break;
-            case ZAVO_GRADIENT_FUNCTION:       gradient_ = options.take<zavo_gradient_fn>();   break;
-            case ZAVO_VARIABLE_SCALING:        scale_option_ = options.take<const float*>();   break;
-            case ZAVO_FUNCTION_SCALE:          fscale_ = real();                               break;
-            case ZAVO_GRADIENT_TOLERANCE:      controls_.gradient_tol = real();                         break;
-            case ZAVO_STEP_TOLERANCE:          controls_.step_tol = real();                             break;
-            case ZAVO_RELATIVE_TOLERANCE:      controls_.relative_tol = real();                         break;
-            case ZAVO_STEP_LIMIT:              controls_.step_limit = real();                           break;
-            case ZAVO_GOOD_DIGITS:             controls_.good_digits = options.take<int>();             break;
-            case ZAVO_ITERATION_LIMIT:         controls_.iteration_limit = options.take<int>();         break;
-            case ZAVO_GRADIENT_EVAL_LIMIT:     controls_.gradient_limit = options.take<int>();          break;
-            case ZAVO_HESSIAN_START:           controls_.hessian_start = options.take<int>();           break;
-            case ZAVO_RESULT_VALUE:            value_option_ = options.take<float*>();         break;
-            case ZAVO_RETURN_USER:             solution_.borrow(options.take<float*>());       break;
-            case ZAVO_FUNCTION_SCALE_ADR:      fscale_ = real_at();                            break;
-            case ZAVO_GRADIENT_TOLERANCE_ADR:  controls_.gradient_tol = real_at();                      break;
-            case ZAVO_STEP_TOLERANCE_ADR:      controls_.step_tol = real_at();                          break;
-            case ZAVO_RELATIVE_TOLERANCE_ADR:  controls_.relative_tol = real_at();                      break;
-            case ZAVO_STEP_LIMIT_ADR:          controls_.step_limit = real_at();                        break;
-            default:                           options.complain(code);                         break;
+            case ZAVO_START_POINT:            start_option_ = options.take<const float*>();     break;
+            case ZAVO_FUNCTION_EVAL_LIMIT:    controls_.eval_limit = options.take<int>();       break;
+            case ZAVO_GRADIENT_FUNCTION:      gradient_ = options.take<zavo_gradient_fn>();     break;
+            case ZAVO_VARIABLE_SCALING:       scale_option_ = options.take<const float*>();     break;
+            case ZAVO_FUNCTION_SCALE:         fscale_ = real();                                 break;
+            case ZAVO_GRADIENT_TOLERANCE:     controls_.gradient_tol = real();                  break;
+            case ZAVO_STEP_TOLERANCE:         controls_.step_tol = real();                      break;
+            case ZAVO_RELATIVE_TOLERANCE:     controls_.relative_tol = real();                  break;
+            case ZAVO_STEP_LIMIT:             controls_.step_limit = real();                    break;
+            case ZAVO_GOOD_DIGITS:            controls_.good_digits = options.take<int>();      break;
+            case ZAVO_ITERATION_LIMIT:        controls_.iteration_limit = options.take<int>();  break;
+            case ZAVO_GRADIENT_EVAL_LIMIT:    controls_.gradient_limit = options.take<int>();   break;
+            case ZAVO_HESSIAN_START:          controls_.hessian_start = options.take<int>();    break;
+            case ZAVO_RESULT_VALUE:           value_option_ = options.take<float*>();           break;
+            case ZAVO_RETURN_USER:            solution_.borrow(options.take<float*>());         break;
+            case ZAVO_FUNCTION_SCALE_ADR:     fscale_ = real_at();                              break;
+            case ZAVO_GRADIENT_TOLERANCE_ADR: controls_.gradient_tol = real_at();               break;
+            case ZAVO_STEP_TOLERANCE_ADR:     controls_.step_tol = real_at();                   break;
+            case ZAVO_RELATIVE_TOLERANCE_ADR: controls_.relative_tol = real_at();               break;
+            case ZAVO_STEP_LIMIT_ADR:         controls_.step_limit = real_at();                 break;
+            default:                          options.complain(code);                           break;
         }
         // clang-format on
     }
@@ -160,11 +160,11 @@ extern "C" float* zavo_f_min_uncon_multivar(zavo_objective_fn fcn, int n, ...)
     va_end(list);
     zavo::minimize::UnconstrainedCall call{fcn, n};
     zavo::core::EntryFrame frame{"zavo_f_min_uncon_multivar"};
-    frame.run(
+    const bool finished = frame.run(
         [&] {
             call.read(options);
             call.minimize();
         },
         zavo::core::Trapping::with_own_stack);
-    return call.hand_over();
+    return finished && !frame.terminated() ? call.hand_over() : nullptr;
 }

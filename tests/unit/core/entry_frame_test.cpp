@@ -262,6 +262,32 @@ TEST(entry_frame, the_frame_knows_whether_the_worker_has_finished)
     EXPECT_TRUE(frame.failed());
 }
 
+TEST(entry_frame, a_result_may_be_handed_out_when_the_worker_has_finished_without_an_error)
+{
+    struct Case {
+        int type;
+        bool succeeded;
+        bool terminated;
+    };
+    for (const Case& one : {Case{0, true, false}, Case{ZAVO_ALERT, true, false},
+                            Case{ZAVO_FATAL, false, false}, Case{ZAVO_TERMINAL, false, true}}) {
+        CapturedErrors errors;
+        EntryFrame frame{"routine"};
+        EXPECT_FALSE(frame.succeeded());
+        EXPECT_TRUE(frame.run([&] {
+            if (one.type != 0) {
+                zavo_e1mes(one.type, 1, "posted");
+            }
+        }));
+        EXPECT_EQ(frame.succeeded(), one.succeeded) << one.type;
+        EXPECT_EQ(frame.terminated(), one.terminated) << one.type;
+        zavo_e1mes(0, 0, "");
+        EXPECT_FALSE(frame.run([] { fault_by_memory(); }));
+        EXPECT_FALSE(frame.succeeded());
+        EXPECT_TRUE(frame.terminated());
+    }
+}
+
 TEST(entry_frame, while_the_trap_is_suspended_a_fault_is_the_hosts_but_routines_below_trap_theirs)
 {
     EXPECT_EXIT(
