@@ -132,6 +132,25 @@ check_test_names() {
     [[ -z $bad ]] || { printf '%s\n' "$bad"; failed+=("names of tests in C++"); }
 }
 
+# Each oddity that is kept names the test that pins it; that the check bites is shown first.
+check_kept() {
+    say "kept oddities and their tests (tools/check_kept.tcl)"
+    local sources trial
+    trial=$(mktemp -d)
+    # shellcheck disable=SC2046 # names
+    awk -f tools/unit_tests.awk $(git ls-files 'tests/*_test.cpp' 'tests/*_long.cpp') >"$trial/unit"
+    printf '// Kept: odd (trial.no_such_test).\n// Kept: odder.\nint i;\n' >"$trial/trial.cpp"
+    if [[ $(tclsh8.6 tools/check_kept.tcl "$trial/unit" tests/script "$trial/trial.cpp" | wc -l) -ne 2 ]]; then
+        failed+=("tools/check_kept.tcl takes notes without a test")
+    fi
+    mapfile -t sources < <(select_files '\.(c|h|cpp|hpp)$' | grep -v '^tests/\|^bench/')
+    if [[ ${#sources[@]} -gt 0 ]]; then
+        tclsh8.6 tools/check_kept.tcl "$trial/unit" tests/script "${sources[@]}" ||
+            failed+=("kept oddities without a test")
+    fi
+    rm -rf "$trial"
+}
+
 # What clang-tidy says about a file depends on the file, the headers and the
 # settings; a stamp named after all of them says that it was clean.
 tidy_one() {
@@ -208,6 +227,7 @@ check_shell
 check_tcl
 check_arrows
 check_test_names
+check_kept
 check_tidy
 
 if [[ ${#failed[@]} -gt 0 ]]; then
