@@ -212,16 +212,11 @@ int fft_inverse(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     return x.put(interp);
 }
 
-int fft_complex(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+// Puts the transform of x; an inverse one is divided by the number of values.
+// transform(fourier, z) does it in place and is false when it fails.
+template <class Transform>
+int transform_in_place(Tcl_Interp* interp, const Complex& x, bool inverse, const Transform& transform)
 {
-    Complex x;
-    bool inverse = false;
-    if (x.get(interp, objv[2]) != TCL_OK || read_inverse(interp, objc, objv, 3, &inverse) != TCL_OK) {
-        return TCL_ERROR;
-    }
-    if (x.re.empty()) {
-        return fail_empty(interp, "transform");
-    }
     const int n = x.re.size();
     Complex result;
     const Buffer<f_complex> z(n);
@@ -233,19 +228,35 @@ int fft_complex(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
         return memory_short(interp);
     }
     join(x, z.get());
-    if (!fourier->complex(inverse ? Sign::plus : Sign::minus, n, z.get(), z.get())) {
+    if (!transform(*fourier, z.get())) {
         return transform_failure(interp);
     }
     split(z.get(), inverse ? static_cast<float>(n) : 1.0F, &result);
     return result.put(interp);
 }
 
+int fft_complex(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
+{
+    Complex x;
+    bool inverse = false;
+    if (x.get(interp, objv[2]) != TCL_OK || read_inverse(interp, objc, objv, 3, &inverse) != TCL_OK) {
+        return TCL_ERROR;
+    }
+    if (x.re.empty()) {
+        return fail_empty(interp, "transform");
+    }
+    const int n = x.re.size();
+    return transform_in_place(interp, x, inverse, [=](Fourier& fourier, f_complex* z) {
+        return fourier.complex(inverse ? Sign::plus : Sign::minus, n, z, z);
+    });
+}
+
 // The library's own transform where both lengths are smooth: its backward passes
 // take the columns first.
-bool transform_plane(Fourier* fourier, bool inverse, int rows, int columns, f_complex* z)
+bool transform_plane(Fourier& fourier, bool inverse, int rows, int columns, f_complex* z)
 {
     if (!is_smooth(rows) || !is_smooth(columns)) {
-        return fourier->plane(inverse ? Sign::plus : Sign::minus, rows, columns, z, z);
+        return fourier.plane(inverse ? Sign::plus : Sign::minus, rows, columns, z, z);
     }
     f_complex* const result = inverse ? engine().c_fft_2d_complex(rows, columns, z, ZAVO_BACKWARD, 0)
                                       : engine().c_fft_2d_complex(rows, columns, z, 0);
@@ -275,21 +286,9 @@ int fft_plane(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
         return fail(interp, Fault::length, Tcl_GetString(objv[3]),
                     Tcl_ObjPrintf("%d rows of %d columns do not have %d values", rows, columns, n));
     }
-    Complex result;
-    const Buffer<f_complex> z(n);
-    Fourier* const fourier = tables_of(interp);
-    if (fourier == nullptr || result.allocate(interp, n) != TCL_OK) {
-        return TCL_ERROR;
-    }
-    if (!z) {
-        return memory_short(interp);
-    }
-    join(x, z.get());
-    if (!transform_plane(fourier, inverse, rows, columns, z.get())) {
-        return transform_failure(interp);
-    }
-    split(z.get(), inverse ? static_cast<float>(n) : 1.0F, &result);
-    return result.put(interp);
+    return transform_in_place(interp, x, inverse, [=](Fourier& fourier, f_complex* z) {
+        return transform_plane(fourier, inverse, rows, columns, z);
+    });
 }
 
 int fft_size(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])

@@ -6,6 +6,7 @@
 // reduction for trigonometric functions", 1983).
 #include "core/kernels/elementary.hpp"
 #include "core/kernels/pi_parts.hpp"
+#include "core/kernels/series.hpp"
 
 #include <array>
 #include <bit>
@@ -22,6 +23,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
 
 using namespace pi_parts;
+using namespace series;
 
 // c[0] + c[1] x + c[2] x^2 + ...
 template <std::size_t N>
@@ -32,38 +34,6 @@ double polynomial(const std::array<double, N>& c, double x)
         sum = sum * x + c[i - 1];
     }
     return sum;
-}
-
-constexpr double factorial(int n)
-{
-    double product = 1;
-    for (int i = 2; i <= n; ++i) {
-        product *= i;
-    }
-    return product;
-}
-
-// 1/first!, 1/(first+step)!, ... with alternating signs when `alternate`.
-template <std::size_t N>
-constexpr std::array<double, N> reciprocal_factorials(int first, int step, bool alternate)
-{
-    std::array<double, N> c{};
-    for (std::size_t i = 0; i < N; ++i) {
-        const double sign = alternate && i % 2 != 0 ? -1.0 : 1.0;
-        c[i] = sign / factorial(first + static_cast<int>(i) * step);
-    }
-    return c;
-}
-
-// 1/3, 1/5, 1/7, ... or 1/3, -1/5, 1/7, ...
-template <std::size_t N>
-constexpr std::array<double, N> reciprocal_odd_numbers(bool alternate)
-{
-    std::array<double, N> c{};
-    for (std::size_t i = 0; i < N; ++i) {
-        c[i] = (alternate && i % 2 != 0 ? -1.0 : 1.0) / (2.0 * static_cast<double>(i) + 3.0);
-    }
-    return c;
 }
 
 int nearest_int(double x)
@@ -276,7 +246,7 @@ double exp(double x)
 // With s = (m - 1) / (m + 1), log m = 2 (s + s^3/3 + s^5/5 + ...); |s| < 0.172.
 double log(double x)
 {
-    static constexpr auto c = reciprocal_odd_numbers<11>(false);
+    static constexpr auto c = reciprocal_odd_numbers<11>(3, false);
     constexpr double ln2_high = 0x1.62e42fefa3800p-1;
     constexpr double ln2_low = 0x1.ef35793c76730p-45;
     if (std::isnan(x) || x < 0) {
@@ -336,7 +306,7 @@ double cosh(double x)
 // atan t = atan c + atan((t - c) / (1 + t c)); the last argument is within 1/16.
 double atan2(double y, double x)
 {
-    static constexpr auto c = reciprocal_odd_numbers<7>(true);
+    static constexpr auto c = reciprocal_odd_numbers<7>(3, true);
     static constexpr std::array<double, 9> atan_of_eighths = {0.0,
                                                               0x1.fd5ba9aac2f6ep-4,
                                                               0x1.f5b75f92c80ddp-3,

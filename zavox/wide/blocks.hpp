@@ -25,46 +25,46 @@ struct Blocks : Functions<L> {
 
     // ---- Operators ---------------------------------------------------------------
 
-    static ZAVOX_INLINE D one_where(I mask) { return select(mask, all(1.0), all(0.0)); }
+    static ZAVO_INLINE D one_where(I mask) { return select(mask, all(1.0), all(0.0)); }
     // Neither zero nor NaN.
-    static ZAVOX_INLINE I is_true(D x) { return (x < all(0.0)) | (x > all(0.0)); }
+    static ZAVO_INLINE I is_true(D x) { return (x < all(0.0)) | (x > all(0.0)); }
 
-    static ZAVOX_INLINE D negate(D x) { return -x; }
-    static ZAVOX_INLINE D invert(D x) { return one_where(~is_true(x)); }
-    static ZAVOX_INLINE D truth(D x) { return one_where(is_true(x)); }
-    static ZAVOX_INLINE D add(D x, D y) { return x + y; }
-    static ZAVOX_INLINE D subtract(D x, D y) { return x - y; }
-    static ZAVOX_INLINE D multiply(D x, D y) { return x * y; }
-    static ZAVOX_INLINE D divide(D x, D y) { return x / y; }
-    static ZAVOX_INLINE D less(D x, D y) { return one_where(x < y); }
-    static ZAVOX_INLINE D less_equal(D x, D y) { return one_where(x <= y); }
-    static ZAVOX_INLINE D greater(D x, D y) { return one_where(x > y); }
-    static ZAVOX_INLINE D greater_equal(D x, D y) { return one_where(x >= y); }
-    static ZAVOX_INLINE D equal(D x, D y) { return one_where(x == y); }
-    static ZAVOX_INLINE D unequal(D x, D y) { return one_where(x != y); }
-    static ZAVOX_INLINE D both(D x, D y) { return one_where(is_true(x) & is_true(y)); }
-    static ZAVOX_INLINE D either(D x, D y) { return one_where(is_true(x) | is_true(y)); }
-    static ZAVOX_INLINE D is_finite(D x) { return one_where(abs(x) < all(F::infinity)); }
-    static ZAVOX_INLINE D is_not_a_number(D x) { return one_where(x != x); }
-    static ZAVOX_INLINE D square(D x) { return x * x; }
-    static ZAVOX_INLINE D cube(D x) { return x * x * x; }
-    static ZAVOX_INLINE D fourth(D x)
+    static ZAVO_INLINE D negate(D x) { return -x; }
+    static ZAVO_INLINE D invert(D x) { return one_where(~is_true(x)); }
+    static ZAVO_INLINE D truth(D x) { return one_where(is_true(x)); }
+    static ZAVO_INLINE D add(D x, D y) { return x + y; }
+    static ZAVO_INLINE D subtract(D x, D y) { return x - y; }
+    static ZAVO_INLINE D multiply(D x, D y) { return x * y; }
+    static ZAVO_INLINE D divide(D x, D y) { return x / y; }
+    static ZAVO_INLINE D less(D x, D y) { return one_where(x < y); }
+    static ZAVO_INLINE D less_equal(D x, D y) { return one_where(x <= y); }
+    static ZAVO_INLINE D greater(D x, D y) { return one_where(x > y); }
+    static ZAVO_INLINE D greater_equal(D x, D y) { return one_where(x >= y); }
+    static ZAVO_INLINE D equal(D x, D y) { return one_where(x == y); }
+    static ZAVO_INLINE D unequal(D x, D y) { return one_where(x != y); }
+    static ZAVO_INLINE D both(D x, D y) { return one_where(is_true(x) & is_true(y)); }
+    static ZAVO_INLINE D either(D x, D y) { return one_where(is_true(x) | is_true(y)); }
+    static ZAVO_INLINE D is_finite(D x) { return one_where(abs(x) < all(F::infinity)); }
+    static ZAVO_INLINE D is_not_a_number(D x) { return one_where(x != x); }
+    static ZAVO_INLINE D square(D x) { return x * x; }
+    static ZAVO_INLINE D cube(D x) { return x * x * x; }
+    static ZAVO_INLINE D fourth(D x)
     {
         const D y = x * x;
         return y * y;
     }
-    static ZAVOX_INLINE D reciprocal(D x) { return all(1.0) / x; }
-    static ZAVOX_INLINE D choose(D x, D y, D z) { return select(is_true(x), y, z); }
+    static ZAVO_INLINE D reciprocal(D x) { return all(1.0) / x; }
+    static ZAVO_INLINE D choose(D x, D y, D z) { return select(is_true(x), y, z); }
     // Rounded twice, as the operations one by one.
-    static ZAVOX_INLINE D multiply_add(D x, D y, D z) { return x * y + z; }
-    static ZAVOX_INLINE D multiply_subtract(D x, D y, D z) { return x * y - z; }
-    static ZAVOX_INLINE D subtract_product(D x, D y, D z) { return z - x * y; }
+    static ZAVO_INLINE D multiply_add(D x, D y, D z) { return x * y + z; }
+    static ZAVO_INLINE D multiply_subtract(D x, D y, D z) { return x * y - z; }
+    static ZAVO_INLINE D subtract_product(D x, D y, D z) { return z - x * y; }
 
     // ---- A block -----------------------------------------------------------------
 
     // The numbers from i on of an array, of floats when the form says so.
     template <int floats>
-    static ZAVOX_INLINE D get(const void* array, int i)
+    static ZAVO_INLINE D get(const void* array, int i)
     {
         if constexpr (floats != 0) {
             return F::widen(static_cast<const float*>(array) + i);
@@ -74,7 +74,7 @@ struct Blocks : Functions<L> {
     }
     // Every NaN becomes the same one when it is rounded.
     template <int floats>
-    static ZAVOX_INLINE void put(void* array, int i, D x)
+    static ZAVO_INLINE void put(void* array, int i, D x)
     {
         if constexpr (floats != 0) {
             F::narrow(static_cast<float*>(array) + i, select(x != x, all(F::quiet_nan), x));
@@ -109,7 +109,7 @@ struct Blocks : Functions<L> {
                 f(get<form & floats_x>(x, i), get<form & floats_y>(y, i), get<form & floats_z>(z, i)));
         }
     }
-    static ZAVOX_INLINE D copy(D x) { return x; }
+    static ZAVO_INLINE D copy(D x) { return x; }
 
     // Long chains of operations leave the processor waiting, so they are cut in two:
     // the first part for a few dozen numbers, then the second.
@@ -259,7 +259,7 @@ struct Blocks : Functions<L> {
     // Sums of squares_block terms, in `partial_sums` parts that do not depend on
     // the number of lanes: part i takes the terms i, i + partial_sums, ...
     template <class Term>
-    static ZAVOX_INLINE double add_terms(Term&& term)
+    static ZAVO_INLINE double add_terms(Term&& term)
     {
         constexpr int vectors = partial_sums / lanes;
         D part[vectors]{};

@@ -15,6 +15,7 @@
 #pragma once
 
 #include "core/kernels/pi_parts.hpp"
+#include "core/kernels/series.hpp"
 #include "zavox/wide/lanes.hpp"
 
 #include <array>
@@ -23,6 +24,7 @@
 namespace zavox::wide {
 
 namespace pi = zavo::core::pi_parts;
+namespace series = zavo::core::series;
 
 template <class L>
 struct Functions : Ops<L> {
@@ -50,38 +52,9 @@ struct Functions : Ops<L> {
 
     // ---- Series ----------------------------------------------------------------
 
-    static constexpr double factorial(int k)
-    {
-        double product = 1;
-        for (int i = 2; i <= k; ++i) {
-            product *= i;
-        }
-        return product;
-    }
-    // 1/first!, 1/(first+step)!, ... with alternating signs when `alternate`.
-    template <std::size_t Count>
-    static constexpr std::array<double, Count> reciprocal_factorials(int first, int step, bool alternate)
-    {
-        std::array<double, Count> c{};
-        for (std::size_t i = 0; i < Count; ++i) {
-            const double sign = alternate && i % 2 != 0 ? -1.0 : 1.0;
-            c[i] = sign / factorial(first + static_cast<int>(i) * step);
-        }
-        return c;
-    }
-    // 1/first, 1/(first+2), ... with alternating signs when `alternate`.
-    template <std::size_t Count>
-    static constexpr std::array<double, Count> reciprocal_odd_numbers(int first, bool alternate)
-    {
-        std::array<double, Count> c{};
-        for (std::size_t i = 0; i < Count; ++i) {
-            c[i] = (alternate && i % 2 != 0 ? -1.0 : 1.0) / (2.0 * static_cast<double>(i) + first);
-        }
-        return c;
-    }
     // c[0] + c[1] x + c[2] x^2 + ..., by halves, whose operations overlap.
     template <std::size_t Count>
-    static ZAVOX_INLINE D polynomial(const std::array<double, Count>& c, D x)
+    static ZAVO_INLINE D polynomial(const std::array<double, Count>& c, D x)
     {
         const D square = x * x;
         D even = all(c[(Count - 1) / 2 * 2]);
@@ -106,25 +79,25 @@ struct Functions : Ops<L> {
         D low;
     };
     // For |a| >= |b|.
-    static ZAVOX_INLINE Pair quick_sum(D a, D b)
+    static ZAVO_INLINE Pair quick_sum(D a, D b)
     {
         const D sum = a + b;
         return {sum, b - (sum - a)};
     }
-    static ZAVOX_INLINE Pair sum(D a, D b)
+    static ZAVO_INLINE Pair sum(D a, D b)
     {
         const D total = a + b;
         const D part = total - a;
         return {total, (a - (total - part)) + (b - part)};
     }
-    static ZAVOX_INLINE Pair split(D a)
+    static ZAVO_INLINE Pair split(D a)
     {
         const D scaled = a * all(0x1p27 + 1);
         const D high = scaled - (scaled - a);
         return {high, a - high};
     }
     // Exact unless it overflows or falls below the normal range.
-    static ZAVOX_INLINE Pair product(D a, D b)
+    static ZAVO_INLINE Pair product(D a, D b)
     {
         const D whole = a * b;
 #if defined(__AVX512F__)
@@ -140,33 +113,33 @@ struct Functions : Ops<L> {
     // ---- Whole numbers -----------------------------------------------------------
 
     // Numbers of 2^52 and more are whole, and so are Inf and NaN.
-    static ZAVOX_INLINE D near_whole(D x)
+    static ZAVO_INLINE D near_whole(D x)
     {
         const D magic = with_sign(all(0x1p52), x);
         return abs(x) < all(0x1p52) ? (x + magic) - magic : x;
     }
-    static ZAVOX_INLINE D floor(D x)
+    static ZAVO_INLINE D floor(D x)
     {
         const D whole = near_whole(x);
         return with_sign_of_zero(whole - (whole > x ? all(1.0) : all(0.0)), x);
     }
-    static ZAVOX_INLINE D ceil(D x)
+    static ZAVO_INLINE D ceil(D x)
     {
         return -floor(-x);
     }
-    static ZAVOX_INLINE D trunc(D x)
+    static ZAVO_INLINE D trunc(D x)
     {
         const D size = abs(x);
         return with_sign(floor(size), x);
     }
     // Halves away from zero.
-    static ZAVOX_INLINE D round(D x)
+    static ZAVO_INLINE D round(D x)
     {
         const D size = abs(x);
         const D whole = floor(size);
         return with_sign(whole + (size - whole >= all(0.5) ? all(1.0) : all(0.0)), x);
     }
-    static ZAVOX_INLINE D with_sign_of_zero(D value, D sign)
+    static ZAVO_INLINE D with_sign_of_zero(D value, D sign)
     {
         return value == all(0.0) ? with_sign(value, sign) : value;
     }
@@ -183,7 +156,7 @@ struct Functions : Ops<L> {
         D count; // k in the last bits of its pattern
     };
     // For a sine; with k moved on by a quarter turn, for a cosine.
-    static ZAVOX_INLINE Turn turn(D x, int sixteenths)
+    static ZAVO_INLINE Turn turn(D x, int sixteenths)
     {
         const D magic = all(0x1.8p52 + sixteenths);
         const D count = x * all(0x1.45f306dc9c883p+2) + magic;
@@ -192,11 +165,11 @@ struct Functions : Ops<L> {
         const D second = Base::minus_exact_product(first, k, all(0x1.10b4600000000p-33));
         return {second - k * all(0x1.1a62633145c07p-57), count};
     }
-    static ZAVOX_INLINE Turn sine_turn(D x)
+    static ZAVO_INLINE Turn sine_turn(D x)
     {
         return turn(x, 0);
     }
-    static ZAVOX_INLINE Turn cosine_turn(D x)
+    static ZAVO_INLINE Turn cosine_turn(D x)
     {
         return turn(x, 8);
     }
@@ -225,7 +198,7 @@ struct Functions : Ops<L> {
     // 2.5 ulp for floats; other doubles beside a zero lose some of their last bits, as
     // pi/16 has 111. The series for (sin r - r) / r^3 and (1 - cos r) / r^2 interpolate in the
     // zeros of a Chebyshev polynomial of r^2; they move the sine by less than 2^-60.
-    static ZAVOX_INLINE D sine_of_turn(Turn at)
+    static ZAVO_INLINE D sine_of_turn(Turn at)
     {
         const I k = bits(at.count);
         D s{};
@@ -250,7 +223,7 @@ struct Functions : Ops<L> {
         D r;
         I k;
     };
-    static ZAVOX_INLINE Reduced reduce(D x)
+    static ZAVO_INLINE Reduced reduce(D x)
     {
         I k;
         const D whole = nearest(x * all(pi::two_over_pi), &k);
@@ -261,22 +234,22 @@ struct Functions : Ops<L> {
         const D lost = (t - (high + back)) + (back - w);
         return {high + (lost - whole * all(pi::half_pi_third)), k};
     }
-    static ZAVOX_INLINE D sine_series(D r)
+    static ZAVO_INLINE D sine_series(D r)
     {
-        constexpr auto c = reciprocal_factorials<8>(3, 2, true);
+        constexpr auto c = series::reciprocal_factorials<8>(3, 2, true);
         const D z = r * r;
         return r - r * z * polynomial(c, z);
     }
-    static ZAVOX_INLINE D cosine_series(D r)
+    static ZAVO_INLINE D cosine_series(D r)
     {
-        constexpr auto c = reciprocal_factorials<8>(4, 2, true);
+        constexpr auto c = series::reciprocal_factorials<8>(4, 2, true);
         const D z = r * r;
         const D half = all(0.5) * z;
         const D high = all(1.0) - half;
         return high + ((all(1.0) - high) - half + z * z * polynomial(c, z));
     }
     // 3 ulp for |x| < largest_angle.
-    static ZAVOX_INLINE D tan(D x)
+    static ZAVO_INLINE D tan(D x)
     {
         const Reduced reduced = reduce(x);
         const D s = sine_series(reduced.r);
@@ -295,39 +268,39 @@ struct Functions : Ops<L> {
         D high;
         D low;
     };
-    static ZAVOX_INLINE Exponent exponent(D x, D tail)
+    static ZAVO_INLINE Exponent exponent(D x, D tail)
     {
         const D bounded = x > all(760.0) ? all(760.0) : x < all(-800.0) ? all(-800.0) : x;
         const D k = nearest(bounded * all(0x1.71547652b82fep+0));
         return {k, Base::minus_exact_product(bounded, k, all(ln2_high)), k * all(ln2_low) - tail};
     }
     // e^(x + tail) 2^extra.
-    static ZAVOX_INLINE D power_of(const Exponent& at, double extra)
+    static ZAVO_INLINE D power_of(const Exponent& at, double extra)
     {
-        constexpr auto c = reciprocal_factorials<12>(2, 1, false);
+        constexpr auto c = series::reciprocal_factorials<12>(2, 1, false);
         const D r = at.high - at.low;
         const D rest = ((at.high - r) - at.low) + r * r * polynomial(c, r);
         return Base::scale(all(1.0) + (r + rest), at.k + all(extra));
     }
-    static ZAVOX_INLINE D exponential(D x, D tail, double extra)
+    static ZAVO_INLINE D exponential(D x, D tail, double extra)
     {
         return power_of(exponent(x, tail), extra);
     }
     // 1 ulp where the result is a normal number, 1 unit of the smallest below.
-    static ZAVOX_INLINE Exponent exp_first(D x)
+    static ZAVO_INLINE Exponent exp_first(D x)
     {
         return exponent(x, all(0.0));
     }
-    static ZAVOX_INLINE D exp_second(D, const Exponent& at)
+    static ZAVO_INLINE D exp_second(D, const Exponent& at)
     {
         return power_of(at, 0);
     }
-    static ZAVOX_INLINE D exp(D x)
+    static ZAVO_INLINE D exp(D x)
     {
         return exp_second(x, exp_first(x));
     }
     // e^x / 2, which is finite a little longer than e^x.
-    static ZAVOX_INLINE D half_exp(D x)
+    static ZAVO_INLINE D half_exp(D x)
     {
         return exponential(x, all(0.0), -1);
     }
@@ -339,7 +312,7 @@ struct Functions : Ops<L> {
         D e;
         D m;
     };
-    static ZAVOX_INLINE Scaled take_apart(D x)
+    static ZAVO_INLINE Scaled take_apart(D x)
     {
         const I small = x < all(0x1p-1022);
         const D grown = select(small, x * all(0x1p54), x);
@@ -352,7 +325,7 @@ struct Functions : Ops<L> {
         const D m = number(Base::integer_of(pattern - ((field - bias) << 52)));
         return {Base::to_double(e) - select(small, all(54.0), all(0.0)), m};
     }
-    static ZAVOX_INLINE D at_ends_of_log(D x, D value)
+    static ZAVO_INLINE D at_ends_of_log(D x, D value)
     {
         value = x == all(0.0) ? all(-infinity) : value;
         value = x == all(infinity) ? x : value;
@@ -364,21 +337,21 @@ struct Functions : Ops<L> {
         D f;
         D s;
     };
-    static ZAVOX_INLINE LogArgument log_first(D x)
+    static ZAVO_INLINE LogArgument log_first(D x)
     {
         const Scaled scaled = take_apart(x);
         const D f = scaled.m - all(1.0);
         return {scaled.e, f, f / (all(2.0) + f)};
     }
-    static ZAVOX_INLINE D log_second(D x, const LogArgument& at)
+    static ZAVO_INLINE D log_second(D x, const LogArgument& at)
     {
-        constexpr auto c = reciprocal_odd_numbers<11>(3, false);
+        constexpr auto c = series::reciprocal_odd_numbers<11>(3, false);
         const D z = at.s * at.s;
         const D rest = at.s * (all(2.0) * z * polynomial(c, z) - at.f) + at.e * all(ln2_low);
         return at_ends_of_log(x, at.e * all(ln2_high) + (at.f + rest));
     }
     // 1 ulp.
-    static ZAVOX_INLINE D log10(D x)
+    static ZAVO_INLINE D log10(D x)
     {
         const Pair natural = log_pair(x);
         // 1 / ln 10 in two parts, the first of 24 bits
@@ -390,7 +363,7 @@ struct Functions : Ops<L> {
         return at_ends_of_log(x, lead + rest);
     }
     // log x to about 2^-66 of itself, for pow.
-    static ZAVOX_INLINE Pair log_pair(D x)
+    static ZAVO_INLINE Pair log_pair(D x)
     {
         const Scaled scaled = take_apart(x);
         const D f = scaled.m - all(1.0); // exact
@@ -404,7 +377,7 @@ struct Functions : Ops<L> {
         const D z = square.high;
         const D z_low = square.low + all(2.0) * s * s_low;
         // log m = 2 s + 2 s (z/3 + z^2 (1/5 + z/7 + ...))
-        constexpr auto c = reciprocal_odd_numbers<10>(5, false);
+        constexpr auto c = series::reciprocal_odd_numbers<10>(5, false);
         const D third = all(1.0 / 3);
         const D third_low = all(0x1.5555555555555p-56); // 1/3 - (1/3 rounded)
         const Pair thirds = product(z, third);
@@ -426,11 +399,11 @@ struct Functions : Ops<L> {
     // ---- Powers --------------------------------------------------------------------
 
     // 1.5 ulp where the result is a normal number.
-    static ZAVOX_INLINE Pair pow_first(D x, D)
+    static ZAVO_INLINE Pair pow_first(D x, D)
     {
         return log_pair(abs(x));
     }
-    static ZAVOX_INLINE D pow_second(D x, D y, const Pair& log_size)
+    static ZAVO_INLINE D pow_second(D x, D y, const Pair& log_size)
     {
         const D size = abs(x);
         // e^y is Inf, 1 or 0 to all digits long before these sizes of y
@@ -462,14 +435,14 @@ struct Functions : Ops<L> {
 
     // ---- Hyperbolic functions --------------------------------------------------------
 
-    static ZAVOX_INLINE D sinh_series(D x)
+    static ZAVO_INLINE D sinh_series(D x)
     {
-        constexpr auto c = reciprocal_factorials<9>(3, 2, false);
+        constexpr auto c = series::reciprocal_factorials<9>(3, 2, false);
         const D z = x * x;
         return x + x * z * polynomial(c, z);
     }
     // 2 ulp.
-    static ZAVOX_INLINE D sinh(D x)
+    static ZAVO_INLINE D sinh(D x)
     {
         const D size = abs(x);
         const D half = half_exp(size);
@@ -477,13 +450,13 @@ struct Functions : Ops<L> {
         return size < all(1.0) ? sinh_series(x) : far;
     }
     // 2 ulp.
-    static ZAVOX_INLINE D cosh(D x)
+    static ZAVO_INLINE D cosh(D x)
     {
         const D half = half_exp(abs(x));
         return half + all(0.25) / half;
     }
     // 3 ulp: s / sqrt(1 + s^2) of s = sinh x below 1/2, 1 - 2 / (e^2x + 1) beyond.
-    static ZAVOX_INLINE D tanh(D x)
+    static ZAVO_INLINE D tanh(D x)
     {
         const D size = abs(x);
         const D s = sinh_series(x);
@@ -497,9 +470,9 @@ struct Functions : Ops<L> {
     // With t = smaller / larger and c the nearest eighth,
     // atan t = atan c + atan((t - c) / (1 + t c)); the last argument is within 1/16.
     // 2 ulp.
-    static ZAVOX_INLINE D atan2(D y, D x)
+    static ZAVO_INLINE D atan2(D y, D x)
     {
-        constexpr auto c = reciprocal_odd_numbers<7>(3, true);
+        constexpr auto c = series::reciprocal_odd_numbers<7>(3, true);
         constexpr std::array<double, 9> atan_of_eighths = {0.0,
                                                            0x1.fd5ba9aac2f6ep-4,
                                                            0x1.f5b75f92c80ddp-3,
@@ -542,17 +515,17 @@ struct Functions : Ops<L> {
         angle = select(steep, upright, select(left, turned, angle));
         return select((x != x) | (y != y), all(quiet_nan), with_sign(angle, y));
     }
-    static ZAVOX_INLINE D atan(D x)
+    static ZAVO_INLINE D atan(D x)
     {
         return atan2(x, all(1.0));
     }
     // 3 ulp each.
-    static ZAVOX_INLINE D asin(D x)
+    static ZAVO_INLINE D asin(D x)
     {
         const D other = Base::sqrt((all(1.0) - x) * (all(1.0) + x));
         return atan2(x, other);
     }
-    static ZAVOX_INLINE D acos(D x)
+    static ZAVO_INLINE D acos(D x)
     {
         const D other = Base::sqrt((all(1.0) - x) * (all(1.0) + x));
         return atan2(other, x);
@@ -561,7 +534,7 @@ struct Functions : Ops<L> {
     // ---- Lengths, extrema, remainders ------------------------------------------------
 
     // 1.5 ulp.
-    static ZAVOX_INLINE D hypot(D x, D y)
+    static ZAVO_INLINE D hypot(D x, D y)
     {
         const D a = abs(x);
         const D b = abs(y);
@@ -575,25 +548,25 @@ struct Functions : Ops<L> {
         const D value = Base::sqrt(p * p + q * q) * back;
         return select((a == all(infinity)) | (b == all(infinity)), all(infinity), value);
     }
-    static ZAVOX_INLINE D max(D x, D y)
+    static ZAVO_INLINE D max(D x, D y)
     {
         const D larger = x > y ? x : y;
         return select(x != x, x, select(y != y, y, larger));
     }
-    static ZAVOX_INLINE D min(D x, D y)
+    static ZAVO_INLINE D min(D x, D y)
     {
         const D smaller = x < y ? x : y;
         return select(x != x, x, select(y != y, y, smaller));
     }
 
     // Where fmod_near holds: x - trunc(x / y) y is then exact, step by step.
-    static ZAVOX_INLINE I fmod_is_near(D x, D y)
+    static ZAVO_INLINE I fmod_is_near(D x, D y)
     {
         const D a = abs(x);
         const D b = abs(y);
         return (a < all(0x1p900)) & (b > all(0x1p-400)) & (b < all(0x1p900)) & (a < b * all(0x1p50));
     }
-    static ZAVOX_INLINE D fmod_near(D x, D y)
+    static ZAVO_INLINE D fmod_near(D x, D y)
     {
         const D a = abs(x);
         const D b = abs(y);
@@ -604,7 +577,7 @@ struct Functions : Ops<L> {
         return with_sign(rest, x);
     }
     // The remainder with the sign of the divisor, from that of fmod.
-    static ZAVOX_INLINE D modulo(D rest, D y)
+    static ZAVO_INLINE D modulo(D rest, D y)
     {
         const I other_side = (Base::sign_bit(rest) ^ Base::sign_bit(y)) != 0;
         const D moved = rest + y;

@@ -7,6 +7,7 @@
 // each; all of it is inlined there.
 #pragma once
 
+#include "core/simd/inlining.hpp"
 #include "core/simd/intrinsics.hpp"
 
 #include <cstdint>
@@ -24,10 +25,6 @@ struct Lanes {
     typedef std::uint32_t Words __attribute__((vector_size(4 * N)));    // NOLINT(modernize-use-using)
 };
 
-// Compiled for every set, so nothing of it may be called out of line.
-#define ZAVOX_INLINE __attribute__((always_inline)) inline
-#define ZAVOX_INLINED __attribute__((always_inline))
-
 // 16 pairs of numbers, side by side and apart.
 struct TableOfPairs {
     double pairs[16][2];
@@ -42,14 +39,14 @@ struct Ops {
     using U = typename L::Naturals;
     static constexpr int n = L::count;
 
-    static ZAVOX_INLINE D load(const double* p)
+    static ZAVO_INLINE D load(const double* p)
     {
         D x;
         std::memcpy(&x, p, sizeof x);
         return x;
     }
-    static ZAVOX_INLINE void store(double* p, D x) { std::memcpy(p, &x, sizeof x); }
-    static ZAVOX_INLINE D widen(const float* p)
+    static ZAVO_INLINE void store(double* p, D x) { std::memcpy(p, &x, sizeof x); }
+    static ZAVO_INLINE D widen(const float* p)
     {
         // g++ 12 converts by halves
 #if defined(__AVX512F__)
@@ -66,26 +63,26 @@ struct Ops {
         std::memcpy(&x, p, sizeof x);
         return __builtin_convertvector(x, D);
     }
-    static ZAVOX_INLINE void narrow(float* p, D x)
+    static ZAVO_INLINE void narrow(float* p, D x)
     {
         const typename L::Floats y = __builtin_convertvector(x, typename L::Floats);
         std::memcpy(p, &y, sizeof y);
     }
-    static ZAVOX_INLINE D all(double x)
+    static ZAVO_INLINE D all(double x)
     {
         return D{} + x;
     }
-    static ZAVOX_INLINE I all_integers(std::int64_t x)
+    static ZAVO_INLINE I all_integers(std::int64_t x)
     {
         return I{} + x;
     }
-    static ZAVOX_INLINE I bits(D x)
+    static ZAVO_INLINE I bits(D x)
     {
         I y;
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
-    static ZAVOX_INLINE D number(I x)
+    static ZAVO_INLINE D number(I x)
     {
         D y;
         std::memcpy(&y, &x, sizeof y);
@@ -93,28 +90,28 @@ struct Ops {
     }
     // Lanes whose value will be thrown away may hold anything, so sums of patterns are
     // those of naturals, which wrap round.
-    static ZAVOX_INLINE U natural(I x)
+    static ZAVO_INLINE U natural(I x)
     {
         U y;
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
-    static ZAVOX_INLINE I integer_of(U x)
+    static ZAVO_INLINE I integer_of(U x)
     {
         I y;
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
     // mask: all bits of a lane set, or none
-    static ZAVOX_INLINE D select(I mask, D yes, D no)
+    static ZAVO_INLINE D select(I mask, D yes, D no)
     {
         return mask ? yes : no;
     }
-    static ZAVOX_INLINE I select(I mask, I yes, I no)
+    static ZAVO_INLINE I select(I mask, I yes, I no)
     {
         return mask ? yes : no;
     }
-    static ZAVOX_INLINE bool any(I mask)
+    static ZAVO_INLINE bool any(I mask)
     {
 #if defined(__AVX512DQ__)
         if constexpr (n == 8) {
@@ -137,23 +134,23 @@ struct Ops {
         }
         return found != 0;
     }
-    static ZAVOX_INLINE D abs(D x)
+    static ZAVO_INLINE D abs(D x)
     {
         return number(bits(x) & all_integers(INT64_MAX));
     }
-    static ZAVOX_INLINE I sign_bit(D x)
+    static ZAVO_INLINE I sign_bit(D x)
     {
         return bits(x) & all_integers(INT64_MIN);
     }
-    static ZAVOX_INLINE D with_sign(D size, D sign)
+    static ZAVO_INLINE D with_sign(D size, D sign)
     {
         return number((bits(size) & all_integers(INT64_MAX)) | sign_bit(sign));
     }
-    static ZAVOX_INLINE I is_nan(D x)
+    static ZAVO_INLINE I is_nan(D x)
     {
         return x != x;
     }
-    static ZAVOX_INLINE D sqrt(D x)
+    static ZAVO_INLINE D sqrt(D x)
     {
 #if defined(__AVX512F__)
         if constexpr (n == 8) {
@@ -178,7 +175,7 @@ struct Ops {
     }
 
     // x - y z, where y z is exact, so that it does not matter whether it is rounded.
-    static ZAVOX_INLINE D minus_exact_product(D x, D y, D z)
+    static ZAVO_INLINE D minus_exact_product(D x, D y, D z)
     {
 #if defined(__AVX512F__)
         if constexpr (n == 8) {
@@ -188,7 +185,7 @@ struct Ops {
         return x - y * z;
     }
     // The larger; b where one is NaN.
-    static ZAVOX_INLINE D larger(D a, D b)
+    static ZAVO_INLINE D larger(D a, D b)
     {
 #if defined(__AVX512F__)
         if constexpr (n == 8) {
@@ -198,7 +195,7 @@ struct Ops {
         return a > b ? a : b;
     }
     // The entries of a table that the last four bits of k count.
-    static ZAVOX_INLINE void pick(const TableOfPairs& table, I k, D* first, D* second)
+    static ZAVO_INLINE void pick(const TableOfPairs& table, I k, D* first, D* second)
     {
 #if defined(__AVX512F__)
         if constexpr (n == 8) {
@@ -210,7 +207,7 @@ struct Ops {
 #endif
         std::int64_t at[n];
         std::memcpy(at, &k, sizeof at);
-        const auto pair = [&](int i) ZAVOX_INLINED { return table.pairs[at[i] & 15]; };
+        const auto pair = [&](int i) ZAVO_INLINED { return table.pairs[at[i] & 15]; };
 #if defined(__AVX2__)
         if constexpr (n == 4) {
             const __m256d even =
@@ -238,13 +235,13 @@ struct Ops {
     }
 
     // The nearest integer, halves to even, as a double; for |x| < 2^51.
-    static ZAVOX_INLINE D nearest(D x)
+    static ZAVO_INLINE D nearest(D x)
     {
         const D magic = all(0x1.8p52);
         return (x + magic) - magic;
     }
     // The same with its value in the low bits of an integer, of two's complement.
-    static ZAVOX_INLINE D nearest(D x, I* integer)
+    static ZAVO_INLINE D nearest(D x, I* integer)
     {
         const D magic = all(0x1.8p52);
         const D shifted = x + magic;
@@ -252,18 +249,18 @@ struct Ops {
         return shifted - magic;
     }
     // Doubles of integers within 2^51.
-    static ZAVOX_INLINE D to_double(I x)
+    static ZAVO_INLINE D to_double(I x)
     {
         const D magic = all(0x1.8p52);
         return number(integer_of(natural(x) + natural(bits(magic)))) - magic;
     }
     // 2^k for -1022 <= k <= 1023.
-    static ZAVOX_INLINE D power_of_two(I k)
+    static ZAVO_INLINE D power_of_two(I k)
     {
         return number(integer_of((natural(k) + UINT64_C(1023)) << 52));
     }
     // x 2^k for integers |k| < 2040, rounded where it leaves the normal range.
-    static ZAVOX_INLINE D scale(D x, D k)
+    static ZAVO_INLINE D scale(D x, D k)
     {
         I first;
         I second;
