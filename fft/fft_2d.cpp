@@ -27,20 +27,17 @@ namespace {
 // Each row of p, transformed, into the same row of q.
 void sweep_rows(Direction d, Index n, Index m, const Layout& at, float* table, f_complex* work)
 {
+    if (at.any_order(n, m) && n > 1) {
+        transform_rows(d, n, m, floats(at.p), at.ldp, floats(at.q), at.ldq, table, floats(work));
+        return;
+    }
     const std::size_t bytes = static_cast<std::size_t>(n) * sizeof(f_complex);
-    const bool straight = at.any_order(n, m);
     for (Index r = 0; r < m && !core::interrupted(4 * n); ++r) {
-        const f_complex* const from = at.p + r * at.ldp;
-        f_complex* const to = at.q + r * at.ldq;
-        if (straight && n > 1) {
-            transform_complex(d, n, floats(from), floats(to), table, floats(work));
-            continue;
-        }
-        std::memcpy(work, from, bytes);
+        std::memcpy(work, at.p + r * at.ldp, bytes);
         if (n > 1) {
             transform_complex(d, n, floats(work), floats(work), table, nullptr);
         }
-        std::memcpy(to, work, bytes);
+        std::memcpy(at.q + r * at.ldq, work, bytes);
     }
 }
 

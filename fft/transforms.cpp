@@ -224,10 +224,11 @@ ZAVO_INLINE const KnownLength* known_length(const ShortLengths& shorts, const Kn
     if (wide == nullptr) {
         return nullptr;
     }
-    const KnownLength* found = shorts.find(n);
-    if (found == nullptr) {
-        found = (wide->*powers).find(n);
+    const KnownLength* found = (wide->*powers).find(n);
+    if (found != nullptr && found->is_for(record)) {
+        return found;
     }
+    found = shorts.find(n);
     return found != nullptr && found->is_for(record) ? found : nullptr;
 }
 ZAVO_INLINE const KnownLength* known_real(Index n, const float* params)
@@ -333,6 +334,19 @@ Way way_of_complex(Index n, const float* params)
         return Way::scalar;
     }
     return known_complex(n, params) != nullptr ? Way::known : complex_plan(n, params + 4 * n).way;
+}
+
+void transform_rows(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
+                    float* params, float* work)
+{
+    const KnownLength* const known = known_complex(n, params);
+    for (Index r = 0; r < m && !core::interrupted(4 * n); ++r, p += 2 * ldp, q += 2 * ldq) {
+        if (known != nullptr) {
+            known->run[static_cast<int>(d)](p, q, params);
+        } else {
+            transform_other_complex(d, n, p, q, params, work);
+        }
+    }
 }
 
 // Many columns at a time where the processor has wide registers and there is

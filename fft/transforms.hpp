@@ -16,6 +16,11 @@ void transform_complex(Direction d, Index n, const float* p, float* q, float* pa
 // How these run with a table, for tests and benchmarks.
 Way way_of_real(Index n, const float* params);
 Way way_of_complex(Index n, const float* params);
+// Each of m rows of n >= 2 complex values, with the column dimensions ldp and ldq, from p
+// to the same row of q, which is p or does not overlap it. params: a table for n; work: n
+// complex values.
+void transform_rows(Direction d, Index n, Index m, const float* p, Index ldp, float* q, Index ldq,
+                    float* params, float* work);
 // Each of n columns of m >= 2 complex values, with the column dimensions ldp and
 // ldq, from p to the same column of q, which is p or does not overlap it. params:
 // a table for m; work: m complex values.

@@ -5,13 +5,29 @@
 
 #include "fft/tables/twiddle_block.hpp"
 #include "fft/wide/simd_engine.hpp"
+#include "fft/wide/simd_registers.hpp"
 #include "fft/wide/simd_spectrum.hpp"
 
 namespace zavo::fft {
 
+namespace {
+
+// 128 is left to the short lengths that all paths share.
+constexpr KnownLength complex_lengths[] = {
+    complex_64,
+    {},
+    complex_powers<16>[0],
+    complex_powers<16>[1],
+    complex_powers<16>[2],
+    complex_powers<16>[3],
+    complex_powers<16>[4],
+};
+
+} // namespace
+
 const SimdPath avx512_path = {
     powers(real_powers<16>),
-    powers(complex_powers<16>),
+    powers(complex_lengths),
     plan_real<16>,
     plan_complex<16>,
     columns<16>,

@@ -361,13 +361,15 @@ ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles
 
 // ---- rows of any radix --------------------------------------------------------------------------
 
-// The passes of the factors from `first` on over V transforms side by side, to and
-// fro between `from` and `to`; says where the values are.
+// The passes of the factors first .. end - 1, of transforms that begin with factor `begin`,
+// over V of them side by side, to and fro between `from` and `to`; says where the values
+// are.
 template <Direction d, int V>
-float* complex_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
+float* complex_lanes(const Factors& factors, int begin, int first, int end, float* from, float* to,
+                     const float* twiddles)
 {
-    for (int which = first; which < factors.count; ++which) {
-        complex_pass<d, RotatingVectorLanes<V>>(factors.shape_within(first, which), from, to, from,
+    for (int which = first; which < end; ++which) {
+        complex_pass<d, RotatingVectorLanes<V>>(factors.shape_within(begin, which), from, to, from,
                                                 twiddles + 2 * factors.twiddle_offset(which));
         std::swap(from, to);
     }
@@ -379,7 +381,8 @@ template <Direction d, int V>
 void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
               const float* twiddles)
 {
-    const float* const found = complex_lanes<d, V>(factors, cut.first, chunk, partner, twiddles);
+    const float* const found =
+        complex_lanes<d, V>(factors, cut.first, cut.first, factors.count, chunk, partner, twiddles);
     for (Index m = 0; m < cut.rows; ++m) {
         store_folded<V>(q + 2 * cut.group * m, load<V>(found + 2 * V * m), load<V>(found + 2 * V * m + V));
     }

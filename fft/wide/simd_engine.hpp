@@ -17,44 +17,94 @@ constexpr const SimdPath* narrower_path<16> = &avx2_path;
 
 // ---- columns of an array -------------------------------------------------------------------
 
-// Pairs at p + stride * m to lanes, and back; with `full` false only the first `count`
-// lanes have some.
-template <int V, bool full>
+// Pairs at p + stride * m to lanes, and back; `count` lanes have some.
+template <int V>
 void gather_pairs(const float* p, Index stride, Index rows, int count, float* lanes)
 {
     for (Index m = 0; m < rows; ++m) {
-        const Pairs<V> z = load_pairs<V, full>(p + stride * m, count);
+        const Pairs<V> z = load_pairs<V, false>(p + stride * m, count);
         store<V>(lanes + 2 * V * m, z.re);
         store<V>(lanes + 2 * V * m + V, z.im);
     }
 }
 
-template <int V, bool full>
+template <int V>
 void scatter_pairs(const float* lanes, Index rows, int count, float* q, Index stride)
 {
     for (Index m = 0; m < rows; ++m) {
-        store_pairs<V, full>(q + stride * m, load<V>(lanes + 2 * V * m), load<V>(lanes + 2 * V * m + V),
-                             count);
+        store_pairs<V, false>(q + stride * m, load<V>(lanes + 2 * V * m), load<V>(lanes + 2 * V * m + V),
+                              count);
     }
 }
 
-// Each of n columns of m values of p, to the same column of q, V at a time; the lanes
-// that the last ones leave open carry zeros. work: room for 4 m V floats.
+// The first pass, of values that lie as in the array, and the last one.
+template <Direction d, class Radix, int V>
+void first_pass_from_array(const Shape& shape, const float* p, Index stride, float* lanes, const float* wa)
+{
+    for (Index u = 0; u < shape.ido; ++u) {
+        const float* const w = wa + 2 * u;
+        const Slots<V> out{lanes + 2 * V * u, 2 * V * shape.ido};
+        complex_step<d, Radix, V>(
+            [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                const Pairs<V> x = load_laced<V>(p + stride * (u + shape.ido * j));
+                re = x.re;
+                im = x.im;
+            },
+            [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                apply_twiddle<d>(w[2 * (j - 1) * shape.ido], w[2 * (j - 1) * shape.ido + 1], re, im);
+            },
+            [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { out.store(j, re, im); });
+    }
+}
+
+template <Direction d, class Radix, int V>
+void last_pass_to_array(const Shape& shape, const float* lanes, float* q, Index stride)
+{
+    for (Index k = 0; k < shape.l1; ++k) {
+        const float* const in = lanes + 2 * V * Radix::ip * k;
+        complex_step<d, Radix, V>(
+            [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
+                re = load<V>(in + 2 * V * j);
+                im = load<V>(in + 2 * V * j + V);
+            },
+            [](int, Vector<V>&, Vector<V>&) ZAVO_INLINED {},
+            [&](int j, const Vector<V>& re, const Vector<V>& im)
+                ZAVO_INLINED { store_laced<V>(q + stride * (k + shape.l1 * j), re, im); });
+    }
+}
+
+// V columns, of which `count` exist: the lanes that they leave open carry zeros.
+template <Direction d, int V>
+void some_columns(const Factors& factors, int count, const float* p, Index p_stride, float* q, Index q_stride,
+                  float* a, float* b, const float* twiddles)
+{
+    const int last = factors.count - 1;
+    if (count < V || last == 0 || !is_smooth(factors)) {
+        gather_pairs<V>(p, p_stride, factors.n, count, a);
+        const float* const found = complex_lanes<d, V>(factors, 0, 0, last + 1, a, b, twiddles);
+        scatter_pairs<V>(found, factors.n, count, q, q_stride);
+        return;
+    }
+    for_complex_radix<d>(factors.ip[0], [&](auto radix) {
+        first_pass_from_array<d, decltype(radix), V>(factors.shape(0), p, p_stride, a, twiddles);
+    });
+    const float* const found = complex_lanes<d, V>(factors, 0, 1, last, a, b, twiddles);
+    for_complex_radix<d>(factors.ip[last], [&](auto radix) {
+        last_pass_to_array<d, decltype(radix), V>(factors.shape(last), found, q, q_stride);
+    });
+}
+
+// Each of n columns of m values of p, to the same column of q, V at a time. work: room for
+// 4 m V floats.
 template <int V>
 void columns(Direction d, const Factors& factors, Index n, const float* p, Index ldp, float* q, Index ldq,
              float* work, const float* twiddles)
 {
-    const Index m = factors.n;
-    float* const a = work;
-    float* const b = work + 2 * V * m;
+    const auto run =
+        d == Direction::forward ? some_columns<Direction::forward, V> : some_columns<Direction::backward, V>;
     for (Index c = 0; c < n; c += V) {
-        const bool full = n - c >= V;
-        const int count = full ? V : static_cast<int>(n - c);
-        (full ? gather_pairs<V, true> : gather_pairs<V, false>)(p + 2 * c, 2 * ldp, m, count, a);
-        const float* const found = d == Direction::forward
-                                       ? complex_lanes<Direction::forward, V>(factors, 0, a, b, twiddles)
-                                       : complex_lanes<Direction::backward, V>(factors, 0, a, b, twiddles);
-        (full ? scatter_pairs<V, true> : scatter_pairs<V, false>)(found, m, count, q + 2 * c, 2 * ldq);
+        run(factors, static_cast<int>(std::min<Index>(V, n - c)), p + 2 * c, 2 * ldp, q + 2 * c, 2 * ldq,
+            work, work + 2 * V * factors.n, twiddles);
     }
 }
 

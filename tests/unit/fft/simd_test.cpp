@@ -382,7 +382,7 @@ TEST(simd, products_of_spectra_may_take_the_place_of_a_factor)
 
 TEST(simd, matrices_have_the_scalar_bits)
 {
-    for (const int m : {1, 2, 3, 7, 16, 29, 60, 64}) {
+    for (const int m : {1, 2, 3, 7, 8, 9, 16, 25, 29, 60, 64}) {
         for (const int n : {1, 2, 5, 16, 17, 33, 64, 100}) {
             const auto p = noise(2 * m * n, 3);
             for (const int direction : {0, static_cast<int>(ZAVO_BACKWARD)}) {
