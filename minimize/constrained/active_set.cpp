@@ -224,7 +224,7 @@ void ActiveSet::append(int place)
 
 bool ActiveSet::add(int place)
 {
-    if (count_ == n_ || depends(project(list_[place], v_))) {
+    if (depends(project(list_[place], v_))) {
         return false;
     }
     append(place);

@@ -114,11 +114,12 @@ bool TolerantSet::holds(int k, const float* x) const
 
 // A contradiction may be the rounding errors of an order that keeps nearly
 // dependent equalities: once more, always with the one next whose normal has the
-// greatest part outside those kept.
+// greatest part outside those kept. One that is kept has no part any more, so that
+// the last has none.
 bool TolerantSet::keep_by_free_part(int neq, float* x)
 {
     set_.start();
-    for (int kept = 0; kept < neq; ++kept) {
+    for (;;) {
         int best = 0;
         float greatest = 0.0F;
         for (int k = 1; k <= neq; ++k) {

@@ -261,10 +261,11 @@ private:
         return !evaluations_.must_end();
     }
 
+    // The steps of differences are longer than the floats' grid: `there` is another place.
     double value_with(std::size_t i, float there)
     {
         const float here = x_[i];
-        if (!std::isfinite(there) || there == here || there < low(i) || there > high(i)) {
+        if (!std::isfinite(there) || there < low(i) || there > high(i)) {
             return std::numeric_limits<double>::infinity();
         }
         x_[i] = there;
@@ -379,10 +380,11 @@ private:
         return variable(k) != i ? 0.0 : (k <= problem_.rows + n_ ? -1.0 : 1.0);
     }
 
-    bool is_final(Status status)
+    // A start without a value is stopped at.
+    static bool is_final(Status status)
     {
         return status == equalities_clash || status == bounds_clash || status == constraints_clash ||
-               status == all_fixed || status == stopped || no_value_;
+               status == all_fixed || status == stopped;
     }
 
     void report(const ConstrainedOutcome& found, bool gained);

@@ -381,11 +381,12 @@ private:
     }
 
     // Has the gradient test been met by a gradient that is accurate enough? Else it is
-    // taken again, and the test is to be made again.
+    // taken again, and the test is to be made again. Not when the run has to end before
+    // that is known.
     bool refine_gradient()
     {
         if (!refine()) {
-            return true;
+            return !evaluations_.must_end();
         }
         return relative_gradient(w_.g) <= problem_.tolerance;
     }
@@ -553,10 +554,10 @@ private:
             if (!place(lambda, w_.x_new, &beyond)) {
                 return first ? End::settled : End::search_failed;
             }
-            if (first && beyond) { // downhill as far as there are floats
+            if (beyond) { // downhill as far as there are floats; shorter steps stay within them
                 return End::unbounded;
             }
-            f_new_ = beyond ? std::numeric_limits<double>::infinity() : evaluations_.value(w_.x_new);
+            f_new_ = evaluations_.value(w_.x_new);
             if (evaluations_.must_end()) {
                 keep_if_lower();
                 return End::ended;
@@ -603,7 +604,8 @@ private:
     {
         while (slope_along(w_.g_new) < slope_part * slope && 2.0 * lambda * length <= longest_step) {
             bool beyond = false;
-            if (!place(2.0 * lambda, w_.x_try, &beyond) || beyond) {
+            place(2.0 * lambda, w_.x_try, &beyond);
+            if (beyond) {
                 break;
             }
             const double f = evaluations_.value(w_.x_try);

@@ -10,7 +10,11 @@ namespace zavo::minimize {
 class InverseHessian {
 public:
     // values: n x n doubles of work, not owned.
-    InverseHessian(int n, double* values) : n_(n), values_(values) { assert(n >= 1 && values != nullptr); }
+    InverseHessian(int n, double* values) : n_(n), values_(values)
+    {
+        assert(n >= 1);
+        assert(values != nullptr);
+    }
 
     // Everything but the diagonal becomes 0.
     void set_diagonal(const double* diagonal);

@@ -1,14 +1,12 @@
 // Minimisations as values: functions of doubles, free and under constraints.
 
-#include "minimize/run/run.h"
-
 #include "core/errors/error_codes.hpp"
 #include "core/system/float_control.hpp"
 #include "core/system/memory.hpp"
 #include "tests/support/nist_problems.hpp"
+#include "tests/support/run_attempt.hpp"
 
 #include <cmath>
-#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
@@ -17,86 +15,9 @@
 namespace {
 
 namespace code = zavo::core::code;
-
-using Function = std::function<double(const std::vector<double>&)>;
-using Gradient = std::function<std::vector<double>(const std::vector<double>&)>;
+using zavo::test::Attempt;
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
-
-// A problem with its arrays, and what came of it.
-struct Attempt {
-    Attempt(Function function, std::vector<float> from) : f(std::move(function)), start(std::move(from))
-    {
-        problem.tolerance = 1e-6;
-        problem.limit = 20000;
-    }
-
-    Attempt& solve()
-    {
-        const std::size_t n = start.size();
-        problem.n = static_cast<int>(n);
-        problem.context = this;
-        problem.value = [](void* context, const float* x, int* stop) {
-            return static_cast<Attempt*>(context)->value(x, stop);
-        };
-        if (gradient) {
-            problem.gradient = [](void* context, const float* x, double* g, int*) {
-                Attempt& run = *static_cast<Attempt*>(context);
-                const std::vector<double> values = run.gradient({x, x + run.problem.n});
-                std::copy(values.begin(), values.end(), g);
-            };
-        }
-        if (stop_at_iteration > 0) {
-            problem.progress = [](void* context, const float*, double, int, int iteration, int* stop) {
-                Attempt& run = *static_cast<Attempt*>(context);
-                EXPECT_EQ(iteration, ++run.iterations_seen);
-                *stop = iteration >= run.stop_at_iteration ? 1 : 0;
-            };
-        }
-        problem.start = start.data();
-        problem.sizes = sizes.empty() ? nullptr : sizes.data();
-        problem.lower = lower.empty() ? nullptr : lower.data();
-        problem.upper = upper.empty() ? nullptr : upper.data();
-        problem.left = left.data();
-        problem.sides = sides.data();
-        problem.rows = static_cast<int>(sides.size());
-        x.assign(n, -77.0F);
-        g.assign(n, -77.0);
-        multipliers.assign(n, 0.0);
-        active.assign(sides.size() + 2 * n, 0);
-        outcome.x = x.data();
-        outcome.g = g.data();
-        outcome.multipliers = multipliers.data();
-        outcome.active = active.data();
-        zavo_run_minimization(&problem, &outcome);
-        return *this;
-    }
-
-    double value(const float* at, int* stop)
-    {
-        ++calls;
-        for (int i = 0; i < problem.n; ++i) {
-            EXPECT_TRUE(lower.empty() || at[i] >= lower[static_cast<std::size_t>(i)]);
-            EXPECT_TRUE(upper.empty() || at[i] <= upper[static_cast<std::size_t>(i)]);
-        }
-        *stop = calls == stop_at_call ? 1 : 0;
-        return f({at, at + problem.n});
-    }
-
-    std::vector<int> active_ones() const { return {active.begin(), active.begin() + outcome.active_count}; }
-
-    Function f;
-    Gradient gradient;
-    std::vector<float> start, sizes, lower, upper, left, sides, x;
-    std::vector<double> g, multipliers;
-    std::vector<int> active;
-    zavo_run_problem problem{};
-    zavo_run_outcome outcome{};
-    int calls = 0;
-    int stop_at_call = 0;
-    int stop_at_iteration = 0;
-    int iterations_seen = 0;
-};
 
 double rosenbrock(const std::vector<double>& x)
 {
