@@ -1,10 +1,12 @@
 // ln x = k ln 2 + 2 artanh(s), s = (m - 1)/(m + 1), with x = 2^k m and m between
 // sqrt(1/2) and sqrt(2), in pairs of doubles (T. J. Dekker, "A floating-point
 // technique for extending the available precision", 1971). The relative error
-// is below 2^-98; that no deviate comes so near to the middle between two
-// doubles that it matters, the exhaustive test of the deviates shows.
+// is below 2^-98; the exhaustive test of the deviates shows that none comes so near
+// to the midpoint of two doubles that it matters.
 
 #include "random/exact_log.hpp"
+
+#include "core/kernels/double_double.hpp"
 
 #include <bit>
 #include <cstdint>
@@ -14,65 +16,16 @@ namespace zavo::random {
 
 namespace {
 
-// hi + lo, |lo| at most half a last place of hi.
-struct Pair {
-    double hi;
-    double lo;
-};
-
-// a + b exactly, for |a| >= |b| or a = 0.
-constexpr Pair quick_sum(double a, double b)
-{
-    const double sum = a + b;
-    return {sum, b - (sum - a)};
-}
-
-// a + b exactly (D. E. Knuth).
-constexpr Pair exact_sum(double a, double b)
-{
-    const double sum = a + b;
-    const double part = sum - a;
-    return {sum, (a - (sum - part)) + (b - part)};
-}
-
-// Upper 26 bits of a, and the rest.
-constexpr Pair halves(double a)
-{
-    const double scaled = 134217729.0 * a; // 2^27 + 1
-    const double hi = scaled - (scaled - a);
-    return {hi, a - hi};
-}
-
-constexpr Pair exact_product(double a, double b)
-{
-    const double product = a * b;
-    const Pair p = halves(a);
-    const Pair q = halves(b);
-    return {product, ((p.hi * q.hi - product) + p.hi * q.lo + p.lo * q.hi) + p.lo * q.lo};
-}
-
-constexpr Pair operator+(Pair a, Pair b)
-{
-    const Pair hi = exact_sum(a.hi, b.hi);
-    const Pair lo = exact_sum(a.lo, b.lo);
-    const Pair sum = quick_sum(hi.hi, hi.lo + lo.hi);
-    return quick_sum(sum.hi, sum.lo + lo.lo);
-}
-
-constexpr Pair operator*(Pair a, Pair b)
-{
-    const Pair product = exact_product(a.hi, b.hi);
-    return quick_sum(product.hi, product.lo + (a.hi * b.lo + a.lo * b.hi));
-}
+using namespace core::double_double;
 
 constexpr Pair operator/(Pair a, Pair b)
 {
-    const double q1 = a.hi / b.hi;
+    const double q1 = a.high / b.high;
     Pair left = a + b * Pair{-q1, 0.0};
-    const double q2 = left.hi / b.hi;
+    const double q2 = left.high / b.high;
     left = left + b * Pair{-q2, 0.0};
-    const double q3 = left.hi / b.hi;
-    return quick_sum(q1, q2) + Pair{q3, 0.0};
+    const double q3 = left.high / b.high;
+    return quick_two_sum(q1, q2) + Pair{q3, 0.0};
 }
 
 // artanh(s) = s + s^3/3 + s^5/5 + ...; |s| < 0.1716, so 22 terms reach 2^-110.
@@ -109,7 +62,7 @@ double exact_log(double x)
         m *= 2.0;
         --k;
     }
-    const Pair s = Pair{m - 1.0, 0.0} / exact_sum(m, 1.0);
+    const Pair s = Pair{m - 1.0, 0.0} / two_sum(m, 1.0);
     const Pair z = s * s;
     Pair sum = series.coefficient[terms - 1];
     for (int i = terms - 2; i >= 0; --i) {
@@ -117,8 +70,8 @@ double exact_log(double x)
     }
     const Pair mantissa_log = s * sum;
     const Pair total =
-        ln_2 * Pair{static_cast<double>(k), 0.0} + Pair{2.0 * mantissa_log.hi, 2.0 * mantissa_log.lo};
-    return total.hi;
+        ln_2 * Pair{static_cast<double>(k), 0.0} + Pair{2.0 * mantissa_log.high, 2.0 * mantissa_log.low};
+    return total.high;
 }
 
 } // namespace zavo::random

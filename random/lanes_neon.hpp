@@ -2,12 +2,13 @@
 #pragma once
 
 #include "random/congruence.hpp"
+#include "random/lane_packing.hpp"
 
 #include <arm_neon.h>
 
 namespace zavo::random {
 
-struct NeonLanes {
+struct NeonLanes : LanePacking<4> {
     static constexpr int width = 4;
     static constexpr int parts = 2;
     static constexpr int chains = 4;
@@ -57,27 +58,10 @@ struct NeonLanes {
     static unsigned near_middle(const Doubles (&x)[parts], std::uint32_t reach)
     {
         const uint32x4_t low = vuzp1q_u32(vreinterpretq_u32_f64(x[0]), vreinterpretq_u32_f64(x[1]));
-        // The 29 bits below a float's last, at the top: from the middle, which is the
-        // highest of them alone, the distance upwards and downwards.
+        // The 29 bits below a float's last, at the top of a word: the distance, upwards
+        // and downwards, from the midpoint, whose highest bit alone is set.
         const uint32x4_t distance = vaddq_u32(vshlq_n_u32(low, 3), vdupq_n_u32(0x80000000U + (reach << 3)));
         return bits_of_lanes(vcltq_u32(distance, vdupq_n_u32(2 * (reach << 3))));
-    }
-
-    static void pack(float* to, Floats x, unsigned lanes)
-    {
-        float each[width];
-        store(each, x);
-        for (int i = 0; i < width; ++i) {
-            *to = each[i];
-            to += lanes >> i & 1;
-        }
-    }
-    static void pack_places(std::uint32_t* to, std::uint32_t first, unsigned lanes)
-    {
-        for (std::uint32_t i = 0; i < width; ++i) {
-            *to = first + i;
-            to += lanes >> i & 1;
-        }
     }
 
 private:

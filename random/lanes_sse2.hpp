@@ -2,11 +2,12 @@
 #pragma once
 
 #include "core/simd/intrinsics.hpp"
+#include "random/lane_packing.hpp"
 #include "random/vector_lanes.hpp"
 
 namespace zavo::random {
 
-struct Sse2Lanes : VectorLanes<4> {
+struct Sse2Lanes : VectorLanes<4>, LanePacking<4> {
     // Lanes 0 and 2, then 1 and 3.
     static States multiply(States x, States twice_a)
     {
@@ -38,29 +39,12 @@ struct Sse2Lanes : VectorLanes<4> {
     {
         const __m128i low = _mm_castps_si128(
             _mm_shuffle_ps(_mm_castpd_ps(x[0]), _mm_castpd_ps(x[1]), _MM_SHUFFLE(2, 0, 2, 0)));
-        // The 29 bits below a float's last, at the top; the middle is moved to
-        // the smallest integer.
+        // The 29 bits below a float's last, at the top of a word; the midpoint is moved
+        // to the smallest integer.
         const int shifted_reach = static_cast<int>(reach << 3);
         const __m128i distance = _mm_add_epi32(_mm_slli_epi32(low, 3), _mm_set1_epi32(shifted_reach));
         const __m128i limit = _mm_set1_epi32(static_cast<int>(0x80000000U + 2 * (reach << 3)));
         return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(distance, limit))));
-    }
-
-    static void pack(float* to, Floats x, unsigned lanes)
-    {
-        float each[width];
-        store(each, x);
-        for (int i = 0; i < width; ++i) {
-            *to = each[i];
-            to += lanes >> i & 1;
-        }
-    }
-    static void pack_places(std::uint32_t* to, std::uint32_t first, unsigned lanes)
-    {
-        for (std::uint32_t i = 0; i < width; ++i) {
-            *to = first + i;
-            to += lanes >> i & 1;
-        }
     }
 };
 

@@ -3,6 +3,7 @@
 
 #include "fft/tables/twiddle.hpp"
 
+#include "core/kernels/double_double.hpp"
 #include "fft/tables/cos_sin.hpp"
 
 #include <array>
@@ -12,48 +13,11 @@ namespace zavo::fft {
 
 namespace {
 
-// ---- double-double: an unevaluated sum high + low, |low| <= ulp(high) / 2 -----
-// T. J. Dekker, "A floating-point technique for extending the available
-// precision", Numer. Math. 18 (1971).
-struct Double2 {
-    double high;
-    double low;
-};
-
-constexpr Double2 two_sum(double a, double b)
-{
-    const double sum = a + b;
-    const double part = sum - a;
-    return {sum, (a - (sum - part)) + (b - part)};
-}
-
-constexpr Double2 two_product(double a, double b)
-{
-    constexpr double splitter = 134217729.0; // 2^27 + 1
-    const double ca = splitter * a, cb = splitter * b;
-    const double ah = ca - (ca - a), bh = cb - (cb - b);
-    const double al = a - ah, bl = b - bh;
-    const double product = a * b;
-    return {product, ((ah * bh - product) + ah * bl + al * bh) + al * bl};
-}
-
-constexpr Double2 add(Double2 a, Double2 b)
-{
-    const Double2 high = two_sum(a.high, b.high);
-    const Double2 low = two_sum(a.low, b.low);
-    const Double2 sum = two_sum(high.high, high.low + low.high);
-    return two_sum(sum.high, sum.low + low.low);
-}
-
-constexpr Double2 multiply(Double2 a, Double2 b)
-{
-    const Double2 product = two_product(a.high, b.high);
-    return two_sum(product.high, product.low + (a.high * b.low + a.low * b.high));
-}
+using namespace core::double_double;
 
 // (-1)^(p/2) / p!, integer division; p = 0 .. 27
 // clang-format off
-constexpr Double2 terms[] = {
+constexpr Pair terms[] = {
     {0x1.0000000000000p+0, 0x0.0p+0}, // 0
     {0x1.0000000000000p+0, 0x0.0p+0}, // 1
     {-0x1.0000000000000p-1, 0x0.0p+0}, // 2
@@ -86,23 +50,23 @@ constexpr Double2 terms[] = {
 // clang-format on
 
 // The Maclaurin series with the even (first = 0) or odd (first = 1) powers.
-constexpr Double2 series(Double2 r, int first)
+constexpr Pair series(Pair r, int first)
 {
-    const Double2 r2 = multiply(r, r);
-    Double2 sum = terms[26 + first];
+    const Pair r2 = r * r;
+    Pair sum = terms[26 + first];
     for (int p = 24 + first; p >= 0; p -= 2) {
-        sum = add(multiply(sum, r2), terms[p]);
+        sum = sum_of_any(sum * r2, terms[p]);
     }
-    return first == 0 ? sum : multiply(sum, r);
+    return first == 0 ? sum : sum * r;
 }
 
 constexpr CosSin exact_cos_sin(double x)
 {
     using namespace cos_sin_detail;
     const double k = (x * two_over_pi + rounder) - rounder;
-    Double2 r = two_sum(x - k * half_pi_first, -(k * half_pi_second));
-    r = add(r, two_product(-k, half_pi_third));
-    r = add(r, two_product(-k, half_pi_rest));
+    Pair r = two_sum(x - k * half_pi_first, -(k * half_pi_second));
+    r = sum_of_any(r, two_product(-k, half_pi_third));
+    r = sum_of_any(r, two_product(-k, half_pi_rest));
     const double c = series(r, 0).high;
     const double s = series(r, 1).high;
     const int quarter = static_cast<int>(k) % 4;

@@ -76,31 +76,32 @@ struct Ops {
     {
         return I{} + x;
     }
-    static ZAVO_INLINE I bits(D x)
+    // The same bits as lanes of another type.
+    template <class To, class From>
+    static ZAVO_INLINE To cast(From x)
     {
-        I y;
+        To y;
+        static_assert(sizeof y == sizeof x);
         std::memcpy(&y, &x, sizeof y);
         return y;
     }
+    static ZAVO_INLINE I bits(D x)
+    {
+        return cast<I>(x);
+    }
     static ZAVO_INLINE D number(I x)
     {
-        D y;
-        std::memcpy(&y, &x, sizeof y);
-        return y;
+        return cast<D>(x);
     }
     // Lanes whose value will be thrown away may hold anything, so sums of patterns are
     // those of naturals, which wrap round.
     static ZAVO_INLINE U natural(I x)
     {
-        U y;
-        std::memcpy(&y, &x, sizeof y);
-        return y;
+        return cast<U>(x);
     }
     static ZAVO_INLINE I integer_of(U x)
     {
-        I y;
-        std::memcpy(&y, &x, sizeof y);
-        return y;
+        return cast<I>(x);
     }
     // mask: all bits of a lane set, or none
     static ZAVO_INLINE D select(I mask, D yes, D no)
