@@ -82,7 +82,7 @@ constexpr std::int64_t year_start(int year)
 static_assert(year_start(1900) == 0 && year_start(reform_year + 1) == first_day_of_1583);
 static_assert(year_start(1583) - year_start(1582) == reform_length && year_start(1) - year_start(-1) == 365);
 
-// Years before this one get a note: the Julian calendar is of 45 BC.
+// Years before this one get a note: the Julian calendar dates from 45 BC.
 constexpr int first_julian_year = -45;
 
 constexpr std::int64_t day_number(int day, int month, int year)

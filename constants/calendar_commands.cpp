@@ -13,11 +13,11 @@ namespace zavo::ext {
 
 namespace {
 
-// "31 12 -5877591" and the terminating zero: no more than a small block of Tcl's has.
+// "31 12 -5877591" and the terminating zero, which fit a small block of Tcl's allocator.
 constexpr int longest_date = 16;
 
-// A number from 0 to 99 with a blank behind it, and its length with the blank: copied
-// whole, since how many digits there are is not to be foreseen.
+// A number from 0 to 99 with a blank behind it, and its length with the blank. Copied
+// whole: a branch on the number of digits would often be mispredicted.
 struct Word {
     char text[3];
     char length;
@@ -53,7 +53,7 @@ char* append_four_digits(char* end, unsigned number)
     return end + 4;
 }
 
-// Apart, so that the usual case has fewer registers to save.
+// Out of line, so that the usual case has fewer registers to save.
 [[gnu::noinline]] char* append_other_year(char* end, char* last, int year)
 {
     return std::to_chars(end, last, year).ptr;
@@ -104,7 +104,7 @@ int days_to_date_command(ClientData, Tcl_Interp* interp, int argc, const char* a
               ? append_four_digits(end, static_cast<unsigned>(date.year))
               : append_other_year(end, text + longest_date, date.year);
     *end = '\0';
-    Tcl_ResetResult(interp); // leaves an empty value of nobody else's, with no text to free
+    Tcl_ResetResult(interp); // leaves an unshared empty value, with no string to free
     Tcl_Obj* const result = Tcl_GetObjResult(interp);
     result->bytes = text;
     result->length = static_cast<decltype(result->length)>(end - text);

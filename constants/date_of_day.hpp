@@ -1,5 +1,5 @@
-// The date of a day number: a few products, in a header because a call and a struct handed
-// over would take as long.
+// The date of a day number: a few multiplications, inline since a call that returns a
+// struct would cost as much again.
 //
 // Both calendars count years from March on here, whose leap day is the last: dates of
 // 1 March and later have the year's number, January and February the next one.

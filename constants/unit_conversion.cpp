@@ -65,8 +65,8 @@ bool same_dimensions(const Unit& a, const Unit& b)
     return true;
 }
 
-// True when a's dimensions times those of an acceleration are b's. Widened:
-// exponents go up to the ends of an int.
+// True when a's dimensions times those of an acceleration are b's. Widened, since
+// exponents may be as large as an int.
 bool differ_by_acceleration(const Unit& a, const Unit& b)
 {
     constexpr std::int64_t acceleration[dimension_count] = {1, 0, -2, 0, 0};

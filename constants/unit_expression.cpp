@@ -99,7 +99,7 @@ int saturated(std::int64_t value)
     return static_cast<int>(std::clamp(value, -limit, limit));
 }
 
-// What atoi() gives: 0 where no number stands; stops at the ends of an int.
+// What atoi() gives, 0 where no number stands, but saturated at the limits of an int.
 int leading_int(std::string_view text)
 {
     std::size_t i = 0;

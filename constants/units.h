@@ -9,7 +9,7 @@ extern "C" {
 // are the same; blanks count. Posts 5/12114 for an unknown unit, with its name
 // without the prefix, and for an expression of more than ten factors or more
 // than 255 characters, with the expression; dims and factor are then those of
-// the factors before it. Exponents stop at the ends of an int.
+// the factors before it. Exponents saturate at the limits of an int.
 void l_c3nit(const char* unit, int dims[5], float* factor);
 
 // *result = value converted from one expression into the other; the NaN of the

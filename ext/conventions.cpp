@@ -133,8 +133,8 @@ Tcl_Obj* own_result(Tcl_Interp* interp)
 
 namespace {
 
-// Apart, so that the usual case has no frame to set up. What is no integer, Tcl reads as
-// a double, in modes of ours.
+// Out of line, so that the usual case has no frame to set up. What is no integer Tcl reads
+// as a double, in the usual rounding modes.
 [[gnu::noinline]] int read_unusual_int(Tcl_Interp* interp, const char* word, int* value)
 {
     const platform::UsualFloatControl usual;

@@ -50,7 +50,7 @@ private:
         return core::pending_type() == 0 && !core::interrupted();
     }
 
-    // A bad length has got here only with a table of the caller's; the worker
+    // A bad length gets here only with a table of the caller's; the worker
     // reports it.
     bool get_arrays()
     {

@@ -216,7 +216,7 @@ const ComplexPlan& complex_plan(Index n, const float* record)
     });
 }
 
-// The straight code for a length and its record; null when there is none.
+// The straight-line code for a length and its record; null when there is none.
 ZAVO_INLINE const KnownLength* known_length(const ShortLengths& shorts, const KnownPowers SimdPath::*powers,
                                             Index n, const float* record)
 {

@@ -88,7 +88,7 @@ int put_solution(Tcl_Interp* interp, ScriptObjective& objective, const char* rou
 }
 
 // The general constraints of a call; none until they are read. The matrix is a
-// copy: the library turns it round while it works, and a procedure may look at
+// copy: the library transposes it while it works, and a procedure may look at
 // the list.
 class GeneralConstraints {
 public:

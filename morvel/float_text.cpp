@@ -76,7 +76,7 @@ constexpr Natural power_of_ten(int exponent)
     return power;
 }
 
-// The 64 leading bits of 10^exponent, cut, plus 1: above the power by at most one
+// The 64 leading bits of 10^exponent, truncated, plus 1: above the power by at most one
 // unit of the last bit.
 constexpr std::uint64_t leading_bits(int exponent)
 {

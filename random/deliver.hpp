@@ -15,7 +15,8 @@ using Worker = void(int n, float* r, bool untouched);
 // Runs `worker` on n floats of the caller (ZAVO_RETURN_USER) or new ones, under
 // the entry frame of the routine `name`, and returns them. Null when nothing was
 // generated; after an error of type 4 or above in the worker, null in place of a
-// new array; null, too, when an interpreter has ended the batch. `list` holds what follows n.
+// new array; null, too, when an interpreter has ended the batch. `list` holds what
+// follows n.
 float* deliver_deviates(const char* name, int n, std::va_list list, Worker* worker);
 
 // draw(), which draws n deviates. When a long batch is interrupted the stream goes back to

@@ -7,9 +7,9 @@
 // state rounded once to float. Logarithms and the inverse normal distribution
 // function are defined by double arithmetic whose result is rounded to float.
 // The kernels compute the double another way, with a relative error far below
-// 2^-45, and look at the bits behind the float's last: only a double within
-// `reach` last places of the middle between two floats could round differently,
-// and those lanes (some two in a million) go through the defining routine.
+// 2^-45, and look at the bits below the float's last: only a double within
+// `reach` ulp of the midpoint of two floats could round differently, and those
+// lanes (some two in a million) go through the defining routine.
 #pragma once
 
 #include "random/inverse_normal.hpp"
@@ -20,8 +20,8 @@
 
 namespace zavo::random {
 
-// 2^8 last places of a double: 2^-45 relative, at least 2^4 times the error of
-// what is tested with it.
+// 2^8 ulp of a double: 2^-45 relative, at least 2^4 times the error of what is
+// tested with it.
 inline constexpr std::uint32_t reach = 256;
 
 // ---- Uniform deviates ----------------------------------------------------
@@ -90,8 +90,8 @@ std::uint32_t fill_with_states(const Multiplier& a, std::uint32_t x, std::size_t
     return fill<L, false, true>(a, x, n, r, states);
 }
 
-// Stores that pass the cache by need their lines whole: up to the first line's
-// start the ordinary way.
+// Non-temporal stores pay for whole cache lines only: up to the first boundary of a
+// line the stores are ordinary ones.
 template <class L>
 std::uint32_t fill_streamed(const Multiplier& a, std::uint32_t x, std::size_t n, float* r)
 {
@@ -203,7 +203,7 @@ struct Outer {
 
 // Near the centre. The defining form
 //   C1 w / (D0 + w + D1/(D2 + w + D3/(D4 + w))),  w = z^2,
-// is brought over one denominator: one division in place of three. Returns the
+// is brought to a common denominator: one division in place of three. Returns the
 // lanes that are not served, and overwrites all.
 template <class L>
 unsigned central_vector(typename L::Floats p, float* r)

@@ -16,7 +16,7 @@ struct Kernels {
     // the last of these states.
     std::uint32_t (*uniform)(const Multiplier& a, std::uint32_t x, std::size_t n, float* r);
 
-    // The same, for arrays larger than the cache, which it passes by.
+    // The same by non-temporal stores, for arrays larger than the cache.
     std::uint32_t (*uniform_large)(const Multiplier& a, std::uint32_t x, std::size_t n, float* r);
 
     // The same as `uniform`, writing also the states themselves.

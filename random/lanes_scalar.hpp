@@ -48,8 +48,8 @@ struct ScalarLanes {
     static Doubles from_bits(Bits x) { return std::bit_cast<Doubles>(x); }
     static Bits all_bits(std::uint64_t x) { return x; }
 
-    // Bit i is set when lane i is within `reach` last places of a double of the
-    // middle between two floats.
+    // Bit i is set when lane i is within `reach` ulp of a double of the midpoint of two
+    // floats.
     static unsigned near_middle(const Doubles (&x)[parts], std::uint32_t reach)
     {
         const std::uint64_t below = std::bit_cast<std::uint64_t>(x[0]) & 0x1fffffffU;

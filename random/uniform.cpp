@@ -32,9 +32,9 @@ constexpr Multiplier multipliers[options / 2] = {powers_of(16807), powers_of(397
 // The largest state's product stays below 1, so the scale needs no reduction.
 static_assert(2147483646.0 * unit_scale < 1.0);
 
-// Deviates from which an array is written past the cache. That pays when its
-// memory has been in use; fresh pages come out of the system's clearing in the
-// cache, and to go round it would throw them out twice.
+// Length from which an array is written by non-temporal stores. They pay for memory that
+// has been in use; fresh pages are in the cache, where the system has just cleared them,
+// and would be written back twice.
 constexpr std::size_t large_array = std::size_t{4} << 20;
 
 // Deviates between two looks at whether the batch goes on.

@@ -87,7 +87,7 @@ double cost_of(int length, int nh, std::int64_t count)
     for (int rest = length; rest > 1; rest /= 2) {
         logarithm += 1.0;
     }
-    // Beyond the cache of a core every pass fetches its values from afar.
+    // Beyond the cache of a core every pass fetches its values from further away.
     const double distance = length > 65536 ? 1.5 : 1.0;
     return (2.0 * pieces + 1.0) * length * (logarithm + 4.0) * distance;
 }

@@ -106,7 +106,8 @@ int first_place(const float* x, int n, Wanted&& wanted)
     return static_cast<int>(place);
 }
 
-// Several comparisons at a time: each chain of them is as long as a fourth of x.
+// Several independent chains of comparisons, since one is latency-bound: each takes every
+// fourth element.
 template <class Better>
 int place_of_best(const float* x, int n, Better&& better)
 {

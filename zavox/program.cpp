@@ -15,8 +15,7 @@ namespace {
 using wide::Kernels;
 using wide::Operation;
 
-// Doubles of a block at most: a register is then 4 KiB, so that half a dozen stay in
-// the first cache.
+// Doubles of a block at most: a register is then 4 KiB, so that half a dozen stay in L1.
 constexpr int longest_block = 512;
 
 int padded(int count)

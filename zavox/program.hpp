@@ -1,6 +1,6 @@
 // The element-wise part of an expression: operations on vectors of one length, each result
 // used once, run block by block so that everything between the operands and the result
-// stays in the first cache.
+// stays in L1.
 #pragma once
 
 #include "zavox/growing_array.hpp"

@@ -131,8 +131,8 @@ struct Endless {
     }
 };
 
-// Sums of terms come by the block; the blocks' sums are added with what their
-// additions lose.
+// Sums of terms come by the block. Those of the blocks are added by compensated summation:
+// what each addition loses (two-sum) is summed beside the total.
 class CarefulSum {
 public:
     void add(double x)

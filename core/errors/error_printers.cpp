@@ -42,8 +42,8 @@ void start_continuation(const char* line_end, TextBuffer& out)
     out.append(' ');
 }
 
-// Characters of `text` that go on a line with `room` left; 0 when its first
-// word does not fit.
+// How many characters of `text` fit a line with `room` left; 0 when its first
+// word does not.
 std::size_t fitting(const char* text, std::size_t length, std::size_t room)
 {
     if (length <= room) {

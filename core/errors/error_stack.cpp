@@ -240,7 +240,8 @@ int zavo_error_pop(const char* name)
         zavo_error_set_string(2, state.current().name);
         zavo_error_post(ZAVO_INTERNAL, code::pop_mismatch);
     }
-    // Field by field: a copy of the entry would wait for the stores of its fields.
+    // Field by field: a load of the whole entry would stall on the narrower stores that
+    // have just set its fields.
     const unsigned char type = state.current().type;
     const int code = state.current().code;
     StackEntry& below = state.stack[state.top - 1];

@@ -2,9 +2,9 @@
 // b[i + nrow*j] = a[j + ncol*i]. One template serves floats, complex values and
 // integers.
 //
-// Distinct arrays go tile by tile through a buffer that stays in L1: rows of the tile are read whole and
-// written whole, so every cache line is fetched once, also when rows lie a power of two apart. Example: 2 x 3
-// {1 2 3, 4 5 6} becomes 3 x 2 {1 4, 2 5, 3 6}.
+// Distinct arrays go tile by tile through a buffer that stays in L1: rows of the tile are
+// read whole and written whole, so every cache line is fetched once, also when rows lie a
+// power of two apart. Example: 2 x 3 {1 2 3, 4 5 6} becomes 3 x 2 {1 4, 2 5, 3 6}.
 //
 // In one array: a square is swapped across its diagonal, a rectangle goes through
 // a copy, and when there is no memory for one, the cycles of the permutation are

@@ -7,7 +7,7 @@ namespace zavo::simd {
 
 namespace {
 
-// Not asked for yet: threads that ask at once find the same.
+// Not detected yet: threads that ask at the same time all find the same.
 constexpr int unknown = -1;
 constinit std::atomic<int> best{unknown};
 

@@ -167,8 +167,8 @@ ZAVO_INLINE void store_pairs(float* p, const Vector<V>& re, const Vector<V>& im,
     }
 }
 
-// Orders that take fewer steps, and for loads no unit of the processor that only
-// moves values: lane t holds the pair laced<V>(t) or folded<V>(t).
+// Lane orders that take fewer shuffles, and none that compete for the shuffle port when
+// loading: lane t holds the pair laced<V>(t) or folded<V>(t).
 template <int V>
 constexpr int laced(int t)
 {
@@ -188,8 +188,8 @@ ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
     return __builtin_shufflevector(re, im, static_cast<int>(I % 2 * V + I / 2 * 2 + h)...);
 }
 
-// Even places of a and of b in turn, and the odd ones. A load can repeat every
-// other value.
+// Even places of a and of b in turn, and the odd ones. A load can duplicate every
+// other value on its way (movsldup, movshdup).
 template <int V>
 ZAVO_INLINE Vector<V> even_in_turn(const float* a, const float* b)
 {
@@ -327,7 +327,7 @@ ZAVO_INLINE T halves_joined(T a, T b, std::index_sequence<I...>)
     return __builtin_shufflevector(a, b, static_cast<int>(I / (V / 2) * V + h * V / 2 + I % (V / 2))...);
 }
 
-// work(0), work(1) ... work(count - 1), each number a type's.
+// work(0), work(1) ... work(count - 1), each argument an integral_constant.
 template <class Work, int... i>
 ZAVO_INLINE void unroll(const Work& work, std::integer_sequence<int, i...>)
 {

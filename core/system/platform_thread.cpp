@@ -32,7 +32,7 @@ __attribute__((section(".CRT$XLZA"), used)) PIMAGE_TLS_CALLBACK zavo_thread_call
 
 namespace zavo::platform {
 
-// Every thread's end is heard of; those that have no state are passed over.
+// Called at the end of every thread; those without a state are skipped.
 void call_at_thread_end(void (*function)())
 {
     thread_end.store(function);

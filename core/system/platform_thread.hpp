@@ -4,8 +4,8 @@
 // thread (8 bytes of it, so the initial-exec model always finds room): one load
 // relative to the thread's register. On Windows the compiler would emulate that
 // with calls of a run-time library; the pointer stands in the program's or the
-// DLL's own thread storage instead (section .tls), whose blocks the loader hangs
-// into the thread's control block.
+// DLL's own thread-local storage instead (section .tls), which the loader allocates
+// for each thread and enters in the thread environment block.
 #pragma once
 
 namespace zavo::core {

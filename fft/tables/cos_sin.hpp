@@ -4,9 +4,9 @@
 // x is reduced by the nearest multiple k of pi/2 (subtracted in three parts; the
 // first two products are exact), then the Maclaurin series to r^17 and r^18 are
 // summed for |r| <= pi/4, where the terms left out are below 1e-17. The error is
-// a few units in the last place of double. That settles the float, unless the
-// double lies within `doubt` units of the middle between two floats: such values,
-// one in sixteen million, are computed again in double-double (careful_cos_sin).
+// a few ulp of a double. That decides the float, unless the double lies within
+// `doubt` units of the midpoint of two floats: such values, one in sixteen million,
+// are computed again in double-double (careful_cos_sin).
 #pragma once
 
 #include "core/kernels/pi_parts.hpp"
@@ -47,8 +47,8 @@ using namespace core::pi_parts;
 // Adding and subtracting it rounds to an integer.
 inline constexpr double rounder = 0x1.8p52;
 
-// The middle between two floats in the 29 bits that a float drops, and how near
-// to it (in units of those bits) a double is in doubt.
+// The midpoint of two floats in the 29 bits that a float drops, and how near to it
+// (in units of the last of those bits) a double is in doubt.
 inline constexpr std::int64_t dropped_bits = (std::int64_t{1} << 29) - 1;
 inline constexpr std::int64_t middle = std::int64_t{1} << 28;
 inline constexpr std::int64_t doubt = 16;

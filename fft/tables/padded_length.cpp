@@ -14,7 +14,7 @@ int nearest(double v)
 }
 
 // Rounded logarithm of v to the base p. No quotient of an integer and powers of
-// 3 and 5 comes near enough to the middle between two powers for the last bits
+// 3 and 5 comes near enough to the geometric mean of two powers for the last bits
 // of a C library's logarithm to matter.
 int nearest_power(double v, double p)
 {

@@ -19,8 +19,8 @@ struct DoubleLanes {
 };
 using DoublePair = DoubleLanes<16>; // what every processor of both targets has
 
-// Nonzero in the places of values that lie too near the middle between two floats
-// to be rounded.
+// Nonzero in the places of values that lie too near the midpoint of two floats to be
+// rounded.
 template <class Lanes>
 ZAVO_INLINE typename Lanes::I doubtful(typename Lanes::D value)
 {

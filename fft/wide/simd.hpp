@@ -11,7 +11,7 @@
 
 namespace zavo::fft {
 
-// A length with straight code of its own, which finds its way without a plan.
+// A length with straight-line code of its own, which finds its way without a plan.
 inline constexpr int known_record_floats = 8;
 struct KnownLength {
     // The transform of p to q, which are the same array or do not overlap.

@@ -53,8 +53,8 @@ ZAVO_INLINE void complex_step(const Load& load, const Twiddle& twiddle, const St
     }
 }
 
-// A backward transform is a forward one whose values have changed their real for their
-// imaginary parts, before and after. With radices 2 and 4 the bits are the same: all
+// A backward transform is a forward one whose values have their real and imaginary parts
+// swapped, before and after. With radices 2 and 4 the bits are the same: all
 // differences are taken the same way round (simd_test.cpp compares). So code of a
 // length's own is compiled for one direction; the first pass reads, and the last one
 // writes, either way.
@@ -362,8 +362,8 @@ ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles
 // ---- rows of any radix --------------------------------------------------------------------------
 
 // The passes of the factors first .. end - 1, of transforms that begin with factor `begin`,
-// over V of them side by side, to and fro between `from` and `to`; says where the values
-// are.
+// over V of them side by side, with `from` and `to` as ping-pong buffers; says where the
+// values are.
 template <Direction d, int V>
 float* complex_lanes(const Factors& factors, int begin, int first, int end, float* from, float* to,
                      const float* twiddles)
@@ -390,8 +390,8 @@ void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partn
 
 // ---- all ---------------------------------------------------------------------------------------
 
-// Floats of storage besides the slots: a partner for chunks whose passes go to and fro,
-// and the chunk that overlaps another.
+// Floats of storage besides the slots: the second ping-pong buffer of chunks whose passes
+// are not in place, and the chunk that overlaps another.
 constexpr ZAVO_INLINE Index complex_storage(const Factors& factors, const Cut& cut)
 {
     return cut.chunk_floats(2) * (!is_smooth(factors) + cut.has_tail());

@@ -1,5 +1,5 @@
 // Lengths whose factor list is known when compiling, and with it every place: the
-// templates of whole transforms become straight code, and no plan is looked for.
+// templates of whole transforms become straight-line code, and no plan is looked for.
 #pragma once
 
 #include "fft/wide/simd.hpp"

@@ -322,8 +322,8 @@ struct SmoothRows {
     }
 };
 
-// Rows of any radices: w values side by side go to and fro between `from` and `to`; says
-// where they are.
+// Rows of any radices: w values side by side, with `from` and `to` as ping-pong buffers;
+// says where they are.
 template <Direction d, int V>
 float* real_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
 {
@@ -556,8 +556,8 @@ ZAVO_INLINE void four_unpaired(Index l1, const float* from, float* to)
             if constexpr (d == Direction::forward) {
                 x[j] = load<4>(from + k + l1 * j);
             } else {
-                // One at a time, as the pass before has just left them: a load of four of
-                // them would wait for the cache.
+                // One at a time, as the pass before has just stored them: no store forwards
+                // to a wider load, which would stall.
                 const float* const at = from + 4 * k + j;
                 x[j] = Vector<4>{at[0], at[4], at[8], at[12]};
             }

@@ -64,16 +64,17 @@ ZAVO_INLINE auto half_of(T a, std::index_sequence<I...>)
     return __builtin_shufflevector(a, a, static_cast<int>(h * sizeof...(I) + I)...);
 }
 
-// The pairs at table + at[t], each as one value of twice the size: the processor looks
-// up one value at a time.
+// The pairs at table + at[t]. Each is gathered as one value of twice the size, since a
+// gather loads its values one by one.
 template <int V>
 ZAVO_INLINE Pairs<V> look_up(const float* table, typename Ints<V>::Type at)
 {
     const auto low_places = half_of<0>(at, Places<V / 2>{});
     const auto high_places = half_of<1>(at, Places<V / 2>{});
     Vector<V> low, high;
-    // The processor waits for what was in the register that it looks values up into. A
-    // mask that the compiler cannot see through keeps the zeros, which nobody waits for.
+    // A gather depends on what its destination register held before. Behind a mask that
+    // the compiler cannot see through that stays a register of zeros, which depends on
+    // nothing.
 #ifdef __AVX512F__
     if constexpr (V == 16) {
         __mmask8 all = 0xFF;
@@ -265,7 +266,7 @@ void rotate_real_slabs(Index slab, Index ip, CosSin w, const float* x, float* y)
             re[s] = last.re;
             im[s] = last.im;
         }
-        // Four recurrences side by side: one waits for itself.
+        // Four recurrences side by side: one alone is latency-bound.
         const Rotation<Vector<slots_at_once>> by_l{load<slots_at_once>(re), load<slots_at_once>(im)};
         Rotation<Vector<slots_at_once>> by_lj = by_l;
         for (Index j = 1; j < (ip + 1) / 2; ++j) {

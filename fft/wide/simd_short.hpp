@@ -1,4 +1,4 @@
-// Short transforms as straight code: the factor list is known when compiling, and with it
+// Short transforms as straight-line code: the factor list is known when compiling, and with it
 // every place. The passes are the definition's own, so the bits are.
 #pragma once
 

@@ -43,11 +43,11 @@ constexpr ZAVO_INLINE int width_for(Index count)
     return count >= V ? V : V > 4 ? width_for<(V > 4 ? V / 2 : V)>(count) : 0;
 }
 
-// Time for a value of each of `count` neighbours, in no unit: a register takes longer
-// when it is wide.
+// Relative time for a value of each of `count` neighbours: a register takes longer when
+// it is wide.
 constexpr ZAVO_INLINE std::int64_t padded_work(Index count, int width)
 {
-    const int shift = std::countr_zero(static_cast<unsigned>(width)); // a division would take its time
+    const int shift = std::countr_zero(static_cast<unsigned>(width)); // a division would be slow
     return ((count + width - 1) >> shift) * (width == 16 ? 3 : 2);
 }
 

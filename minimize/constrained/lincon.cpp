@@ -81,7 +81,7 @@ void check(const ConstrainedProblem& problem)
 }
 
 // What is posted for a status. Types 1 and 4 leave the caller the best point
-// reached. The ninth status has a code for each driver.
+// reached. The code of all_fixed, which is not among them, is the driver's own.
 struct StatusRow {
     Status status;
     int type;

@@ -185,7 +185,7 @@ private:
         return true;
     }
 
-    // A point that has moved has no value yet, which status 1 says.
+    // A point that has moved has not been evaluated yet; status 1 records that.
     bool make_feasible(Status otherwise)
     {
         bool moved = false;

@@ -43,7 +43,7 @@ void rotate_rows(int n, float* r, int i, float* above, float below)
 }
 
 // R + t w' back to upper triangular form, R upper triangular by rows. t is
-// used up: rotations from below turn it into a multiple of the first unit
+// overwritten: rotations from below turn it into a multiple of the first unit
 // vector, which makes R upper Hessenberg; rotations from above clear the
 // subdiagonal.
 //      x x x x        x x x x        x x x x

@@ -82,8 +82,8 @@ void check_tolerances(Controls& controls)
     }
 }
 
-// 1000 * max(|xscale * x|, |xscale|), Euclidean norms. Squares that run over are
-// formed once more in double, so that a far start has a finite limit, too.
+// 1000 * max(|xscale * x|, |xscale|), Euclidean norms. Where the squares overflow they
+// are summed again in double, so that a far start has a finite limit, too.
 float computed_step_limit(int n, const float* x, const float* xscale)
 {
     float sum = 0.0F;

@@ -31,7 +31,7 @@ int write_whole(std::uint32_t m, int e, char* text)
     char reversed[40];
     int count = 0;
     bool left = true;
-    while (left) { // nine digits a turn
+    while (left) { // nine digits at a time
         std::uint64_t rest = 0;
         left = false;
         for (int i = 3; i >= 0; --i) {

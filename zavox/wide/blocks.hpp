@@ -111,8 +111,8 @@ struct Blocks : Functions<L> {
     }
     static ZAVO_INLINE D copy(D x) { return x; }
 
-    // Long chains of operations leave the processor waiting, so they are cut in two:
-    // the first part for a few dozen numbers, then the second.
+    // Long chains of operations are latency-bound, so they are cut in two: the first
+    // part for a few dozen numbers, then the second.
     static constexpr int stretch = 128;
 
     template <auto first, auto second>

@@ -46,8 +46,8 @@ struct Functions : Ops<L> {
     static constexpr double ln2_high = 0x1.62e42fefa3800p-1; // 42 bits
     static constexpr double ln2_low = 0x1.ef35793c76730p-45;
 
-    // Beyond this size sine, cosine and tangent are somebody else's (reduction by
-    // long multiplication).
+    // From this size on sine, cosine and tangent are left to the engine, which reduces
+    // by long multiplication.
     static constexpr double largest_angle = 0x1p20;
 
     // ---- Series ----------------------------------------------------------------
