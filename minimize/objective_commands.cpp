@@ -56,9 +56,7 @@ ScriptObjective::~ScriptObjective()
     }
     core::release(words_);
     core::release(script_);
-    if (ended()) {
-        Tcl_DiscardInterpState(end_);
-    }
+    assert(!ended()); // raise() has handed the error on
     forget_precision();
     Tcl_Release(interp_);
 }
@@ -93,8 +91,7 @@ char* ScriptObjective::precision_written(ClientData objective, Tcl_Interp*, cons
 float ScriptObjective::result() const
 {
     Tcl_Obj* const object = Tcl_GetObjResult(interp_);
-    if (text_has_all_digits_ && object->bytes == nullptr && double_type_ != nullptr &&
-        object->typePtr == double_type_) {
+    if (text_has_all_digits_ && object->bytes == nullptr && object->typePtr == double_type_) {
         const double number = object->internalRep.doubleValue;
         if (std::isfinite(number)) {
             return static_cast<float>(number);
@@ -195,7 +192,7 @@ int ScriptObjective::call_by_words(int n, const float* x)
         char text[fixed_text_size];
         const int length = format_fixed(x[i], text);
         words_[i + 1] = Tcl_NewStringObj(text, length);
-        if (double number = 0.0; double_type_ != nullptr && minimize::number_of_fixed(text, &number)) {
+        if (double number = 0.0; minimize::number_of_fixed(text, &number)) {
             words_[i + 1]->internalRep.doubleValue = number;
             words_[i + 1]->typePtr = double_type_;
         }
