@@ -29,7 +29,7 @@ coverage  | demand |         | lines and branches that the suites of a change re
 soak      | demand |         | mixed work and a million faults for ZAVO_SOAK_SECONDS (600), with the memory watched
 valgrind  | demand |         | memcheck over the script tests; NAME: a file
 i386      | demand | cross_linux | 32-bit x86 Linux: golden; NAME: a part, unit and script too
-mutants   | demand |         | changes of one line that the tests must notice; NAME: how many (40)
+mutants   | demand |         | changes of one line that the tests must notice; NAME: how many (40), then the seed of the sample (1)
 long      | demand |         | the tests of minutes; NAME as for unit
 browser   | demand |         | the manual in headless Chromium: links, searches, a width like a telephone
 tsan      | demand |         | the tests of threads under ThreadSanitizer
@@ -71,6 +71,7 @@ names_tcl9() { printf '%s\n' unit script golden docs; }
 names_arm64() { printf '%s\n' fusion golden unit script; }
 names_i386() { printf '%s\n' golden unit script; }
 names_golden() { echo all; }
+names_mutants() { echo 40; }
 names_windows64() { names_windows; }
 names_valgrind() { names_script; }
 names_memory() { grep -oE '(zavox?_[a-z0-9_]+|dynlist\.[a-z]+)' tests/fault/commands_memory.tcl | sort -u; }
@@ -121,6 +122,7 @@ run_units() {
         build_linux -DZAVO_BUILD_TESTS=ON
         say "$label tests"
         if [[ $label == long ]]; then
+            cmake --build --preset release --target long_programs -j "$(nproc)"
             ctest --preset release -L long -j "$(nproc)"
         else
             ctest --preset release -LE long -j "$(nproc)"
@@ -217,6 +219,7 @@ soak() {
 
 test_soak() {
     build_linux -DZAVO_BUILD_TESTS=ON
+    cmake --build --preset release --target long_routines -j "$(nproc)"
     soak "${ZAVO_SOAK_SECONDS:-600}"
     build/release/tests/long_routines --gtest_filter='trapped_faults_long.*'
 }
@@ -272,7 +275,7 @@ test_coverage() {
 test_mutants() {
     need_packages "${build_packages[@]}" "${test_packages[@]}"
     build_linux -DZAVO_BUILD_TESTS=ON
-    tclsh8.6 tools/mutants.tcl "${1:-40}"
+    tclsh8.6 tools/mutants.tcl "${@:-40}"
 }
 
 # The same unit and script suites under the sanitizers. The interpreter itself

@@ -76,10 +76,12 @@ proc candidates {folder} {
 
 # ---- Trying one ----------------------------------------------------------------------
 
-# Runs a command of the copy; whether it ended well.
+# Runs a command of the copy; whether it ended well. What a mutant keeps busy for ever
+# ends by the limit of processor time, which other work on the machine does not use up;
+# what it makes wait for ever, by the other one.
 proc good {args} {
     global copy
-    return [expr {![catch {exec timeout 600 {*}$args >& $copy/log < /dev/null}]}]
+    return [expr {![catch {exec sh -c {ulimit -t 300 && exec timeout 3600 "$@"} sh {*}$args >& $copy/log < /dev/null}]}]
 }
 
 # What notices the mutant in the copy: a suite, "compiler", or nothing.
@@ -91,7 +93,7 @@ proc noticed_by {} {
     if {![good cmake --install $copy/build/release --prefix $copy/dist]} {
         return compiler
     }
-    if {![good ctest --test-dir $copy/build/release -LE long -j 2 --stop-on-failure --timeout 120]} {
+    if {![good ctest --test-dir $copy/build/release -LE long -j 2 --stop-on-failure --timeout 1800]} {
         return unit
     }
     cd $copy
