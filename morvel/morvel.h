@@ -42,6 +42,10 @@ MORVEL_API int tclPutList(Tcl_Interp* interp, DynList* list);
  * list still belongs to the caller. */
 MORVEL_API int tclDynListToTclList(Tcl_Interp* interp, DynList* list);
 
+/* The same for a list that no script can free: the interpreter may end it when it
+ * takes long, as morvelMayGoOn tells. */
+MORVEL_API int morvelPutValues(Tcl_Interp* interp, const DynList* list);
+
 /* A list that a running command reads stays alive between hold and release,
  * even when a script meanwhile frees its name, moves it into another list or
  * deletes the interpreter. Holds nest. */

@@ -404,15 +404,25 @@ extern "C" int morvelGetIndex(Tcl_Interp* interp, Tcl_Obj* word, int count, Tcl_
     return TCL_ERROR;
 }
 
-extern "C" int tclDynListToTclList(Tcl_Interp* interp, DynList* list)
+static int put_values(Tcl_Interp* interp, const DynList* list, morvel::Long how)
 {
     if (!morvel::start(interp)) {
         return TCL_ERROR;
     }
-    Tcl_Obj* const value = morvel::value_of(interp, list, morvel::Long::uninterrupted);
+    Tcl_Obj* const value = morvel::value_of(interp, list, how);
     if (value == nullptr) {
         return TCL_ERROR;
     }
     Tcl_SetObjResult(interp, value);
     return TCL_OK;
+}
+
+extern "C" int tclDynListToTclList(Tcl_Interp* interp, DynList* list)
+{
+    return put_values(interp, list, morvel::Long::uninterrupted);
+}
+
+extern "C" int morvelPutValues(Tcl_Interp* interp, const DynList* list)
+{
+    return put_values(interp, list, morvel::Long::interruptible);
 }

@@ -25,16 +25,17 @@ inline bool interrupted(std::int64_t nanoseconds)
     return engine().long_work_ended(nanoseconds) != 0;
 }
 
+inline constexpr std::int64_t part_of_work = 1 << 18; // elements between two questions
+
 // work(begin, end) for one part after the other of 0 ... n - 1, each element of which takes
 // so long. False when interrupted.
 template <class Work>
 [[nodiscard]] bool in_parts(std::int64_t n, int nanoseconds, Work&& work)
 {
-    constexpr std::int64_t part = 1 << 18;
     std::int64_t begin = 0;
-    for (; n - begin > part; begin += part) {
-        work(begin, begin + part);
-        if (interrupted(nanoseconds * part)) {
+    for (; n - begin > part_of_work; begin += part_of_work) {
+        work(begin, begin + part_of_work);
+        if (interrupted(nanoseconds * part_of_work)) {
             return false;
         }
     }

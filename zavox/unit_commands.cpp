@@ -20,8 +20,33 @@ Tcl_Obj* names(const char* (*name_of)(int), const char* pattern)
     return list;
 }
 
-// The words of a list, each through `convert`, which gives a new value or null with
-// its message in the result.
+// Words, each through `convert`, which gives a new value or null with its message in the
+// result.
+template <class Convert>
+int convert_words(Tcl_Interp* interp, Tcl_Size count, Tcl_Obj* const words[], Convert&& convert)
+{
+    Tcl_Obj* const results = Tcl_NewListObj(0, nullptr);
+    Tcl_IncrRefCount(results);
+    bool good = true;
+    const bool done = in_parts(count, 100, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; good && i < end; ++i) {
+            Tcl_Obj* const result = convert(words[i]);
+            good = result != nullptr;
+            if (good) {
+                Tcl_ListObjAppendElement(nullptr, results, result);
+            }
+        }
+    });
+    good = good && done;
+    if (good) {
+        Tcl_SetObjResult(interp, results);
+    }
+    Tcl_DecrRefCount(results);
+    return good ? TCL_OK : TCL_ERROR;
+}
+
+// The same for the words of a list. Between the parts of a long one scripts may run, which
+// change the value as they like: its words are those of a copy.
 template <class Convert>
 int map_words(Tcl_Interp* interp, Tcl_Obj* list, Convert&& convert)
 {
@@ -30,19 +55,16 @@ int map_words(Tcl_Interp* interp, Tcl_Obj* list, Convert&& convert)
     if (Tcl_ListObjGetElements(interp, list, &count, &words) != TCL_OK) {
         return TCL_ERROR;
     }
-    Tcl_Obj* const results = Tcl_NewListObj(0, nullptr);
-    Tcl_IncrRefCount(results);
-    for (Tcl_Size i = 0; i < count; ++i) {
-        Tcl_Obj* const result = convert(words[i]);
-        if (result == nullptr) {
-            Tcl_DecrRefCount(results);
-            return TCL_ERROR;
-        }
-        Tcl_ListObjAppendElement(nullptr, results, result);
+    if (count <= part_of_work) {
+        return convert_words(interp, count, words, convert);
     }
-    Tcl_SetObjResult(interp, results);
-    Tcl_DecrRefCount(results);
-    return TCL_OK;
+    Tcl_Obj* const copy = Tcl_DuplicateObj(list);
+    Tcl_IncrRefCount(copy);
+    Tcl_ListObjGetElements(nullptr, copy, &count, &words);
+    const int status = as_long_work(
+        interp, [&](const zavo_long_work&) { return convert_words(interp, count, words, convert); });
+    Tcl_DecrRefCount(copy);
+    return status;
 }
 
 Tcl_Obj* days_of(Tcl_Interp* interp, Tcl_Obj* word)

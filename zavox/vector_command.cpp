@@ -38,7 +38,7 @@ int put_list(Tcl_Interp* interp, int datatype, int n, const void* numbers)
     list.datatype = datatype;
     list.count = list.capacity = n;
     list.values = const_cast<void*>(numbers);
-    return tclDynListToTclList(interp, &list);
+    return morvelPutValues(interp, &list);
 }
 
 // An array for the time of a command.
@@ -380,15 +380,17 @@ int pick(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     if (status == TCL_OK) {
         status = result.allocate(interp, static_cast<int>(count));
     }
-    for (int i = 0; status == TCL_OK && i < static_cast<int>(count); ++i) {
-        int place = 0;
-        status = get_place(interp, words[i], v.size(), &place);
-        if (status == TCL_OK) {
-            result.writable()[i] = v[place];
-        }
-    }
+    const bool done = status == TCL_OK && in_parts(count, 20, [&](std::int64_t begin, std::int64_t end) {
+                          for (auto i = begin; status == TCL_OK && i < end; ++i) {
+                              int place = 0;
+                              status = get_place(interp, words[i], v.size(), &place);
+                              if (status == TCL_OK) {
+                                  result.writable()[i] = v[place];
+                              }
+                          }
+                      });
     Tcl_DecrRefCount(indices);
-    return status == TCL_OK ? result.put(interp) : TCL_ERROR;
+    return done && status == TCL_OK ? result.put(interp) : TCL_ERROR;
 }
 
 // vector list v

@@ -32,6 +32,8 @@ constexpr Entry entries[] = {
      [](Tcl_Interp* interp) { return tclPutList(interp, dfuCreateDynList(DFU_INT, 0)) == TCL_OK; }},
     {"tclDynListToTclList",
      [](Tcl_Interp* interp) { return tclDynListToTclList(interp, dfuCreateDynList(DFU_INT, 0)) == TCL_OK; }},
+    {"morvelPutValues",
+     [](Tcl_Interp* interp) { return morvelPutValues(interp, dfuCreateDynList(DFU_INT, 0)) == TCL_OK; }},
     {"morvelVectorValue",
      [](Tcl_Interp* interp) { return morvelVectorValue(interp, morvelAllocateVector(1)) != nullptr; }},
     {"morvelGetVector",
