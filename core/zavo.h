@@ -91,9 +91,9 @@ enum zavo_output_mode {
  * --variable=cataloguedir zavo` prints the folder in which it is installed, so a
  * program that was compiled with that as CATALOGUE_FOLDER says
  *     zavo_error_options(ZAVO_SET_CATALOGUE_PATH, CATALOGUE_FOLDER, 0);
- * Returns the position past the closing 0,
- * counting every code and value from 1. Posts 5/132 for a type outside 1..5
- * (the option is skipped) and 5/103 for an unknown code (the list ends). */
+ * Returns the position past the closing 0, counting every code and value from 1.
+ * Posts 5/132 for a type outside 1..5 (the option is skipped) and 5/103 for an
+ * unknown code (the list ends). */
 int zavo_error_options(int code, ...);
 
 /* Posts an error with a message text of the caller's; "%(I1)" and the like in
@@ -154,9 +154,9 @@ float zavo_f_vmax(int n, ...);
 /*
  * One stream for each thread: a multiplicative congruential generator modulo
  * 2^31 - 1, seeded from the clock and the number of the thread when nothing has
- * seeded it. The same seed and
- * option give the same bits on every processor and system, however a sequence is
- * split into calls.
+ * seeded it.
+ * The same seed and option give the same bits on every processor and system,
+ * however a sequence is split into calls.
  */
 
 /* n >= 1 deviates: uniform, at least 2^-31 and, kept so, at most exactly 1;

@@ -17,6 +17,7 @@
 #include "fft/tables/factors.hpp"
 #include "fft/tables/padded_length.hpp"
 
+#include <cassert>
 #include <algorithm>
 #include <cstdarg>
 #include <cstdint>
@@ -32,6 +33,7 @@ namespace {
 // n values, then zeros up to nz.
 void pad(Index n, const float* values, Index nz, float* padded)
 {
+    assert(0 <= n && n <= nz);
     if (values != padded) {
         std::memmove(padded, values, static_cast<std::size_t>(n) * sizeof(float));
     }
@@ -62,6 +64,7 @@ void convolve(Product kind, int mode, int nz, const Sequence& x, const Sequence*
               const ConvolutionResult& result)
 {
     const auto [z, zhat, table] = result;
+    assert(z != nullptr && zhat != nullptr && table != nullptr && x.work != nullptr);
     if (mode == 0 || mode == 1) {
         build_real_table_checked(nz, table);
     }

@@ -12,6 +12,7 @@
 #include "fft/complex_values.hpp"
 #include "fft/posting.hpp"
 
+#include <cassert>
 #include <algorithm>
 #include <cstdarg>
 #include <cstdint>
@@ -55,6 +56,7 @@ void sweep_columns(Direction d, Index n, Index m, const Layout& at, float* table
 
 void transform_forward(Index n, Index m, const Layout& at, const Tables2d& tables, f_complex* work)
 {
+    assert(n >= 1 && m >= 1 && (n == 1 || tables.rows != nullptr) && (m == 1 || tables.columns != nullptr));
     sweep_rows(Direction::forward, n, m, at, tables.rows, work);
     if (m > 1) {
         sweep_columns(Direction::forward, n, m, {at.q, at.ldq, at.q, at.ldq}, tables.columns, work);
@@ -65,6 +67,7 @@ void transform_forward(Index n, Index m, const Layout& at, const Tables2d& table
 // would make of it is ignored (fft_2d.backward_of_one_column_is_the_input).
 void transform_backward(Index n, Index m, const Layout& at, const Tables2d& tables, f_complex* work)
 {
+    assert(n >= 1 && m >= 1 && (n == 1 || tables.rows != nullptr) && (m == 1 || tables.columns != nullptr));
     if (n == 1) {
         for (Index r = 0; r < m; ++r) {
             at.q[r * at.ldq] = at.p[r * at.ldp];

@@ -13,7 +13,7 @@ html=$share/doc/zavo
 
 # What the manual is made of; it is built anew when that has changed.
 docs_key() {
-    find docs examples apps tools/docs core/zavo.h scripts/docs.sh dist/lib/zavo1.0 -type f ! -name '*tcl9*' -print0 2>/dev/null |
+    find docs examples apps tools/docs tools/contents.tcl core/zavo.h scripts/docs.sh dist/lib/zavo1.0 -type f ! -name '*tcl9*' -print0 2>/dev/null |
         sort -z | { xargs -0 sha256sum || true; } | sha256sum
 }
 

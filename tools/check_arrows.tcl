@@ -4,13 +4,7 @@
 #   there is one.
 package require Tcl 8.5-
 
-proc contents {path} {
-    set channel [open $path]
-    fconfigure $channel -encoding utf-8
-    set text [read $channel]
-    close $channel
-    return $text
-}
+source [file join [file dirname [info script]] contents.tcl]
 
 # The rows as a dictionary: folder -> list of what it may include.
 proc read_arrows {path} {

@@ -5,13 +5,7 @@
 #   Exits with 1 when a note names no test, or one that there is not.
 package require Tcl 8.5-
 
-proc contents {path} {
-    set channel [open $path]
-    fconfigure $channel -encoding utf-8
-    set text [read $channel]
-    close $channel
-    return $text
-}
+source [file join [file dirname [info script]] contents.tcl]
 
 # name -> 1
 proc read_tests {unit_tests folder} {

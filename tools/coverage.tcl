@@ -11,13 +11,7 @@ package require json
 
 lassign $argv counted unreached
 
-proc contents {path} {
-    set channel [open $path]
-    fconfigure $channel -encoding utf-8
-    set text [read $channel]
-    close $channel
-    return $text
-}
+source [file join [file dirname [info script]] contents.tcl]
 
 # file -> lines of source
 proc source_line {file number} {

@@ -7,21 +7,15 @@
 #   doc_examples::check page   list of differences, empty when there is none
 #   doc_examples::count page   number of commands in the page's transcripts
 
+source [file join [file dirname [info script]] contents.tcl]
+
 namespace eval doc_examples {
     variable root [file dirname [file dirname [file normalize [info script]]]]
 }
 
-proc doc_examples::read_file {name} {
-    set channel [open $name]
-    fconfigure $channel -encoding utf-8
-    set text [read $channel]
-    close $channel
-    return $text
-}
-
 # The example blocks of a page, as a flat list of line number and text.
 proc doc_examples::blocks {page} {
-    set text [read_file $page]
+    set text [contents $page]
     set blocks {}
     set from 0
     while {[regexp -indices -start $from {\[example_begin\]|\[example \{} $text opening]} {

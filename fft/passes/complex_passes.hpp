@@ -8,6 +8,8 @@
 #include "fft/passes/rotation.hpp"
 #include "fft/tables/factors.hpp"
 
+#include <cassert>
+
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
@@ -58,6 +60,7 @@ void complex_general_pass(const Shape& shape, const float* in, float* out, float
     const Index ido = shape.ido;
     const Index ip = shape.ip;
     const Index slab = 2 * ido * shape.l1;
+    assert(ip % 2 == 1 && in != out && work != out);
     const Shape parts{2 * ido, shape.l1, ip}; // real and imaginary ones alike
     const JoinedView<Lanes> joined(parts);
     const SplitView<Lanes> split(parts);
@@ -131,6 +134,7 @@ template <Direction d, class Lanes>
 void run_complex(const Factors& factors, int first, const float* p, float* q, float* scratch,
                  const float* twiddles)
 {
+    assert(first >= 0 && first < factors.count && scratch != p && scratch != q);
     const int passes = factors.count - first;
     const float* from = p;
     if (p == q && passes % 2 != 0) {

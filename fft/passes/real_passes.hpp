@@ -12,6 +12,8 @@
 #include "fft/passes/rotation.hpp"
 #include "fft/tables/factors.hpp"
 
+#include <cassert>
+
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
@@ -158,6 +160,7 @@ template <class Lanes>
 void forward_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
     using L = typename Lanes::Value;
+    assert(shape.ip % 2 == 1 && shape.ido % 2 == 1 && in != out && work != out);
     const Index ido = shape.ido;
     const Index ip = shape.ip;
     const Index slab = ido * shape.l1;
@@ -219,6 +222,7 @@ template <class Lanes>
 void backward_general_pass(const Shape& shape, const float* in, float* out, float* work, const float* wa)
 {
     using L = typename Lanes::Value;
+    assert(shape.ip % 2 == 1 && shape.ido % 2 == 1 && in != out && work != out);
     const Index ido = shape.ido;
     const Index ip = shape.ip;
     const Index slab = ido * shape.l1;
@@ -316,6 +320,7 @@ template <Direction d, class Lanes>
 void run_real(const Factors& factors, int first, const float* p, float* q, float* scratch,
               const float* twiddles)
 {
+    assert(first >= 0 && first < factors.count && scratch != p && scratch != q);
     const int passes = factors.count - first;
     const float* from = p;
     if (p == q && passes % 2 != 0) {

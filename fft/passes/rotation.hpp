@@ -14,6 +14,8 @@
 #include "fft/tables/shape.hpp"
 #include "fft/tables/twiddle.hpp"
 
+#include <cassert>
+
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
@@ -55,6 +57,7 @@ void rotate_real_sums(Index slab, Index ip, const float* x, float* y)
 {
     using L = typename Lanes::Value;
     constexpr Index step = Lanes::stride;
+    assert(slab >= 1 && ip >= 3 && ip % 2 == 1);
     const CosSin w = rotation_of(static_cast<int>(ip));
     if constexpr (requires { Lanes::rotate_real_sums(slab, ip, w, x, y); }) {
         if (Lanes::rotate_real_sums(slab, ip, w, x, y)) {
@@ -100,6 +103,7 @@ void rotate_complex_sums(Index slab, Index ip, const float* x, float* y, const f
 {
     using L = typename Lanes::Value;
     constexpr Index stride = Lanes::stride;
+    assert(slab >= 2 && ip >= 3 && ip % 2 == 1 && step >= 1);
     if constexpr (requires { Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step); }) {
         if (Lanes::template rotate_complex_sums<d>(slab, ip, x, y, wa, step)) {
             sum_slots<Lanes>(slab, ip, x, y);

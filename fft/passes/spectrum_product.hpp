@@ -4,6 +4,8 @@
 
 #include "fft/tables/shape.hpp"
 
+#include <cassert>
+
 namespace zavo::fft {
 
 // X times Y, or X times the conjugate of Y.
@@ -35,6 +37,7 @@ ZAVO_INLINE void multiply_ends(Index n, const float* x, const float* y, float* z
 
 inline void multiply_spectra_scalar(Product kind, Index n, const float* x, const float* y, float* z)
 {
+    assert(n >= 1);
     multiply_ends(n, x, y, z);
     for (Index i = 1; i + 1 < n; i += 2) {
         // By way of copies: z may be x or y.

@@ -8,6 +8,7 @@
 #include "fft/tables/twiddle.hpp"
 
 #include <array>
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 
@@ -128,6 +129,7 @@ Factors read_complex_record(Index n, const float* record)
 
 float* new_table(Index n, int parts)
 {
+    assert(n >= 1);
     const std::size_t count = count_of_floats(n, parts, record_floats);
     float* const table = static_cast<float*>(core::allocate(count, sizeof(float)));
     if (table != nullptr) {
@@ -149,6 +151,7 @@ float* unless_interrupted(float* table)
 // last factor has ido = 1 and needs none.
 void build_real_table(Index n, float* twiddles, float* record)
 {
+    assert(n >= 2 && record == twiddles + n);
     const Factors factors = real_factors(n);
     write_record(factors, record);
     for (int which = 0; which + 1 < factors.count; ++which) {
@@ -166,6 +169,7 @@ void build_real_table(Index n, float* twiddles, float* record)
 // (1, 0), which is where the general pass looks for its rotation.
 void build_complex_table(Index n, float* twiddles, float* record)
 {
+    assert(n >= 2 && record == twiddles + 2 * n);
     const Factors factors = complex_factors(n);
     write_record(factors, record);
     for (int which = 0; which < factors.count; ++which) {

@@ -3,6 +3,7 @@
 
 #include "fft/tables/cos_sin.hpp"
 
+#include <cassert>
 #include <utility>
 
 namespace zavo::fft {
@@ -57,6 +58,7 @@ void fill_cos_sin_by(float step, int first, int count, float* pairs)
 {
     using D = typename Lanes::D;
     using F = typename Lanes::F;
+    assert(first >= 0 && count >= 0);
     constexpr int width = Lanes::width;
     constexpr auto places = std::make_index_sequence<static_cast<std::size_t>(width)>{};
     D number;

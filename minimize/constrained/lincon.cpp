@@ -5,6 +5,7 @@
 #include "core/errors/error_stack.h"
 #include "core/kernels/vector_kernels.h"
 
+#include <cassert>
 #include <algorithm>
 
 namespace zavo::minimize {
@@ -125,6 +126,7 @@ ConstrainedOutcome minimize_constrained(Gradient& gradient, const ConstrainedPro
     ConstrainedOutcome outcome;
     check<Gradient>(problem);
     if (core::pending_type() == 0) {
+        assert(problem.lda >= problem.ncon && work.block != nullptr && work.x != nullptr);
         if (problem.start != work.x) {
             l_vcopy(problem.nvar, problem.start, 1, work.x, 1);
         }

@@ -4,6 +4,8 @@
 #include "core/errors/error_stack.h"
 #include "minimize/free/relative_measures.hpp"
 
+#include <cassert>
+
 namespace zavo::minimize {
 namespace {
 
@@ -104,6 +106,7 @@ Ending find_ending(const Progress& now, const Controls& controls, int& longest_c
 
 Ending test_stop(const Progress& now, const Controls& controls, int& longest_count)
 {
+    assert(now.n >= 1);
     zavo_error_push("U6INF");
     const Ending ending = find_ending(now, controls, longest_count);
     post(ending, controls);

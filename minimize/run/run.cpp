@@ -9,6 +9,7 @@
 #include "minimize/run/constrained_run.hpp"
 #include "minimize/run/free_run.hpp"
 
+#include <cassert>
 #include <cstring>
 
 namespace zavo::minimize {
@@ -44,6 +45,7 @@ using namespace zavo::minimize;
 
 void zavo_run_minimization(const zavo_run_problem* problem, zavo_run_outcome* outcome)
 {
+    assert(problem->n >= 1 && 0 <= problem->equalities && problem->equalities <= problem->rows);
     const zavo::platform::FloatControl host = zavo::platform::float_control();
     const zavo::platform::UsualFloatControl usual;
     Evaluations evaluations(*problem, host);

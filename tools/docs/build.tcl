@@ -9,6 +9,8 @@
 package require Tcl 8.5-
 package require doctools
 
+source [file join [file dirname [file dirname [file normalize [info script]]]] contents.tcl]
+
 namespace eval build_docs {
     # Sections in their order; `optional` ones may be absent. See docs/README.md.
     variable order {ARGUMENTS RESULT ERRORS {COMPILED USE} EXAMPLES}
@@ -22,14 +24,6 @@ namespace eval build_docs {
 proc build_docs::complain {page text} {
     variable complaints
     lappend complaints "[file tail $page]: $text"
-}
-
-proc build_docs::read_file {name} {
-    set channel [open $name]
-    fconfigure $channel -encoding utf-8
-    set text [read $channel]
-    close $channel
-    return $text
 }
 
 proc build_docs::write_file {name text} {
@@ -52,7 +46,7 @@ proc build_docs::arguments_of {command text} {
 
 # What the contents and the checks need to know of a page.
 proc build_docs::describe {page} {
-    set text [read_file $page]
+    set text [::contents $page]
     set head [lindex [arguments_of manpage_begin $text] 0]
     set commands {}
     foreach {- words} [regexp -all -inline {\[call\s+\[cmd\s+(\{[^\}]*\}|[^\]]*)\]} $text] {
@@ -164,7 +158,7 @@ proc build_docs::plain {html} {
 
 # One page in one format; its warnings are complaints.
 proc build_docs::convert {page format} {
-    set text [read_file $page]
+    set text [::contents $page]
     if {$format eq "html"} {
         # [comment {picture: FILE WORDS}] becomes a figure; see `figures`.
         regsub -all {\[comment \{picture: (\S+) ([^\}]*)\}\]} $text {[para] picture@\1@\2@} text
@@ -399,7 +393,7 @@ proc build_docs::gallery {examples} {
         after <code>./zavo build</code>, and from an installed copy.</p>\n"
     foreach file [lsort [glob -directory $examples *.tcl]] {
         set name [file rootname [file tail $file]]
-        set script [read_file $file]
+        set script [::contents $file]
         append body "<h2 id=\"$name\">$name.tcl</h2>\n"
         foreach paragraph [lrange [head_of $script] 0 1] {
             append body "<p>[escape $paragraph]</p>\n"
@@ -409,7 +403,7 @@ proc build_docs::gallery {examples} {
         }
         set printed [file join $html pictures $name.txt]
         if {[file exists $printed]} {
-            append body "<pre>[escape [string trim [read_file $printed]]]</pre>\n"
+            append body "<pre>[escape [string trim [::contents $printed]]]</pre>\n"
         }
         append body "<details><summary>The script</summary><pre>[escape [string trim $script]]</pre></details>\n"
     }
@@ -426,7 +420,7 @@ proc build_docs::c_pages {folder} {
     }
     set order {}
     foreach {- file title} [regexp -all -inline {<a class="el" href="(group__[^"]+\.html)"[^>]*>([^<]+)</a>} \
-            [read_file [file join $folder modules.html]]] {
+            [::contents [file join $folder modules.html]]] {
         lappend order $file [plain $title]
     }
     return [concat $order {structf__complex.html f_complex}]
@@ -439,7 +433,7 @@ proc build_docs::build_c_pages {folder pages} {
     set last_title Contents
     for {set i 0} {$i < [llength $pages]} {incr i 2} {
         lassign [lrange $pages $i [expr {$i + 3}]] file title next next_title
-        set text [read_file [file join $folder $file]]
+        set text [::contents [file join $folder $file]]
         if {![regexp {<div class="contents">(.*)</div><!-- contents -->} $text -> body]} {
             complain $file "Doxygen's page has no body"
             continue
@@ -471,14 +465,14 @@ proc build_docs::check_links {} {
     variable html
     set files [concat [glob -directory $html *.html] [glob -nocomplain -directory [file join $html c] *.html]]
     foreach file $files {
-        set text [read_file $file]
+        set text [::contents $file]
         set ids($file) {}
         foreach {- id} [regexp -all -inline { id="([^"]+)"} $text] {
             lappend ids($file) $id
         }
     }
     foreach file $files {
-        foreach {- address} [regexp -all -inline {(?:href|src)="([^"]+)"} [read_file $file]] {
+        foreach {- address} [regexp -all -inline {(?:href|src)="([^"]+)"} [::contents $file]] {
             if {[regexp {^(https?|data|mailto):} $address]} {
                 continue
             }

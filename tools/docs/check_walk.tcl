@@ -7,7 +7,7 @@ package require Tcl 8.5-
 set root [file dirname [file dirname [file dirname [file normalize [info script]]]]]
 source [file join $root tools doc_examples.tcl]
 
-set text [doc_examples::read_file [lindex $argv 0]]
+set text [contents [lindex $argv 0]]
 if {![regexp {\n## The first five minutes\n(.*?)\n## } $text -> section]} {
     puts stderr "there are no first five minutes"
     exit 1
