@@ -191,6 +191,25 @@ Neighbours neighbours_among_many(const float* x, int n, int place)
     return {float_at(known), float_at(next == UINT32_MAX ? known : next)};
 }
 
+// The zero that stands at a place in the order. Zeros are equal, so that theirs is the order
+// in which they are given, whatever their signs.
+float zero_at(const float* x, int n, int place)
+{
+    std::int64_t left = place;
+    float zero = 0;
+    static_cast<void>(in_parts(n, 1, [&](std::int64_t begin, std::int64_t end) {
+        left -= std::count_if(x + begin, x + end, [](float value) { return value < 0; });
+    }));
+    static_cast<void>(in_parts(n, 1, [&](std::int64_t begin, std::int64_t end) {
+        for (auto i = begin; i < end; ++i) {
+            if (x[i] == 0 && left-- == 0) {
+                zero = x[i];
+            }
+        }
+    }));
+    return zero;
+}
+
 } // namespace
 
 bool sort_indices(const float* x, int n, bool decreasing, int* indices)
@@ -259,7 +278,7 @@ double quantile_of(const float* x, int n, double p)
     const int below = std::min(static_cast<int>(place), n - 1);
     const Neighbours found =
         n <= few ? neighbours_among_few(x, n, below, work) : neighbours_among_many(x, n, below);
-    const auto low = static_cast<double>(found.low);
+    const auto low = static_cast<double>(found.low != 0 ? found.low : zero_at(x, n, below));
     const auto high = static_cast<double>(found.high);
     const double share = place - below;
     return share == 0 || low == high ? low : low + share * (high - low);
