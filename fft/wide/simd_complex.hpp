@@ -221,23 +221,22 @@ ZAVO_INLINE void last_rows_pass(bool exchanged, const Factors& factors, const Cu
 
 // The passes of the factors from `which` on over one block of rows, pass by pass.
 template <Direction d, int V, class Plan, class Which>
-ZAVO_INLINE void near_rows(const Plan& plan, Which which, float* slots, float* q, Index stride,
-                           const float* twiddles)
+void near_rows(const Plan& plan, Which which, float* slots, float* q, Index stride, const float* twiddles)
 {
     const Factors& factors = plan.factors;
     Index blocks = 1;
-    plan.for_factors(which, plan.last(), [&](auto t) ZAVO_INLINED {
-        plan.template with_complex_radix<d>(t, [&](auto radix) ZAVO_INLINED {
-            plan.loops([&]() ZAVO_INLINED {
+    plan.for_factors(which, plan.last(), [&](auto t) {
+        plan.template with_complex_radix<d>(t, [&](auto radix) {
+            plan.loops([&]() {
                 rows_pass<d, decltype(radix), V>(factors.ido(t), blocks, slots, 2 * V,
                                                  twiddles + 2 * factors.twiddle_offset(t));
             });
         });
         blocks *= factors.ip[t];
     });
-    plan.template with_complex_radix<d>(plan.last(), [&](auto radix) ZAVO_INLINED {
-        decide(plan.template is_at_least<far_complex_length>(), [&](auto far) ZAVO_INLINED {
-            plan.loops([&]() ZAVO_INLINED {
+    plan.template with_complex_radix<d>(plan.last(), [&](auto radix) {
+        decide(plan.template is_at_least<far_complex_length>(), [&](auto far) {
+            plan.loops([&]() {
                 last_rows_pass<d, decltype(radix), V, decltype(far)::value>(plan.exchanged, factors, plan.cut,
                                                                             which, slots, q, stride);
             });
@@ -247,15 +246,16 @@ ZAVO_INLINE void near_rows(const Plan& plan, Which which, float* slots, float* q
 
 // The same for a block of any size, a large one depth first.
 template <Direction d, int V>
-void rows_block(const FoundPlan& plan, int which, float* slots, float* q, Index stride, const float* twiddles)
+__attribute__((noinline)) ZAVO_FLATTEN void rows_block(const FoundPlan& plan, int which, float* slots,
+                                                       float* q, Index stride, const float* twiddles)
 {
     const Factors& factors = plan.factors;
     if (2 * V * factors.after[which] <= near_floats || which + 1 == factors.count) {
         near_rows<d, V>(plan, which, slots, q, stride, twiddles);
         return;
     }
-    plan.with_complex_radix<d>(which, [&](auto radix) ZAVO_INLINED {
-        plan.loops([&]() ZAVO_INLINED {
+    plan.with_complex_radix<d>(which, [&](auto radix) {
+        plan.loops([&]() {
             rows_pass<d, decltype(radix), V>(factors.ido(which), 1, slots, 2 * V,
                                              twiddles + 2 * factors.twiddle_offset(which));
         });
@@ -337,17 +337,17 @@ ZAVO_INLINE void exchanging_pass(bool exchanged, Index far_ido, Index ido, Index
 
 // All passes over the rows of V neighbouring k, of a KnownPlan.
 template <Direction d, int V, class Plan>
-ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles)
+void rows_in_order(const Plan& plan, float* q, const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Index step = 2 * plan.cut.group;
     constexpr int both_ends = decltype(plan.first())::value + decltype(plan.last())::value;
     constexpr int last = decltype(plan.last())::value;
-    plan.for_factors(plan.first(), Number<last + 1>{}, [&](auto number) ZAVO_INLINED {
+    plan.for_factors(plan.first(), Number<last + 1>{}, [&](auto number) {
         constexpr int t = decltype(number)::value;
         constexpr int far = both_ends - t;
         const float* const wa = twiddles + 2 * factors.twiddle_offset(t);
-        plan.template with_complex_radix<d>(number, [&](auto radix) ZAVO_INLINED {
+        plan.template with_complex_radix<d>(number, [&](auto radix) {
             using Radix = decltype(radix);
             if constexpr (t <= far) {
                 rows_pass<d, Radix, V>(factors.ido(t), plan.cut.weight[t], q, step, wa);
@@ -365,8 +365,8 @@ ZAVO_INLINE void rows_in_order(const Plan& plan, float* q, const float* twiddles
 // over V of them side by side, with `from` and `to` as ping-pong buffers; says where the
 // values are.
 template <Direction d, int V>
-float* complex_lanes(const Factors& factors, int begin, int first, int end, float* from, float* to,
-                     const float* twiddles)
+__attribute__((noinline)) float* complex_lanes(const Factors& factors, int begin, int first, int end,
+                                               float* from, float* to, const float* twiddles)
 {
     for (int which = first; which < end; ++which) {
         complex_pass<d, RotatingVectorLanes<V>>(factors.shape_within(begin, which), from, to, from,
@@ -378,8 +378,8 @@ float* complex_lanes(const Factors& factors, int begin, int first, int end, floa
 
 // Of a chunk, which may have a large prime factor at its end.
 template <Direction d, int V>
-void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partner, float* q,
-              const float* twiddles)
+__attribute__((noinline)) void rows_any(const Factors& factors, const Cut& cut, float* chunk, float* partner,
+                                        float* q, const float* twiddles)
 {
     const float* const found =
         complex_lanes<d, V>(factors, cut.first, cut.first, factors.count, chunk, partner, twiddles);
@@ -442,8 +442,8 @@ struct EitherComplexPlan : KnownComplexPlan<V, List> {
 };
 
 template <Direction d, int V, class Plan>
-ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float* scratch, float* work,
-                               const float* twiddles)
+void complex_whole(const Plan& plan, const float* p, float* q, float* scratch, float* work,
+                   const float* twiddles)
 {
     alignas(64) float on_stack[stack_floats];
     const Factors& factors = plan.factors;
@@ -464,7 +464,7 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
         return in_order ? q + 2 * k : k % V == 0 ? scratch + 2 * rows * k : tail;
     };
 
-    for_blocks<V>(rows, [&](Index r) ZAVO_INLINED {
+    for_blocks<V>(rows, [&](Index r) {
         if (interrupted_in(plan, V * group)) {
             return;
         }
@@ -472,25 +472,24 @@ ZAVO_INLINE void complex_whole(const Plan& plan, const float* p, float* q, float
             fetch_next_columns<V>(p + 2 * r, rows, group);
             fetch_next_columns<V>(twiddles + 2 * r, rows, group - 1);
         }
-        plan.template with_complex_radix<d>(Number<0>{}, [&](auto radix) ZAVO_INLINED {
-            plan.loops([&]() ZAVO_INLINED {
+        plan.template with_complex_radix<d>(Number<0>{}, [&](auto radix) {
+            plan.loops([&]() {
                 first_columns_pass<d, decltype(radix), V>(plan.exchanged, rows, cut.inner[0], p + 2 * r,
                                                           slots, twiddles + 2 * r);
             });
         });
-        plan.for_factors(Number<1>{}, plan.first(), [&](auto t) ZAVO_INLINED {
+        plan.for_factors(Number<1>{}, plan.first(), [&](auto t) {
             const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
-            plan.template with_complex_radix<d>(t, [&](auto radix) ZAVO_INLINED {
-                plan.loops([&]() ZAVO_INLINED {
+            plan.template with_complex_radix<d>(t, [&](auto radix) {
+                plan.loops([&]() {
                     columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
                 });
             });
         });
-        for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
-            turn_block<V>(slots, plan.results.slot + k, chunk(k) + step * r, step);
-        });
+        for_blocks<V>(
+            group, [&](Index k) { turn_block<V>(slots, plan.results.slot + k, chunk(k) + step * r, step); });
     });
-    for_blocks<V>(group, [&](Index k) ZAVO_INLINED {
+    for_blocks<V>(group, [&](Index k) {
         if (interrupted_in(plan, V * rows)) {
             return;
         }

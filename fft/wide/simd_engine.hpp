@@ -111,14 +111,15 @@ void columns(Direction d, const Factors& factors, Index n, const float* p, Index
 // ---- runs: what a plan calls ----------------------------------------------------------------
 
 template <Direction d, int W, int C>
-void run_found_real(const Plan& plan, const float* p, float* q, float* scratch, float*, const float* twiddles)
+ZAVO_FLATTEN void run_found_real(const Plan& plan, const float* p, float* q, float* scratch, float*,
+                                 const float* twiddles)
 {
     const auto& found = static_cast<const RealPlan&>(plan);
     real_whole<d, W, C>(FoundRealPlan{{found.factors, found.cut}, found.members}, p, q, scratch, twiddles);
 }
 template <Direction d, int V>
-void run_found_complex(const Plan& plan, const float* p, float* q, float* scratch, float* work,
-                       const float* twiddles)
+ZAVO_FLATTEN void run_found_complex(const Plan& plan, const float* p, float* q, float* scratch, float* work,
+                                    const float* twiddles)
 {
     const auto& found = static_cast<const ComplexPlan&>(plan);
     complex_whole<d, V>(FoundComplexPlan{{found.factors, found.cut}, found.results}, p, q, scratch, work,

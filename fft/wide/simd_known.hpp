@@ -36,21 +36,22 @@ constexpr KnownLength known_length(KnownLength::Run forward, KnownLength::Run ba
 // A function for each length and direction: the optimiser does worse on all in one. V:
 // lanes of a register, at most for real transforms.
 template <Direction d, int V, class List>
-void run_known_real(const float* p, float* q, float* params)
+ZAVO_FLATTEN void run_known_real(const float* p, float* q, float* params)
 {
     using Known = KnownRealPlan<V, List>;
     real_whole<d, Known::cut.rows_width, Known::cut.columns_width>(Known{}, p, q, params,
                                                                    params + List::factors.n);
 }
 template <Direction d, int V, class List>
-void run_known_complex(const float* p, float* q, float* params)
+ZAVO_FLATTEN void run_known_complex(const float* p, float* q, float* params)
 {
     complex_whole<d, V>(KnownComplexPlan<V, List>{}, p, q, params, nullptr, params + 2 * List::factors.n);
 }
 
 // One function for both directions, of radices 2 and 4.
 template <int V, class List>
-__attribute__((noinline)) void either_complex(const float* p, float* q, float* params, bool exchanged)
+__attribute__((noinline)) ZAVO_FLATTEN void either_complex(const float* p, float* q, float* params,
+                                                           bool exchanged)
 {
     const EitherComplexPlan<V, List> plan{{}, exchanged};
     complex_whole<Direction::forward, V>(plan, p, q, params, nullptr, params + 2 * List::factors.n);

@@ -121,8 +121,8 @@ ZAVO_INLINE DigitSteps stage_steps(const Factors& factors, int t)
 
 // The rows of a stage, to q, q + apart, ...
 template <int V>
-void write_stage(const Factors& factors, int t, const DigitSteps& steps, const float* stage, float* q,
-                 Index apart)
+__attribute__((noinline)) void write_stage(const Factors& factors, int t, const DigitSteps& steps,
+                                           const float* stage, float* q, Index apart)
 {
     Index digit[most_factors] = {};
     for (;;) {
@@ -167,15 +167,15 @@ struct SmoothRows {
 
     // The pass of factor t in `count` transforms that begin with value `start`.
     template <class Which>
-    ZAVO_INLINE void pass(Which t, Index start, Index count) const
+    void pass(Which t, Index start, Index count) const
     {
         const Factors& factors = plan.factors;
         float* const joined = made_by(t) + V * start;
         float* const nested = made_by(t + 1) + V * start;
         const Shape shape{factors.ido(t), count, factors.ip[t]};
         const float* const wa = twiddles + factors.twiddle_offset(t);
-        plan.with_real_radix(t, [&](auto radix) ZAVO_INLINED {
-            plan.loops([&]() ZAVO_INLINED {
+        plan.with_real_radix(t, [&](auto radix) {
+            plan.loops([&]() {
                 real_radix_pass<d, decltype(radix), VectorLanes<V>, AllFrequencies, NestedView>(
                     shape, d == Direction::forward ? nested : joined,
                     d == Direction::forward ? joined : nested, wa);
@@ -237,14 +237,14 @@ struct SmoothRows {
     }
 
     template <class Outside>
-    ZAVO_INLINE void outer(int t, Index start, Outside* outside) const
+    void outer(int t, Index start, Outside* outside) const
     {
         if constexpr (d == Direction::backward && !Plan::is_known) {
             if (stage != nullptr) {
                 const DigitSteps steps = stage_steps<V>(plan.factors, t);
                 if (steps.floats <= near_floats) {
-                    plan.with_real_radix(plan.last(), [&](auto radix) ZAVO_INLINED {
-                        plan.loops([&]() ZAVO_INLINED {
+                    plan.with_real_radix(plan.last(), [&](auto radix) {
+                        plan.loops([&]() {
                             outer_pass<decltype(radix), false>(
                                 t, start, stage, [&](int s) ZAVO_INLINED { return steps.step[s]; });
                         });
@@ -254,9 +254,9 @@ struct SmoothRows {
                 }
             }
         }
-        plan.with_real_radix(plan.last(), [&](auto radix) ZAVO_INLINED {
-            decide(plan.template is_at_least<far_real_length>(), [&](auto far) ZAVO_INLINED {
-                plan.loops([&]() ZAVO_INLINED {
+        plan.with_real_radix(plan.last(), [&](auto radix) {
+            decide(plan.template is_at_least<far_real_length>(), [&](auto far) {
+                plan.loops([&]() {
                     outer_pass<decltype(radix), decltype(far)::value>(
                         t, start, outside, [&](int s) ZAVO_INLINED { return apart * plan.cut.weight[s]; });
                 });
@@ -266,12 +266,12 @@ struct SmoothRows {
 
     // The transform of factors t and on that begins with value `start`, pass by pass.
     template <class Which, class Outside>
-    ZAVO_INLINE void run_near(Which t, Index start, Outside* outside) const
+    void run_near(Which t, Index start, Outside* outside) const
     {
         const Factors& factors = plan.factors;
         if constexpr (d == Direction::backward) {
             Index count = 1;
-            plan.for_factors(t, plan.last(), [&](auto s) ZAVO_INLINED {
+            plan.for_factors(t, plan.last(), [&](auto s) {
                 pass(s, start, count);
                 count *= factors.ip[s];
             });
@@ -279,7 +279,7 @@ struct SmoothRows {
         } else {
             outer(t, start, outside);
             Index count = factors.after[t] / factors.ip[plan.last()];
-            plan.for_factors_falling(t, plan.last(), [&](auto s) ZAVO_INLINED {
+            plan.for_factors_falling(t, plan.last(), [&](auto s) {
                 count /= factors.ip[s];
                 pass(s, start, count);
             });
@@ -288,7 +288,7 @@ struct SmoothRows {
 
     // The same for one of any size, a large one depth first.
     template <class Outside>
-    void run(int t, Index start, Outside* outside) const
+    __attribute__((noinline)) ZAVO_FLATTEN void run(int t, Index start, Outside* outside) const
     {
         const Factors& factors = plan.factors;
         const Cut& cut = plan.cut;
@@ -310,7 +310,7 @@ struct SmoothRows {
     // by_pass: pass by pass, so that nothing is left of the partner when the last pass
     // begins.
     template <class Outside>
-    ZAVO_INLINE void run_all(Outside* outside, bool by_pass) const
+    void run_all(Outside* outside, bool by_pass) const
     {
         if constexpr (Plan::is_known) {
             run_near(plan.first(), 0, outside);
@@ -325,7 +325,8 @@ struct SmoothRows {
 // Rows of any radices: w values side by side, with `from` and `to` as ping-pong buffers;
 // says where they are.
 template <Direction d, int V>
-float* real_lanes(const Factors& factors, int first, float* from, float* to, const float* twiddles)
+__attribute__((noinline)) float* real_lanes(const Factors& factors, int first, float* from, float* to,
+                                            const float* twiddles)
 {
     for (int t = first; t < factors.count; ++t) {
         const int which = d == Direction::forward ? first + factors.count - 1 - t : t;
@@ -347,8 +348,8 @@ ZAVO_INLINE bool rows_are_odd(const Plan& plan)
 // V values from p, p + apart, ... to a chunk. by_pass: p is the chunk, when the rows are
 // even, or its partner, when they are odd.
 template <int V, class Plan>
-ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, Index apart, bool by_pass, float* chunk,
-                              float* partner, const float* twiddles)
+void rows_forward(const Plan& plan, const float* p, Index apart, bool by_pass, float* chunk, float* partner,
+                  const float* twiddles)
 {
     const Factors& factors = plan.factors;
     if (always_smooth<V, Plan> || is_smooth(factors)) {
@@ -369,8 +370,8 @@ ZAVO_INLINE void rows_forward(const Plan& plan, const float* p, Index apart, boo
 
 // The way back; `partner` may be part of q when `by_pass` is set. stage: see SmoothRows.
 template <int V, class Plan>
-ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass,
-                               float* stage, const float* twiddles)
+void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass, float* stage,
+                   const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
@@ -390,7 +391,7 @@ ZAVO_INLINE void rows_backward(const Plan& plan, float* chunk, float* partner, f
 
 // Calls work(t) for the factors before the cut; forward, the last of them is the first.
 template <Direction d, class Plan, class Work>
-ZAVO_INLINE void for_first_factors(const Plan& plan, const Work& work)
+void for_first_factors(const Plan& plan, const Work& work)
 {
     if constexpr (d == Direction::forward) {
         plan.for_factors_falling(Number<0>{}, plan.first(), work);
@@ -488,7 +489,7 @@ ZAVO_INLINE void real_columns_pass(const Shape& shape, Index count, const Member
 
 // The pairs that the next columns have in the spectrum.
 template <Direction d, int V, class Spectrum>
-void fetch_columns(const Member* members, Index count, Index t, Spectrum* spectrum)
+__attribute__((noinline)) void fetch_columns(const Member* members, Index count, Index t, Spectrum* spectrum)
 {
     constexpr Fetch what = d == Direction::forward ? for_writing : for_reading;
     for (Index e = 0; e < count; ++e) {
@@ -498,8 +499,7 @@ void fetch_columns(const Member* members, Index count, Index t, Spectrum* spectr
 }
 
 template <Direction d, int V, class Plan, class Spectrum>
-ZAVO_INLINE void columns_block(const Plan& plan, Index t, float* slots, Spectrum* spectrum,
-                               const float* twiddles)
+void columns_block(const Plan& plan, Index t, float* slots, Spectrum* spectrum, const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
@@ -507,13 +507,13 @@ ZAVO_INLINE void columns_block(const Plan& plan, Index t, float* slots, Spectrum
     if (plan.template is_at_least<far_real_length>()) {
         fetch_columns<d, V>(members.whole(), cut.group, t + V, spectrum);
     }
-    for_first_factors<d>(plan, [&](auto which) ZAVO_INLINED {
+    for_first_factors<d>(plan, [&](auto which) {
         const Shape shape = factors.shape(which);
         const Index count = members.start[which] - members.start[which + 1];
         const float* const wa = twiddles + factors.twiddle_offset(which);
-        plan.with_real_radix(which, [&](auto radix) ZAVO_INLINED {
-            decide(is_zero(which), [&](auto outermost) ZAVO_INLINED {
-                plan.loops([&]() ZAVO_INLINED {
+        plan.with_real_radix(which, [&](auto radix) {
+            decide(is_zero(which), [&](auto outermost) {
+                plan.loops([&]() {
                     real_columns_pass<d, decltype(radix), V, decltype(outermost)::value>(
                         shape, count, members.before(which), members.whole(), t, slots, spectrum, wa);
                 });
@@ -615,17 +615,17 @@ struct Unpaired {
     }
 
     // The passes of the first factors.
-    ZAVO_INLINE void transform(const float* twiddles)
+    void transform(const float* twiddles)
     {
         const Factors& factors = plan.factors;
         const Cut& cut = plan.cut;
-        for_first_factors<d>(plan, [&](auto which) ZAVO_INLINED {
+        for_first_factors<d>(plan, [&](auto which) {
             const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
             if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
                 four_unpaired<d, inner>(shape.l1, values[at], values[1 - at]);
             } else {
-                plan.with_real_radix(which, [&](auto radix) ZAVO_INLINED {
-                    plan.loops([&]() ZAVO_INLINED {
+                plan.with_real_radix(which, [&](auto radix) {
+                    plan.loops([&]() {
                         real_radix_pass<d, decltype(radix), ScalarLanes>(
                             shape, values[at], values[1 - at], twiddles + factors.twiddle_offset(which),
                             SpreadFrequencies<inner>{cut.rows});
@@ -645,7 +645,7 @@ template <Direction d, int W, int C, class Chunk>
 ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* slots)
 {
     constexpr int V = std::min(W, C);
-    for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
+    for_blocks<W>(cut.group, [&](Index g) {
         if (cut.group * cut.rows >= far_real_length) { // the rows of the next columns
             constexpr Fetch what = d == Direction::forward ? for_reading : for_writing;
             for (Index row = 2 * t + 2 * C - 1; row < 2 * t + 4 * C - 1; ++row) {
@@ -698,10 +698,10 @@ constexpr bool known_storage_fits =
 
 // The rows of all chunks, with the result for a partner.
 template <int W, class Plan, class Chunk>
-ZAVO_INLINE void all_rows_forward(const Plan& plan, const float* p, float* partner, const Chunk& chunk,
-                                  const float* twiddles)
+void all_rows_forward(const Plan& plan, const float* p, float* partner, const Chunk& chunk,
+                      const float* twiddles)
 {
-    for_blocks<W>(plan.cut.group, [&](Index g) ZAVO_INLINED {
+    for_blocks<W>(plan.cut.group, [&](Index g) {
         if (interrupted_in(plan, W * plan.cut.rows)) {
             return;
         }
@@ -711,9 +711,9 @@ ZAVO_INLINE void all_rows_forward(const Plan& plan, const float* p, float* partn
 
 // rows_forward, once in the code for all its calls.
 template <int V, class Plan>
-__attribute__((noinline)) void called_rows_forward(const Plan& plan, const float* p, Index apart,
-                                                   bool by_pass, float* chunk, float* partner,
-                                                   const float* twiddles)
+__attribute__((noinline)) ZAVO_FLATTEN void called_rows_forward(const Plan& plan, const float* p, Index apart,
+                                                                bool by_pass, float* chunk, float* partner,
+                                                                const float* twiddles)
 {
     rows_forward<V>(plan, p, apart, by_pass, chunk, partner, twiddles);
 }
@@ -721,7 +721,8 @@ __attribute__((noinline)) void called_rows_forward(const Plan& plan, const float
 // The same where the result is p, which is read to the last chunk: chunks that are still
 // empty serve as partners, and the last one is copied out of p, which is free then.
 template <int W, class Plan, class Chunk>
-void all_rows_in_place(const Plan& plan, const float* p, float* q, const Chunk& chunk, const float* twiddles)
+__attribute__((noinline)) ZAVO_FLATTEN void all_rows_in_place(const Plan& plan, const float* p, float* q,
+                                                              const Chunk& chunk, const float* twiddles)
 {
     const Cut& cut = plan.cut;
     const Index last = cut.group / W * W - W; // of those that overlap no other
@@ -750,11 +751,11 @@ void all_rows_in_place(const Plan& plan, const float* p, float* q, const Chunk& 
 // The same way back. The first chunk has the result for a partner, and the others the
 // place of the first.
 template <int W, class Plan, class Chunk>
-ZAVO_INLINE void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* scratch,
-                                   float* stage, const float* twiddles)
+void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* scratch, float* stage,
+                       const float* twiddles)
 {
     const Cut& cut = plan.cut;
-    for_blocks<W>(cut.group, [&](Index g) ZAVO_INLINED {
+    for_blocks<W>(cut.group, [&](Index g) {
         if (interrupted_in(plan, W * cut.rows)) {
             return;
         }
@@ -765,7 +766,7 @@ ZAVO_INLINE void all_rows_backward(const Plan& plan, float* q, const Chunk& chun
 }
 
 template <Direction d, int W, int C, class Plan>
-ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* scratch, const float* twiddles)
+void real_whole(const Plan& plan, const float* p, float* q, float* scratch, const float* twiddles)
 {
     alignas(64) float on_stack[stack_floats];
     const Cut& cut = plan.cut;
@@ -780,8 +781,8 @@ ZAVO_INLINE void real_whole(const Plan& plan, const float* p, float* q, float* s
     const auto chunk = [&](Index g) ZAVO_INLINED {
         return g == 0 ? first : g % W == 0 ? scratch + cut.rows * g : tail;
     };
-    const auto columns = [&](auto* spectrum) ZAVO_INLINED {
-        for_blocks<C>(cut.columns, [&](Index before_t) ZAVO_INLINED {
+    const auto columns = [&](auto* spectrum) {
+        for_blocks<C>(cut.columns, [&](Index before_t) {
             if (interrupted_in(plan, 2 * C * cut.group)) {
                 return;
             }

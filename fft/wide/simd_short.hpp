@@ -15,13 +15,13 @@ namespace { // compiled for several instruction sets: see inlining.hpp
 
 // One value at a time, by way of arrays on the stack. For lengths that fill no registers.
 template <Direction d, class List>
-void run_straight_real(const float* p, float* q, float* params)
+ZAVO_FLATTEN void run_straight_real(const float* p, float* q, float* params)
 {
     constexpr int count = List::factors.count;
     static_assert(count > 1); // no pass from p to q, which may be the same
     float between[2][List::factors.n];
     const float* from = p;
-    unroll<count>([&](auto pass) ZAVO_INLINED {
+    unroll<count>([&](auto pass) {
         constexpr int which = d == Direction::forward ? count - 1 - pass : pass;
         constexpr Shape shape = List::factors.shape(which);
         float* const to = pass == count - 1 ? q : between[pass % 2];
@@ -39,13 +39,13 @@ void run_straight_real(const float* p, float* q, float* params)
 }
 
 template <Direction d, class List>
-void run_straight_complex(const float* p, float* q, float* params)
+ZAVO_FLATTEN void run_straight_complex(const float* p, float* q, float* params)
 {
     constexpr int count = List::factors.count;
     static_assert(count > 1);
     float between[2][2 * List::factors.n];
     const float* from = p;
-    unroll<count>([&](auto pass) ZAVO_INLINED {
+    unroll<count>([&](auto pass) {
         constexpr Shape shape = List::factors.shape(pass);
         float* const to = pass == count - 1 ? q : between[pass % 2];
         complex_radix_pass<d, ComplexRadix<d, static_cast<int>(shape.ip)>, ScalarLanes>(
@@ -128,12 +128,12 @@ ZAVO_INLINE void flat_last_pass(const Shape& shape, const float* __restrict in, 
 }
 
 template <Direction d, class List>
-void run_flat_complex(const float* p, float* q, float* params)
+ZAVO_FLATTEN void run_flat_complex(const float* p, float* q, float* params)
 {
     constexpr int last = List::factors.count - 1;
     alignas(64) float between[2][2 * List::factors.n];
     const float* from = p;
-    unroll<last>([&](auto pass) ZAVO_INLINED {
+    unroll<last>([&](auto pass) {
         constexpr Shape shape = List::factors.shape(pass);
         static_assert(shape.ido >= 4);
         float* const to = between[pass % 2];

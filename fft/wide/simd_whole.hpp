@@ -96,12 +96,12 @@ using Number = std::integral_constant<int, i>;
 
 // work(std::true_type) or work(std::false_type), by a question that is a type or a value.
 template <bool answer, class Work>
-ZAVO_INLINE void decide(std::bool_constant<answer> question, const Work& work)
+void decide(std::bool_constant<answer> question, const Work& work)
 {
     work(question);
 }
 template <class Work>
-ZAVO_INLINE void decide(bool question, const Work& work)
+void decide(bool question, const Work& work)
 {
     if (question) {
         work(std::true_type{});
@@ -136,33 +136,33 @@ struct FoundPlan {
 
     // work(radix) with the butterfly of factor t.
     template <Direction d, class Work>
-    ZAVO_INLINE void with_complex_radix(int t, const Work& work) const
+    void with_complex_radix(int t, const Work& work) const
     {
         for_complex_radix<d>(factors.ip[t], work);
     }
     template <class Work>
-    ZAVO_INLINE void with_real_radix(int t, const Work& work) const
+    void with_real_radix(int t, const Work& work) const
     {
         for_real_radix(factors.ip[t], work);
     }
 
     // work(), the loops of one pass: in a function of their own, with all its registers.
     template <class Work>
-    static __attribute__((noinline)) void loops(const Work& work)
+    static __attribute__((noinline)) ZAVO_FLATTEN void loops(const Work& work)
     {
         work();
     }
 
     // work(t) for the factors begin <= t < end.
     template <class Work>
-    ZAVO_INLINE void for_factors(int begin, int end, const Work& work) const
+    void for_factors(int begin, int end, const Work& work) const
     {
         for (int t = begin; t < end; ++t) {
             work(t);
         }
     }
     template <class Work>
-    ZAVO_INLINE void for_factors_falling(int begin, int end, const Work& work) const
+    void for_factors_falling(int begin, int end, const Work& work) const
     {
         for (int t = end - 1; t >= begin; --t) {
             work(t);
@@ -198,31 +198,31 @@ struct KnownPlan {
     }
 
     template <Direction d, int t, class Work>
-    ZAVO_INLINE void with_complex_radix(Number<t>, const Work& work) const
+    void with_complex_radix(Number<t>, const Work& work) const
     {
         work(ComplexRadix<d, static_cast<int>(List::factors.ip[t])>{});
     }
     template <int t, class Work>
-    ZAVO_INLINE void with_real_radix(Number<t>, const Work& work) const
+    void with_real_radix(Number<t>, const Work& work) const
     {
         work(RealRadix<static_cast<int>(List::factors.ip[t])>{});
     }
 
     template <class Work>
-    static ZAVO_INLINE void loops(const Work& work)
+    static void loops(const Work& work)
     {
         work();
     }
 
     template <int begin, int end, class Work>
-    ZAVO_INLINE void for_factors(Number<begin>, Number<end>, const Work& work) const
+    void for_factors(Number<begin>, Number<end>, const Work& work) const
     {
-        unroll<end - begin>([&](auto i) ZAVO_INLINED { work(Number<begin + i>{}); });
+        unroll<end - begin>([&](auto i) { work(Number<begin + i>{}); });
     }
     template <int begin, int end, class Work>
-    ZAVO_INLINE void for_factors_falling(Number<begin>, Number<end>, const Work& work) const
+    void for_factors_falling(Number<begin>, Number<end>, const Work& work) const
     {
-        unroll<end - begin>([&](auto i) ZAVO_INLINED { work(Number<end - 1 - i>{}); });
+        unroll<end - begin>([&](auto i) { work(Number<end - 1 - i>{}); });
     }
 };
 
