@@ -3,16 +3,19 @@
 # reports as "invalid argument"). That is no failure of what is tested, so the start
 # is tried again, and said.
 if {$::tcl_platform(platform) eq "windows" && [llength [info commands ::exec_once]] == 0} {
-    rename ::exec ::exec_once
-    proc ::exec {args} {
-        for {set tries 1} {$tries < 4} {incr tries} {
-            set status [catch {uplevel 1 [linsert $args 0 ::exec_once]} result options]
-            if {$status == 0 || ![string match {couldn't execute*: invalid argument} $result]} {
-                break
+    foreach start {exec open} {
+        rename ::$start ::${start}_once
+        proc ::$start {args} [string map [list @ $start] {
+            for {set tries 1} {$tries < 4} {incr tries} {
+                set status [catch {uplevel 1 [linsert $args 0 ::@_once]} result options]
+                if {$status == 0 || ![string match {couldn't execute*: invalid argument} $result]} {
+                    break
+                }
+                puts stderr "@: attempt $tries: $result"
+                after 1000
             }
-            puts stderr "exec: attempt $tries: $result"
-            after 1000
-        }
-        return -options $options $result
+            return -options $options $result
+        }]
     }
+    unset start
 }
