@@ -84,9 +84,17 @@ proc good {args} {
     return [expr {![catch {exec sh -c {ulimit -t 300 && exec timeout 3600 "$@"} sh {*}$args >& $copy/log < /dev/null}]}]
 }
 
-# What notices the mutant in the copy: a suite, "compiler", or nothing.
-proc noticed_by {} {
+# What notices the mutant of a folder in the copy: a suite, "compiler", or nothing. Most
+# are noticed by the unit tests of their own folder, for which little has to be built.
+proc noticed_by {folder} {
     global copy root
+    set program unit_$folder
+    if {![good cmake --build $copy/build/release -j 2 --target $program]} {
+        return compiler
+    }
+    if {![good ctest --test-dir $copy/build/release -R ^$program\$ --timeout 1800]} {
+        return unit
+    }
     if {![good cmake --build $copy/build/release -j 2]} {
         return compiler
     }
@@ -118,7 +126,7 @@ cd $copy
 exec git init -q
 cd $root
 exec cmake -S $copy -B $copy/build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=$copy/dist 2>@1
-set result [noticed_by]
+set result [noticed_by core]
 if {$result ne ""} {
     puts "the tree as it is fails: $result; see $copy/log"
     exit 1
@@ -138,7 +146,7 @@ while {$tried < $count} {
     set channel [open $copy/$file w]
     puts -nonewline $channel [join [lreplace $lines [expr {$number - 1}] [expr {$number - 1}] $changed] \n]
     close $channel
-    set result [noticed_by]
+    set result [noticed_by $folder]
     file copy -force $root/$file $copy/$file
     file mtime $copy/$file [clock seconds]
     if {$result eq "compiler"} {
