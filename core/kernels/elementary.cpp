@@ -188,9 +188,6 @@ double of_quadrant(double r, unsigned quadrant)
 // e^x for |x| < 750. x = k ln 2 + r with |r| <= ln 2 / 2; k * ln2_high is exact.
 double exponential(double x, int extra_power)
 {
-    constexpr double ln2_high = 0x1.62e42fefa3800p-1;
-    constexpr double ln2_low = 0x1.ef35793c76730p-45;
-    constexpr double one_over_ln2 = 0x1.71547652b82fep+0;
     static constexpr auto c = reciprocal_factorials<12>(2, 1, false);
     const int k = nearest_int(x * one_over_ln2);
     const double high = x - k * ln2_high;
@@ -247,8 +244,6 @@ double exp(double x)
 double log(double x)
 {
     static constexpr auto c = reciprocal_odd_numbers<11>(3, false);
-    constexpr double ln2_high = 0x1.62e42fefa3800p-1;
-    constexpr double ln2_low = 0x1.ef35793c76730p-45;
     if (std::isnan(x) || x < 0) {
         return quiet_nan;
     }
@@ -307,15 +302,6 @@ double cosh(double x)
 double atan2(double y, double x)
 {
     static constexpr auto c = reciprocal_odd_numbers<7>(3, true);
-    static constexpr std::array<double, 9> atan_of_eighths = {0.0,
-                                                              0x1.fd5ba9aac2f6ep-4,
-                                                              0x1.f5b75f92c80ddp-3,
-                                                              0x1.6f61941e4def1p-2,
-                                                              0x1.dac670561bb4fp-2,
-                                                              0x1.1e00babdefeb4p-1,
-                                                              0x1.4978fa3269ee1p-1,
-                                                              0x1.700a7c5784634p-1,
-                                                              0x1.921fb54442d18p-1};
     if (std::isnan(x) || std::isnan(y)) {
         return quiet_nan;
     }

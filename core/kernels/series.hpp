@@ -1,11 +1,29 @@
-// Coefficients of Taylor series, computed by the compiler: exact factorials and odd
-// numbers, and one rounded division each.
+// What the elementary functions are computed with, here and in zavox. Coefficients of
+// Taylor series come from the compiler: exact factorials and odd numbers, and one rounded
+// division each.
 #pragma once
 
 #include <array>
 #include <cstddef>
 
 namespace zavo::core::series {
+
+// ln 2 = high + low to 2^-102; the high part has 42 bits, so that its products with
+// exponents are exact.
+inline constexpr double ln2_high = 0x1.62e42fefa3800p-1;
+inline constexpr double ln2_low = 0x1.ef35793c76730p-45;
+inline constexpr double one_over_ln2 = 0x1.71547652b82fep+0;
+
+// atan(i / 8).
+inline constexpr std::array<double, 9> atan_of_eighths = {0.0,
+                                                          0x1.fd5ba9aac2f6ep-4,
+                                                          0x1.f5b75f92c80ddp-3,
+                                                          0x1.6f61941e4def1p-2,
+                                                          0x1.dac670561bb4fp-2,
+                                                          0x1.1e00babdefeb4p-1,
+                                                          0x1.4978fa3269ee1p-1,
+                                                          0x1.700a7c5784634p-1,
+                                                          0x1.921fb54442d18p-1};
 
 constexpr double factorial(int n)
 {

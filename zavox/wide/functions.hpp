@@ -43,8 +43,6 @@ struct Functions : Ops<L> {
 
     static constexpr double infinity = std::numeric_limits<double>::infinity();
     static constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
-    static constexpr double ln2_high = 0x1.62e42fefa3800p-1; // 42 bits
-    static constexpr double ln2_low = 0x1.ef35793c76730p-45;
 
     // From this size on sine, cosine and tangent are left to the engine, which reduces
     // by long multiplication.
@@ -271,8 +269,9 @@ struct Functions : Ops<L> {
     static ZAVO_INLINE Exponent exponent(D x, D tail)
     {
         const D bounded = x > all(760.0) ? all(760.0) : x < all(-800.0) ? all(-800.0) : x;
-        const D k = nearest(bounded * all(0x1.71547652b82fep+0));
-        return {k, Base::minus_exact_product(bounded, k, all(ln2_high)), k * all(ln2_low) - tail};
+        const D k = nearest(bounded * all(series::one_over_ln2));
+        return {k, Base::minus_exact_product(bounded, k, all(series::ln2_high)),
+                k * all(series::ln2_low) - tail};
     }
     // e^(x + tail) 2^extra.
     static ZAVO_INLINE D power_of(const Exponent& at, double extra)
@@ -347,8 +346,8 @@ struct Functions : Ops<L> {
     {
         constexpr auto c = series::reciprocal_odd_numbers<11>(3, false);
         const D z = at.s * at.s;
-        const D rest = at.s * (all(2.0) * z * polynomial(c, z) - at.f) + at.e * all(ln2_low);
-        return at_ends_of_log(x, at.e * all(ln2_high) + (at.f + rest));
+        const D rest = at.s * (all(2.0) * z * polynomial(c, z) - at.f) + at.e * all(series::ln2_low);
+        return at_ends_of_log(x, at.e * all(series::ln2_high) + (at.f + rest));
     }
     // 1 ulp.
     static ZAVO_INLINE D log10(D x)
@@ -390,8 +389,8 @@ struct Functions : Ops<L> {
         const Pair half = quick_sum(s, tail.high);
         const D half_low = half.low + (s_low + tail_low);
         // + e ln 2, whose first part is exact
-        const Pair total = sum(scaled.e * all(ln2_high), all(2.0) * half.high);
-        const Pair ln2_rest = product(scaled.e, all(ln2_low));
+        const Pair total = sum(scaled.e * all(series::ln2_high), all(2.0) * half.high);
+        const Pair ln2_rest = product(scaled.e, all(series::ln2_low));
         const D low = total.low + (all(2.0) * half_low + ln2_rest.high) + ln2_rest.low;
         return quick_sum(total.high, low);
     }
@@ -473,15 +472,6 @@ struct Functions : Ops<L> {
     static ZAVO_INLINE D atan2(D y, D x)
     {
         constexpr auto c = series::reciprocal_odd_numbers<7>(3, true);
-        constexpr std::array<double, 9> atan_of_eighths = {0.0,
-                                                           0x1.fd5ba9aac2f6ep-4,
-                                                           0x1.f5b75f92c80ddp-3,
-                                                           0x1.6f61941e4def1p-2,
-                                                           0x1.dac670561bb4fp-2,
-                                                           0x1.1e00babdefeb4p-1,
-                                                           0x1.4978fa3269ee1p-1,
-                                                           0x1.700a7c5784634p-1,
-                                                           0x1.921fb54442d18p-1};
         D across = abs(x);
         D up = abs(y);
         const I endless = (across == all(infinity)) | (up == all(infinity)); // only the direction counts
@@ -504,8 +494,9 @@ struct Functions : Ops<L> {
         const D u = eighths == all(0.0) ? t : shifted;
         D start = all(0.0);
         for (int i = 1; i <= 8; ++i) {
-            start = eighths == all(static_cast<double>(i)) ? all(atan_of_eighths[static_cast<std::size_t>(i)])
-                                                           : start;
+            start = eighths == all(static_cast<double>(i))
+                        ? all(series::atan_of_eighths[static_cast<std::size_t>(i)])
+                        : start;
         }
         const D z = u * u;
         D angle = start + (u - u * z * polynomial(c, z));
