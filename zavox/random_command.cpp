@@ -241,7 +241,10 @@ int quantile(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     const bool done = in_parts(probabilities.size(), 30, [&](std::int64_t begin, std::int64_t end) {
         for (auto i = begin; i < end && good; ++i) {
             found[i] = engine().f_normal_inverse_cdf(given[i]);
-            good = engine().error_failed() == 0 || library_failure(interp) == TCL_OK;
+            if (engine().error_failed() != 0) {
+                library_failure(interp);
+                good = false;
+            }
         }
     });
     return done && good ? quantiles.put(interp) : TCL_ERROR;
