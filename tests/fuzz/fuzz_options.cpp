@@ -2,34 +2,15 @@
 // values of the types that its code asks for, or a code that does not exist.
 
 #include "core/zavo.h"
+#include "tests/fuzz/bytes.hpp"
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <initializer_list>
 
 namespace {
 
-class Bytes {
-public:
-    Bytes(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-    std::uint8_t byte() { return at_ < size_ ? data_[at_++] : 0; }
-    int integer()
-    {
-        std::uint8_t raw[4];
-        for (std::uint8_t& each : raw) {
-            each = byte();
-        }
-        int value = 0;
-        std::memcpy(&value, raw, sizeof value);
-        return value;
-    }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t size_;
-    std::size_t at_ = 0;
-};
+using zavo::fuzz::Bytes;
 
 constexpr int depth = 3;
 int answers[depth];

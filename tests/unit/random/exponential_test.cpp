@@ -1,6 +1,7 @@
 #include "random/exact_log.hpp"
 #include "random/random.h"
 #include "tests/support/captured_errors.hpp"
+#include "tests/unit/random/batches.hpp"
 #include "tests/unit/random/kernel_sets.hpp"
 #include "tests/unit/random/serial_definition.hpp"
 
@@ -18,13 +19,13 @@ const auto* const environment = zavo::test::cover_paths(zavo::simd::all_paths);
 using zavo::random::exact_log;
 using zavo::test::bits_of;
 using zavo::test::CapturedErrors;
+using zavo::test::expect_batches_follow;
 using zavo::test::float_of;
 using zavo::test::serial_exponential;
-using zavo::test::SerialStream;
 using zavo::test::with_each_kernel_set;
 
 // From a calculation with 120 digits, rounded once. The last four lie within
-// 2^-21 of a place of the middle between two doubles.
+// 2^-21 ulp of the midpoint of two doubles.
 TEST(random_exact_log, rounds_correctly)
 {
     constexpr struct {
@@ -129,21 +130,7 @@ TEST(random_exponential, every_length_up_to_100_in_every_kernel_set)
 
 TEST(random_exponential, batches_follow_the_serial_definition_for_every_option)
 {
-    const float empty[128] = {};
-    std::vector<float> r(70000);
-    with_each_kernel_set([&](const auto&) {
-        for (int option = 1; option <= 6; ++option) {
-            zavo_rnses(empty);
-            zavo_random_option(option);
-            zavo_random_seed_set(8);
-            SerialStream serial{option, 8};
-            zavo_f_random_exponential(70000, ZAVO_RETURN_USER, r.data(), 0);
-            for (float x : r) {
-                ASSERT_EQ(bits_of(x), bits_of(serial_exponential(serial.next())));
-            }
-        }
-    });
-    zavo_random_option(1);
+    expect_batches_follow(zavo_f_random_exponential, [](float u) { return serial_exponential(u); });
 }
 
 TEST(random_exponential, uniform_deviate_of_one_gives_zero)

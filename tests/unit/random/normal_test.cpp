@@ -1,5 +1,6 @@
 #include "random/random.h"
 #include "tests/support/captured_errors.hpp"
+#include "tests/unit/random/batches.hpp"
 #include "tests/unit/random/kernel_sets.hpp"
 #include "tests/unit/random/serial_definition.hpp"
 
@@ -14,9 +15,9 @@ namespace {
 
 using zavo::test::bits_of;
 using zavo::test::CapturedErrors;
+using zavo::test::expect_batches_follow;
 using zavo::test::float_of;
 using zavo::test::serial_normal;
-using zavo::test::SerialStream;
 using zavo::test::with_each_kernel_set;
 
 constexpr float epsilon = 0x1p-23F;
@@ -172,21 +173,7 @@ TEST(random_normal, first_deviate_of_seed_1)
 
 TEST(random_normal, batches_follow_the_serial_definition_for_every_option)
 {
-    const float empty[128] = {};
-    std::vector<float> r(70000);
-    with_each_kernel_set([&](const auto&) {
-        for (int option = 1; option <= 6; ++option) {
-            zavo_rnses(empty);
-            zavo_random_option(option);
-            zavo_random_seed_set(8);
-            SerialStream serial{option, 8};
-            zavo_f_random_normal(70000, ZAVO_RETURN_USER, r.data(), 0);
-            for (float x : r) {
-                ASSERT_EQ(bits_of(x), bits_of(serial_normal(serial.next())));
-            }
-        }
-    });
-    zavo_random_option(1);
+    expect_batches_follow(zavo_f_random_normal, [](float u) { return serial_normal(u); });
 }
 
 // The uniform deviate 1, which the largest 63 states give, has no normal one.
