@@ -2,7 +2,6 @@
 
 #include "core/kernels/vector_kernels.h"
 
-#include <cassert>
 #include <cmath>
 
 namespace zavo::fft {
@@ -26,7 +25,9 @@ int nearest_power(double v, double p)
 
 std::int64_t padded_length(std::int64_t m)
 {
-    assert(m >= 1);
+    if (m < 1) {
+        return 2 * m; // there is nothing to pad, and no logarithm
+    }
     const double target = static_cast<double>(m);
     std::int64_t best = 2 * m;
     for (int a = 0; a <= nearest_power(target, 5.0); ++a) {
