@@ -28,15 +28,14 @@ namespace { // compiled for several instruction sets: see inlining.hpp
 
 // From this length on the values outside are prefetched.
 constexpr Index far_real_length = 32 * 1024;
-// At these lengths rows backward go out by a stage, and G is at least staged_group where
-// that leaves no chunk that overlaps another: backward the first chunk has the result for
-// a partner and runs pass by pass, which should not be all of them. Where it can be, rows
-// have at most staged_rows values, so that chunk, partner and stage are in L1 or near it.
-// Longer transforms lose more by columns that are further apart.
-constexpr Index staged_real_length = 16 * 1024;
-constexpr Index end_of_staged_real = 256 * 1024;
-constexpr Index staged_group = 64;
-constexpr Index staged_rows = 512;
+// From this length on rows backward go out in strips of so many neighbours, four lines of
+// the cache. Up to the other length the cut leaves a G of whole strips, and rows of at most
+// short_rows values, where that can be: they, their partner and the stage are in L1 or near
+// it. Longer transforms lose more by columns that are further apart.
+constexpr Index strip = 64;
+constexpr Index shortest_in_strips = 16 * 1024;
+constexpr Index end_of_short_rows = 256 * 1024;
+constexpr Index short_rows = 512;
 
 // Columns: with even R the registers may reach t = R / 2, whose values are put right
 // afterwards. Rows: the widest registers whose overlapping chunk fits the stack. Columns
@@ -65,13 +64,13 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
         }
         return cut.rows_width != 0 && cut.columns_width != 0 && floats() <= stack_floats;
     };
-    if (factors.n >= staged_real_length && factors.n < end_of_staged_real) {
-        for (const Index longest : {staged_rows, factors.n}) {
-            const Cut staged = choose_cut(factors, 2, [&](Cut& cut) ZAVO_INLINED {
-                return cut.group >= staged_group && cut.rows <= longest && fit(cut) && !cut.has_tail();
+    if (factors.n >= shortest_in_strips && factors.n < end_of_short_rows) {
+        for (const Index longest : {short_rows, factors.n}) {
+            const Cut found = choose_cut(factors, 2, [&](Cut& cut) ZAVO_INLINED {
+                return cut.group >= strip && cut.rows <= longest && fit(cut) && !cut.has_tail();
             });
-            if (staged.first != 0) {
-                return staged;
+            if (found.first != 0) {
+                return found;
             }
         }
     }
@@ -80,13 +79,10 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
 
 // ---- rows ----------------------------------------------------------------------------
 
-// Rows backward of a staged transform end in a block on the stack, and go out from there
-// one after the other. In the order of the last pass, which has reversed digits, they
-// would go to places so many powers of two apart that all share a few sets of the cache,
-// and each would wait for its line.
-
-// How many lines ahead of its writing one is asked for.
-constexpr Index lines_ahead = 6;
+// Rows backward of a long transform end in a block on the stack, and go out from there a
+// strip of neighbours at a time. Their places are so many powers of two apart that all
+// share a few sets of the cache, and each visit waits for its line, but hardly longer for
+// four of them.
 
 // Where the values of a block of rows stand, by the digits of the factors t and on.
 struct DigitSteps {
@@ -94,22 +90,14 @@ struct DigitSteps {
     Index floats; // from the first value to the end of the last one
 };
 
-// Where a chunk fits the stage and steps outside are rich in twos: others reach more sets
-// of the cache as they are.
-ZAVO_INLINE bool stage_pays(const Cut& cut)
-{
-    return cut.group % staged_group == 0 && !cut.has_tail() && cut.chunk_floats(1) <= near_floats;
-}
-
-// In the stage: in order, with a line left out wherever a step would be a power of two
-// that the sets of the cache repeat after.
-template <int V>
+// In the stage: in order, a strip for each value, with a line left out wherever a step
+// would be a power of two that the sets of the cache repeat after.
 ZAVO_INLINE DigitSteps stage_steps(const Factors& factors, int t)
 {
     constexpr Index longest_plain_step = 256;
     constexpr Index line = 16;
     DigitSteps steps;
-    Index step = V;
+    Index step = strip;
     for (int s = t; s < factors.count; ++s) {
         steps.step[s] = step;
         step *= factors.ip[s];
@@ -119,7 +107,7 @@ ZAVO_INLINE DigitSteps stage_steps(const Factors& factors, int t)
     return steps;
 }
 
-// The rows of a stage, to q, q + apart, ...
+// The strips of a stage, to q, q + apart, ...
 template <int V>
 __attribute__((noinline)) void write_stage(const Factors& factors, int t, const DigitSteps& steps,
                                            const float* stage, float* q, Index apart)
@@ -128,8 +116,9 @@ __attribute__((noinline)) void write_stage(const Factors& factors, int t, const 
     for (;;) {
         const float* from = stage;
         for (Index n = 0; n < factors.ip[t]; ++n) {
-            fetch<V, for_writing>(q, apart * lines_ahead);
-            store<V>(q, load<V>(from));
+            for (Index at = 0; at < strip; at += V) {
+                store<V>(q + at, load<V>(from + at));
+            }
             from += steps.step[t];
             q += apart;
         }
@@ -160,8 +149,7 @@ struct SmoothRows {
     float* chunk;
     float* partner;
     const float* twiddles;
-    Index apart;            // from value to value outside: G, or V where a chunk was copied out
-    float* stage = nullptr; // backward, when values go out in order: room for near_floats
+    Index apart; // from value to value outside: G, or V where a chunk was copied out
 
     ZAVO_INLINE float* made_by(int t) const { return (t - plan.cut.first) % 2 == 0 ? chunk : partner; }
 
@@ -239,21 +227,6 @@ struct SmoothRows {
     template <class Outside>
     void outer(int t, Index start, Outside* outside) const
     {
-        if constexpr (d == Direction::backward && !Plan::is_known) {
-            if (stage != nullptr) {
-                const DigitSteps steps = stage_steps<V>(plan.factors, t);
-                if (steps.floats <= near_floats) {
-                    plan.with_real_radix(plan.last(), [&](auto radix) {
-                        plan.loops([&]() {
-                            outer_pass<decltype(radix), false>(
-                                t, start, stage, [&](int s) ZAVO_INLINED { return steps.step[s]; });
-                        });
-                    });
-                    write_stage<V>(plan.factors, t, steps, stage, outside, apart * plan.cut.weight[t]);
-                    return;
-                }
-            }
-        }
         plan.with_real_radix(plan.last(), [&](auto radix) {
             decide(plan.template is_at_least<far_real_length>(), [&](auto far) {
                 plan.loops([&]() {
@@ -286,7 +259,34 @@ struct SmoothRows {
         }
     }
 
-    // The same for one of any size, a large one depth first.
+    // The same for a chunk that is such a transform, backward and to a stage.
+    __attribute__((noinline)) ZAVO_FLATTEN void run_to_stage(int t, float* stage,
+                                                             const DigitSteps& steps) const
+    {
+        Index count = 1;
+        for (int s = t; s < plan.last(); ++s) {
+            pass(s, 0, count);
+            count *= plan.factors.ip[s];
+        }
+        plan.with_real_radix(plan.last(), [&](auto radix) {
+            plan.loops([&]() {
+                outer_pass<decltype(radix), false>(t, 0, stage,
+                                                   [&](int s) ZAVO_INLINED { return steps.step[s]; });
+            });
+        });
+    }
+
+    // Backward, the passes of the factors t to end - 1, depth first.
+    __attribute__((noinline)) ZAVO_FLATTEN void run_until(int end, int t, Index start) const
+    {
+        const Factors& factors = plan.factors;
+        pass(t, start, 1);
+        for (Index j = 0; j < factors.ip[t] && t + 1 < end; ++j) {
+            run_until(end, t + 1, start + factors.after[t + 1] * j);
+        }
+    }
+
+    // The transform of factors t and on, of any size, a large one depth first.
     template <class Outside>
     __attribute__((noinline)) ZAVO_FLATTEN void run(int t, Index start, Outside* outside) const
     {
@@ -368,16 +368,16 @@ void rows_forward(const Plan& plan, const float* p, Index apart, bool by_pass, f
     }
 }
 
-// The way back; `partner` may be part of q when `by_pass` is set. stage: see SmoothRows.
+// The way back; `partner` may be part of q when `by_pass` is set.
 template <int V, class Plan>
-void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass, float* stage,
+void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass,
                    const float* twiddles)
 {
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
     if (always_smooth<V, Plan> || is_smooth(factors)) {
-        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group, stage}.run_all(
-            q, by_pass);
+        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group}.run_all(q,
+                                                                                                    by_pass);
         return;
     }
     if constexpr (!always_smooth<V, Plan>) {
@@ -751,8 +751,7 @@ __attribute__((noinline)) ZAVO_FLATTEN void all_rows_in_place(const Plan& plan, 
 // The same way back. The first chunk has the result for a partner, and the others the
 // place of the first.
 template <int W, class Plan, class Chunk>
-void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* scratch, float* stage,
-                       const float* twiddles)
+void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* scratch, const float* twiddles)
 {
     const Cut& cut = plan.cut;
     for_blocks<W>(cut.group, [&](Index g) {
@@ -761,8 +760,91 @@ void all_rows_backward(const Plan& plan, float* q, const Chunk& chunk, float* sc
         }
         float* const values = chunk(g);
         float* const partner = g == 0 && values == scratch ? q : scratch;
-        rows_backward<W>(plan, values, partner, q + g, g == 0, stage, twiddles);
+        rows_backward<W>(plan, values, partner, q + g, g == 0, twiddles);
     });
+}
+
+// How many values of a row follow each other in a strip: as many as G lacks.
+ZAVO_INLINE Index values_of_strip(const Cut& cut)
+{
+    return cut.group < strip ? strip / cut.group : 1;
+}
+
+// Whether rows backward go out in strips. Values that follow each other differ in the
+// first digit of the rows.
+template <class Plan>
+ZAVO_INLINE bool in_strips(const Plan& plan)
+{
+    const Index values = values_of_strip(plan.cut);
+    return plan.template is_at_least<shortest_in_strips>() && plan.cut.group * values % strip == 0 &&
+           plan.factors.ip[plan.first()] % values == 0 && !plan.cut.has_tail() && is_smooth(plan.factors);
+}
+
+// The chunks lie side by side in scratch. Those of a strip first take the passes that
+// leave blocks of rows small enough for a stage, and then block by block the others; a
+// block has a partner of its own beside the stage.
+template <int W>
+__attribute__((noinline)) void rows_in_strips(const FoundPlan& plan, float* q, float* scratch,
+                                              float* on_stack, const float* twiddles)
+{
+    using Rows = SmoothRows<Direction::backward, W, FoundPlan>;
+    constexpr Index most_staged = 16 * 1024;
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
+    int near = cut.first;
+    while (strip * factors.after[near] > most_staged) {
+        ++near;
+    }
+    const DigitSteps steps = stage_steps(factors, near);
+    const Index block = factors.after[near];
+    float* const stage = on_stack;
+    float* const block_partner = on_stack + (steps.floats + 15) / 16 * 16;
+    assert((steps.floats + 15) / 16 * 16 + W * block <= stack_floats);
+    assert(near > cut.first || cut.group >= strip);
+    const bool odd = (near - cut.first) % 2 != 0;
+    const Index values = values_of_strip(cut);
+    const Index neighbours = strip / values;
+    const Index apart = factors.after[cut.first + 1]; // values of a row that follow each other
+    for (Index g = 0; g < cut.group; g += neighbours) {
+        // The first strip has the result for a partner, and the others the place of the first.
+        float* const partner = g == 0 ? q : scratch;
+        float* const chunks = scratch + cut.rows * g;
+        for (Index c = 0; c < neighbours && near > cut.first; c += W) {
+            if (interrupted_in(plan, W * cut.rows)) {
+                return;
+            }
+            // The last of these passes is to end in the chunk.
+            float* const chunk = chunks + cut.rows * c;
+            if (odd) {
+                std::memcpy(partner, chunk, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
+            }
+            Rows{plan, odd ? partner : chunk, odd ? chunk : partner, twiddles, 0}.run_until(near, cut.first,
+                                                                                            0);
+        }
+        for (Index start = 0; start < cut.rows; start += block) {
+            if (start / apart % values != 0) {
+                continue; // went out with one before it
+            }
+            if (interrupted_in(plan, strip * block)) {
+                return;
+            }
+            for (Index v = 0; v < values; ++v) {
+                for (Index c = 0; c < neighbours; c += W) {
+                    float* const from = chunks + cut.rows * c + W * (start + apart * v);
+                    Rows{plan, odd ? block_partner : from, odd ? from : block_partner, twiddles, 0}
+                        .run_to_stage(near, stage + neighbours * v + c, steps);
+                }
+            }
+            Index first_place = 0;
+            Index digits = start / block;
+            for (int t = near - 1; t >= cut.first; --t) {
+                first_place += digits % factors.ip[t] * cut.weight[t];
+                digits /= factors.ip[t];
+            }
+            write_stage<W>(factors, near, steps, stage, q + g + cut.group * first_place,
+                           cut.group * cut.weight[near]);
+        }
+    }
 }
 
 template <Direction d, int W, int C, class Plan>
@@ -776,7 +858,8 @@ void real_whole(const Plan& plan, const float* p, float* q, float* scratch, cons
     assert(cut.slot_floats() + cut.has_tail() * cut.chunk_floats(1) <= stack_floats);
     // What the last pass of the rows backward reads may not lie in the result.
     const bool smooth = always_smooth<W, Plan> || is_smooth(plan.factors);
-    const bool starts_in_result = d == Direction::backward && rows_are_odd(plan) != smooth;
+    const bool strips = d == Direction::backward && in_strips(plan);
+    const bool starts_in_result = d == Direction::backward && !strips && rows_are_odd(plan) != smooth;
     float* first = starts_in_result && p != q ? q : scratch;
     const auto chunk = [&](Index g) ZAVO_INLINED {
         return g == 0 ? first : g % W == 0 ? scratch + cut.rows * g : tail;
@@ -835,11 +918,13 @@ void real_whole(const Plan& plan, const float* p, float* q, float* scratch, cons
             std::memcpy(q, scratch, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
             first = q;
         }
-        // Nothing is left of the slots by now.
-        static_assert(near_floats <= stack_floats);
-        const bool staged = plan.template is_at_least<staged_real_length>() &&
-                            !plan.template is_at_least<end_of_staged_real>() && stage_pays(cut);
-        all_rows_backward<W>(plan, q, chunk, scratch, staged ? slots : nullptr, twiddles);
+        if constexpr (!Plan::is_known) {
+            if (strips) {
+                rows_in_strips<W>(plan, q, scratch, slots, twiddles); // of which nothing is left by now
+                return;
+            }
+        }
+        all_rows_backward<W>(plan, q, chunk, scratch, twiddles);
     }
 }
 
