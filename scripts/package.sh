@@ -36,7 +36,7 @@ run_cpack() {
 }
 
 package_linux() {
-    need_packages dpkg-dev zip tcl
+    need_packages dpkg-dev file zip tcl
     # Nothing of an earlier build; the libraries for Tcl 9 where they have been built.
     rm -rf dist
     bash scripts/docs.sh build

@@ -111,6 +111,9 @@ public:
                 break;
             }
         }
+        if (!is_final(found.status) && has_value_ && !std::isfinite(reference_)) {
+            go_back_to_best();
+        }
         if (!is_final(found.status) && active_ == 0 && !evaluations_.must_end() &&
             evaluations_.count() < problem_.limit) {
             finish_inside();
@@ -380,6 +383,16 @@ private:
         return variable(k) != i ? 0.0 : (k <= problem_.rows + n_ ? -1.0 : 1.0);
     }
 
+    // From an end without a value, which rounding or a wrong gradient can lead to. Which
+    // constraints are active at the best place is not known.
+    void go_back_to_best()
+    {
+        std::copy_n(best_x_.get(), count_, x_.get());
+        reference_ = best_f_;
+        residual_ = promised_ = infinity;
+        active_ = 0;
+    }
+
     // A start without a value is stopped at.
     static bool is_final(Status status)
     {
@@ -551,7 +564,7 @@ void ConstrainedRun::report(const ConstrainedOutcome& found, bool gained)
     case all_fixed:
         set_point(u_.get());
         active_ = found.active_count;
-        end(ZAVO_RUN_CONVERGED, all_variables_fixed);
+        end(no_value_ ? ZAVO_RUN_NO_VALUE : ZAVO_RUN_CONVERGED, no_value_ ? 0 : all_variables_fixed);
         outcome_.value = best_f_;
         break;
     case stopped:

@@ -71,6 +71,16 @@ std::vector<float> ramp(std::size_t n)
 
 constexpr int seed = 12345;
 
+// The next number of operations before a question.
+std::int64_t after(std::int64_t operations)
+{
+#ifdef __SANITIZE_ADDRESS__
+    return operations * 2 + 1; // the same code, many times slower
+#else
+    return operations * 3 / 2 + 1;
+#endif
+}
+
 void check(const char* name, const std::function<Result()>& call)
 {
     CapturedErrors errors;
@@ -81,7 +91,7 @@ void check(const char* name, const std::function<Result()>& call)
     void* const mark = zavo::core::work_mark();
     int interrupted = 0;
     bool came_to_its_end = false;
-    for (std::int64_t operations = 1; !came_to_its_end; operations = operations * 3 / 2 + 1) {
+    for (std::int64_t operations = 1; !came_to_its_end; operations = after(operations)) {
         zavo_random_seed_set(seed);
         const Question question{operations};
         const Result found = call();

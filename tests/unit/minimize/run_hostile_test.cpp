@@ -182,6 +182,8 @@ TEST(hostile_runs, what_an_outcome_says_is_true)
             sum += value;
         }
         EXPECT_FALSE(std::isfinite(outcome.value) && run.calls > 1 && outcome.value != run.f(x));
+        EXPECT_TRUE(std::isfinite(outcome.value) ||
+                    !(outcome.status == ZAVO_RUN_CONVERGED || outcome.status == ZAVO_RUN_UNCERTAIN));
         if (free) {
             const double before = run.f({run.start.begin(), run.start.end()});
             EXPECT_TRUE(outcome.value <= before || !std::isfinite(before));
