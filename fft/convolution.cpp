@@ -17,8 +17,8 @@
 #include "fft/tables/factors.hpp"
 #include "fft/tables/padded_length.hpp"
 
-#include <cassert>
 #include <algorithm>
+#include <cassert>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>

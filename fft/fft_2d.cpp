@@ -12,8 +12,8 @@
 #include "fft/complex_values.hpp"
 #include "fft/posting.hpp"
 
-#include <cassert>
 #include <algorithm>
+#include <cassert>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>

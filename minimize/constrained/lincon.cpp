@@ -5,8 +5,8 @@
 #include "core/errors/error_stack.h"
 #include "core/kernels/vector_kernels.h"
 
-#include <cassert>
 #include <algorithm>
+#include <cassert>
 
 namespace zavo::minimize {
 namespace {
