@@ -798,8 +798,9 @@ __attribute__((noinline)) void rows_in_strips(const FoundPlan& plan, float* q, f
     const DigitSteps steps = stage_steps(factors, near);
     const Index block = factors.after[near];
     float* const stage = on_stack;
-    float* const block_partner = on_stack + (steps.floats + 15) / 16 * 16;
-    assert((steps.floats + 15) / 16 * 16 + W * block <= stack_floats);
+    const Index stage_floats = (steps.floats + 15) / 16 * 16;
+    float* const block_partner = on_stack + stage_floats;
+    assert(stage_floats + W * block <= stack_floats);
     assert(near > cut.first || cut.group >= strip);
     const bool odd = (near - cut.first) % 2 != 0;
     const Index values = values_of_strip(cut);
