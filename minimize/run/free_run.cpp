@@ -439,14 +439,12 @@ private:
     // up and down each axis; y: the steps.
     bool second_derivatives()
     {
-        float* const x = w_.x_new;
-        std::copy_n(x_, n_, x);
         for (int i = 0; i < n_; ++i) {
             const double wanted =
-                second_difference_step * std::max(std::fabs(double{x[i]}), least_part * w_.sizes[i]);
-            w_.y[i] = double{static_cast<float>(x[i] + wanted)} - x[i];
-            w_.s[i] = value_with(x, i, static_cast<float>(x[i] + w_.y[i]));
-            w_.hy[i] = value_with(x, i, static_cast<float>(x[i] - w_.y[i]));
+                second_difference_step * std::max(std::fabs(double{x_[i]}), least_part * w_.sizes[i]);
+            w_.y[i] = double{static_cast<float>(x_[i] + wanted)} - x_[i];
+            w_.s[i] = value_with(x_, i, static_cast<float>(x_[i] + w_.y[i]));
+            w_.hy[i] = value_with(x_, i, static_cast<float>(x_[i] - w_.y[i]));
             const double bend = w_.s[i] - 2.0 * f_ + w_.hy[i];
             if (!std::isfinite(bend)) {
                 return false;
@@ -454,13 +452,13 @@ private:
             w_.curvature[i] = bend / (w_.y[i] * w_.y[i]);
         }
         for (int i = 0; i < n_; ++i) {
-            const float here = x[i];
+            const float here = x_[i];
             for (int j = i + 1; j < n_; ++j) {
-                x[i] = static_cast<float>(here + w_.y[i]);
-                double sum = value_with(x, j, static_cast<float>(x[j] + w_.y[j]));
-                x[i] = static_cast<float>(here - w_.y[i]);
-                sum += value_with(x, j, static_cast<float>(x[j] - w_.y[j]));
-                x[i] = here;
+                x_[i] = static_cast<float>(here + w_.y[i]);
+                double sum = value_with(x_, j, static_cast<float>(x_[j] + w_.y[j]));
+                x_[i] = static_cast<float>(here - w_.y[i]);
+                sum += value_with(x_, j, static_cast<float>(x_[j] - w_.y[j]));
+                x_[i] = here;
                 sum += 2.0 * f_ - w_.s[i] - w_.hy[i] - w_.s[j] - w_.hy[j];
                 if (!std::isfinite(sum)) {
                     return false;
