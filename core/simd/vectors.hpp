@@ -167,72 +167,32 @@ ZAVO_INLINE void store_pairs(float* p, const Vector<V>& re, const Vector<V>& im,
     }
 }
 
-// Lane orders that take fewer shuffles, and none that compete for the shuffle port when
-// loading: lane t holds the pair laced<V>(t) or folded<V>(t).
-template <int V>
-constexpr int laced(int t)
-{
-    return t / 2 + t % 2 * (V / 2);
-}
+// The lane order that takes one shuffle for a register, and none across quarters: lane t
+// holds the pair folded<V>(t). With all bits of t turned over, all bits of that are.
 template <int V>
 constexpr int folded(int t)
 {
     return t / 4 * 2 + t % 2 + t % 4 / 2 * (V / 2);
 }
 
-// Even (h = 0) or odd places of re and of im in turn.
+// In every four places, the even (h = 0) or odd ones of a and then of b.
 template <int h, class T, std::size_t... I>
-ZAVO_INLINE T laced_half(T re, T im, std::index_sequence<I...>)
+ZAVO_INLINE T mixed_halves(T a, T b, std::index_sequence<I...>)
 {
     constexpr std::size_t V = sizeof...(I);
-    return __builtin_shufflevector(re, im, static_cast<int>(I % 2 * V + I / 2 * 2 + h)...);
+    return __builtin_shufflevector(a, b, static_cast<int>(I % 4 / 2 * V + I / 4 * 4 + I % 2 * 2 + h)...);
 }
-
-// Even places of a and of b in turn, and the odd ones. A load can duplicate every
-// other value on its way (movsldup, movshdup).
-template <int V>
-ZAVO_INLINE Vector<V> even_in_turn(const float* a, const float* b)
-{
-#ifdef __AVX512F__
-    if constexpr (V == 16) {
-        return (Vector<16>)_mm512_mask_moveldup_ps((__m512)load<16>(a), 0xAAAA, (__m512)load<16>(b));
-    }
-#endif
-#ifdef __AVX2__
-    if constexpr (V == 8) {
-        return (Vector<8>)_mm256_blend_ps((__m256)load<8>(a), _mm256_moveldup_ps((__m256)load<8>(b)), 0xAA);
-    }
-    if constexpr (V == 4) {
-        return (Vector<4>)_mm_blend_ps((__m128)load<4>(a), _mm_moveldup_ps((__m128)load<4>(b)), 0xA);
-    }
-#endif
-    return laced_half<0>(load<V>(a), load<V>(b), Places<V>{});
-}
-template <int V>
-ZAVO_INLINE Vector<V> odd_in_turn(const float* a, const float* b)
-{
-#ifdef __AVX512F__
-    if constexpr (V == 16) {
-        return (Vector<16>)_mm512_mask_movehdup_ps((__m512)load<16>(b), 0x5555, (__m512)load<16>(a));
-    }
-#endif
-#ifdef __AVX2__
-    if constexpr (V == 8) {
-        return (Vector<8>)_mm256_blend_ps((__m256)load<8>(b), _mm256_movehdup_ps((__m256)load<8>(a)), 0x55);
-    }
-    if constexpr (V == 4) {
-        return (Vector<4>)_mm_blend_ps((__m128)load<4>(b), _mm_movehdup_ps((__m128)load<4>(a)), 0x5);
-    }
-#endif
-    return laced_half<1>(load<V>(a), load<V>(b), Places<V>{});
-}
-
 // In every four places, the first two (h = 0) or the last two of a and of b in turn.
 template <int h, class T, std::size_t... I>
 ZAVO_INLINE T mixed_singles(T a, T b, std::index_sequence<I...>)
 {
     constexpr std::size_t V = sizeof...(I);
     return __builtin_shufflevector(a, b, static_cast<int>((I % 2) * V + I / 4 * 4 + 2 * h + I % 4 / 2)...);
+}
+template <class T, std::size_t... I>
+ZAVO_INLINE T reversed(T a, std::index_sequence<I...>)
+{
+    return __builtin_shufflevector(a, a, static_cast<int>(sizeof...(I) - 1 - I)...);
 }
 template <class T, std::size_t... I>
 ZAVO_INLINE T pairs_reversed(T a, std::index_sequence<I...>)
@@ -251,40 +211,43 @@ ZAVO_INLINE void fetch(const float* p, std::ptrdiff_t ahead)
     }
 }
 
+// V / 2 pairs from low and as many from high.
 template <int V>
-ZAVO_INLINE Pairs<V> load_laced(const float* p)
+ZAVO_INLINE Pairs<V> load_folded(const float* low, const float* high)
 {
-    return {even_in_turn<V>(p, p + V), odd_in_turn<V>(p, p + V)};
+    const Vector<V> a = load<V>(low), b = load<V>(high);
+    return {mixed_halves<0>(a, b, Places<V>{}), mixed_halves<1>(a, b, Places<V>{})};
 }
-
 template <int V>
-ZAVO_INLINE void store_laced(float* p, const Vector<V>& re, const Vector<V>& im)
+ZAVO_INLINE Pairs<V> load_folded(const float* p)
 {
-    store<V>(p, laced_half<0>(re, im, Places<V>{}));
-    store<V>(p + V, laced_half<1>(re, im, Places<V>{}));
+    return load_folded<V>(p, p + V);
+}
+template <int V>
+ZAVO_INLINE void store_folded(float* low, float* high, const Vector<V>& re, const Vector<V>& im)
+{
+    store<V>(low, mixed_singles<0>(re, im, Places<V>{}));
+    store<V>(high, mixed_singles<1>(re, im, Places<V>{}));
+}
+template <int V>
+ZAVO_INLINE void store_folded(float* p, const Vector<V>& re, const Vector<V>& im)
+{
+    store_folded<V>(p, p + V, re, im);
 }
 
 // The same with pair t at p - 2 t.
 template <int V>
-ZAVO_INLINE Pairs<V> load_laced_falling(const float* p)
+ZAVO_INLINE Pairs<V> load_folded_falling(const float* p)
 {
-    const float* const low = p - 2 * (V - 1);
-    return {pairs_reversed(even_in_turn<V>(low + V, low), Places<V>{}),
-            pairs_reversed(odd_in_turn<V>(low + V, low), Places<V>{})};
+    const Pairs<V> rising = load_folded<V>(p - 2 * (V - 1));
+    return {reversed(rising.re, Places<V>{}), reversed(rising.im, Places<V>{})};
 }
 template <int V>
-ZAVO_INLINE void store_laced_falling(float* p, const Vector<V>& re, const Vector<V>& im)
+ZAVO_INLINE void store_folded_falling(float* p, const Vector<V>& re, const Vector<V>& im)
 {
     float* const low = p - 2 * (V - 1);
-    store<V>(low, pairs_reversed(laced_half<1>(re, im, Places<V>{}), Places<V>{}));
-    store<V>(low + V, pairs_reversed(laced_half<0>(re, im, Places<V>{}), Places<V>{}));
-}
-
-template <int V>
-ZAVO_INLINE void store_folded(float* p, const Vector<V>& re, const Vector<V>& im)
-{
-    store<V>(p, mixed_singles<0>(re, im, Places<V>{}));
-    store<V>(p + V, mixed_singles<1>(re, im, Places<V>{}));
+    store<V>(low, pairs_reversed(mixed_singles<1>(re, im, Places<V>{}), Places<V>{}));
+    store<V>(low + V, pairs_reversed(mixed_singles<0>(re, im, Places<V>{}), Places<V>{}));
 }
 
 // ---- transposition ------------------------------------------------------------------
@@ -297,19 +260,18 @@ ZAVO_INLINE T mixed_doubles(T a, T b, std::index_sequence<I...>)
     return __builtin_shufflevector(a, b, static_cast<int>(I % 4 / 2 * V + I / 4 * 4 + 2 * h + I % 2)...);
 }
 // Four rows of quarters of four places: each block of 4 by 4 transposed.
-template <int V>
-ZAVO_INLINE void transpose_quarters(const float* a, const float* b, const float* c, const float* d,
-                                    Vector<V>* rows)
+template <class T>
+ZAVO_INLINE void transpose_quarters(T* rows)
 {
-    constexpr Places<V> places;
-    const Vector<V> even_ab = even_in_turn<V>(a, b);
-    const Vector<V> even_cd = even_in_turn<V>(c, d);
-    const Vector<V> odd_ab = odd_in_turn<V>(a, b);
-    const Vector<V> odd_cd = odd_in_turn<V>(c, d);
-    rows[0] = mixed_doubles<0>(even_ab, even_cd, places);
-    rows[1] = mixed_doubles<0>(odd_ab, odd_cd, places);
-    rows[2] = mixed_doubles<1>(even_ab, even_cd, places);
-    rows[3] = mixed_doubles<1>(odd_ab, odd_cd, places);
+    constexpr Places<static_cast<int>(sizeof(T) / sizeof(float))> places;
+    const T low_02 = mixed_singles<0>(rows[0], rows[2], places);
+    const T low_13 = mixed_singles<0>(rows[1], rows[3], places);
+    const T high_02 = mixed_singles<1>(rows[0], rows[2], places);
+    const T high_13 = mixed_singles<1>(rows[1], rows[3], places);
+    rows[0] = mixed_singles<0>(low_02, low_13, places);
+    rows[1] = mixed_singles<1>(low_02, low_13, places);
+    rows[2] = mixed_singles<0>(high_02, high_13, places);
+    rows[3] = mixed_singles<1>(high_02, high_13, places);
 }
 
 // Even (h = 0) or odd quarters of a and then of b.
@@ -344,21 +306,19 @@ template <int V, class From, class To>
 ZAVO_INLINE void transpose(const From& from, const To& to)
 {
     constexpr Places<V> places;
-    Vector<V> block[V];
-    unroll<V / 4>([&](auto i) {
-        constexpr int r = 4 * i;
-        transpose_quarters<V>(from(r), from(r + 1), from(r + 2), from(r + 3), block + r);
-    });
-    unroll<4>([&](auto c) {
+    Vector<V> rows[V];
+    unroll<V>([&](auto i) ZAVO_INLINED { rows[i] = load<V>(from(i)); });
+    unroll<V / 4>([&](auto i) ZAVO_INLINED { transpose_quarters(rows + 4 * i); });
+    unroll<4>([&](auto c) ZAVO_INLINED {
         if constexpr (V == 4) {
-            store<4>(to(c), block[c]);
+            store<4>(to(c), rows[c]);
         } else if constexpr (V == 8) {
-            store<8>(to(c), halves_joined<0>(block[c], block[4 + c], places));
-            store<8>(to(4 + c), halves_joined<1>(block[c], block[4 + c], places));
+            store<8>(to(c), halves_joined<0>(rows[c], rows[4 + c], places));
+            store<8>(to(4 + c), halves_joined<1>(rows[c], rows[4 + c], places));
         } else {
-            unroll<2>([&](auto h) {
-                const Vector<V> low = halves_joined<h>(block[c], block[4 + c], places);
-                const Vector<V> high = halves_joined<h>(block[8 + c], block[12 + c], places);
+            unroll<2>([&](auto h) ZAVO_INLINED {
+                const Vector<V> low = halves_joined<h>(rows[c], rows[4 + c], places);
+                const Vector<V> high = halves_joined<h>(rows[8 + c], rows[12 + c], places);
                 store<V>(to(8 * h + c), quarters_joined<0>(low, high, places));
                 store<V>(to(8 * h + 4 + c), quarters_joined<1>(low, high, places));
             });

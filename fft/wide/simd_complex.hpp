@@ -70,14 +70,14 @@ ZAVO_INLINE void exchange_if(bool exchanged, Vector<V>& re, Vector<V>& im)
 
 // ---- columns -----------------------------------------------------------------------------
 
-// The twiddles of V neighbouring columns, in laced order like all values here.
+// The twiddles of V neighbouring columns, in folded order like all values here.
 template <int V, int ip>
 struct ColumnTwiddles {
     Pairs<V> w[ip];
     ZAVO_INLINE ColumnTwiddles(const float* wa, Index block)
     {
         for (int j = 1; j < ip; ++j) {
-            w[j] = load_laced<V>(wa + (j - 1) * block);
+            w[j] = load_folded<V>(wa + (j - 1) * block);
         }
     }
 };
@@ -103,7 +103,7 @@ ZAVO_INLINE void first_columns_pass(bool exchanged, Index rows, Index inner, con
         const Slots<V> out{slots, 2 * V * inner};
         complex_step<d, Radix, V>(
             [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
-                const Pairs<V> x = load_laced<V>(p + block * j);
+                const Pairs<V> x = load_folded<V>(p + block * j);
                 re = x.re;
                 im = x.im;
                 exchange_if<V>(exchanged, re, im);
@@ -145,7 +145,7 @@ ZAVO_INLINE void turn_block(const float* slots, const std::uint16_t* result, flo
 {
     for (int part = 0; part < 2 * V; part += V) {
         transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * result[folded<V>(k)] + part; },
-                     [&](int r) ZAVO_INLINED { return to + step * laced<V>(r) + part; });
+                     [&](int r) ZAVO_INLINED { return to + step * folded<V>(r) + part; });
     }
 }
 

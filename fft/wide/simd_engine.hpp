@@ -46,7 +46,7 @@ void first_pass_from_array(const Shape& shape, const float* p, Index stride, flo
         const Slots<V> out{lanes + 2 * V * u, 2 * V * shape.ido};
         complex_step<d, Radix, V>(
             [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
-                const Pairs<V> x = load_laced<V>(p + stride * (u + shape.ido * j));
+                const Pairs<V> x = load_folded<V>(p + stride * (u + shape.ido * j));
                 re = x.re;
                 im = x.im;
             },
@@ -69,7 +69,7 @@ void last_pass_to_array(const Shape& shape, const float* lanes, float* q, Index 
             },
             [](int, Vector<V>&, Vector<V>&) ZAVO_INLINED {},
             [&](int j, const Vector<V>& re, const Vector<V>& im)
-                ZAVO_INLINED { store_laced<V>(q + stride * (k + shape.l1 * j), re, im); });
+                ZAVO_INLINED { store_folded<V>(q + stride * (k + shape.l1 * j), re, im); });
     }
 }
 

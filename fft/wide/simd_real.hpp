@@ -402,15 +402,15 @@ void for_first_factors(const Plan& plan, const Work& work)
 
 // ---- columns -----------------------------------------------------------------------------
 
-// The pairs of a member for the V frequencies from t on, in laced order. Frequency f
+// The pairs of a member for the V frequencies from t on, in folded order. Frequency f
 // stands at values[2 f + zero].
 template <int V, int sign>
 ZAVO_INLINE Pairs<V> load_member(const float* values, Index zero, Member member, Index t)
 {
     if constexpr (sign > 0) {
-        return load_laced<V>(values + (2 * (member.base + t) + zero));
+        return load_folded<V>(values + (2 * (member.base + t) + zero));
     } else {
-        return load_laced_falling<V>(values + (2 * (member.base - t) + zero));
+        return load_folded_falling<V>(values + (2 * (member.base - t) + zero));
     }
 }
 template <int V, int sign>
@@ -418,9 +418,9 @@ ZAVO_INLINE void store_member(float* values, Index zero, Member member, Index t,
                               const Vector<V>& im)
 {
     if constexpr (sign > 0) {
-        store_laced<V>(values + (2 * (member.base + t) + zero), re, im);
+        store_folded<V>(values + (2 * (member.base + t) + zero), re, im);
     } else {
-        store_laced_falling<V>(values + (2 * (member.base - t) + zero), re, im);
+        store_folded_falling<V>(values + (2 * (member.base - t) + zero), re, im);
     }
 }
 
@@ -657,7 +657,7 @@ ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* s
                 for (int c = 0; c < C; c += V) {
                     // there is no second part of t = R / 2
                     const auto rows = [&](int i) ZAVO_INLINED {
-                        return chunk(g) + W * std::min(2 * (t + laced<C>(c + i)) - 1 + part, cut.rows - 1) +
+                        return chunk(g) + W * std::min(2 * (t + folded<C>(c + i)) - 1 + part, cut.rows - 1) +
                                w;
                     };
                     const auto columns = [&](int i) ZAVO_INLINED {

@@ -39,35 +39,36 @@ void run_complex_64(const float* p, float* q, float* params)
     const float* const twiddles = params + 2 * 64;
     V re[4], im[4], yre[4], yim[4];
     for (int j = 0; j < 4; ++j) {
-        const Pairs<16> x = load_laced<16>(p + 32 * j);
+        const Pairs<16> x = load_folded<16>(p + 32 * j);
         re[j] = x.re;
         im[j] = x.im;
     }
     Radix::butterfly(re, im, yre, yim);
     for (int f = 1; f < 4; ++f) {
-        const Pairs<16> w = load_laced<16>(twiddles + 32 * (f - 1));
+        const Pairs<16> w = load_folded<16>(twiddles + 32 * (f - 1));
         apply_twiddle<d>(w.re, w.im, yre[f], yim[f]);
     }
-    // In laced order the high bit of j2 is the lowest of the lane, and the low one the highest.
+    // In folded order the low bit of j2 is the highest of the lane, and the high one the
+    // second; those of j3 are the third and the lowest.
     const auto halves = [](auto h, const V& a, const V& b)
                             ZAVO_INLINED { return halves_joined<h>(a, b, Places<16>{}); };
-    const auto neighbours = [](auto h, const V& a, const V& b)
-                                ZAVO_INLINED { return laced_half<h>(a, b, Places<16>{}); };
-    exchange_digit(yre, re, halves, neighbours);
-    exchange_digit(yim, im, halves, neighbours);
+    const auto doubles = [](auto h, const V& a, const V& b)
+                             ZAVO_INLINED { return mixed_doubles<h>(a, b, Places<16>{}); };
+    exchange_digit(yre, re, halves, doubles);
+    exchange_digit(yim, im, halves, doubles);
     Radix::butterfly(re, im, yre, yim);
     for (int f = 1; f < 4; ++f) {
         constexpr __mmask16 all = 0xFFFF; // (g++ 12 warns of what the forms without a mask leave undefined)
-        const __m512 w = _mm512_maskz_broadcast_f32x8(all, (__m256)load<8>(twiddles + 96 + 8 * (f - 1)));
-        apply_twiddle<d>((V)_mm512_maskz_moveldup_ps(all, w), (V)_mm512_maskz_movehdup_ps(all, w), yre[f],
+        const V w = (V)_mm512_maskz_broadcast_f32x8(all, (__m256)load<8>(twiddles + 96 + 8 * (f - 1)));
+        apply_twiddle<d>(mixed_halves<0>(w, w, Places<16>{}), mixed_halves<1>(w, w, Places<16>{}), yre[f],
                          yim[f]);
     }
-    const auto doubles = [](auto h, const V& a, const V& b)
-                             ZAVO_INLINED { return mixed_doubles<h>(a, b, Places<16>{}); };
+    const auto singles = [](auto h, const V& a, const V& b)
+                             ZAVO_INLINED { return mixed_halves<h>(a, b, Places<16>{}); };
     const auto quarters = [](auto h, const V& a, const V& b)
                               ZAVO_INLINED { return quarters_joined<h>(a, b, Places<16>{}); };
-    exchange_digit(yre, re, doubles, quarters);
-    exchange_digit(yim, im, doubles, quarters);
+    exchange_digit(yre, re, singles, quarters);
+    exchange_digit(yim, im, singles, quarters);
     Radix::butterfly(re, im, yre, yim);
     for (int f = 0; f < 4; ++f) {
         store_folded<16>(q + 32 * f, yre[f], yim[f]);

@@ -72,20 +72,20 @@ ZAVO_INLINE void flat_pass(const Shape& shape, const float* __restrict in, float
     const auto butterfly = [&](Index i, Index k, Index i_high, Index k_high) ZAVO_INLINED {
         Vector<8> re[ip], im[ip], yre[ip], yim[ip];
         for (int j = 0; j < ip; ++j) {
-            const float* const low = in + 2 * joined.at(i, j, k);
-            const float* const high = in + 2 * joined.at(i_high, j, k_high);
-            re[j] = even_in_turn<8>(low, high);
-            im[j] = odd_in_turn<8>(low, high);
+            const Pairs<8> x =
+                load_folded<8>(in + 2 * joined.at(i, j, k), in + 2 * joined.at(i_high, j, k_high));
+            re[j] = x.re;
+            im[j] = x.im;
         }
         Radix::butterfly(re, im, yre, yim);
         for (int j = 0; j < ip; ++j) {
             if (j > 0) {
-                const float* const w = wa + 2 * (j - 1) * ido;
-                apply_twiddle<d>(even_in_turn<8>(w + 2 * i, w + 2 * i_high),
-                                 odd_in_turn<8>(w + 2 * i, w + 2 * i_high), yre[j], yim[j]);
+                const float* const at = wa + 2 * (j - 1) * ido;
+                const Pairs<8> w = load_folded<8>(at + 2 * i, at + 2 * i_high);
+                apply_twiddle<d>(w.re, w.im, yre[j], yim[j]);
             }
-            store<8>(out + 2 * split.at(i, k, j), laced_half<0>(yre[j], yim[j], Places<8>{}));
-            store<8>(out + 2 * split.at(i_high, k_high, j), laced_half<1>(yre[j], yim[j], Places<8>{}));
+            store_folded<8>(out + 2 * split.at(i, k, j), out + 2 * split.at(i_high, k_high, j), yre[j],
+                            yim[j]);
         }
     };
     if (ido == 4) {
