@@ -139,12 +139,12 @@ ZAVO_INLINE void columns_pass(Index rows, Index inner, Index l1, float* slots, c
 }
 
 // V results of V columns, to V slots `step` apart whose lanes are results, in folded
-// order.
-template <int V>
-ZAVO_INLINE void turn_block(const float* slots, const std::uint16_t* result, float* to, Index step)
+// order. slot(k): where result k of them stands.
+template <int V, class Slot>
+ZAVO_INLINE void turn_block(const float* slots, const Slot& slot, float* to, Index step)
 {
     for (int part = 0; part < 2 * V; part += V) {
-        transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * result[folded<V>(k)] + part; },
+        transpose<V>([&](int k) ZAVO_INLINED { return slots + 2 * V * slot(folded<V>(k)) + part; },
                      [&](int r) ZAVO_INLINED { return to + step * folded<V>(r) + part; });
     }
 }
@@ -441,10 +441,33 @@ struct EitherComplexPlan : KnownComplexPlan<V, List> {
     bool exchanged;
 };
 
+// How many blocks of columns go through a pass before the next one: the processor has work
+// while the end of a pass is on its way to the beginning of the next. Registers of 16
+// lanes are too few for that to pay.
+template <int V, class Plan>
+constexpr Index columns_at_once = 1;
+template <class Plan>
+requires Plan::is_known constexpr Index columns_at_once<8, Plan> = Plan::cut.rows % 16 == 0 ? 2 : 1;
+
+// Whether the slots of a block's results are as far apart in every block, so that their
+// distances are known when compiling.
+template <int V, class Plan>
+constexpr bool slots_add_up = false;
+template <int V, class Plan>
+requires Plan::is_known constexpr bool slots_add_up<V, Plan> = [] {
+    const std::uint16_t* const slot = Plan::results.slot;
+    bool add_up = Plan::cut.group % V == 0;
+    for (Index k = 0; k < Plan::cut.group; ++k) {
+        add_up = add_up && slot[k] == slot[k / V * V] + slot[k % V];
+    }
+    return add_up;
+}();
+
 template <Direction d, int V, class Plan>
 void complex_whole(const Plan& plan, const float* p, float* q, float* scratch, float* work,
                    const float* twiddles)
 {
+    constexpr Index at_once = columns_at_once<V, Plan>;
     alignas(64) float on_stack[stack_floats];
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
@@ -452,7 +475,7 @@ void complex_whole(const Plan& plan, const float* p, float* q, float* scratch, f
     const Index group = cut.group;
     const bool smooth = always_smooth<V, Plan> || is_smooth(factors);
     float* const slots = on_stack;
-    float* const partner = fits_stack(factors, cut) ? on_stack + cut.slot_floats() : work;
+    float* const partner = fits_stack(factors, cut) ? on_stack + at_once * cut.slot_floats() : work;
     float* const tail = partner + (smooth ? 0 : cut.chunk_floats(2));
     assert(partner != nullptr && cut.group * cut.rows == factors.n);
     // Rows in order have to lie in a result that is not read any more, and slots across
@@ -464,30 +487,53 @@ void complex_whole(const Plan& plan, const float* p, float* q, float* scratch, f
         return in_order ? q + 2 * k : k % V == 0 ? scratch + 2 * rows * k : tail;
     };
 
-    for_blocks<V>(rows, [&](Index r) {
+    for_blocks<at_once * V>(rows, [&](Index first) {
         if (interrupted_in(plan, V * group)) {
             return;
         }
         if (plan.template is_at_least<scattered_complex_length>()) {
-            fetch_next_columns<V>(p + 2 * r, rows, group);
-            fetch_next_columns<V>(twiddles + 2 * r, rows, group - 1);
+            fetch_next_columns<V>(p + 2 * first, rows, group);
+            fetch_next_columns<V>(twiddles + 2 * first, rows, group - 1);
         }
+        // work(r, its slots)
+        const auto for_columns = [&](const auto& work) ZAVO_INLINED {
+            for (Index b = 0; b < at_once; ++b) {
+                work(first + V * b, slots + cut.slot_floats() * b);
+            }
+        };
         plan.template with_complex_radix<d>(Number<0>{}, [&](auto radix) {
             plan.loops([&]() {
-                first_columns_pass<d, decltype(radix), V>(plan.exchanged, rows, cut.inner[0], p + 2 * r,
-                                                          slots, twiddles + 2 * r);
-            });
-        });
-        plan.for_factors(Number<1>{}, plan.first(), [&](auto t) {
-            const float* const wa = twiddles + 2 * (factors.twiddle_offset(t) + r);
-            plan.template with_complex_radix<d>(t, [&](auto radix) {
-                plan.loops([&]() {
-                    columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), slots, wa);
+                for_columns([&](Index r, float* of_block) ZAVO_INLINED {
+                    first_columns_pass<d, decltype(radix), V>(plan.exchanged, rows, cut.inner[0], p + 2 * r,
+                                                              of_block, twiddles + 2 * r);
                 });
             });
         });
-        for_blocks<V>(
-            group, [&](Index k) { turn_block<V>(slots, plan.results.slot + k, chunk(k) + step * r, step); });
+        plan.for_factors(Number<1>{}, plan.first(), [&](auto t) {
+            const float* const wa = twiddles + 2 * factors.twiddle_offset(t);
+            plan.template with_complex_radix<d>(t, [&](auto radix) {
+                plan.loops([&]() {
+                    for_columns([&](Index r, float* of_block) ZAVO_INLINED {
+                        columns_pass<d, decltype(radix), V>(rows, cut.inner[t], factors.l1(t), of_block,
+                                                            wa + 2 * r);
+                    });
+                });
+            });
+        });
+        for_columns([&](Index r, const float* of_block) ZAVO_INLINED {
+            for_blocks<V>(group, [&](Index k) {
+                const std::uint16_t* const slot = plan.results.slot + k;
+                float* const to = chunk(k) + step * r;
+                if constexpr (slots_add_up<V, Plan>) {
+                    turn_block<V>(
+                        of_block + 2 * V * slot[0], [](int i) ZAVO_INLINED { return Plan::results.slot[i]; },
+                        to, step);
+                } else {
+                    turn_block<V>(
+                        of_block, [&](int i) ZAVO_INLINED { return slot[i]; }, to, step);
+                }
+            });
+        });
     });
     for_blocks<V>(group, [&](Index k) {
         if (interrupted_in(plan, V * rows)) {
