@@ -44,6 +44,15 @@ Path best_path()
     return static_cast<Path>(found);
 }
 
+bool has_path(Path path)
+{
+    bool of_family = false;
+    for (const Path each : all_paths) {
+        of_family = of_family || each == path;
+    }
+    return of_family && path <= best_path();
+}
+
 constinit int path_or_unknown = unknown;
 
 // Leaves a limit that another thread has set meanwhile.

@@ -42,14 +42,7 @@ const char* name_of(Path path);
 
 // The widest path of this processor, and whether it has a path.
 Path best_path();
-inline bool has_path(Path path)
-{
-    bool of_family = false;
-    for (const Path each : all_paths) {
-        of_family = of_family || each == path;
-    }
-    return of_family && path <= best_path();
-}
+bool has_path(Path path);
 
 // The path in use: the best, unless limit_path holds it down for the whole process.
 extern int path_or_unknown; // behind path_in_use; -1 before the first question

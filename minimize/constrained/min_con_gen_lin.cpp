@@ -222,6 +222,10 @@ extern "C" float* zavo_f_min_con_gen_lin(zavo_constrained_objective_fn fcn, int 
         zavo::core::Trapping::with_own_stack);
     call.restore_matrix();
     const bool good = finished && !frame.terminated();
-    const bool stored = frame.run([&] { call.store_results(good); });
-    return good && stored ? call.hand_over() : nullptr;
+    if (frame.run([&] { call.store_results(good); }) && good) {
+        return call.hand_over();
+    }
+    // Some may stand at addresses before the one that faulted.
+    frame.run([&] { call.store_results(false); });
+    return nullptr;
 }

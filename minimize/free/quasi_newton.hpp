@@ -157,8 +157,9 @@ private:
             } else if (search_.result == search_without_progress || search_.result == search_stuck ||
                        relative_gradient(n_, there_.x, there_.f, there_.g, problem_.xscale,
                                          problem_.fscale) <= 0.1F) {
+                assert(search_.result != search_cut); // which stays where it began
                 switch_to_central(there_);
-                search_.result = search_.result == search_cut ? search_cut : search_good;
+                search_.result = search_good;
             }
         }
         judge_in_a_row();

@@ -111,7 +111,8 @@ public:
                 break;
             }
         }
-        if (!is_final(found.status) && has_value_ && !std::isfinite(reference_)) {
+        assert(is_final(found.status) || has_value_);
+        if (!is_final(found.status) && !std::isfinite(reference_)) {
             go_back_to_best();
         }
         if (!is_final(found.status) && active_ == 0 && !evaluations_.must_end() &&

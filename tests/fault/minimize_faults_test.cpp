@@ -206,6 +206,27 @@ float nested(int, float* x)
     return x[0] * x[0] + x[1] * x[1];
 }
 
+// The first answers are stored by then, and are taken back.
+TEST(minimize_faults, a_fault_while_the_answers_are_stored_leaves_none)
+{
+    fault_at = 0;
+    CapturedErrors errors;
+    std::vector<float> a = rows;
+    int nobody = 0;
+    int* list = &nobody;
+    float value = 77;
+    float* multipliers = &value;
+    int* const nowhere = reinterpret_cast<int*>(sizeof(int)); // on the page of the null pointer
+    EXPECT_EQ(zavo_f_min_con_gen_lin(constrained_bowl, 2, 3, 0, a.data(), right, lower, upper,
+                                     ZAVO_ACTIVE_LIST, &list, ZAVO_MULTIPLIERS, &multipliers,
+                                     ZAVO_ACTIVE_COUNT, nowhere, 0),
+              nullptr);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(multipliers, nullptr);
+    EXPECT_EQ(a, rows);
+    EXPECT_EQ(errors.last().type, ZAVO_TERMINAL);
+}
+
 TEST(minimize_faults, a_fault_in_a_nested_run_ends_that_run_alone)
 {
     CapturedErrors errors;

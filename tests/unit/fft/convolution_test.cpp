@@ -261,6 +261,39 @@ TEST(convolution, workers_make_the_table_in_the_first_call_of_a_series)
     }
 }
 
+// A single call makes its table too. ipad 2 and 3 leave y out.
+TEST(convolution, correlation_by_its_fixed_name)
+{
+    constexpr int n = 3;
+    const float x[n] = {1, 2, 3};
+    const float y[n] = {4, 5, 7};
+    for (const int pad : {0, 1, 2, 3}) {
+        const float* const second = pad >= 2 ? x : y;
+        const int period = pad % 2 == 0 ? n : 5; // of the sums; lags below 0 stand behind
+        for (const int mode : {0, 1, 2, 3}) {
+            float z[8] = {}, zhat[8], xwork[8], ywork[8];
+            float table[2 * 8 + 15] = {};
+            int nz = 0;
+            if (mode >= 2) {
+                const int first = 1;
+                R2ORL(&first, &n, x, y, &pad, &nz, z, zhat, xwork, ywork, table);
+            }
+            R2ORL(&mode, &n, x, y, &pad, &nz, z, zhat, xwork, ywork, table);
+            ASSERT_GE(nz, period);
+            ASSERT_LE(nz, 8);
+            for (int lag = pad % 2 == 0 ? 0 : 1 - n; lag < n; ++lag) {
+                float sum = 0;
+                for (int i = 0; i < n; ++i) {
+                    const int j = pad % 2 == 0 ? (i + lag) % n : i + lag;
+                    sum += j >= 0 && j < n ? x[j] * second[i] : 0.0F;
+                }
+                EXPECT_NEAR(z[(lag + nz) % nz], sum, 1e-4)
+                    << "pad " << pad << " mode " << mode << " lag " << lag;
+            }
+        }
+    }
+}
+
 TEST(convolution, every_allocation_may_fail)
 {
     CapturedErrors errors;

@@ -346,6 +346,37 @@ TEST(min_con, drivers_with_less_than_no_constraint_leave_their_answers)
     EXPECT_EQ(status, -1);
 }
 
+// x + y <= 2 cuts the way to the least value off at (0.5, 1.5).
+TEST(min_con, drivers_hand_out_point_value_and_active_constraints)
+{
+    for (const bool with_gradient : {false, true}) {
+        CapturedErrors errors;
+        const int two = 2, one = 1, none = 0, limit = 400;
+        const float a[] = {1, 1}, b[] = {2}, lower[] = {-10, -10}, upper[] = {10, 10}, start[] = {0, 0};
+        const float accuracy = 3.5e-4F;
+        float x[2], multipliers[2], work[2 * 2 + 11 * 2 + 1]; // n n + 11 n + m
+        int active[1 + 2 * 2];                                // m + 2 n
+        float f = -99;
+        int count = -1;
+        int status = -99;
+        if (with_gradient) {
+            L2ONG(bowl, bowl_gradient, &two, &one, &none, a, &one, b, lower, upper, start, &accuracy, &limit,
+                  x, &f, &count, active, multipliers, &none, &status, work);
+        } else {
+            L2ONF(bowl, &two, &one, &none, a, &one, b, lower, upper, start, &accuracy, &limit, x, &f, &count,
+                  active, multipliers, &none, &status, work);
+        }
+        EXPECT_NEAR(x[0], 0.5F, 2e-3F);
+        EXPECT_NEAR(x[1], 1.5F, 2e-3F);
+        EXPECT_NEAR(f, 0.5F, 2e-3F);
+        EXPECT_EQ(count, 1);
+        EXPECT_EQ(active[0], 1);
+        EXPECT_NEAR(multipliers[0], 1.0F, 1e-2F);
+        EXPECT_NE(status, -99);
+        EXPECT_EQ(errors.codes(), "1/8088");
+    }
+}
+
 TEST(min_con, inconsistent_constraints_are_told_apart)
 {
     const struct {

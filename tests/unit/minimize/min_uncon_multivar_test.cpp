@@ -242,6 +242,31 @@ TEST(min_uncon, fixed_names_refuse_no_variable_and_leave_the_value)
     EXPECT_EQ(f, 77.0F);
 }
 
+TEST(min_uncon, fixed_name_drivers_hand_out_the_least_value)
+{
+    for (const bool with_gradient : {false, true}) {
+        CapturedErrors errors;
+        const int n = 1;
+        const float start = 4;
+        float scale = 1;
+        const float fscale = 1, gradient_tol = 1e-3F, step_tol = 1e-5F, relative_tol = 1e-10F, limit = 1000;
+        const int digits = 7, most = 100, hessian = 0;
+        float x = -99;
+        float f = -99;
+        float work[9]; // n (n + 8)
+        if (with_gradient) {
+            U2ING(parabola_of_one, slope_of_parabola, &n, &start, &scale, &fscale, &gradient_tol, &step_tol,
+                  &relative_tol, &limit, &digits, &most, &most, &most, &hessian, &x, &f, work);
+        } else {
+            U2INF(parabola_of_one, &n, &start, &scale, &fscale, &gradient_tol, &step_tol, &relative_tol,
+                  &limit, &digits, &most, &most, &most, &hessian, &x, &f, work);
+        }
+        EXPECT_NEAR(x, 0.0F, 1e-3F);
+        EXPECT_EQ(f, x * x);
+        EXPECT_EQ(errors.codes(), "6/8034"); // one variable
+    }
+}
+
 // From x = 4 along -8, which the limit cuts to -2.
 TEST(min_uncon, fixed_name_search_tells_a_step_of_the_greatest_length)
 {

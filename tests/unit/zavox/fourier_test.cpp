@@ -5,6 +5,7 @@
 #include "core/system/memory.hpp"
 #include "fft/real_fft.h"
 #include "tests/support/captured_errors.hpp"
+#include "tests/support/uninterrupted.hpp"
 
 #include <cmath>
 #include <complex>
@@ -312,6 +313,45 @@ TEST(zavox_fourier, every_allocation_may_fail)
             }
             ASSERT_LT(nth, 40);
         }
+    }
+}
+
+// The table of a chirp's own length may have made room for others in the meantime.
+TEST(zavox_fourier, the_table_of_a_chirp_that_is_kept_is_made_again)
+{
+    const CapturedErrors errors;
+    Fourier fourier;
+    constexpr int prime = 17;
+    const std::vector<f_complex> x = noise(32, 1);
+    std::vector<f_complex> wanted(prime), y(x.size());
+    ASSERT_TRUE(fourier.complex(Sign::minus, prime, x.data(), wanted.data()));
+    for (const int n : {20, 21, 22, 24, 25, 26, 27, 28, 30}) {
+        ASSERT_TRUE(fourier.complex(Sign::minus, n, x.data(), y.data()));
+    }
+    zavo_fail_allocation(1);
+    EXPECT_FALSE(fourier.complex(Sign::minus, prime, x.data(), y.data()));
+    zavo_fail_allocation(0);
+    ASSERT_TRUE(fourier.complex(Sign::minus, prime, x.data(), y.data()));
+    for (std::size_t k = 0; k < prime; ++k) {
+        EXPECT_EQ(y[k].re, wanted[k].re);
+        EXPECT_EQ(y[k].im, wanted[k].im);
+    }
+}
+
+// What was ended leaves nothing half made behind.
+TEST(zavox_fourier, may_be_ended_at_every_question)
+{
+    constexpr int n = 17;
+    const std::vector<f_complex> x = noise(n, 1);
+    const std::vector<Complex> wanted = definition(Sign::minus, x);
+    Fourier fourier;
+    std::vector<f_complex> y(n);
+    const int endings =
+        support::endings_until_done([&] { return fourier.complex(Sign::minus, n, x.data(), y.data()); });
+    EXPECT_GT(endings, 0);
+    for (std::size_t k = 0; k < n; ++k) {
+        EXPECT_NEAR(y[k].re, wanted[k].real(), 1e-5);
+        EXPECT_NEAR(y[k].im, wanted[k].imag(), 1e-5);
     }
 }
 
