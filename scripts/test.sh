@@ -33,7 +33,7 @@ mutants   | demand |         | changes of one line that the tests must notice; N
 long      | demand |         | the tests of minutes; NAME as for unit
 browser   | demand |         | the manual in headless Chromium: links, searches, a width like a telephone
 tsan      | demand |         | the tests of threads under ThreadSanitizer
-fuzz      | demand |         | each target with inputs of its own for ZAVO_FUZZ_SECONDS (60); NAME: a target
+fuzz      | demand |         | each target with inputs of its own for ZAVO_FUZZ_SECONDS (60) or ZAVO_FUZZ_RUNS of them; NAME: a target
 '
 declare -A about=()
 ordinary=()
@@ -301,9 +301,9 @@ test_fuzz() {
     configure_and_build fuzz
     for piece in "${targets[@]}"; do
         program=build/fuzz/tests/fuzz_$piece
-        say "fuzzing $piece for ${ZAVO_FUZZ_SECONDS:-60} seconds"
+        say "fuzzing $piece for ${ZAVO_FUZZ_SECONDS:-60} seconds${ZAVO_FUZZ_RUNS:+ or $ZAVO_FUZZ_RUNS inputs}"
         mkdir -p "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
-        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -max_len=4096 -verbosity=0 -print_final_stats=1 \
+        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -runs="${ZAVO_FUZZ_RUNS:--1}" -max_len=4096 -verbosity=0 -print_final_stats=1 \
             -artifact_prefix="build/fuzz/found/" "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
     done
 }
