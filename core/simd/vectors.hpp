@@ -26,7 +26,13 @@ using Vector = typename Register<V>::Type;
 template <int V>
 ZAVO_INLINE Vector<V> load(const float* p)
 {
-    return *reinterpret_cast<const typename Register<V>::Unaligned*>(p);
+    Vector<V> v = *reinterpret_cast<const typename Register<V>::Unaligned*>(p);
+#ifdef __AVX2__
+    if constexpr (V > 4) { // (what takes narrow ones is short, and not held up by loads)
+        asm("" : "+v"(v)); // or else every instruction that takes v would read it again
+    }
+#endif
+    return v;
 }
 template <int V>
 ZAVO_INLINE void store(float* p, Vector<V> v)

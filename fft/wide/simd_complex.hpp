@@ -156,19 +156,18 @@ template <Direction d, class Radix, int V>
 ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, Index step, const float* __restrict wa)
 {
     constexpr int ip = Radix::ip;
-    Slots<V> at{slots, step * ido};
-    for (Index b = 0; b < blocks; ++b) {
-        for (Index u = 0; u < ido; ++u) {
-            const float* const w = wa + 2 * u;
+    for (Index u = 0; u < ido; ++u) {
+        const float* const w = wa + 2 * u;
+        Slots<V> at{slots + step * u, step * ido};
+        for (Index b = 0; b < blocks; ++b) {
             complex_step<d, Radix, V>(
                 [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED { at.load(j, re, im); },
                 [&](int j, Vector<V>& re, Vector<V>& im) ZAVO_INLINED {
                     apply_twiddle<d>(w[2 * (j - 1) * ido], w[2 * (j - 1) * ido + 1], re, im);
                 },
                 [&](int j, const Vector<V>& re, const Vector<V>& im) ZAVO_INLINED { at.store(j, re, im); });
-            at.first += step;
+            at.first += at.step * ip;
         }
-        at.first += at.step * (ip - 1);
     }
 }
 
