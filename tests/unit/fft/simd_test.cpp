@@ -185,6 +185,21 @@ TEST(simd, rows_with_large_prime_factors_have_the_scalar_bits)
     }
 }
 
+// A slab that is longer than a radix above 1025 goes one value at a time.
+TEST(simd, two_large_prime_factors_have_the_scalar_bits)
+{
+    constexpr int n = 1031 * 1033;
+    const Tables tables = tables_of(n);
+    const auto x = noise(n, 1);
+    const auto run = [&](Path path) {
+        return by_path(path, transforms[0], Direction::forward, n, x, tables[0].get(), Place::on_a_line);
+    };
+    const auto expected = run(Path::scalar);
+    for (const Path path : wide_paths()) {
+        EXPECT_TRUE(same_bits(run(path), expected)) << name_of(path);
+    }
+}
+
 TEST(simd, powers_of_two_with_code_of_their_own_have_the_scalar_bits)
 {
     for (int n = 32; n <= 8192; n *= 2) {
