@@ -55,6 +55,18 @@ struct KnownPowers {
     }
 };
 
+// Passes of real plans over registers of one width, of a chunk of rows or a block of columns:
+// rows_forward, rows_backward and columns_block of simd_real.hpp.
+struct RealPasses {
+    void (*rows_forward)(const RealPlan&, const float* p, Index apart, bool by_pass, float* chunk,
+                         float* partner, const float* twiddles);
+    void (*rows_backward)(const RealPlan&, float* chunk, float* partner, float* q, bool by_pass,
+                          const float* twiddles);
+    void (*columns_forward)(const RealPlan&, Index t, float* slots, float* spectrum, const float* twiddles);
+    // By direction, and R (m + 1/2) before R m.
+    int (*unpaired[2][2])(const RealPlan&, float* from, float* to, const float* twiddles);
+};
+
 struct SimdPath {
     KnownPowers known_real;
     KnownPowers known_complex;
@@ -62,6 +74,8 @@ struct SimdPath {
     // known; false when the path has nothing for it.
     bool (*plan_real)(RealPlan& plan);
     bool (*plan_complex)(ComplexPlan& plan);
+    // Lent to a path with wider registers; null where there is none.
+    RealPasses real_passes;
     // Complex transforms of length factors.n of n columns, by rows with the column
     // dimensions ldp and ldq. work: column_work(factors.n) floats.
     void (*columns)(Direction, const Factors&, Index n, const float* p, Index ldp, float* q, Index ldq,

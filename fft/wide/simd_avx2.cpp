@@ -14,6 +14,7 @@ const SimdPath avx2_path = {
     powers(complex_powers<8>),
     plan_real<8>,
     plan_complex<8>,
+    real_passes<8>,
     columns<8>,
     rotate_real<8>,
     rotate_complex<8>,

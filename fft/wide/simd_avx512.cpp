@@ -30,6 +30,7 @@ const SimdPath avx512_path = {
     powers(complex_lengths),
     plan_real<16>,
     plan_complex<16>,
+    {},
     columns<16>,
     rotate_real<16>,
     rotate_complex<16>,

@@ -234,7 +234,7 @@ void near_rows(const Plan& plan, Which which, float* slots, float* q, Index stri
         blocks *= factors.ip[t];
     });
     plan.template with_complex_radix<d>(plan.last(), [&](auto radix) {
-        decide(plan.template is_at_least<far_complex_length>(), [&](auto far) {
+        decide(is_long<V, far_complex_length>(plan), [&](auto far) {
             plan.loops([&]() {
                 last_rows_pass<d, decltype(radix), V, decltype(far)::value>(plan.exchanged, factors, plan.cut,
                                                                             which, slots, q, stride);

@@ -9,12 +9,6 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
 
-// The path with registers half as wide, for what these are too wide for.
-template <int V>
-constexpr const SimdPath* narrower_path = nullptr;
-template <>
-constexpr const SimdPath* narrower_path<16> = &avx2_path;
-
 // ---- columns of an array -------------------------------------------------------------------
 
 // Pairs at p + stride * m to lanes, and back; `count` lanes have some.
@@ -115,7 +109,7 @@ ZAVO_FLATTEN void run_found_real(const Plan& plan, const float* p, float* q, flo
                                  const float* twiddles)
 {
     const auto& found = static_cast<const RealPlan&>(plan);
-    real_whole<d, W, C>(FoundRealPlan{{found.factors, found.cut}, found.members}, p, q, scratch, twiddles);
+    real_whole<d, W, C>(FoundRealPlan{found}, p, q, scratch, twiddles);
 }
 template <Direction d, int V>
 ZAVO_FLATTEN void run_found_complex(const Plan& plan, const float* p, float* q, float* scratch, float* work,
@@ -125,6 +119,29 @@ ZAVO_FLATTEN void run_found_complex(const Plan& plan, const float* p, float* q, 
     complex_whole<d, V>(FoundComplexPlan{{found.factors, found.cut}, found.results}, p, q, scratch, work,
                         twiddles);
 }
+
+// ---- passes that are lent -------------------------------------------------------------------
+
+template <int V>
+ZAVO_FLATTEN void lent_rows_backward(const RealPlan& plan, float* chunk, float* partner, float* q,
+                                     bool by_pass, const float* twiddles)
+{
+    rows_backward<V>(FoundRealPlan{plan}, chunk, partner, q, by_pass, twiddles);
+}
+template <int V>
+ZAVO_FLATTEN void lent_columns_forward(const RealPlan& plan, Index t, float* slots, float* spectrum,
+                                       const float* twiddles)
+{
+    columns_block<Direction::forward, V>(FoundRealPlan{plan}, t, slots, spectrum, twiddles);
+}
+template <int V>
+constexpr RealPasses real_passes = {
+    called_rows_forward<V>,
+    lent_rows_backward<V>,
+    lent_columns_forward<V>,
+    {{found_unpaired_passes<Direction::forward, 1>, found_unpaired_passes<Direction::forward, 2>},
+     {found_unpaired_passes<Direction::backward, 1>, found_unpaired_passes<Direction::backward, 2>}},
+};
 
 // ---- powers of two with code of their own ----------------------------------------------------
 
@@ -188,7 +205,7 @@ bool plan_real(RealPlan& plan)
     }
     plan.cut = choose_real_cut<V>(factors);
     if (V > 8 && std::max(plan.cut.rows_width, plan.cut.columns_width) < V) {
-        return narrower_path<V>->plan_real(plan);
+        return lender<V / 2>->plan_real(plan);
     }
     if (plan.cut.first == 0 || (plan.cut.rows_width < 8 && !is_smooth(factors))) {
         return false;
@@ -220,7 +237,7 @@ bool plan_complex(ComplexPlan& plan)
         set_runs(plan, run_found_complex<Direction::forward, V / 2>,
                  run_found_complex<Direction::backward, V / 2>);
     } else if constexpr (V > 8) {
-        return narrower_path<V>->plan_complex(plan);
+        return lender<V / 2>->plan_complex(plan);
     } else {
         return false;
     }

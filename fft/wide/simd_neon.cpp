@@ -34,6 +34,7 @@ const SimdPath neon_path = {
     powers(complex_powers<4>),
     plan_real<4>,
     plan_complex<4>,
+    {},
     columns<4>,
     rotate_real<4>,
     rotate_complex<4>,

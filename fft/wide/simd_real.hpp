@@ -77,6 +77,16 @@ constexpr ZAVO_INLINE Cut choose_real_cut(const Factors& factors)
     return choose_cut(factors, 2, fit);
 }
 
+struct FoundRealPlan : FoundPlan {
+    const RealPlan& whole; // for a lender
+    const Members& members;
+
+    explicit ZAVO_INLINE FoundRealPlan(const RealPlan& plan)
+        : FoundPlan{plan.factors, plan.cut}, whole(plan), members(plan.members)
+    {
+    }
+};
+
 // ---- rows ----------------------------------------------------------------------------
 
 // Rows backward of a long transform end in a block on the stack, and go out from there a
@@ -228,7 +238,7 @@ struct SmoothRows {
     void outer(int t, Index start, Outside* outside) const
     {
         plan.with_real_radix(plan.last(), [&](auto radix) {
-            decide(plan.template is_at_least<far_real_length>(), [&](auto far) {
+            decide(is_long<V, far_real_length>(plan), [&](auto far) {
                 plan.loops([&]() {
                     outer_pass<decltype(radix), decltype(far)::value>(
                         t, start, outside, [&](int s) ZAVO_INLINED { return apart * plan.cut.weight[s]; });
@@ -351,20 +361,25 @@ template <int V, class Plan>
 void rows_forward(const Plan& plan, const float* p, Index apart, bool by_pass, float* chunk, float* partner,
                   const float* twiddles)
 {
-    const Factors& factors = plan.factors;
-    if (always_smooth<V, Plan> || is_smooth(factors)) {
-        SmoothRows<Direction::forward, V, Plan>{plan, chunk, partner, twiddles, apart}.run_all(p, by_pass);
-        return;
-    }
-    if constexpr (!always_smooth<V, Plan>) {
-        float* const from = rows_are_odd(plan) ? partner : chunk;
-        if (!by_pass) {
-            for (Index m = 0; m < plan.cut.rows; ++m) {
-                store<V>(from + V * m, load<V>(p + apart * m));
-            }
+    if constexpr (!Plan::is_known && is_lent<V>) {
+        lender<V>->real_passes.rows_forward(plan.whole, p, apart, by_pass, chunk, partner, twiddles);
+    } else {
+        const Factors& factors = plan.factors;
+        if (always_smooth<V, Plan> || is_smooth(factors)) {
+            SmoothRows<Direction::forward, V, Plan>{plan, chunk, partner, twiddles, apart}.run_all(p,
+                                                                                                   by_pass);
+            return;
         }
-        real_lanes<Direction::forward, V>(factors, plan.cut.first, from, from == chunk ? partner : chunk,
-                                          twiddles);
+        if constexpr (!always_smooth<V, Plan>) {
+            float* const from = rows_are_odd(plan) ? partner : chunk;
+            if (!by_pass) {
+                for (Index m = 0; m < plan.cut.rows; ++m) {
+                    store<V>(from + V * m, load<V>(p + apart * m));
+                }
+            }
+            real_lanes<Direction::forward, V>(factors, plan.cut.first, from, from == chunk ? partner : chunk,
+                                              twiddles);
+        }
     }
 }
 
@@ -373,18 +388,22 @@ template <int V, class Plan>
 void rows_backward(const Plan& plan, float* chunk, float* partner, float* q, bool by_pass,
                    const float* twiddles)
 {
-    const Factors& factors = plan.factors;
-    const Cut& cut = plan.cut;
-    if (always_smooth<V, Plan> || is_smooth(factors)) {
-        SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group}.run_all(q,
-                                                                                                    by_pass);
-        return;
-    }
-    if constexpr (!always_smooth<V, Plan>) {
-        const float* const from =
-            real_lanes<Direction::backward, V>(factors, cut.first, chunk, partner, twiddles);
-        for (Index m = 0; m < cut.rows; ++m) {
-            store<V>(q + cut.group * m, load<V>(from + V * m));
+    if constexpr (!Plan::is_known && is_lent<V>) {
+        lender<V>->real_passes.rows_backward(plan.whole, chunk, partner, q, by_pass, twiddles);
+    } else {
+        const Factors& factors = plan.factors;
+        const Cut& cut = plan.cut;
+        if (always_smooth<V, Plan> || is_smooth(factors)) {
+            SmoothRows<Direction::backward, V, Plan>{plan, chunk, partner, twiddles, cut.group}.run_all(
+                q, by_pass);
+            return;
+        }
+        if constexpr (!always_smooth<V, Plan>) {
+            const float* const from =
+                real_lanes<Direction::backward, V>(factors, cut.first, chunk, partner, twiddles);
+            for (Index m = 0; m < cut.rows; ++m) {
+                store<V>(q + cut.group * m, load<V>(from + V * m));
+            }
         }
     }
 }
@@ -501,25 +520,29 @@ __attribute__((noinline)) void fetch_columns(const Member* members, Index count,
 template <Direction d, int V, class Plan, class Spectrum>
 void columns_block(const Plan& plan, Index t, float* slots, Spectrum* spectrum, const float* twiddles)
 {
-    const Factors& factors = plan.factors;
-    const Cut& cut = plan.cut;
-    const Members& members = plan.members;
-    if (plan.template is_at_least<far_real_length>()) {
-        fetch_columns<d, V>(members.whole(), cut.group, t + V, spectrum);
-    }
-    for_first_factors<d>(plan, [&](auto which) {
-        const Shape shape = factors.shape(which);
-        const Index count = members.start[which] - members.start[which + 1];
-        const float* const wa = twiddles + factors.twiddle_offset(which);
-        plan.with_real_radix(which, [&](auto radix) {
-            decide(is_zero(which), [&](auto outermost) {
-                plan.loops([&]() {
-                    real_columns_pass<d, decltype(radix), V, decltype(outermost)::value>(
-                        shape, count, members.before(which), members.whole(), t, slots, spectrum, wa);
+    if constexpr (!Plan::is_known && d == Direction::forward && is_lent<V>) {
+        lender<V>->real_passes.columns_forward(plan.whole, t, slots, spectrum, twiddles);
+    } else {
+        const Factors& factors = plan.factors;
+        const Cut& cut = plan.cut;
+        const Members& members = plan.members;
+        if (is_long<V, far_real_length>(plan)) {
+            fetch_columns<d, V>(members.whole(), cut.group, t + V, spectrum);
+        }
+        for_first_factors<d>(plan, [&](auto which) {
+            const Shape shape = factors.shape(which);
+            const Index count = members.start[which] - members.start[which + 1];
+            const float* const wa = twiddles + factors.twiddle_offset(which);
+            plan.with_real_radix(which, [&](auto radix) {
+                decide(is_zero(which), [&](auto outermost) {
+                    plan.loops([&]() {
+                        real_columns_pass<d, decltype(radix), V, decltype(outermost)::value>(
+                            shape, count, members.before(which), members.whole(), t, slots, spectrum, wa);
+                    });
                 });
             });
         });
-    });
+    }
 }
 
 // ---- the frequencies without a partner ----------------------------------------------------
@@ -580,13 +603,48 @@ ZAVO_INLINE void four_unpaired(Index l1, const float* from, float* to)
     }
 }
 
+// The passes of the first factors over these values, with `from` and `to` as ping-pong buffers; says
+// which of the two has them then.
+template <Direction d, Index inner, class Plan>
+int unpaired_passes(const Plan& plan, float* from, float* to, const float* twiddles)
+{
+    const Factors& factors = plan.factors;
+    const Cut& cut = plan.cut;
+    int at = 0;
+    for_first_factors<d>(plan, [&](auto which) {
+        const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
+        if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
+            four_unpaired<d, inner>(shape.l1, from, to);
+        } else {
+            plan.with_real_radix(which, [&](auto radix) {
+                plan.loops([&]() {
+                    real_radix_pass<d, decltype(radix), ScalarLanes>(shape, from, to,
+                                                                     twiddles + factors.twiddle_offset(which),
+                                                                     SpreadFrequencies<inner>{cut.rows});
+                });
+            });
+        }
+        std::swap(from, to);
+        at = 1 - at;
+    });
+    return at;
+}
+
+// The same of a found plan, once in the code for all widths.
+template <Direction d, Index inner>
+__attribute__((noinline)) ZAVO_FLATTEN int found_unpaired_passes(const RealPlan& plan, float* from, float* to,
+                                                                 const float* twiddles)
+{
+    return unpaired_passes<d, inner>(FoundRealPlan{plan}, from, to, twiddles);
+}
+
 // All of these frequencies. They are worked out before the columns and go to their
 // places afterwards: the columns may write there, and the processor works on both at
 // the same time.
 template <Direction d, Index inner, class Plan>
 struct Unpaired {
     const Plan& plan;
-    float values[2][most_slots];
+    alignas(64) float values[2][most_slots];
     int at = 0; // which of the two arrays
 
     explicit ZAVO_INLINE Unpaired(const Plan& of) : plan(of) {}
@@ -614,26 +672,16 @@ struct Unpaired {
         for_unpaired<inner>(plan.cut, [&](Index i, Index f) ZAVO_INLINED { spectrum[f] = values[at][i]; });
     }
 
-    // The passes of the first factors.
     void transform(const float* twiddles)
     {
-        const Factors& factors = plan.factors;
-        const Cut& cut = plan.cut;
-        for_first_factors<d>(plan, [&](auto which) {
-            const Shape shape{cut.inner[which], factors.l1(which), factors.ip[which]};
-            if (shape.ido == 1 && shape.ip == 4 && shape.l1 % 4 == 0) {
-                four_unpaired<d, inner>(shape.l1, values[at], values[1 - at]);
-            } else {
-                plan.with_real_radix(which, [&](auto radix) {
-                    plan.loops([&]() {
-                        real_radix_pass<d, decltype(radix), ScalarLanes>(
-                            shape, values[at], values[1 - at], twiddles + factors.twiddle_offset(which),
-                            SpreadFrequencies<inner>{cut.rows});
-                    });
-                });
-            }
-            at = 1 - at;
-        });
+        if constexpr (Plan::is_known) {
+            at = unpaired_passes<d, inner>(plan, values[0], values[1], twiddles);
+        } else if constexpr (is_lent<8>) {
+            at = lender<8>->real_passes.unpaired[static_cast<int>(d)][inner - 1](plan.whole, values[0],
+                                                                                 values[1], twiddles);
+        } else {
+            at = found_unpaired_passes<d, inner>(plan.whole, values[0], values[1], twiddles);
+        }
     }
 };
 
@@ -674,10 +722,6 @@ ZAVO_INLINE void turn_real(const Cut& cut, const Chunk& chunk, Index t, float* s
     });
 }
 
-struct FoundRealPlan : FoundPlan {
-    const Members& members;
-};
-
 template <int V, class List>
 constexpr Cut known_real_cut = choose_real_cut<V>(List::factors);
 
@@ -710,12 +754,12 @@ void all_rows_forward(const Plan& plan, const float* p, float* partner, const Ch
 }
 
 // rows_forward, once in the code for all its calls.
-template <int V, class Plan>
-__attribute__((noinline)) ZAVO_FLATTEN void called_rows_forward(const Plan& plan, const float* p, Index apart,
-                                                                bool by_pass, float* chunk, float* partner,
-                                                                const float* twiddles)
+template <int V>
+__attribute__((noinline)) ZAVO_FLATTEN void called_rows_forward(const RealPlan& plan, const float* p,
+                                                                Index apart, bool by_pass, float* chunk,
+                                                                float* partner, const float* twiddles)
 {
-    rows_forward<V>(plan, p, apart, by_pass, chunk, partner, twiddles);
+    rows_forward<V>(FoundRealPlan{plan}, p, apart, by_pass, chunk, partner, twiddles);
 }
 
 // The same where the result is p, which is read to the last chunk: chunks that are still
@@ -728,13 +772,13 @@ __attribute__((noinline)) ZAVO_FLATTEN void all_rows_in_place(const Plan& plan, 
     const Index last = cut.group / W * W - W; // of those that overlap no other
     if (cut.has_tail()) {
         const Index tail = cut.group - W;
-        called_rows_forward<W>(plan, p + tail, cut.group, false, chunk(tail), chunk(0), twiddles);
+        called_rows_forward<W>(plan.whole, p + tail, cut.group, false, chunk(tail), chunk(0), twiddles);
     }
     for (Index g = 0; g < last; g += W) {
         if (interrupted_in(plan, W * cut.rows)) {
             return;
         }
-        called_rows_forward<W>(plan, p + g, cut.group, false, chunk(g), chunk(last), twiddles);
+        called_rows_forward<W>(plan.whole, p + g, cut.group, false, chunk(g), chunk(last), twiddles);
     }
     float* const copy = chunk(last);
     for (Index m = 0; m < cut.rows; ++m) {
@@ -745,7 +789,7 @@ __attribute__((noinline)) ZAVO_FLATTEN void all_rows_in_place(const Plan& plan, 
         std::memcpy(q, copy, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
         from = q;
     }
-    called_rows_forward<W>(plan, from, Index{W}, true, copy, q, twiddles);
+    called_rows_forward<W>(plan.whole, from, Index{W}, true, copy, q, twiddles);
 }
 
 // The same way back. The first chunk has the result for a partner, and the others the
@@ -772,11 +816,11 @@ ZAVO_INLINE Index values_of_strip(const Cut& cut)
 
 // Whether rows backward go out in strips. Values that follow each other differ in the
 // first digit of the rows.
-template <class Plan>
+template <int W, class Plan>
 ZAVO_INLINE bool in_strips(const Plan& plan)
 {
     const Index values = values_of_strip(plan.cut);
-    return plan.template is_at_least<shortest_in_strips>() && plan.cut.group * values % strip == 0 &&
+    return is_long<W, shortest_in_strips>(plan) && plan.cut.group * values % strip == 0 &&
            plan.factors.ip[plan.first()] % values == 0 && !plan.cut.has_tail() && is_smooth(plan.factors);
 }
 
@@ -784,10 +828,10 @@ ZAVO_INLINE bool in_strips(const Plan& plan)
 // leave blocks of rows small enough for a stage, and then block by block the others; a
 // block has a partner of its own beside the stage.
 template <int W>
-__attribute__((noinline)) void rows_in_strips(const FoundPlan& plan, float* q, float* scratch,
+__attribute__((noinline)) void rows_in_strips(const FoundRealPlan& plan, float* q, float* scratch,
                                               float* on_stack, const float* twiddles)
 {
-    using Rows = SmoothRows<Direction::backward, W, FoundPlan>;
+    using Rows = SmoothRows<Direction::backward, W, FoundRealPlan>;
     constexpr Index most_staged = 16 * 1024;
     const Factors& factors = plan.factors;
     const Cut& cut = plan.cut;
@@ -859,7 +903,7 @@ void real_whole(const Plan& plan, const float* p, float* q, float* scratch, cons
     assert(cut.slot_floats() + cut.has_tail() * cut.chunk_floats(1) <= stack_floats);
     // What the last pass of the rows backward reads may not lie in the result.
     const bool smooth = always_smooth<W, Plan> || is_smooth(plan.factors);
-    const bool strips = d == Direction::backward && in_strips(plan);
+    const bool strips = d == Direction::backward && in_strips<W>(plan);
     const bool starts_in_result = d == Direction::backward && !strips && rows_are_odd(plan) != smooth;
     float* first = starts_in_result && p != q ? q : scratch;
     const auto chunk = [&](Index g) ZAVO_INLINED {
@@ -919,7 +963,7 @@ void real_whole(const Plan& plan, const float* p, float* q, float* scratch, cons
             std::memcpy(q, scratch, static_cast<std::size_t>(W * cut.rows) * sizeof(float));
             first = q;
         }
-        if constexpr (!Plan::is_known) {
+        if constexpr (!Plan::is_known && W == native_width) {
             if (strips) {
                 rows_in_strips<W>(plan, q, scratch, slots, twiddles); // of which nothing is left by now
                 return;

@@ -9,6 +9,7 @@
 #include "fft/passes/complex_radices.hpp"
 #include "fft/passes/real_radices.hpp"
 #include "fft/tables/plan.hpp"
+#include "fft/wide/simd.hpp"
 #include "fft/wide/simd_lanes.hpp"
 
 #include <algorithm>
@@ -24,6 +25,25 @@ constexpr Index near_floats = 8 * 1024;
 // Work storage on the stack: the slots of a block of columns and, as far as it fits
 // beside them, a chunk that overlaps another.
 constexpr Index stack_floats = 24 * 1024;
+
+// Lanes of the widest registers that the source is compiled for. A plan has narrower ones
+// where its rows or columns do not fill these: hardly ever in a long transform.
+#if defined(__AVX512F__)
+constexpr int native_width = 16;
+#elif defined(__AVX2__)
+constexpr int native_width = 8;
+#else
+constexpr int native_width = 4;
+#endif
+
+// The path whose real passes over registers of V floats found plans call, so that the source
+// does not have them once more. Null: the source has them.
+template <int V>
+constexpr const SimdPath* lender = nullptr;
+template <>
+constexpr const SimdPath* lender<8> = native_width > 8 ? &avx2_path : nullptr;
+template <int V>
+constexpr bool is_lent = lender<V> != nullptr;
 
 // Large factors stand last.
 constexpr ZAVO_INLINE bool is_smooth(const Factors& factors)
@@ -225,6 +245,18 @@ struct KnownPlan {
         unroll<end - begin>([&](auto i) { work(Number<end - 1 - i>{}); });
     }
 };
+
+// Whether a plan is at least so long, with rows or columns of V lanes. Found plans with narrow
+// ones are compiled without what only pays in long transforms.
+template <int V, Index length, class Plan>
+auto is_long(const Plan& plan)
+{
+    if constexpr (!Plan::is_known && V < native_width) {
+        return std::false_type{};
+    } else {
+        return plan.template is_at_least<length>();
+    }
+}
 
 // ---- interruption ----------------------------------------------------------------
 
