@@ -9,11 +9,9 @@
 #include "core/kernels/machine.hpp"
 
 namespace zavo::constants {
-namespace {
 
-// Blanks and underscores do not count, nor does the case: Speed_Light and
-// "speed light" are SPEEDLIGHT. A name too long for the table has no row.
-const ConstantRow* find_by_any_spelling(const char* name)
+// A name too long for the table has no row.
+const ConstantRow* find_constant_as_written(const char* name)
 {
     char plain[max_name_length];
     std::size_t length = 0;
@@ -29,9 +27,11 @@ const ConstantRow* find_by_any_spelling(const char* name)
     return find_constant({plain, length});
 }
 
+namespace {
+
 float look_up(const char* name, const char* unit)
 {
-    const ConstantRow* const row = find_by_any_spelling(name);
+    const ConstantRow* const row = find_constant_as_written(name);
     if (row == nullptr) {
         zavo_error_set_string(1, name);
         zavo_error_post(ZAVO_TERMINAL, core::code::unknown_constant);

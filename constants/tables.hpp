@@ -23,6 +23,9 @@ struct UnitRow {
 
 // The row of an upper-case name; null when there is none.
 const ConstantRow* find_constant(std::string_view name);
+// The same for a name as users write it: blanks and underscores do not count, nor does the
+// case, so Speed_Light and "speed light" are SPEEDLIGHT.
+const ConstantRow* find_constant_as_written(const char* name);
 const UnitRow* find_unit(std::string_view name);
 
 } // namespace zavo::constants
