@@ -5,7 +5,7 @@
 #   The target's sources in one run of the compiler: most of them are shorter than the
 #   standard headers that each would read again, and a build takes a third less CPU
 #   time. Sources with options of their own are compiled by themselves, and so are those
-#   with SKIP_UNITY_BUILD_INCLUSION, which have a private name in common with another.
+#   with SKIP_UNITY_BUILD_INCLUSION.
 function(zavo_compile_together target)
   if(ZAVO_COMPILE_TOGETHER)
     # As one group, after which the object is named: an archive holds several. A variant

@@ -16,10 +16,8 @@ endif()
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_C_STANDARD 99)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
-set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
@@ -31,8 +29,7 @@ add_compile_options(-Wall -Wextra -Werror -ffp-contract=off -fno-fast-math)
 # Nothing throws and nothing asks for a dynamic type; the tests switch back what
 # their framework needs. No static object is made at its first use, which threads
 # could meet together: statics are constants, atomic, or a thread's own.
-add_compile_options(
-  "$<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>")
+add_compile_options(-fno-exceptions -fno-rtti -fno-threadsafe-statics)
 # Whether the sources of the x86 instruction sets are compiled, or those of ARM's.
 set(ZAVO_X86 OFF)
 set(ZAVO_ARM OFF)

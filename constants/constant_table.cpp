@@ -12,7 +12,7 @@ namespace {
 // STEFANBOLTZMANN, C and SPEEDLIGHT, EULER and GAMMA, ATM and STANDARDPRESSURE.
 // ELECTRONVOLT is kept in joules.
 // clang-format off
-constexpr std::array<ConstantRow, 30> table{{
+constexpr std::array<ConstantRow, 30> constant_rows{{
     // name                value            base unit
     {"AMU",              1.6605403e-27F,  "kg"},
     {"ATM",              101325.0F,       "N/m^2"},
@@ -47,20 +47,20 @@ constexpr std::array<ConstantRow, 30> table{{
 }};
 // clang-format on
 
-constexpr auto keys = keys_of(table);
-static_assert(ascending(keys), "rows are in strcmp() order, each name once");
-static_assert(!table.back().name.empty(), "every row is filled in");
+constexpr auto constant_keys = keys_of(constant_rows);
+static_assert(ascending(constant_keys), "rows are in strcmp() order, each name once");
+static_assert(!constant_rows.back().name.empty(), "every row is filled in");
 
 } // namespace
 
 const ConstantRow* find_constant(std::string_view name)
 {
-    return find_row(table, keys, name);
+    return find_row(constant_rows, constant_keys, name);
 }
 
 } // namespace zavo::constants
 
 const char* zavo_constant_name(int i)
 {
-    return zavo::constants::name_of_row(zavo::constants::table, i);
+    return zavo::constants::name_of_row(zavo::constants::constant_rows, i);
 }

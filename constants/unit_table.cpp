@@ -18,7 +18,7 @@ namespace {
 //   AU      is never reached either: the parser reads it as A and U
 // Units of temperature are scales only: DEGF converts differences.
 // clang-format off
-constexpr std::array<UnitRow, 82> table{{
+constexpr std::array<UnitRow, 82> unit_rows{{
     // L length, M mass, T time, I current, K temperature
     // name            L   M   T   I   K   factor
     {"1",            { 0,  0,  0,  0,  0},  1.0F},
@@ -106,20 +106,20 @@ constexpr std::array<UnitRow, 82> table{{
 }};
 // clang-format on
 
-constexpr auto keys = keys_of(table);
-static_assert(ascending(keys), "rows are in strcmp() order, each name once");
-static_assert(!table.back().name.empty(), "every row is filled in");
+constexpr auto unit_keys = keys_of(unit_rows);
+static_assert(ascending(unit_keys), "rows are in strcmp() order, each name once");
+static_assert(!unit_rows.back().name.empty(), "every row is filled in");
 
 } // namespace
 
 const UnitRow* find_unit(std::string_view name)
 {
-    return find_row(table, keys, name);
+    return find_row(unit_rows, unit_keys, name);
 }
 
 } // namespace zavo::constants
 
 const char* zavo_unit_name(int i)
 {
-    return zavo::constants::name_of_row(zavo::constants::table, i);
+    return zavo::constants::name_of_row(zavo::constants::unit_rows, i);
 }

@@ -217,7 +217,7 @@ float probability(double p)
     return p < 1.0 && rounded == 1.0F ? 1.0F - 0x1p-24F : rounded;
 }
 
-int quantile(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
+int normal_quantile(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
 {
     double p = 0.0;
     engine().error_forget();
@@ -250,13 +250,13 @@ int quantile(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     return done && good ? quantiles.put(interp) : TCL_ERROR;
 }
 
-constexpr Subcommand subcommands[] = {
+constexpr Subcommand random_subcommands[] = {
     // clang-format off
     {"exponential", 1, 2, "n ?mean?",    exponential},
     {"generator",   0, 1, "?generator?", generator},
     {"jump",        1, 1, "count",       jump},
     {"normal",      1, 3, "n ?mean sd?", normal},
-    {"quantile",    1, 1, "p",           quantile},
+    {"quantile",    1, 1, "p",           normal_quantile},
     {"seed",        0, 1, "?seed?",      seed},
     {"state",       0, 1, "?state?",     state},
     {"uniform",     1, 1, "n",           uniform},
@@ -268,7 +268,7 @@ constexpr Subcommand subcommands[] = {
 
 int random_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
-    return run_subcommand(subcommands, interp, objc, objv);
+    return run_subcommand(random_subcommands, interp, objc, objv);
 }
 
 } // namespace zavox

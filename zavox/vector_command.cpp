@@ -667,7 +667,7 @@ int diff(ClientData, Tcl_Interp* interp, int, Tcl_Obj* const objv[])
     });
 }
 
-constexpr Subcommand subcommands[] = {
+constexpr Subcommand vector_subcommands[] = {
     {"argmax", 1, 1, "v", argmax},
     {"argmin", 1, 1, "v", argmin},
     {"bytes", 1, 1, "v", bytes},
@@ -704,7 +704,7 @@ constexpr Subcommand subcommands[] = {
 
 int vector_command(ClientData, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 {
-    return run_subcommand(subcommands, interp, objc, objv);
+    return run_subcommand(vector_subcommands, interp, objc, objv);
 }
 
 } // namespace zavox

@@ -13,6 +13,7 @@
 #include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
 #include "minimize/constrained/lincon.hpp"
+#include "minimize/run/run_limits.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -26,15 +27,11 @@ namespace {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr double difference_step = 0x1p-15; // relative to the variable
-constexpr double short_difference_step = 0x1p-19;
-constexpr double least_part = 1e-2;         // of its size, by which a variable near 0 moves
 constexpr float very_large = 1e30F;         // what a place without a value counts as
 constexpr float run_accuracy = 1e-5F;       // of F's gradient, whose size is about 1
 constexpr double round_change = 1e-9;       // of f, relative: less is no gain
 constexpr double resting_gradient = 1e-3;   // relative; with nothing gained it is a minimum
-constexpr double promise_of_nothing = 1e-7; // by the axes one by one, relative
 constexpr double least_change = 1e-7;       // of the first value: one about 0 is no smaller to the tests
-constexpr int most_rounds = 12;
 
 // A block of floats and doubles that goes with its owner.
 template <class T>

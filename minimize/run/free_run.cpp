@@ -27,6 +27,7 @@
 #include "core/errors/error_stack.h"
 #include "core/system/memory.hpp"
 #include "minimize/run/inverse_hessian.hpp"
+#include "minimize/run/run_limits.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -115,12 +116,9 @@ constexpr double grid = 0x1p-23; // relative distance of neighbouring floats
 // and bear short ones; the square root of a float's spacing suits a function that is
 // computed in single precision.
 constexpr double first_difference_step = 0x1p-15;
-constexpr double short_difference_step = 0x1p-19;
 constexpr double long_difference_step = 0x1.6p-12;
 constexpr double second_difference_step = 0x1p-13;
 constexpr int most_newton_variables = 30;
-// A variable near 0 moves as if it were this part of its typical size.
-constexpr double least_part = 1e-2;
 // One that has become smaller than this part of its size is taken for 0, whose size is
 // the typical one.
 constexpr double vanishing_part = 1e-6;
@@ -129,16 +127,14 @@ constexpr double slope_part = 0.9;
 // Longest step, relative to the variables; so many of them in a row mean that the
 // function falls for ever.
 constexpr double longest_step = 10.0;
-constexpr int longest_steps_allowed = 5;
+constexpr int longest_steps_in_a_row = 5;
 // Changes of f, relative to f, that are negligible.
 constexpr double slow_change = 1e-2; // but ask for better gradients
 constexpr double quiet_change = 1e-10;
 constexpr double settled_change = 1e-11;
-constexpr double round_change = 1e-8;
-constexpr double promise_of_nothing = 1e-7;
+constexpr double gain_of_a_round = 1e-8;
 // A last step of so many of the grid's, that led nowhere, means a minimum on the grid.
 constexpr double resting_steps = 128.0;
-constexpr int most_rounds = 12;
 
 enum class End {
     gradient_small,
@@ -239,7 +235,7 @@ private:
                 end == End::unbounded || round + 1 == most_rounds) {
                 return end;
             }
-            const bool gained = before - f_ > negligible(round_change);
+            const bool gained = before - f_ > negligible(gain_of_a_round);
             attempts = gained || round == 0 ? 0 : attempts + 1;
             resting = gained || resting != End::settled ? end : resting;
             if (attempts > (resting == End::search_failed ? 2 : 1)) {
@@ -504,7 +500,7 @@ private:
         ++outcome_.iterations;
         const double step = accept(scale_first);
         evaluations_.progress(x_, f_, outcome_.iterations);
-        if (longest_ >= longest_steps_allowed) {
+        if (longest_ >= longest_steps_in_a_row) {
             return End::unbounded;
         }
         if (step <= problem_.step_tolerance) {
