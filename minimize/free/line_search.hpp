@@ -44,6 +44,10 @@ enum SearchResult : int {
     search_cut = 4
 };
 
+// Without a few trials more, a run that meets the limit of evaluations while it steps
+// back would throw its last direction away.
+inline constexpr int trials_past_limit = 10;
+
 // A place with its value and gradient.
 struct Point {
     float* x; // n
@@ -90,9 +94,6 @@ private:
     static constexpr float increment_part = 0.2F;
     static constexpr float backtrack_least = 0.1F;
     static constexpr float backtrack_most = 0.5F;
-    // Without a few trials more, a run that meets the limit of evaluations while it
-    // steps back would throw its last direction away.
-    static constexpr int trials_past_limit = 10;
 
     SearchResult search()
     {
