@@ -40,7 +40,7 @@ struct ShortLengths {
 extern const ShortLengths short_real;
 extern const ShortLengths short_complex;
 
-// Powers of two from `least` to `most`, which a path has besides.
+// The powers of two from `least` to `most`, which a path has in addition.
 struct KnownPowers {
     const KnownLength* first;
     Index least;

@@ -34,8 +34,8 @@ constexpr Index scattered_complex_length = 64 * 1024;
 
 // ---- butterflies of V lanes ----------------------------------------------------------
 
-// load(j, re, im) and store(j, re, im) say where; twiddle(j, re, im) multiplies
-// result j.
+// One butterfly: load(j, re, im) reads input j, twiddle(j, re, im) multiplies result j,
+// and store(j, re, im) writes it.
 template <Direction d, class Radix, int V, class Load, class Twiddle, class Store>
 ZAVO_INLINE void complex_step(const Load& load, const Twiddle& twiddle, const Store& store)
 {
@@ -171,9 +171,9 @@ ZAVO_INLINE void rows_pass(Index ido, Index blocks, float* slots, Index step, co
     }
 }
 
-// The last pass of a block in which the digits of the factors from `which` on are
-// open. Frequency f of the block goes to q + stride * f. `far`: into memory that is
-// not in L1 or L2.
+// The last pass of a block that is the transform of the factors from `which` on.
+// Frequency f of the block goes to q + stride * f. `far`: into memory that is not in L1
+// or L2.
 template <Direction d, class Radix, int V, bool far>
 ZAVO_INLINE void last_rows_pass(bool exchanged, const Factors& factors, const Cut& cut, int which,
                                 float* slots, float* q, Index stride)
@@ -440,16 +440,16 @@ struct EitherComplexPlan : KnownComplexPlan<V, List> {
     bool exchanged;
 };
 
-// How many blocks of columns go through a pass before the next one: the processor has work
-// while the end of a pass is on its way to the beginning of the next. Registers of 16
-// lanes are too few for that to pay.
+// How many blocks of columns a pass takes before the next pass begins: one of a single
+// block has to wait for what the pass before has stored. With registers of 16 lanes there
+// are too few blocks for that to pay.
 template <int V, class Plan>
 constexpr Index columns_at_once = 1;
 template <class Plan>
 requires Plan::is_known constexpr Index columns_at_once<8, Plan> = Plan::cut.rows % 16 == 0 ? 2 : 1;
 
-// Whether the slots of a block's results are as far apart in every block, so that their
-// distances are known when compiling.
+// Whether the slots of a block's results are at the same distances in every block, so
+// that these are known when compiling.
 template <int V, class Plan>
 constexpr bool slots_add_up = false;
 template <int V, class Plan>

@@ -67,7 +67,7 @@ void last_pass_to_array(const Shape& shape, const float* lanes, float* q, Index 
     }
 }
 
-// V columns, of which `count` exist: the lanes that they leave open carry zeros.
+// V columns, of which `count` exist; the other lanes carry zeros.
 template <Direction d, int V>
 void some_columns(const Factors& factors, int count, const float* p, Index p_stride, float* q, Index q_stride,
                   float* a, float* b, const float* twiddles)

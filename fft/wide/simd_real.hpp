@@ -26,7 +26,7 @@ namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
 
-// From this length on the values outside are prefetched.
+// From this length on values of the caller's arrays are prefetched.
 constexpr Index far_real_length = 32 * 1024;
 // From this length on rows backward go out in strips of so many neighbours, four lines of
 // the cache. Up to the other length the cut leaves a G of whole strips, and rows of at most

@@ -228,7 +228,7 @@ ZAVO_INLINE void rotate_neighbours(Index slab, Index ip, const Turns* turns, Ind
 }
 
 // All sums of slabs of at least V values. fill(l, count, turns) sets the rotations of the
-// slots l .. l + count - 1; those of further slots are to be numbers and no more.
+// slots l .. l + count - 1, and those beyond to any values: their sums are not stored.
 template <int V, class Fill>
 ZAVO_INLINE void rotate_slabs(Index slab, Index ip, const float* x, float* y, const Fill& fill)
 {

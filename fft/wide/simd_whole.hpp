@@ -36,14 +36,14 @@ constexpr int native_width = 8;
 constexpr int native_width = 4;
 #endif
 
-// The path whose real passes over registers of V floats found plans call, so that the source
-// does not have them once more. Null: the source has them.
+// Whether found plans call the real passes over registers of V floats of another path, the
+// lender, so that the source does not have them once more.
+template <int V>
+constexpr bool is_lent = V == 8 && native_width > 8;
 template <int V>
 constexpr const SimdPath* lender = nullptr;
 template <>
-constexpr const SimdPath* lender<8> = native_width > 8 ? &avx2_path : nullptr;
-template <int V>
-constexpr bool is_lent = lender<V> != nullptr;
+constexpr const SimdPath* lender<8> = is_lent<8> ? &avx2_path : nullptr;
 
 // Large factors stand last.
 constexpr ZAVO_INLINE bool is_smooth(const Factors& factors)
@@ -63,8 +63,8 @@ constexpr ZAVO_INLINE int width_for(Index count)
     return count >= V ? V : V > 4 ? width_for<(V > 4 ? V / 2 : V)>(count) : 0;
 }
 
-// Relative time for a value of each of `count` neighbours: a register takes longer when
-// it is wide.
+// Relative cost of one value in each of `count` neighbours; a wide register costs more
+// than a narrow one.
 constexpr ZAVO_INLINE std::int64_t padded_work(Index count, int width)
 {
     const int shift = std::countr_zero(static_cast<unsigned>(width)); // a division would be slow
@@ -263,7 +263,8 @@ auto is_long(const Plan& plan)
 // Shorter transforms are done before anybody would ask.
 constexpr Index interruptible_whole_length = Index{1} << 17;
 
-// Whether the block of a plan that is next, of so many values, is to be left out.
+// Whether the run was interrupted, so that the next block of a plan, of so many values, is
+// skipped.
 template <class Plan>
 ZAVO_INLINE bool interrupted_in(const Plan& plan, Index values)
 {
