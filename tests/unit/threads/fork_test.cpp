@@ -46,13 +46,22 @@ int work_in_child()
     return std::signal(SIGSEGV, SIG_DFL) == handler_of_the_host ? 0 : 3;
 }
 
+// Others use the library meanwhile. Not under AddressSanitizer: each jump of theirs asks its
+// allocator for memory, whose lock may be held when the process forks, and then the child
+// waits for it for ever.
+#ifdef __SANITIZE_ADDRESS__
+constexpr int worker_count = 0;
+#else
+constexpr int worker_count = 3;
+#endif
+
 TEST(fork, the_child_works_alone)
 {
     const auto before = std::signal(SIGSEGV, handler_of_the_host);
     zavo_error_options(ZAVO_SET_ERROR_HANDLER, &keep_quiet, ZAVO_SET_STOP, ZAVO_TERMINAL, 0, 0);
     std::atomic<bool> done{false};
     std::vector<std::thread> workers;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < worker_count; ++i) {
         workers.emplace_back([&] {
             while (!done) {
                 zavo_error_options(ZAVO_TRACE_ALL_LEVELS, 0, 0);
