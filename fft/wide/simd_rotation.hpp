@@ -7,6 +7,9 @@
 #include "fft/wide/simd_lanes.hpp"
 #include "fft/wide/simd_prime.hpp"
 
+#include <bit>
+#include <cstdint>
+
 namespace zavo::fft {
 
 namespace { // compiled for several instruction sets: see inlining.hpp
@@ -303,9 +306,12 @@ bool rotate_real(Index slab, Index ip, CosSin w, const float* x, float* y)
     return true;
 }
 
-template <Direction d, int V>
-void rotate_complex_slabs(Index slab, Index ip, const float* x, float* y, const float* wa, Index step)
+// One function for both directions: forward turns the sign bits of the sines.
+template <int V>
+void rotate_complex_slabs(Direction d, Index slab, Index ip, const float* x, float* y, const float* wa,
+                          Index step)
 {
+    const std::uint32_t sign = d == Direction::forward ? 0x80000000U : 0U;
     rotate_slabs<V>(slab, ip, x, y, [&](Index l, Index count, Turns* turns) {
         for (Index s = 0; s < slots_at_once; ++s) {
             const Index slot = s < count ? l + s : l;
@@ -314,7 +320,7 @@ void rotate_complex_slabs(Index slab, Index ip, const float* x, float* y, const 
                 b = b + slot >= ip ? b + slot - ip : b + slot;
                 const float* const w = wa + step * (b - 1);
                 turns[j].cos[s] = w[0];
-                turns[j].sin[s] = d == Direction::forward ? -w[1] : w[1];
+                turns[j].sin[s] = std::bit_cast<float>(std::bit_cast<std::uint32_t>(w[1]) ^ sign);
             }
         }
     });
@@ -348,9 +354,7 @@ bool rotate_complex(Direction d, Index slab, Index ip, const float* x, float* y,
         }
         return false;
     }
-    const auto rotate =
-        forward ? rotate_complex_slabs<Direction::forward, V> : rotate_complex_slabs<Direction::backward, V>;
-    rotate(slab, ip, x, y, wa, step);
+    rotate_complex_slabs<V>(d, slab, ip, x, y, wa, step);
     return true;
 }
 
@@ -375,7 +379,7 @@ struct RotatingVectorLanes : VectorLanes<V> {
         if ((ip - 1) / 2 > most_turns) {
             return false;
         }
-        rotate_complex_slabs<d, V>(V * slab, ip, x, y, wa, step);
+        rotate_complex_slabs<V>(d, V * slab, ip, x, y, wa, step);
         return true;
     }
 };
