@@ -1,6 +1,7 @@
 // zavo_constant name ?unit?
 
 #include "constants/tables.hpp"
+#include "core/errors/error_stack.h"
 #include "core/zavo.h"
 #include "ext/conventions.hpp"
 
@@ -12,6 +13,7 @@ int zavo::ext::constant_command(ClientData, Tcl_Interp* interp, int argc, const 
     }
     if (argc == 2) { // without the frame of a routine that cannot fail
         if (const constants::ConstantRow* const row = constants::find_constant_as_written(argv[1])) {
+            core::clear_queries();
             Tcl_SetDoubleObj(own_result(interp), row->value);
             return TCL_OK;
         }

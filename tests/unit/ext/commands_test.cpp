@@ -156,6 +156,15 @@ TEST_F(commands, library_errors_set_the_error_code)
     EXPECT_EQ(interp.error_code(), "ZAVO 5 12111 zavo_f_constant");
 }
 
+TEST_F(commands, a_constant_that_is_found_clears_the_error_before_it)
+{
+    error_of("zavo_constant nonsense");
+    EXPECT_NE(zavo_error_code(1), 0);
+    EXPECT_EQ(Tcl_Eval(interp, "zavo_constant pi"), TCL_OK);
+    EXPECT_EQ(zavo_error_type(1), 0);
+    EXPECT_EQ(zavo_error_code(1), 0);
+}
+
 TEST_F(commands, integers_are_read_as_tcl_reads_them)
 {
     for (const char* word : {"0",          "-0",         "7",           "-7",
