@@ -394,7 +394,7 @@ void print_wide_beside_scalar(Path path)
 
 // The public routine, tables and all, beside a plan's execution alone. Small arrays once
 // more without the trap, whose calls of the system may take longer than the transform: ten
-// beside ten, as to set the option arms the trap too.
+// beside ten, since setting the option arms the trap as well.
 void add_2d(int side, double limit)
 {
     constexpr int ten = 10;

@@ -303,8 +303,9 @@ test_fuzz() {
         program=build/fuzz/tests/fuzz_$piece
         say "fuzzing $piece for ${ZAVO_FUZZ_SECONDS:-60} seconds${ZAVO_FUZZ_RUNS:+ or $ZAVO_FUZZ_RUNS inputs}"
         mkdir -p "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
-        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -runs="${ZAVO_FUZZ_RUNS:--1}" -max_len=4096 -verbosity=0 -print_final_stats=1 \
-            -artifact_prefix="build/fuzz/found/" "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
+        "$program" -max_total_time="${ZAVO_FUZZ_SECONDS:-60}" -runs="${ZAVO_FUZZ_RUNS:--1}" -max_len=4096 \
+            -verbosity=0 -print_final_stats=1 -artifact_prefix="build/fuzz/found/" \
+            "build/fuzz/found/$piece" "tests/fuzz/corpus/$piece"
     done
 }
 

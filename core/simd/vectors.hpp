@@ -28,7 +28,7 @@ ZAVO_INLINE Vector<V> load(const float* p)
 {
     Vector<V> v = *reinterpret_cast<const typename Register<V>::Unaligned*>(p);
 #ifdef __AVX2__
-    if constexpr (V > 4) { // (what takes narrow ones is short, and not held up by loads)
+    if constexpr (V > 4) { // (code with narrow registers is not limited by loads)
         asm("" : "+v"(v)); // or else every instruction that takes v would read it again
     }
 #endif
@@ -174,7 +174,7 @@ ZAVO_INLINE void store_pairs(float* p, const Vector<V>& re, const Vector<V>& im,
 }
 
 // The lane order that takes one shuffle for a register, and none across quarters: lane t
-// holds the pair folded<V>(t). With all bits of t turned over, all bits of that are.
+// holds the pair folded<V>(t). Lanes in reverse hold the pairs in reverse.
 template <int V>
 constexpr int folded(int t)
 {

@@ -6,7 +6,7 @@
 #include "core/kernels/elementary.hpp"
 #include "core/simd/path.hpp"
 #include "core/system/memory.hpp"
-#include "tests/support/uninterrupted.hpp"
+#include "tests/support/long_work.hpp"
 #include "tests/support/zavox_commands.hpp"
 #include "zavox/engine.hpp"
 

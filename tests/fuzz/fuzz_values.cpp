@@ -4,7 +4,7 @@
 #include "constants/units.h"
 #include "core/system/memory.hpp"
 #include "random/random.h"
-#include "tests/support/uninterrupted.hpp"
+#include "tests/support/long_work.hpp"
 #include "tests/support/zavox_values.hpp"
 #include "zavox/engine.hpp"
 

@@ -7,7 +7,7 @@
 #include "core/system/memory.hpp"
 #include "fft/complex_fft.h"
 #include "fft/real_fft.h"
-#include "tests/support/uninterrupted.hpp"
+#include "tests/support/long_work.hpp"
 
 const zavo_engine& zavox::engine()
 {

@@ -5,7 +5,7 @@
 #include "core/system/memory.hpp"
 #include "fft/real_fft.h"
 #include "tests/support/captured_errors.hpp"
-#include "tests/support/uninterrupted.hpp"
+#include "tests/support/long_work.hpp"
 
 #include <cmath>
 #include <complex>

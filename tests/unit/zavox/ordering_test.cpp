@@ -1,7 +1,7 @@
 // Sorting of vectors that are long enough to be ended on the way.
 #include "zavox/ordering.hpp"
 
-#include "tests/support/uninterrupted.hpp"
+#include "tests/support/long_work.hpp"
 #include "zavox/engine.hpp"
 
 #include <gtest/gtest.h>
