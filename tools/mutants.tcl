@@ -31,6 +31,7 @@ set operators {
     truth      {\mtrue\M}                  {false}
     truth      {\mfalse\M}                 {true}
     constant   {(?!\A)([( ])([0-9]+)([;,)])}     {\1(\2 + 1)\3}
+    swap       {\(([a-z_.]+), ([a-z_.]+)([,)])}  {(\2, \1\3}
     removal    {^\s*[a-z_:.>-]+\([^=]*\);$}      {;}
     removal    {^\s*[a-z_.>-]+ [-+]?= .*;$}      {;}
 }
@@ -84,26 +85,27 @@ proc good {args} {
     return [expr {![catch {exec sh -c {ulimit -t 300 && exec timeout 3600 "$@"} sh {*}$args >& $copy/log < /dev/null}]}]
 }
 
+# Builds what is named, of the copy; whether it compiles.
+proc built {args} {
+    global copy
+    return [good cmake --build $copy/build/release -j 2 --target {*}$args]
+}
+
 # What notices the mutant of a folder in the copy: a suite, "compiler", or nothing. Most
-# are noticed by the unit tests of their own folder, for which little has to be built.
+# are noticed by the unit tests of their own folder or by the scripts, for which little
+# has to be built; those of the other folders come last.
 proc noticed_by {folder} {
-    global copy root
+    global copy root folders
     set program unit_$folder
-    if {![good cmake --build $copy/build/release -j 2 --target $program]} {
+    if {![built $program]} {
         return compiler
     }
     if {![good ctest --test-dir $copy/build/release -R ^$program\$ --timeout 1800]} {
         return unit
     }
-    if {![good cmake --build $copy/build/release -j 2]} {
+    if {![built {*}[lmap shipped [concat $folders catalogue] {string cat $shipped/all}] zavo_golden golden_host \
+            failing_malloc] || ![good cmake --install $copy/build/release --prefix $copy/dist]} {
         return compiler
-    }
-    if {![good cmake --install $copy/build/release --prefix $copy/dist]} {
-        return compiler
-    }
-    if {![good ctest --test-dir $copy/build/release -LE long -E ^$program\$ -j 2 --stop-on-failure \
-            --timeout 1800]} {
-        return unit
     }
     cd $copy
     set ::env(TCLLIBPATH) $copy/dist/lib
@@ -113,6 +115,11 @@ proc noticed_by {folder} {
         set result script
     } elseif {![good tclsh8.6 tests/golden/compare.tcl -library build/release/tests/golden/zavo_golden]} {
         set result golden
+    } elseif {![built all]} {
+        set result compiler
+    } elseif {![good ctest --test-dir $copy/build/release -LE long -E ^$program\$ -j 2 --stop-on-failure \
+            --timeout 1800]} {
+        set result unit
     } elseif {![good env LD_PRELOAD=$failing tclsh8.6 tests/fault/commands_memory.tcl $failing]} {
         set result memory
     }
@@ -120,6 +127,7 @@ proc noticed_by {folder} {
     return $result
 }
 
+set folders {quillet morvel core random fft constants minimize ext zavox}
 file delete -force $copy
 file mkdir $copy
 exec sh -c "git ls-files -z | xargs -0 cp --parents -t [list $copy]" 2>@1
@@ -132,7 +140,6 @@ if {$result ne ""} {
     puts "the tree as it is fails: $result; see $copy/log"
     exit 1
 }
-set folders {quillet morvel core random fft constants minimize ext zavox}
 foreach folder $folders {
     set all($folder) [candidates $folder]
     puts "$folder: [llength $all($folder)] mutants to choose from"
