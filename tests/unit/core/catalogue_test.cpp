@@ -102,6 +102,18 @@ TEST_F(catalogue, the_first_digits_of_a_code_select_the_file)
     expect_few();
 }
 
+TEST_F(catalogue, a_pop_of_another_routine_has_both_names_in_its_message)
+{
+    folder.write("zavoerr.bin",
+                 CatalogueBuilder{{{60001, "%(S1) left, %(S2) was entered.", "MISMATCH"}}}.build().bytes());
+    EXPECT_EXIT(
+        {
+            zavo_error_push("one");
+            zavo_error_pop("other");
+        },
+        testing::ExitedWithCode(8), "other left, one was entered");
+}
+
 TEST_F(catalogue, a_missing_file_is_told_once)
 {
     EXPECT_EQ(complaint_about(7), "Error in reading zavoerr.bin\nFile not found.\n");

@@ -278,6 +278,18 @@ TEST(min_uncon, fixed_name_search_tells_a_step_of_the_greatest_length)
     EXPECT_EQ(search.x_new[0], 2.0F);
 }
 
+// From x = 4 along -8 to -4, where the value is no less, and then back.
+TEST(min_uncon, fixed_name_search_knows_no_limit_of_evaluations)
+{
+    const CapturedErrors errors;
+    LineSearchCall<1> search = {.x = {4}, .f = 16, .g = {8}, .p = {-8}, .scale = {1}};
+    search.evaluations = 1'000'000;
+    search.run(parabola_of_one, slope_of_parabola);
+    EXPECT_EQ(search.code, search_good);
+    EXPECT_EQ(search.x_new[0], 0.0F);
+    EXPECT_EQ(search.evaluations, 1'000'002);
+}
+
 // A slope or a relative length that is not finite is no direction.
 TEST(min_uncon, fixed_name_search_fails_along_what_is_no_direction)
 {
