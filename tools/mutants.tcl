@@ -2,7 +2,8 @@
 #   Changes one line of the product at a time, in a copy of the tree, and runs the
 #   tests until one fails. Prints each mutant and what noticed it, and the share of
 #   those that were noticed. The sample depends on the seed and the sources alone; a
-#   folder is as likely as another. A mutant that does not compile does not count.
+#   folder is as likely as another. A mutant that does not compile, or compiles to the
+#   same code, does not count.
 #   Survivors are for a person to read: some change nothing that anyone could see.
 package require Tcl 8.5-
 
@@ -91,11 +92,19 @@ proc built {args} {
     return [good cmake --build $copy/build/release -j 2 --target {*}$args]
 }
 
-# What notices the mutant of a folder in the copy: a suite, "compiler", or nothing. Most
+# The machine code of the libraries and of a folder's unit tests, in short.
+proc code_of {folder} {
+    global copy
+    set files [concat $copy/build/release/tests/unit_$folder [lsort [glob $copy/dist/lib/*.so $copy/dist/lib/*/*.so]]]
+    return [lindex [exec cat {*}$files | md5sum] 0]
+}
+
+# What notices the mutant of a folder in the copy: a suite, "compiler", or nothing;
+# "same" when the code is that of the tree as it is (lines for another target). Most
 # are noticed by the unit tests of their own folder or by the scripts, for which little
 # has to be built; those of the other folders come last.
 proc noticed_by {folder} {
-    global copy root folders
+    global copy root folders code
     set program unit_$folder
     if {![built $program]} {
         return compiler
@@ -106,6 +115,9 @@ proc noticed_by {folder} {
     if {![built {*}[lmap shipped [concat $folders catalogue] {string cat $shipped/all}] zavo_golden golden_host \
             failing_malloc] || ![good cmake --install $copy/build/release --prefix $copy/dist]} {
         return compiler
+    }
+    if {[info exists code($folder)] && [code_of $folder] eq $code($folder)} {
+        return same
     }
     cd $copy
     set ::env(TCLLIBPATH) $copy/dist/lib
@@ -141,6 +153,7 @@ if {$result ne ""} {
     exit 1
 }
 foreach folder $folders {
+    set code($folder) [code_of $folder]
     set all($folder) [candidates $folder]
     puts "$folder: [llength $all($folder)] mutants to choose from"
 }
@@ -157,7 +170,7 @@ while {$tried < $count} {
     set result [noticed_by $folder]
     file copy -force $root/$file $copy/$file
     file mtime $copy/$file [clock seconds]
-    if {$result eq "compiler"} {
+    if {$result in {compiler same}} {
         continue
     }
     incr tried
