@@ -186,12 +186,12 @@ TEST(transpose_example, keeps_the_bits_of_signalling_nans)
 
 struct Factors {
     int count = -1;
-    int primes[13];
-    int exponents[13];
-    int powers[13];
+    int primes[14]; // the last one of each is not the routine's
+    int exponents[14];
+    int powers[14];
     explicit Factors(int n)
     {
-        for (int i = 0; i < 13; ++i) {
+        for (int i = 0; i < 14; ++i) {
             primes[i] = exponents[i] = powers[i] = -1;
         }
         l_factor_int(n, &count, primes, exponents, powers);
@@ -231,6 +231,7 @@ void check_factors(int n)
         product *= power;
     }
     EXPECT_EQ(product, n < 0 ? -static_cast<long long>(n) : n) << n;
+    EXPECT_EQ(f.primes[13] & f.exponents[13] & f.powers[13], -1) << n;
 }
 
 TEST(factor_int, products_of_prime_powers)
