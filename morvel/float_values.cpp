@@ -57,13 +57,34 @@ bool is_text(const Tcl_Obj* value)
     return value->bytes != nullptr && (value->typePtr == nullptr || is_of_type(value, "string"));
 }
 
-int read_float(Tcl_Interp* interp, Tcl_Obj* value, float* number)
+// Reads one value after the other. Most of a list are of one type, and Tcl's doubles are
+// told from the others by the address of their type once one has been seen.
+class FloatReader {
+public:
+    int read(Tcl_Interp* interp, Tcl_Obj* value, float* number);
+
+private:
+    bool is_double(const Tcl_Obj* value)
+    {
+        if (value->typePtr != double_type_ && is_of_type(value, "double")) {
+            double_type_ = value->typePtr;
+        }
+        return value->typePtr != nullptr && value->typePtr == double_type_;
+    }
+    const Tcl_ObjType* double_type_ = nullptr;
+};
+
+int FloatReader::read(Tcl_Interp* interp, Tcl_Obj* value, float* number)
 {
     double wide = 0.0;
-    const bool plain = value->typePtr == nullptr && // and so a text
-                       read_plain_number(value->bytes, value->bytes + value->length, &wide);
-    if (!plain && Tcl_GetDoubleFromObj(nullptr, value, &wide) != TCL_OK) {
-        if (!is_of_type(value, "double")) {
+    const auto is_plain = [&] {
+        return value->typePtr == nullptr && // and so a text
+               read_plain_number(value->bytes, value->bytes + value->length, &wide);
+    };
+    if (is_double(value)) {
+        wide = value->internalRep.doubleValue;
+    } else if (!is_plain() && Tcl_GetDoubleFromObj(nullptr, value, &wide) != TCL_OK) {
+        if (!is_double(value)) {
             return Tcl_GetDoubleFromObj(interp, value, &wide); // once more, for its message
         }
         wide = value->internalRep.doubleValue; // a NaN, which Tcl refuses after having parsed it
@@ -103,9 +124,10 @@ int floats_of_elements(Tcl_Interp* interp, int given, Tcl_Obj* const elements[],
     if (array.allocate(interp, given) != TCL_OK) {
         return TCL_ERROR;
     }
+    FloatReader reader;
     const int status = in_parts(interp, given, how, [&](int begin, int end) {
         for (int i = begin; i < end; ++i) {
-            if (read_float(interp, elements[i], array.values() + i) != TCL_OK) {
+            if (reader.read(interp, elements[i], array.values() + i) != TCL_OK) {
                 return TCL_ERROR;
             }
         }

@@ -104,11 +104,10 @@ TEST_F(catalogue, the_first_digits_of_a_code_select_the_file)
 
 TEST_F(catalogue, messages_of_misused_queries_and_pops_have_all_their_parts)
 {
-    folder.write("zavoerr.bin",
-                 CatalogueBuilder{{{122, "%(S1) is %(I3), not %(I1) to %(I2).", "LEVEL"},
-                                   {60001, "%(S1) left, %(S2) was entered.", "MISMATCH"}}}
-                     .build()
-                     .bytes());
+    folder.write("zavoerr.bin", CatalogueBuilder{{{122, "%(S1) is %(I3), not %(I1) to %(I2).", "LEVEL"},
+                                                  {60001, "%(S1) left, %(S2) was entered.", "MISMATCH"}}}
+                                    .build()
+                                    .bytes());
     EXPECT_EXIT(zavo_error_type(7), testing::ExitedWithCode(8), "level is 7, not 0 to 1");
     EXPECT_EXIT(
         {
