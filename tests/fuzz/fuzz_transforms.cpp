@@ -24,17 +24,35 @@ using namespace zavo::fft;
 
 constexpr int longest = 4096;
 
+int largest_prime(int n)
+{
+    int largest = 1;
+    for (int d = 2; n > 1; ++d) {
+        for (; n % d == 0; n /= d) {
+            largest = d;
+        }
+    }
+    return largest;
+}
+
+// Any length for one input in 256, the others such that a transform is quick, since its
+// time grows with the largest prime: a thousand of those for one with a prime of 4093.
 int any_length(Bytes& in)
 {
+    constexpr int quick = 1 << 15;
     static constexpr int factors[] = {2, 3, 4, 5, 7, 8, 11, 13, 16, 17, 23, 32, 64, 97, 128, 251};
     const std::uint8_t way = in.byte();
-    if (way % 4 == 0) {
-        return 1 + in.below(longest);
-    }
     int n = 1;
-    for (int i = 0; i < way % 8; ++i) {
-        const int factor = factors[in.byte() % 16];
-        n = n * factor <= longest ? n * factor : n;
+    if (way % 4 == 0) {
+        n = 1 + in.below(longest);
+    } else {
+        for (int i = 0; i < way % 8; ++i) {
+            const int factor = factors[in.byte() % 16];
+            n = n * factor <= longest ? n * factor : n;
+        }
+    }
+    while (way != 0 && n * largest_prime(n) > quick) {
+        --n;
     }
     return n;
 }
