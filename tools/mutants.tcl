@@ -5,7 +5,7 @@
 #   folder is as likely as another. A mutant that does not compile, or compiles to the
 #   same code, does not count.
 #   Survivors are for a person to read: some change nothing that anyone could see.
-package require Tcl 8.5-
+package require Tcl 8.6-
 
 lassign $argv count seed
 if {$seed eq ""} {

@@ -35,8 +35,8 @@ int largest_prime(int n)
     return largest;
 }
 
-// Any length for one input in 256, the others such that a transform is quick, since its
-// time grows with the largest prime: a thousand of those for one with a prime of 4093.
+// One input in 256 may have any length. The others have one whose transform is quick: its
+// time grows with the largest prime factor.
 int any_length(Bytes& in)
 {
     constexpr int quick = 1 << 15;

@@ -304,7 +304,8 @@ TEST(functions, lengths_are_near_the_truth)
     EXPECT_TRUE(std::isnan(apply(hypot_, nan, 1)));
 }
 
-// std::round, which some C libraries of Windows compute as floor(x + 0.5).
+// To the nearest whole number, halves away from zero. Not std::round, which some C
+// libraries of Windows compute as floor(x + 0.5): that is 1 for the double below 0.5.
 double rounded(double x)
 {
     const double whole = std::trunc(x);
